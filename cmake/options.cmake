@@ -1,0 +1,26 @@
+# What a build may choose, and the compiler settings that all of our own code shares.
+
+option(TOLVANE_BUILD_TESTS "Build the tests" ON)
+option(TOLVANE_BUILD_BENCH "Build the benchmarks" OFF)
+set(TOLVANE_SANITIZE "" CACHE STRING "Sanitizers of -fsanitize=, for instance address,undefined")
+
+set(CMAKE_CXX_STANDARD 20)
+set(CMAKE_CXX_STANDARD_REQUIRED ON)
+set(CMAKE_CXX_EXTENSIONS OFF)
+set(CMAKE_POSITION_INDEPENDENT_CODE ON)
+set(CMAKE_EXPORT_COMPILE_COMMANDS ON)
+
+find_program(CCACHE ccache)
+if(CCACHE)
+  set(CMAKE_CXX_COMPILER_LAUNCHER ${CCACHE})
+endif()
+
+add_library(tolvane_own INTERFACE)
+target_compile_options(tolvane_own INTERFACE
+  -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Werror)
+target_compile_definitions(tolvane_own INTERFACE _FILE_OFFSET_BITS=64)
+
+if(TOLVANE_SANITIZE)
+  add_compile_options(-fsanitize=${TOLVANE_SANITIZE} -fno-omit-frame-pointer -fno-sanitize-recover=undefined)
+  add_link_options(-fsanitize=${TOLVANE_SANITIZE})
+endif()

@@ -1,0 +1,24 @@
+// What every coding shares: the width of a line and the callbacks through which a decoded page leaves the decoder.
+#pragma once
+
+#include <cstdint>
+
+namespace tolvane {
+
+/// Receives a run of pixels of the line being decoded: above 0 white, below 0 black, 0 a run of no pixels and no
+/// colour. Runs of one line sum to at most the line width, and two runs of one colour may follow each other.
+using found_run_fn = void (*)(int32_t run);
+
+/// Receives a finished line bitmap of `size` bytes: pixel 0 is bit 7 of byte 0, 1 is black. Valid only during the call.
+using found_line_fn = void (*)(const uint8_t *line, uint32_t size);
+
+/// The line is over, whether or not it was good. The number of calls is the number of lines of the page.
+using found_eol_fn = void (*)();
+
+/// Pixels of a line, one value for the process; a multiple of 8, and 1728 (ITU-T T.4, 2.1) unless set otherwise.
+extern int32_t Pix_width;
+
+/// Sets `Pix_width` for the decodes that follow.
+void t4dec_set_pixel_width(int32_t width);
+
+}  // namespace tolvane

@@ -1,0 +1,50 @@
+#include "view/view_state.h"
+
+#include <algorithm>
+
+namespace tolvane {
+namespace {
+[[gnu::used]] const char SCCS_ID[] = "@(#)|view_state|9|01|1|0|0|11/22/26|20:40:00";
+}
+
+int32_t Api = 1;
+int32_t Tn_trace_on;
+char Fullpath_fax_filename[FAX_FILENAME_SIZE];
+
+uint8_t *bitmap;
+int32_t Reduced;
+int32_t orientation;
+int32_t High_res;
+int32_t page_number;
+int32_t Total_pages;
+
+ScaleSizes scale_sizes(int32_t reduced) {
+  const int32_t divisor = reduced == 1 || reduced == 2 ? reduced + 2 : 2;
+  const int32_t width = LINE_PIXELS / divisor;
+  const int32_t height = 2 * FULL_ROWS / divisor;
+  return {divisor, width, height, width / 8, height / 8};
+}
+
+Extents page_extents(int32_t lines) {
+  const ScaleSizes sizes = scale_sizes(Reduced);
+  const int32_t kept = std::min(lines, High_res ? 2 * FULL_ROWS : FULL_ROWS);
+  const int32_t rows = (High_res ? kept : 2 * kept) / sizes.divisor;
+  // 3488 is the row, or the column, at which an upside-down page ends at every scale: the rasteriser counts from there.
+  switch (orientation) {
+    case 90:
+      return {rows, sizes.Xsize, 0, sizes.Ysize8, 0};
+    case 180:
+      return {sizes.Xsize, rows, FULL_ROWS - rows, sizes.Xsize8, 0};
+    case 270:
+      return {rows, sizes.Xsize, 0, sizes.Ysize8, FULL_ROWS - rows};
+    default:
+      return {sizes.Xsize, rows, 0, sizes.Xsize8, 0};
+  }
+}
+
+size_t picture_bit(const Extents &extents, int32_t row) {
+  return 8 * static_cast<size_t>(extents.Oy + row) * static_cast<size_t>(extents.Bpl) +
+         static_cast<size_t>(extents.Offset);
+}
+
+}  // namespace tolvane
