@@ -1,0 +1,23 @@
+// Whole-file conversion: a fax file rewritten from one page coding to another.
+#pragma once
+
+#include <cstdint>
+
+namespace tolvane {
+
+/// Rewrites the fax file `path` in another page coding, page by page, and its `COMPRESSION` with it. The new file
+/// replaces the old one in one step, complete and on disk; until then it stands beside it as `path`, a dot and the
+/// process id. On failure the old file is untouched and no new one stays, except the complete new file if only the
+/// replacement failed. Sets the line width to 1728 for the process. One conversion at a time, and no decoding beside it.
+///
+/// The new page holds the lines that the decoder delivers: bad lines repeated or left out as it does for the coding, a
+/// white line more at the head of a page from MH and at the end of a page from MMR.
+///
+/// @param compression    the wanted coding: 0 MH, 1 MR, 3 MMR
+/// @param unused         not looked at
+/// @param page_callback  called once per page before it is decoded; may be null
+/// @return 1 if the file has the wanted coding now, also if it had it before and nothing was done; 0 on failure, with
+///         a message on standard error unless a page could not be decoded
+int t4dec_change_format(const char *path, int32_t compression, int32_t unused, void (*page_callback)());
+
+}  // namespace tolvane
