@@ -1,0 +1,53 @@
+// Owning handles, so that every way out of a procedure is clean, and the one place that deals with short reads, short
+// writes and interrupted calls.
+#pragma once
+
+#include <stdlib.h>
+#include <sys/types.h>
+
+#include <cstddef>
+#include <memory>
+
+namespace tolvane {
+
+struct FreeBlock {
+  void operator()(void *block) const { free(block); }
+};
+
+/// A block from `malloc`, freed with the handle. `release()` hands it to a caller who frees it.
+template <typename T>
+using Block = std::unique_ptr<T, FreeBlock>;
+
+/// A file descriptor, closed with the handle; -1 is none.
+class Descriptor {
+ public:
+  explicit Descriptor(int fd = -1) : fd_(fd) {}
+  ~Descriptor() { reset(); }
+  Descriptor(Descriptor &&other) noexcept : fd_(other.release()) {}
+  Descriptor &operator=(Descriptor &&other) noexcept {
+    reset(other.release());
+    return *this;
+  }
+
+  explicit operator bool() const { return fd_ >= 0; }
+  int get() const { return fd_; }
+  /// Gives the descriptor away without closing it.
+  int release();
+  /// Closes the descriptor in hand, if any, and takes `fd` instead; errno is left as it was.
+  void reset(int fd = -1);
+
+ private:
+  int fd_;
+};
+
+/// Reads until `count` bytes are there, the file ends, or a read fails; an interrupted read is taken up again.
+///
+/// @return the bytes read, less than `count` only at the end of the file, or -1 with errno set
+ssize_t read_fully(int fd, void *buffer, size_t count);
+
+/// Writes all of `count` bytes; a short or interrupted write is taken up again.
+///
+/// @return 1, or 0 with errno set
+int write_fully(int fd, const void *buffer, size_t count);
+
+}  // namespace tolvane
