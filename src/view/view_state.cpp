@@ -1,6 +1,9 @@
+// The shared state of the view and the arithmetic of its sizes. What is painted where is the rasteriser's; the trap is
+// that `Ysize8` is the length of a bitmap row at 90 and 270 degrees, not a height.
 #include "view/view_state.h"
 
 #include <algorithm>
+#include <cstring>
 
 namespace tolvane {
 namespace {
@@ -18,6 +21,13 @@ int32_t High_res;
 int32_t page_number;
 int32_t Total_pages;
 
+int set_fax_filename(const char *name) {
+  const size_t length = std::strlen(name);
+  if (length >= FAX_FILENAME_SIZE) return 0;
+  std::memmove(Fullpath_fax_filename, name, length + 1);  // the name may be a part of the field itself
+  return 1;
+}
+
 ScaleSizes scale_sizes(int32_t reduced) {
   const int32_t divisor = reduced == 1 || reduced == 2 ? reduced + 2 : 2;
   const int32_t width = LINE_PIXELS / divisor;
@@ -25,12 +35,14 @@ ScaleSizes scale_sizes(int32_t reduced) {
   return {divisor, width, height, width / 8, height / 8};
 }
 
-Extents page_extents(int32_t lines) {
+Extents page_extents(int32_t lines, const Extents &present) {
   const ScaleSizes sizes = scale_sizes(Reduced);
   const int32_t kept = std::min(lines, High_res ? 2 * FULL_ROWS : FULL_ROWS);
   const int32_t rows = (High_res ? kept : 2 * kept) / sizes.divisor;
   // 3488 is the row, or the column, at which an upside-down page ends at every scale: the rasteriser counts from there.
   switch (orientation) {
+    case 0:
+      return {sizes.Xsize, rows, 0, sizes.Xsize8, 0};
     case 90:
       return {rows, sizes.Xsize, 0, sizes.Ysize8, 0};
     case 180:
@@ -38,7 +50,7 @@ Extents page_extents(int32_t lines) {
     case 270:
       return {rows, sizes.Xsize, 0, sizes.Ysize8, FULL_ROWS - rows};
     default:
-      return {sizes.Xsize, rows, 0, sizes.Xsize8, 0};
+      return present;
   }
 }
 

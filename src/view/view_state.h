@@ -16,6 +16,10 @@ constexpr size_t FAX_FILENAME_SIZE = 200;  ///< bytes of Fullpath_fax_filename, 
 /// The fax file as named on the command line or by the command "newfile", not made absolute.
 extern char Fullpath_fax_filename[FAX_FILENAME_SIZE];
 
+/// Puts `name` into `Fullpath_fax_filename`.
+/// @return 1, or 0 for a name of FAX_FILENAME_SIZE bytes or more, which changes nothing
+int set_fax_filename(const char *name);
+
 constexpr int32_t LINE_PIXELS = 1728;       ///< pixels of a fax line
 constexpr int32_t FULL_ROWS = 3488;         ///< picture rows of the longest page at 100%
 constexpr size_t BITMAP_SIZE = 108 * 6976;  ///< twice 864 x 3488 pixels: orientations 180 and 270 write past row 3487
@@ -51,7 +55,8 @@ struct Extents {
 
 /// The extents of a page of `lines` coded lines at the present scale, orientation and resolution. A page longer than
 /// the bitmap is held to the rows that fit.
-Extents page_extents(int32_t lines);
+/// @param present  the result if `orientation` is none of the four
+Extents page_extents(int32_t lines, const Extents &present = {});
 
 /// The bit of the bitmap, counted from its start with 0x80 of byte 0 as bit 0, that holds column 0 of picture row
 /// `row`. Column j is j bits further on.

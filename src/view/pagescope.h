@@ -1,0 +1,71 @@
+// The page cycle: opens a fax file, brings one page at a time from the file into the bitmap and onto the screen.
+#pragma once
+
+#include <X11/Intrinsic.h>
+
+#include <cstdint>
+
+namespace tolvane {
+
+/// Loads `Fullpath_fax_filename` without painting it. Result of `common`.
+int generate_view();
+
+/// Loads the fax file `name`: checks it, sets the slider and the labels, decodes the first page. Paints nothing.
+///
+/// A failed load has said why and does not bring the earlier file back.
+/// @return 0 done, also when the first page could not be read (the bell has rung); 1 failed
+int common(const char *name);
+
+/// Loads and paints another file. `Fullpath_fax_filename` keeps its value if the load succeeds, and holds `name` if it
+/// fails. A name that does not fit there is refused with a message on standard error; nothing changes.
+void view_arbitrary_fax(const char *name);
+
+/// Reads the page `page_number` and decodes it into the bitmap.
+///
+/// @return 0 done; 1 if the page cannot be read: the bell has rung, nothing has changed
+int do_this_page();
+
+/// After a decode: shows the page number and sets up the view with the extents of the page.
+void generate_page();
+
+/// Shows a page: reads, decodes, sets up, paints. The one entry for a change of page.
+///
+/// @param n  page number from 1, or -1 for the current page again
+/// @return 0 shown; 1 if the page cannot be read: the bell has rung, the current page stays
+int random_page(int32_t n);
+
+/// Decodes a coded page into `bits` (BITMAP_SIZE bytes) and fills the labels of resolution and lines.
+///
+/// @param data    `length` coded bytes; may be null if `length` is 0
+/// @param Xsize   picture width and most rows at the present scale, as `scale_sizes` gives them
+void process_t4(const uint8_t *data, int32_t length, uint8_t *bits, int32_t Xsize, int32_t Ysize);
+
+/// Shows the page at an orientation of 0, 90, 180 or 270 degrees. If the page cannot be read the orientation has
+/// changed all the same, and the old picture stays until the next page.
+void rotate_view(int32_t degrees);
+
+/// Shows the page at a scale of 100, 75 or 50 percent; does nothing if that is the scale in force.
+void view_size_cb(int32_t percent);
+
+/// Frees the bitmap, if there is one. The next load allocates it again.
+void free_bitmap();
+
+/// The neighbouring pages; results of `random_page`.
+int prev_page_cb();
+int next_page_cb();
+
+/// Puts the slider on a page number, from 1. A page beyond the slider's range puts it at its end.
+void display_page_number(int32_t n);
+
+/// Set the labels of the resolution and of the number of lines.
+void display_fax_info1(const char *text);
+void display_fax_info2(const char *text);
+
+/// Tell the user that the file is not a fax, or has fewer than four bytes.
+void not_a_fax_file(const char *name);
+void empty_file(const char *name);
+
+/// Writes the message and a line feed on standard error. The widget is not used.
+void TellUser(Widget parent, const char *message);
+
+}  // namespace tolvane
