@@ -7,7 +7,8 @@ namespace tolvane {
 
 /// Source of lines, called until it gives a negative value.
 ///
-/// @param lines  receives the address of the first line of a batch; the lines stand next to each other (pixel 0 is bit 7
+/// @param lines  receives the address of the first line of a batch; the lines stand next to each other (pixel 0 is bit
+/// 7
 ///               of byte 0, 1 is black) and stay the caller's, valid until the next call
 /// @param count  receives the number of lines in the batch, 0 or more
 /// @return bytes per line, the same for every batch of a page; any negative value when there are no more lines
@@ -40,15 +41,5 @@ int32_t enct4(getdata_fn getdata, putdata_fn putdata);
 
 /// Codes one page in MMR; result as `encode_g3_fax`.
 int32_t enct4_MMR(getdata_fn getdata, putdata_fn putdata);
-
-/// Second stage of the encoder: turns tokens into bits, appends them to the word in hand and passes all whole words on
-/// in one `putdata` call, made even for no words. Does nothing once `putdata` has failed.
-///
-/// A token is a run of pixels, 0x8000 added if black; 32000 for EOL without tag bit; or 32001 + k for entry k of `enc2D`,
-/// of which 32010 and 32011, EOL with tag, start on a word of their own.
-void encode(const uint32_t *first, const uint32_t *end, putdata_fn putdata);
-
-/// Codes the tokens that are left, then puts out a partly filled word.
-void flush(const uint32_t *first, const uint32_t *end, putdata_fn putdata);
 
 }  // namespace tolvane

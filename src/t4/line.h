@@ -1,9 +1,15 @@
-// What every coding shares: the width of a line and the callbacks through which a decoded page leaves the decoder.
+// What every coding shares: its number, the width of a line, and the callbacks through which a decoded page leaves.
 #pragma once
 
 #include <cstdint>
 
 namespace tolvane {
+
+// The codings of a page, by the compression code of the file header.
+constexpr int32_t COMP_MH = 0;    ///< ITU-T T.4 one-dimensional, EOL before lines, no tag bit
+constexpr int32_t COMP_MR = 1;    ///< T.4 two-dimensional, EOL and tag bit before every line
+constexpr int32_t COMP_UMMR = 2;  ///< uncompressed MMR: there is no decoder
+constexpr int32_t COMP_MMR = 3;   ///< ITU-T T.6
 
 /// Receives a run of pixels of the line being decoded: above 0 white, below 0 black, 0 a run of no pixels and no
 /// colour. Runs of one line sum to at most the line width, and two runs of one colour may follow each other.

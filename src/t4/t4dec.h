@@ -15,11 +15,6 @@
 
 namespace tolvane {
 
-constexpr int32_t COMP_MH = 0;    ///< ITU-T T.4 one-dimensional, EOL before lines, no tag bit
-constexpr int32_t COMP_MR = 1;    ///< T.4 two-dimensional, EOL and tag bit before every line
-constexpr int32_t COMP_UMMR = 2;  ///< uncompressed MMR: there is no decoder
-constexpr int32_t COMP_MMR = 3;   ///< ITU-T T.6
-
 /// Decodes a page of the coding `comp_type`, the compression code of the file header.
 ///
 /// @param data    `length` bytes
