@@ -1,0 +1,63 @@
+#include "x11/xt_app.h"
+
+#include "ui/bx_tolvane_utils.h"
+#include "ui/motif_utils.h"
+
+#include <X11/Shell.h>
+
+namespace {
+
+char background[] = "*background:\t\t#dd9e8d";
+char font_list[] = "*fontList:\t\t-*-helvetica-bold-r-*-*-*-120-*-*-*-*-iso8859-1";
+char margin_height[] = "*marginHeight:\t\t3";
+char *fallbacks[] = {background, font_list, margin_height, nullptr};
+
+void keep_warning(char *message) {
+  xt_app().warnings.emplace_back(message);
+}
+
+XtApp open_app() {
+  XtApp app;
+  XtToolkitInitialize();
+  app.context = XtCreateApplicationContext();
+  XtAppSetFallbackResources(app.context, fallbacks);
+  XtAppSetWarningHandler(app.context, keep_warning);
+  int argc = 0;
+  app.display = XtOpenDisplay(app.context, nullptr, "tolvane", "Tolvane", nullptr, 0, &argc, nullptr);
+  if (!app.display) return app;
+  tolvane::RegisterBxConverters(app.context);
+  app.hidden_shell = XtAppCreateShell("tolvane", "Tolvane", applicationShellWidgetClass, app.display, nullptr, 0);
+  tolvane::register_motif_utils_variables(app.display, app.context, app.hidden_shell);
+  return app;
+}
+
+}  // namespace
+
+XtApp &xt_app() {
+  static XtApp app = open_app();
+  return app;
+}
+
+Widget XtApp::make_shell(const char *title) const {
+  Arg place[] = {{const_cast<char *>(XtNtitle), reinterpret_cast<XtArgVal>(title)},
+                 {const_cast<char *>(XtNx), 150},
+                 {const_cast<char *>(XtNy), 75}};
+  return XtAppCreateShell("tolvane", "Tolvane", applicationShellWidgetClass, display, place, XtNumber(place));
+}
+
+void XtApp::process_pending() const {
+  XSync(display, False);
+  while (XtAppPending(context)) {
+    XtAppProcessEvent(context, XtIMAll);
+    XSync(display, False);
+  }
+}
+
+bool XtApp::process_until(const std::function<bool()> &condition, Milliseconds timeout) const {
+  return wait_until(
+      [&] {
+        process_pending();
+        return condition();
+      },
+      timeout);
+}

@@ -1,0 +1,28 @@
+// An Xt application inside the test process, for tests that hold widgets in their hands. One serves the process.
+#pragma once
+
+#include <functional>
+#include <string>
+#include <vector>
+
+#include "x11/display.h"
+
+struct XtApp {
+  XtAppContext context = nullptr;
+  Display *display = nullptr;
+  /// Never popped up: the parent of dialogs, as in the program.
+  Widget hidden_shell = nullptr;
+  /// Every warning of the toolkit since the start, or since a test cleared it.
+  std::vector<std::string> warnings;
+
+  /// A shell of its own for a test's widgets, at the place where the program puts its window.
+  Widget make_shell(const char *title) const;
+
+  /// Serves events until `condition` holds or the time is over.
+  bool process_until(const std::function<bool()> &condition, Milliseconds timeout = Milliseconds(10000)) const;
+  /// Serves what is pending, and what the server has sent by the time it has answered.
+  void process_pending() const;
+};
+
+/// Opened at the first call, with the viewer's fallback resources, label converters and widget helpers.
+XtApp &xt_app();
