@@ -1,0 +1,481 @@
+// The files and paths of the family. What a file holds is no business of this module. A path that does not fit its
+// buffer is refused and never cut: a cut path would name another file. A relative result is made full by the working
+// directory as ks_getcwd kept it, not by the present one.
+#include "support/file.h"
+
+#include <errno.h>
+#include <fcntl.h>
+#include <stdlib.h>
+#include <string.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <array>
+#include <cstdio>
+#include <ctime>
+#include <string_view>
+#include <utility>
+
+#include "support/getcwd.h"
+#include "support/handle.h"
+#include "support/strlib.h"
+#include "support/trace.h"
+#include "support/whitespace.h"
+
+namespace tolvane {
+namespace {
+[[gnu::used]] const char SCCS_ID[] = "@(#)|file|9|01|1|0|0|11/22/26|21:30:00";
+
+using PathBuffer = char[PATH_LIMIT + 1];
+
+// Puts "directory/name" into `path`; false, with errno set, if it does not fit.
+bool join(PathBuffer &path, std::string_view directory, const char *name) {
+  const int length = snprintf(path, sizeof path, "%.*s/%s", static_cast<int>(directory.size()), directory.data(), name);
+  if (length >= 0 && static_cast<size_t>(length) < sizeof path) return true;
+  errno = ENAMETOOLONG;
+  return false;
+}
+
+// The candidates that find_file and find_executable share.
+bool find_at_home(PathBuffer &path, const char *name, int (*accepts)(const char *)) {
+  const char *home = getenv("SORBEXHOME");
+  return (home && join(path, home, name) && accepts(path)) || (join(path, ".", name) && accepts(path));
+}
+
+bool find_on_path(PathBuffer &path, const char *name, int (*accepts)(const char *)) {
+  const char *list = getenv("PATH");
+  if (!list) return false;
+  for (std::string_view rest = list; !rest.empty();) {
+    const std::string_view element = rest.substr(0, rest.find(':'));
+    rest.remove_prefix(std::min(element.size() + 1, rest.size()));
+    if (!element.empty() && join(path, element, name) && accepts(path)) return true;
+  }
+  return false;
+}
+
+const char *last_component(const char *path) {
+  const char *separator = strrchr(path, '/');
+  if (!separator) separator = strrchr(path, '\\');
+  return separator ? separator + 1 : path;
+}
+}  // namespace
+
+char *find_file(const char *name) {
+  PathBuffer path;
+  return find_at_home(path, name, is_readable_file) ? fix_path(path) : nullptr;
+}
+
+char *find_executable(const char *name) {
+  PathBuffer path;
+  const bool found = find_at_home(path, name, is_executable_file) || find_on_path(path, name, is_executable_file);
+  return found ? fix_path(path) : nullptr;
+}
+
+int is_readable_file(const char *path) {
+  return check_file_access(path, "r");
+}
+
+int is_executable_file(const char *path) {
+  return check_file_access(path, "rx");
+}
+
+int check_file_access(const char *path, const char *permissions) {
+  return check_access(path, S_IFREG, permissions);
+}
+
+int check_dir_access(const char *path, const char *permissions) {
+  return check_access(path, S_IFDIR, permissions);
+}
+
+int check_access(const char *path, mode_t type, const char *permissions) {
+  const uid_t user = geteuid();
+  struct stat status;
+  if (stat(path, &status) != 0) {
+    if (errno != ENOENT && user == 0) trprintf("check_access: stat(\"%s\"): %s\n", path, strerror(errno));
+    return 0;
+  }
+  if ((status.st_mode & type) != type) return 0;
+  if (user == 0 || !permissions || !*permissions) return 1;
+
+  mode_t wanted = 0;
+  for (const char *letter = permissions; *letter; ++letter) {
+    if (*letter == 'r')
+      wanted |= S_IROTH;
+    else if (*letter == 'w')
+      wanted |= S_IWOTH;
+    else if (*letter == 'x')
+      wanted |= S_IXOTH;
+    else
+      trprintf("check_access: Invalid permission: [%c]\n", *letter);
+  }
+  const int others_from_class = status.st_uid == user ? 6 : status.st_gid == getegid() ? 3 : 0;
+  return ((status.st_mode >> others_from_class) & wanted) == wanted;
+}
+
+int is_full_path(const char *path) {
+  return path && *path == '/';
+}
+
+int is_relative_path(const char *path) {
+  return !is_full_path(path);
+}
+
+int is_valid_path(const char *path) {
+  PathBuffer copied;
+  const size_t length = strlen(path);
+  if (length > PATH_LIMIT) {
+    trprintf("%s: Invalid path (exceeds MAXPATHLEN of %d bytes): [%s].\n", "is_valid_path",
+             static_cast<int>(PATH_LIMIT), path);
+    return 0;
+  }
+  memcpy(copied, path, length + 1);
+  const std::string_view inside = strip_enclosing_whitespace(copied);
+  const auto is_refused = [](char ch) { return is_whitespace(ch) || (ch >= 0 && ch < ' ') || ch == '\x7F'; };
+  if (std::none_of(inside.begin(), inside.end(), is_refused)) return 1;
+  trprintf("%s: Invalid path: [%s].\n", "is_valid_path", path);
+  return 0;
+}
+
+char *fix_path(char *path) {
+  const char *rest = path;
+  if (strncmp(path, "../", 3) == 0)
+    rest += 3;
+  else if (strncmp(path, "./", 2) == 0)
+    rest += 2;
+  Block<char> copied(strdup(rest));
+  if (!copied) {
+    trprintf("fix_path: strdup(\"%s\"): %s\n", rest, strerror(errno));
+    return nullptr;
+  }
+  if (is_full_path(copied.get())) return copied.release();
+
+  if (!ks_getcwd(path, PATH_LIMIT + 1)) {
+    trprintf("fix_path: ks_getcwd: %s\n", strerror(errno));
+    return nullptr;
+  }
+  const size_t directory = strlen(path);
+  if (directory + 1 + strlen(copied.get()) > PATH_LIMIT) {
+    trprintf("fix_path: path too large\n");
+    return nullptr;
+  }
+  path[directory] = '/';
+  strcpy(path + directory + 1, copied.get());
+  return strdup(path);
+}
+
+namespace {
+// Writes the components that are left of `joined` after "", "." and ".." into `text`; false, told on the trace, if they
+// climb above the root or there is no memory. Without memory for the split, `text` stays.
+bool clean_components(const char *joined, PathBuffer &text) {
+  char **list = nullptr;
+  const int count = split(joined, '/', &list);
+  if (count < 0) return true;
+  const Block<char *> pieces(list);
+  const Block<char *> kept(static_cast<char **>(malloc(static_cast<size_t>(count) * sizeof(char *))));
+  if (!kept) {
+    trprintf("mkpath: malloc: %s.\n", strerror(errno));
+    return false;
+  }
+  char **end = kept.get();
+  for (char **piece = list; *piece; ++piece) {
+    const std::string_view component = *piece;
+    if (component.empty() || component == ".") continue;
+    if (component != "..") {
+      *end++ = *piece;
+    } else if (end == kept.get()) {
+      trprintf("mkpath: Invalid path: [%s].\n", joined);
+      return false;
+    } else {
+      --end;
+    }
+  }
+  strcpy(text, "/");
+  char *out = text;
+  for (char **piece = kept.get(); piece != end; ++piece) out += sprintf(out, "/%s", *piece);
+  return true;
+}
+}  // namespace
+
+char *mkpath(const char *path) {
+  if (!is_valid_path(path)) {
+    trprintf("%s: Invalid path: [%s].\n", "mkpath", path);
+    return nullptr;
+  }
+  PathBuffer joined;
+  if (is_relative_path(path)) {
+    PathBuffer directory;
+    if (!ks_getcwd(directory, sizeof directory)) {
+      trprintf("mkpath: ks_getcwd: %s.\n", strerror(errno));
+      return nullptr;
+    }
+    if (!join(joined, directory, path)) {
+      trprintf("mkpath: path too large\n");
+      return nullptr;
+    }
+  } else {
+    strcpy(joined, path);
+  }
+  PathBuffer text;
+  strcpy(text, joined);
+  if (!clean_components(joined, text)) return nullptr;
+  char *result = strdup(text);
+  if (!result) trprintf("mkpath: strdup: %s.\n", strerror(errno));
+  return result;
+}
+
+namespace {
+// Opens the source of a copy and gets its status; none, told on the trace, if it is no regular file.
+Descriptor open_source(const char *source, struct stat *status) {
+  // O_NONBLOCK: a FIFO without a writer must not hold us; it means nothing to a regular file.
+  Descriptor in(open(source, O_RDONLY | O_NONBLOCK | O_CLOEXEC));
+  if (!in) {
+    trprintf("copy: open(\"%s\") failed: %s.\n", source, strerror(errno));
+  } else if (fstat(in.get(), status) != 0) {
+    trprintf("copy: stat(\"%s\") failed: %s.\n", source, strerror(errno));
+    in.reset();
+  } else if (!S_ISREG(status->st_mode)) {
+    trprintf("copy: \"%s\" isn't a regular file.\n", source);
+    in.reset();
+  }
+  return in;
+}
+
+bool copy_blocks(int in, const char *source, int out, const char *target) {
+  std::array<char, 8192> block;
+  for (;;) {
+    const ssize_t count = read_fully(in, block.data(), block.size());
+    if (count < 0) {
+      trprintf("copy: read(\"%s\") failed: %s.\n", source, strerror(errno));
+      return false;
+    }
+    if (count == 0) return true;
+    if (!write_fully(out, block.data(), static_cast<size_t>(count))) {
+      trprintf("copy: write(\"%s\") failed: %s.\n", target, strerror(errno));
+      return false;
+    }
+  }
+}
+
+// Fills the target and closes it: a file system may tell only at the closing that the bytes did not go down.
+bool fill_target(int in, const char *source, Descriptor out, const char *target, const mode_t *new_mode) {
+  if (new_mode && fchmod(out.get(), *new_mode) != 0) {
+    trprintf("copy: fchmod(\"%s\") failed: %s.\n", target, strerror(errno));
+    return false;
+  }
+  if (!copy_blocks(in, source, out.get(), target)) return false;
+  if (close(out.release()) == 0) return true;
+  trprintf("copy: write(\"%s\") failed: %s.\n", target, strerror(errno));
+  return false;
+}
+}  // namespace
+
+int copy(const char *source, const char *target) {
+  PathBuffer inside;
+  struct stat old_target;
+  bool exists = stat(target, &old_target) == 0;
+  const bool into_directory = exists && S_ISDIR(old_target.st_mode);
+  if (into_directory) {
+    if (!join(inside, target, last_component(source))) {
+      trprintf("copy: path too large\n");
+      return 0;
+    }
+    target = inside;
+    exists = stat(target, &old_target) == 0;
+  }
+
+  struct stat status;
+  const Descriptor in = open_source(source, &status);
+  if (!in) return 0;
+  if (exists && old_target.st_dev == status.st_dev && old_target.st_ino == status.st_ino) {
+    trprintf("copy: \"%s\" and \"%s\" are the same file.\n", source, target);
+    errno = EEXIST;
+    return 0;
+  }
+  const mode_t mode = status.st_mode & 07777;
+  Descriptor out(open(target, O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, mode));
+  if (!out) {
+    trprintf("copy: open(\"%s\") failed: %s.\n", target, strerror(errno));
+    return 0;
+  }
+  if (fill_target(in.get(), source, std::move(out), target, into_directory && exists ? &mode : nullptr)) return 1;
+  const int kept = errno;
+  if (unlink(target) != 0) trprintf("copy: unlink(\"%s\") failed: %s.\n", target, strerror(errno));
+  errno = kept;
+  return 0;
+}
+
+int ks_move(const char *source, const char *target) {
+  struct stat status;
+  if (stat(source, &status) != 0) {
+    trprintf("ks_move: stat(\"%s\") failed: %s.\n", source, strerror(errno));
+    return 0;
+  }
+  if (!S_ISREG(status.st_mode)) {
+    trprintf("ks_move: \"%s\" isn't a regular file.\n", source);
+    return 0;
+  }
+  if (rename(source, target) == 0) return 1;
+  if (errno != EISDIR && errno != EXDEV && errno != EMLINK) {
+    trprintf("ks_move: rename(\"%s\",\"%s\") failed: %s.\n", source, target, strerror(errno));
+    return 0;
+  }
+  if (!copy(source, target)) {
+    trprintf("ks_move: copy(\"%s\",\"%s\") failed: %s.\n", source, target, strerror(errno));
+    return 0;
+  }
+  if (unlink(source) != 0) {
+    trprintf("ks_move: unlink(\"%s\") failed: %s.\n", source, strerror(errno));
+    return 0;
+  }
+  return 1;
+}
+
+int ks_ftruncate(int fd, off_t length) {
+  if (ftruncate(fd, length) == 0) return 0;
+  trprintf("ks_ftruncate:  ftruncate(%ld), errno=%d\n", static_cast<long>(length), errno);
+  return -1;
+}
+
+const char *get_temp_dir() {
+  static char directory[PATH_LIMIT];
+  const char *chosen = getenv("SORBEXTMP");
+  copy_text(directory, sizeof directory, chosen ? chosen : "/tmp");
+  return directory;
+}
+
+const char *basename(char *path) {
+  if (!path || !*path) return ".";
+  const size_t length = strlen(path);
+  if (length == 1 && *path == '/') return path;
+  if (path[length - 1] == '/') path[length - 1] = '\0';
+  const char *separator = strrchr(path, '/');
+  return separator ? separator + 1 : path;
+}
+
+const char *dirname(char *path) {
+  if (!path) return ".";
+  char *separator = strrchr(path, '/');
+  if (!separator) return ".";
+  separator[separator == path] = '\0';
+  return path;
+}
+
+namespace {
+constexpr std::string_view FILE_NAME_CHARACTERS =
+    "-.0123456789ABCDEFGHIJKLMNOPRSTUVWXYZ_abcdefghijklmnopqrstuvwxyz";  // without the upper-case Q
+
+constexpr std::array<uint8_t, 128> ok_array = [] {
+  std::array<uint8_t, 128> flags{};
+  for (const char ch : FILE_NAME_CHARACTERS) flags[static_cast<uint8_t>(ch)] = 1;
+  return flags;
+}();
+static_assert(std::count(ok_array.begin(), ok_array.end(), 1) == 64);
+static_assert(!ok_array['Q'] && ok_array['q']);
+}  // namespace
+
+char *posix_file_name_filter(const char *text, char *output) {
+  char *out = output;
+  for (; *text; ++text) {
+    const auto ch = static_cast<uint8_t>(*text);
+    if (ch < ok_array.size()) *out++ = ok_array[ch] ? *text : '_';
+  }
+  *out = '\0';
+  return output;
+}
+
+namespace {
+constexpr std::string_view base_26_digit = "abcdefghijklmnopqrstuvwxyz";
+char ret_str[10];
+}  // namespace
+
+const char *int_to_base_26(int32_t number) {
+  constexpr int LEAST_DIGITS = 3;
+  char *digit = ret_str + sizeof ret_str - 1;
+  *digit = '\0';
+  for (int digits = 0; digits < LEAST_DIGITS || number > 0; ++digits, number /= 26)
+    *--digit = base_26_digit[static_cast<size_t>(std::max(number, 0) % 26)];
+  return digit;
+}
+
+namespace {
+constexpr int32_t COUNTER_WRAP = 17573;  // not 17576, which is 26 to the third: the last suffix before the wrap is zzw
+
+char last_root[16];
+
+// The path of the counter file is held to the 50 bytes of its name's field; a longer one is told and goes without.
+struct CounterPath {
+  char text[50];
+  bool fits;
+};
+
+CounterPath counter_path() {
+  CounterPath path{};
+  const int length = snprintf(path.text, sizeof path.text, "%s/i_d_order", get_temp_dir());
+  path.fits = length >= 0 && static_cast<size_t>(length) < sizeof path.text;
+  if (!path.fits) trprintf("open(\"%s/i_d_order\") failed: %s.\n", get_temp_dir(), strerror(ENAMETOOLONG));
+  return path;
+}
+
+// Takes the next number out of the counter file, which is gone then; 0 if there is none to be had.
+int32_t take_counter(const char *path) {
+  struct stat status;
+  if (stat(path, &status) != 0 && errno == ENOENT) return 0;
+  const Descriptor file(open(path, O_RDWR | O_NONBLOCK | O_CLOEXEC));
+  if (!file) {
+    trprintf("open(\"%s\") failed: %s. Setting extension back to 0.\n", path, strerror(errno));
+    return 0;
+  }
+  char line[10] = "";
+  if (read_fully(file.get(), line, sizeof line - 1) < 0) *line = '\0';
+  line[strcspn(line, "\n")] = '\0';
+  unlink(path);
+  const int32_t counter = atoi(line);
+  return counter < 0 || counter >= COUNTER_WRAP ? 0 : counter;
+}
+
+// O_EXCL: the directory is everyone's, and what stands under the name meanwhile is not ours to write into.
+Descriptor create_counter(const char *path) {
+  Descriptor file(open(path, O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666));
+  if (!file) trprintf("open(\"%s\") failed: %s.\n", path, strerror(errno));
+  return file;
+}
+
+// Month and day as ctime writes them: Nov and a blank and 8 give nov08.
+void stem_of_today(char (&stem)[16]) {
+  char text[26];
+  const time_t now = time(nullptr);
+  ctime_r(&now, text);
+  const char day_tens = text[8] == ' ' ? '0' : text[8];
+  snprintf(stem, sizeof stem, "%c%.2s%c%c", text[4] | 0x20, text + 5, day_tens, text[9]);
+}
+
+// Length of the part of a path in front of its file name.
+size_t directory_length(const char *path) {
+  const size_t behind = std::string_view(path).find_last_of("/\\");
+  return behind == std::string_view::npos ? 0 : behind + 1;
+}
+}  // namespace
+
+char *build_unique_DOS_name(char *path, const char *extension) {
+  stem_of_today(last_root);
+  const CounterPath counter_file = counter_path();
+  int32_t counter = counter_file.fits ? take_counter(counter_file.text) : 0;
+  const Descriptor file = counter_file.fits ? create_counter(counter_file.text) : Descriptor();
+
+  PathBuffer candidate;
+  const int directory = static_cast<int>(directory_length(path));
+  struct stat status;
+  do {
+    snprintf(candidate, sizeof candidate, "%.*s%s%s%s", directory, path, last_root, int_to_base_26(counter++),
+             extension ? extension : ".fax");
+  } while (stat(candidate, &status) == 0);
+
+  if (file) {
+    char line[16];
+    const int length = snprintf(line, sizeof line, "%d\n", counter);
+    write_fully(file.get(), line, static_cast<size_t>(length));
+  }
+  return strcpy(path, candidate);
+}
+
+}  // namespace tolvane
