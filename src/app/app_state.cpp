@@ -1,0 +1,12 @@
+#include "app/app_state.h"
+
+namespace tolvane {
+namespace {
+[[gnu::used]] const char SCCS_ID[] = "@(#)|app_state|9|01|1|0|0|11/22/26|20:58:00";
+}
+
+XtAppContext tn_context;
+char Printer_name[NAME_SIZE];
+char Server_name[NAME_SIZE];
+
+}  // namespace tolvane

@@ -1,0 +1,30 @@
+// The release before every exit. What is freed here is owned by the view; nothing is owned by the application itself.
+#include "app/exit_tasks.h"
+
+#include <stdlib.h>
+
+#include "view/pagescope.h"
+#include "view/small_database.h"
+
+namespace tolvane {
+namespace {
+
+[[gnu::used]] const char SCCS_ID[] = "@(#)|exit_tasks|9|01|1|0|0|11/22/26|20:58:00";
+
+void free_all_memory() {
+  free_header();
+  free_bitmap();
+}
+
+}  // namespace
+
+void exit_tasks() {
+  free_all_memory();
+}
+
+void leave(int32_t status) {
+  exit_tasks();
+  exit(status);
+}
+
+}  // namespace tolvane

@@ -1,0 +1,109 @@
+// The order of the start. The steps themselves are in tolvane.cpp. The window is popped up before the file is loaded:
+// the picture needs a window to size itself by.
+#include "app/open_view.h"
+
+#include "app/app_state.h"
+#include "app/key_bindings.h"
+#include "app/tn_api_functions.h"
+#include "app/tolvane.h"
+#include "ui/bx_tolvane_callbacks.h"
+#include "ui/bx_tolvane_create_gui.h"
+#include "ui/bx_tolvane_utils.h"
+#include "ui/motif_utils.h"
+#include "ui/widgets.h"
+#include "view/view_state.h"
+
+#include <X11/Shell.h>
+#include <X11/StringDefs.h>
+#include <Xm/Protocols.h>
+#include <Xm/RepType.h>
+#include <Xm/Xm.h>
+
+namespace tolvane {
+
+const char *const tn_fallbacks[] = {
+    "*background:\t\t#dd9e8d",
+    "*fontList:\t\t-*-helvetica-bold-r-*-*-*-120-*-*-*-*-iso8859-1",
+    "*marginHeight:\t\t3",
+    nullptr,
+};
+
+namespace {
+
+[[gnu::used]] const char SCCS_ID[] = "@(#)|open_view|9|01|1|0|0|11/22/26|20:58:00";
+
+/// The shells take this name and class whatever the display was opened as, so that resources find the window in a
+/// parent program too.
+constexpr char NAME[] = "tolvane";
+constexpr char CLASS[] = "Tolvane";
+
+/// Once per process: classes, converters, keys, the hidden shell.
+void prepare_toolkit(Display *display) {
+  XtInitializeWidgetClass(applicationShellWidgetClass);
+  XmRepTypeInstallTearOffModelConverter();
+  RegisterBxConverters(tn_context);
+  add_key_actions(tn_context);
+  merge_below_user_resources(display, Api ? CLASS : "", default_keys);
+  AppShell = XtAppCreateShell(NAME, CLASS, applicationShellWidgetClass, display, nullptr, 0);
+  XtInitializeWidgetClass(topLevelShellWidgetClass);
+  register_motif_utils_variables(display, tn_context, AppShell);
+}
+
+/// Left to itself the toolkit answers the closing of an application shell by ending the process, which is the parent's.
+void close_by_dismissing() {
+  const Atom protocols = XInternAtom(XtDisplay(tn_Shell000), "WM_PROTOCOLS", False);
+  const Atom delete_window = XmInternAtom(XtDisplay(tn_Shell000), const_cast<char *>("WM_DELETE_WINDOW"), False);
+  XtVaSetValues(tn_Shell000, XmNdeleteResponse, XmDO_NOTHING, nullptr);
+  XmAddProtocolCallback(tn_Shell000, protocols, delete_window, bx_exit_cb, nullptr);
+}
+
+void create_window() {
+  Arg args[4];
+  XtSetArg(args[0], XmNtitle, Api ? "Sorbex KT Fax Viewer" : "TolVane");
+  XtSetArg(args[1], XmNiconName, Api ? "Fax Viewer" : "TolVane");
+  XtSetArg(args[2], XmNx, 150);
+  XtSetArg(args[3], XmNy, 75);
+  tn_Shell000 = XtAppCreateShell(NAME, CLASS, applicationShellWidgetClass, XtDisplay(AppShell), args, XtNumber(args));
+  Tolvane_form = Createtolvane_form(tn_Shell000);
+  XtManageChild(Tolvane_form);
+  install_keys(Tolvane_form);
+  close_by_dismissing();
+}
+
+}  // namespace
+
+Display *open_display(int *argc, char **argv) {
+  XtToolkitInitialize();
+  tn_context = XtCreateApplicationContext();
+  XtAppSetFallbackResources(tn_context, const_cast<String *>(tn_fallbacks));
+  Display *display = XtOpenDisplay(tn_context, nullptr, NAME, CLASS, nullptr, 0, argc, argv);
+  if (!display) XtWarning("cannot open display");
+  return display;
+}
+
+int open_window(Display *display, int argc, char **argv) {
+  if (pre_create_init(argc, argv) != 0) return 1;
+  if (!AppShell) prepare_toolkit(display);
+  if (!tn_Shell000) create_window();
+  XtPopup(XtParent(Tolvane_form), XtGrabNone);
+  return post_create_init();
+}
+
+int tn_open_view(Display *display, int argc, char **argv) {
+  if (!tn_context && display) {
+    tn_context = XtDisplayToApplicationContext(display);
+    // Bound to our class: the parent's own widgets live on the same resources.
+    merge_below_user_resources(display, CLASS, tn_fallbacks);
+  }
+  if (AppShell)
+    display = XtDisplay(AppShell);
+  else if (!display && !(display = open_display(&argc, argv)))
+    return 1;
+  set_fax_filename("");
+  *Printer_name = *Server_name = '\0';
+  if (open_window(display, argc, argv) == 0) return 0;
+  tn_dismiss_view_window(1);
+  return 1;
+}
+
+}  // namespace tolvane

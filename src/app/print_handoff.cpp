@@ -1,0 +1,87 @@
+// Finds the print script or program, builds one command line and runs it through the shell. Every name in that line was
+// chosen by somebody else: what is not quoted here could start a program of theirs.
+#include "app/print_handoff.h"
+
+#include <stdio.h>
+#include <stdlib.h>
+
+#include <string>
+#include <string_view>
+
+#include "app/app_state.h"
+#include "support/file.h"
+#include "support/handle.h"
+#include "view/view_state.h"
+
+namespace tolvane {
+namespace {
+
+[[gnu::used]] const char SCCS_ID[] = "@(#)|print_handoff|9|01|1|0|0|11/22/26|20:58:00";
+
+constexpr size_t COMMAND_SIZE = 4096;  // bytes of a command line, the closing zero included
+
+constexpr std::string_view PLAIN_CHARACTERS =
+    "abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789._:@/-+%,=";
+
+bool is_plain(std::string_view text) {
+  return text.find_first_not_of(PLAIN_CHARACTERS) == text.npos;
+}
+
+/// A host or printer name stands in the line without quotes, so that only plain ones can.
+bool is_fit_name(const char *what, const char *name) {
+  if (is_plain(name)) return true;
+  fprintf(stderr, "tolvane: %s name '%s' cannot be given to the print program\n", what, name);
+  return false;
+}
+
+/// The text in double quotes, as the shell reads it back unchanged.
+std::string quoted(std::string_view text) {
+  std::string result = "\"";
+  for (const char ch : text) {
+    if (std::string_view("\"$`\\").find(ch) != std::string_view::npos) result += '\\';
+    result += ch;
+  }
+  return result + '"';
+}
+
+/// The program's path as the command word: bare, unless a directory's name would mislead the shell.
+std::string command_word(std::string_view path) {
+  return is_plain(path) ? std::string(path) : quoted(path);
+}
+
+std::string script_command(const char *path) {
+  return command_word(path) + ' ' + quoted(Fullpath_fax_filename) + ' ' + quoted(Server_name) + ' ' +
+         quoted(Printer_name);
+}
+
+std::string program_command(const char *path) {
+  const std::string printer = *Printer_name ? std::string(" -pr ") + Printer_name : "";
+  return command_word(path) + " -s " + Server_name + printer + ' ' + quoted(Fullpath_fax_filename);
+}
+
+/// The whole command line; empty, after a message, when there is nothing to run.
+std::string print_command() {
+  if (const Block<char> script{find_executable("tolvane_print")}) return script_command(script.get());
+  if (const Block<char> program{find_executable("ormbrix2")}) return program_command(program.get());
+  fputs("\aCouldn't find script 'tolvane_print' or executable 'ormbrix2'\n", stderr);
+  return {};
+}
+
+}  // namespace
+
+int tn_call_ormbrix() {
+  if (!is_fit_name("server", Server_name) || !is_fit_name("printer", Printer_name)) return 1;
+  const std::string command = print_command();
+  if (command.empty()) return 1;
+  if (command.size() >= COMMAND_SIZE) {
+    fprintf(stderr, "tolvane: print command longer than %zu bytes\n", COMMAND_SIZE - 1);
+    return 1;
+  }
+  if (system(command.c_str()) < 0) {
+    perror(command.c_str());
+    return 1;
+  }
+  return 0;
+}
+
+}  // namespace tolvane

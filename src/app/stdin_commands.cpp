@@ -1,0 +1,189 @@
+// The words that a parent process writes, and what each does. The page number kept here is the interpreter's own: the
+// slider, the keys and the chunk arrows leave it behind, and "nextpage" then goes on from the old number.
+#include "app/stdin_commands.h"
+
+#include <errno.h>
+#include <limits.h>
+#include <stdio.h>
+#include <stdlib.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <string>
+
+#include "app/app_state.h"
+#include "support/trace.h"
+#include "support/whitespace.h"
+#include "ui/motif_utils.h"
+#include "ui/widgets.h"
+#include "view/pagescope.h"
+#include "view/scrolling.h"
+#include "view/view_state.h"
+
+namespace tolvane {
+namespace {
+
+[[gnu::used]] const char SCCS_ID[] = "@(#)|stdin_commands|9|01|1|0|0|11/22/26|20:58:00";
+
+constexpr size_t READ_SIZE = 1000;  // the most bytes of one read: a longer write is taken in pieces
+
+int32_t page_numb = 1;
+
+/// Where the next word is looked for; a zero byte ends the text, and so does `end`.
+struct Scan {
+  const char *at;
+  const char *end;
+
+  /// Takes the next word and the one byte behind it; an empty word means that none is left.
+  std::string next_word() {
+    while (is_whitespace(*at)) ++at;
+    const char *begin = at;
+    while (*at && !is_whitespace(*at)) ++at;
+    const std::string word(begin, at);
+    at = std::min(at + 1, end);
+    return word;
+  }
+
+  void drop_line() {
+    while (*at && *at != '\n') ++at;
+  }
+};
+
+/// Says why a word is not answered by "OK".
+bool refuse(const char *message) {
+  fputs(message, stderr);
+  return false;
+}
+
+bool next_page(Scan &) {
+  ++page_numb;
+  if (random_page(page_numb) != 0) --page_numb;
+  return true;
+}
+
+bool previous_page(Scan &) {
+  if (page_numb > 1) random_page(--page_numb);
+  return true;
+}
+
+bool go_to_page(Scan &scan) {
+  char *behind;
+  const long number = strtol(scan.at, &behind, 10);
+  if (behind == scan.at) return refuse("tolvane, gopage: missing page number\n");
+  scan.at = behind;
+  scan.drop_line();
+  if (number < 1 || number > INT32_MAX || random_page(static_cast<int32_t>(number)) != 0)
+    return refuse("tolvane, gopage: bad page number\n");
+  page_numb = static_cast<int32_t>(number);
+  return true;
+}
+
+bool new_file(Scan &scan) {
+  const std::string name = scan.next_word();
+  if (name.empty()) return refuse("tolvane, newfile: missing filename\n");
+  scan.drop_line();
+  if (!set_fax_filename(name.c_str())) {
+    fprintf(stderr, "tolvane, newfile: filename longer than %zu bytes\n", FAX_FILENAME_SIZE - 1);
+    return false;
+  }
+  page_numb = 1;
+  view_arbitrary_fax(name.c_str());
+  return true;
+}
+
+bool say_page(Scan &) {
+  printf("page==%d\n", page_numb);
+  return true;
+}
+
+template <void (*step)()>
+bool scroll(Scan &) {
+  step();
+  return true;
+}
+
+template <int forward>
+bool chunk(Scan &) {
+  page_numb += chunk_scroll(forward);
+  return true;
+}
+
+template <int32_t degrees>
+bool rotate(Scan &) {
+  rotate_view(degrees);
+  return true;
+}
+
+/// One scale step; at the end of the scales only the bell. Unlike a click on a toggle it does not centre the page.
+template <int32_t step>
+bool rescale(Scan &) {
+  if (Reduced + step < 0 || Reduced + step > 2) {
+    bell();
+    return true;
+  }
+  Reduced += step;
+  random_page(-1);
+  set_button(scale_100, Reduced == 0);
+  set_button(scale_75, Reduced == 1);
+  set_button(scale_50, Reduced == 2);
+  return true;
+}
+
+struct Command {
+  const char *word;
+  bool (*run)(Scan &);  ///< takes its arguments off the scan; false after a message
+};
+
+constexpr Command COMMANDS[] = {
+    {"nextpage", next_page},
+    {"prevpage", previous_page},
+    {"gopage", go_to_page},
+    {"newfile", new_file},
+    {"saypage", say_page},
+    {"scrollup", scroll<scroll_up>},
+    {"scrolldown", scroll<scroll_down>},
+    {"chunkup", chunk<0>},
+    {"chunkdown", chunk<1>},
+    {"rotate_0", rotate<0>},
+    {"rotate_90", rotate<90>},
+    {"rotate_180", rotate<180>},
+    {"rotate_270", rotate<270>},
+    {"fullsize", rescale<-1>},
+    {"reduced", rescale<1>},
+};
+
+bool run_word(const std::string &word, Scan &scan) {
+  for (const Command &command : COMMANDS)
+    if (word == command.word) return command.run(scan);
+  if (word.size() < 2) return true;  // a stray character, a typist's slip, is answered like a good command
+  fprintf(stderr, "tolvane: unknown command '%s'\n", word.c_str());
+  return false;
+}
+
+}  // namespace
+
+void process_stdin_command(const char *text, int32_t length) {
+  Scan scan{text, text + length};
+  for (std::string word = scan.next_word(); !word.empty(); word = scan.next_word()) {
+    trprintf("command '%s'\n", word.c_str());
+    if (run_word(word, scan)) puts("OK");  // standard output goes out line by line: the parent waits for it
+  }
+}
+
+void read_stdin(XtPointer, int *descriptor, XtInputId *id) {
+  char text[READ_SIZE + 2];
+  const ssize_t length = read(*descriptor, text, READ_SIZE);
+  if (length == 0 || (length < 0 && errno != EINTR && errno != EAGAIN)) {
+    XtRemoveInput(*id);  // at end of file the descriptor stays readable and would keep the loop spinning
+    return;
+  }
+  if (length < 2) return;
+  text[length] = text[length + 1] = '\0';
+  process_stdin_command(text, static_cast<int32_t>(length));
+}
+
+void register_stdin_input() {
+  XtAppAddInput(tn_context, STDIN_FILENO, reinterpret_cast<XtPointer>(XtInputReadMask), read_stdin, nullptr);
+}
+
+}  // namespace tolvane

@@ -1,0 +1,181 @@
+// The steps of the start-up. Embedded (Api set) the process belongs to the parent: no step may then end it, take its
+// signals or read its standard input.
+#include "app/tolvane.h"
+
+#include <errno.h>
+#include <signal.h>
+#include <stdio.h>
+#include <stdlib.h>
+#include <string.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <initializer_list>
+
+#include "app/app_state.h"
+#include "app/exit_tasks.h"
+#include "app/stdin_commands.h"
+#include "app/tn_api_functions.h"
+#include "app/usage.h"
+#include "ui/motif_utils.h"
+#include "ui/widgets.h"
+#include "view/pagescope.h"
+#include "view/presentation.h"
+#include "view/scrolling.h"
+#include "view/view_state.h"
+
+namespace tolvane {
+namespace {
+
+[[gnu::used]] const char SCCS_ID[] = "@(#)|tolvane|9|01|1|0|0|11/22/26|20:58:00";
+
+char env_str[4096];  // `putenv` keeps the pointer
+
+/// Stand-alone the process ends, embedded the parent gets the result.
+int give_up() {
+  if (!Api) leave(1);
+  return 1;
+}
+
+int misused() {
+  if (!Api) tolvane_syntax();
+  fputs("tolvane: missing fax file name, or no name behind -p or -s\n", stderr);
+  return 1;
+}
+
+int too_long(const char *what, size_t size) {
+  fprintf(stderr, "tolvane: %s longer than %zu bytes\n", what, size - 1);
+  return give_up();
+}
+
+int take_name(const char *what, const char *text, char (&field)[NAME_SIZE]) {
+  if (!text) return misused();
+  if (strlen(text) >= NAME_SIZE) return too_long(what, NAME_SIZE);
+  strcpy(field, text);
+  return 0;
+}
+
+int take_file_name(const char *text) {
+  return set_fax_filename(text) ? 0 : too_long("fax file name", FAX_FILENAME_SIZE);
+}
+
+struct ScaleSwitch {
+  const char *text;
+  int32_t reduced;
+};
+constexpr ScaleSwitch SCALE_SWITCHES[] = {{"-r", 1}, {"-r100", 0}, {"-r75", 1}, {"-r50", 2}};
+
+const ScaleSwitch *find_scale_switch(const char *text) {
+  for (const ScaleSwitch &known : SCALE_SWITCHES)
+    if (strcmp(text, known.text) == 0) return &known;
+  return nullptr;
+}
+
+void catch_ctrl_c(int) {
+  _exit(0);
+}
+
+// The signal can come in the middle of an allocation: nothing is freed, and nothing buffered is used.
+void catch_segv(int signal_number) {
+  char text[] = "Exiting with error code   \n";
+  char *digits = text + strlen("Exiting with error code ");
+  if (signal_number > 9) *digits++ = static_cast<char>('0' + signal_number / 10);
+  *digits++ = static_cast<char>('0' + signal_number % 10);
+  *digits++ = '\n';
+  [[maybe_unused]] const ssize_t written = write(STDERR_FILENO, text, static_cast<size_t>(digits - text));
+  _exit(signal_number);
+}
+
+/// Tries one place of the key symbol data base: `format` with the value of the environment variable `home`, or as it
+/// stands without one.
+int try_keysymdb(const char *home, const char *format) {
+  const char *directory = home ? getenv(home) : "";
+  if (!directory) return 0;
+  char path[sizeof env_str - sizeof "XKEYSYMDB="];
+  struct stat status;
+  if (snprintf(path, sizeof path, "%s%s", directory, format) >= static_cast<int>(sizeof path)) return 0;
+  if (stat(path, &status) != 0) return 0;
+  snprintf(env_str, sizeof env_str, "XKEYSYMDB=%s", path);
+  putenv(env_str);
+  return 1;
+}
+
+void show_scale_on_toggles() {
+  const Widget on = Reduced == 2 ? scale_50 : Reduced == 1 ? scale_75 : scale_100;
+  for (const Widget toggle : {scale_50, scale_75, scale_100}) set_button(toggle, 0);
+  set_button(on, 1);
+}
+
+}  // namespace
+
+int do_args(int argc, char **argv) {
+  for (int i = 1; i < argc; ++i) {
+    const char *argument = argv[i];
+    const char *next = i + 1 < argc ? argv[i + 1] : nullptr;
+    int failed = 0;
+    if (const ScaleSwitch *known = find_scale_switch(argument)) {
+      Reduced = known->reduced;
+    } else if (strcmp(argument, "-p") == 0) {
+      failed = take_name("printer name", next, Printer_name);
+      ++i;
+    } else if (strcmp(argument, "-s") == 0) {
+      failed = take_name("server name", next, Server_name);
+      ++i;
+    } else if (strstr(argument, "-g")) {
+      ++i;  // a geometry switch and its value: no window manager of ours reads them
+    } else if (*argument != '-') {
+      failed = take_file_name(argument);
+    }
+    if (failed) return failed;
+  }
+  return *Fullpath_fax_filename ? 0 : misused();
+}
+
+int look_for_keysymdb() {
+  if (getenv("XKEYSYMDB")) return 0;
+  if (try_keysymdb("OPENWINHOME", "/lib/XKeysymDB") || try_keysymdb(nullptr, "/usr/lib/X11/XKeysymDB") ||
+      try_keysymdb("SORBEXHOME", "/XKeysymDB") || try_keysymdb(nullptr, "XKeysymDB"))
+    return 0;
+  fputs("\nWarning! Couldn't find file 'XKeysymDB' in any of the usual locations.\n\n", stderr);
+  return 1;
+}
+
+int pre_create_init(int argc, char **argv) {
+  if (!Api) {
+    signal(SIGINT, catch_ctrl_c);
+    signal(SIGSEGV, catch_segv);
+    signal(SIGBUS, catch_segv);
+  }
+  if (getenv("FAXTRACE")) Tn_trace_on = 1;
+  Reduced = 0;
+  if (do_args(argc, argv) != 0) return 1;
+  if (!Api) {
+    if (!*Server_name) gethostname(Server_name, NAME_SIZE - 1);
+    look_for_keysymdb();
+  }
+  struct stat status;
+  if (stat(Fullpath_fax_filename, &status) == 0) return 0;
+  fprintf(stderr, "Can't find file '%s'.\n", Fullpath_fax_filename);
+  return give_up();
+}
+
+int post_create_init() {
+  get_scrollbar_variables();
+  if (generate_view() != 0) return 1;
+  refresh_view();
+  if (!Api) {
+    register_stdin_input();
+    tn_center_fax();
+  }
+  show_scale_on_toggles();
+  // A window that is used again has the handler already; the toolkit then keeps the one.
+  XtAddEventHandler(tn_Shell000, StructureNotifyMask, False, map_handler, nullptr);
+  return 0;
+}
+
+void map_handler(Widget, XtPointer, XEvent *event, Boolean *) {
+  if (Api && event->type == MapNotify) notify_api_parent(TN_WINDOW_MAPPED);
+  if (event->type == ConfigureNotify) save_window_size(event->xconfigure.width, event->xconfigure.height);
+}
+
+}  // namespace tolvane
