@@ -24,13 +24,16 @@ void set_window_size();
 /// is the user's choice and holds for the present scale from now on.
 void save_window_size(int32_t width, int32_t height);
 
+/// y of the marker on the page that is shown, 0 for none. Repainting draws it again, a new page takes it away.
+extern int32_t last_page_pos;
+
 /// Paints the picture: after every page and on every Expose. Maps the window of `drawing_area` and gives the widget the
 /// picture's size. Nothing happens without a bitmap, and an empty picture (width or height 0) leaves the widget as it
 /// is.
 void refresh_view();
 
-/// Draws the marker, a row of 100 triangles standing on the line `y` of `drawing_area`, by exclusive or: a second call
-/// with the same `y` takes it away.
+/// Draws the marker of the reading steps, a row of 100 triangles standing on the line `y` of `drawing_area`, by
+/// exclusive or: a second call with the same `y` takes it away.
 void draw_line_of_triangles(int32_t y);
 
 /// Moves the horizontal bar to 25 pixels from the picture's left edge, at 100% only and if the bar can go that far.

@@ -9,6 +9,9 @@ namespace tolvane {
 constexpr size_t RESOLUTION_SIZE = 20;    ///< bytes of Resolution, the closing zero included
 extern char Resolution[RESOLUTION_SIZE];  ///< value of `RESOLUTION` of the file read last, cut to fit; empty if none
 
+/// The decimal number at the head of `text`, as `atoi` reads it, held to the range of the result; 0 without digits.
+int32_t decimal_value(const char *text);
+
 /// Fills `Resolution` and `Total_pages` (`#PAGES`, or else `PAGES`, plus `INCLUDE_PAGES`) from the file `name`.
 ///
 /// A file that cannot be read, or is no fax, leaves them empty and 0.

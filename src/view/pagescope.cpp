@@ -1,0 +1,247 @@
+// The page cycle: file, coded page, bitmap, extents, screen. Painting is presentation's, the bits are the rasteriser's.
+// Nothing is kept between two cycles: every change of page, scale or orientation reads and decodes the page again, and
+// a page that cannot be read leaves everything as it was.
+#include "view/pagescope.h"
+
+#include "faxfile/fax_header.h"
+#include "faxfile/pages.h"
+#include "faxfile/usorbport.h"
+#include "support/handle.h"
+#include "support/trace.h"
+#include "support/trace_config.h"
+#include "ui/motif_utils.h"
+#include "ui/widgets.h"
+#include "view/presentation.h"
+#include "view/rasteriser.h"
+#include "view/small_database.h"
+#include "view/view_state.h"
+
+#include <fcntl.h>
+#include <stdlib.h>
+#include <sys/stat.h>
+
+#include <algorithm>
+#include <chrono>
+#include <cstdio>
+#include <cstring>
+#include <memory>
+
+#include <Xm/Scale.h>
+#include <Xm/Xm.h>
+
+namespace tolvane {
+namespace {
+[[gnu::used]] const char SCCS_ID[] = "@(#)|pagescope|9|01|1|0|0|11/22/26|22:05:00";
+
+Descriptor t4fd;            // the open fax file
+char Local_filename[4096];  // its name, which the page reader needs to find included files
+int32_t comp_type;
+
+struct FreeList {
+  void operator()(FaxHeader *list) const { free_fax_header(list); }
+};
+
+int keep_local_filename(const char *name) {
+  if (std::strlen(name) >= sizeof Local_filename) {
+    std::fprintf(stderr, "The name of the fax file is longer than %zu bytes\n", sizeof Local_filename - 1);
+    return 0;
+  }
+  std::strcpy(Local_filename, name);
+  return 1;
+}
+
+// Opens the file and looks at its first word. 1 if it is a fax; otherwise the user has been told.
+int open_fax(const char *name) {
+  t4fd.reset();
+  t4fd.reset(open(name, O_RDONLY | O_NONBLOCK | O_CLOEXEC));  // a FIFO must not hold the window
+  if (!t4fd) {
+    std::perror(Fullpath_fax_filename);
+    return 0;
+  }
+  uint32_t magic = 0;
+  if (readLongFlipped(t4fd.get(), &magic) != sizeof magic) {
+    empty_file(name);
+    return 0;
+  }
+  if (magic != FAXFILE_MAGIC) {
+    not_a_fax_file(name);
+    return 0;
+  }
+  return 1;
+}
+
+// Takes the coding of the pages from the header. On failure the file is closed, and the reader has said why.
+int read_coding() {
+  const std::unique_ptr<FaxHeader, FreeList> list(read_fax_header(t4fd.get()));
+  if (!list) {
+    t4fd.reset();
+    return 0;
+  }
+  comp_type = get_compression_mode(list.get());
+  return 1;
+}
+
+void show_page_count() {
+  const bool several = Total_pages > 1;
+  XtVaSetValues(scale, XmNvalue, 1, nullptr);
+  XtVaSetValues(scale, XmNminimum, several ? 1 : 0, XmNmaximum, several ? Total_pages : 1, nullptr);
+  XtVaSetValues(scale, XmNsensitive, several ? True : False, nullptr);
+  char text[32];
+  std::snprintf(text, sizeof text, "Pages: %d", Total_pages);
+  set_label(pages_label, text);
+}
+
+void tell_file_fault(const char *format, const char *name) {
+  char message[sizeof Local_filename + 32];
+  std::snprintf(message, sizeof message, format, name);
+  TellUser(tolvane_form, message);
+}
+
+double milliseconds_since(std::chrono::steady_clock::time_point start) {
+  return std::chrono::duration<double, std::milli>(std::chrono::steady_clock::now() - start).count();
+}
+
+}  // namespace
+
+int generate_view() {
+  return common(Fullpath_fax_filename);
+}
+
+int common(const char *name) {
+  if (!bitmap) bitmap = static_cast<uint8_t *>(calloc(BITMAP_SIZE, 1));
+  if (!bitmap) {
+    std::fprintf(stderr, "No memory for the picture of a page\n");
+    return 1;
+  }
+  if (*name == '\0' || !keep_local_filename(name)) return 1;
+  page_number = 0;
+  struct stat status;
+  if (stat(name, &status) != 0) {
+    std::printf("Problem with file \"%s\"\n", name);
+    return 1;
+  }
+  tn_extract_header_info(name);
+  High_res = decimal_value(Resolution);
+  if (!open_fax(name) || !read_coding()) return 1;
+  show_page_count();
+  if (do_this_page() == 0) generate_page();
+  return 0;
+}
+
+void view_arbitrary_fax(const char *name) {
+  char saved[FAX_FILENAME_SIZE];
+  std::strcpy(saved, Fullpath_fax_filename);
+  if (!set_fax_filename(name)) {
+    std::fprintf(stderr, "The name of the fax file is longer than %zu bytes\n", FAX_FILENAME_SIZE - 1);
+    return;
+  }
+  display_page_number(1);
+  if (generate_view() != 0) return;
+  refresh_view();
+  set_fax_filename(saved);
+}
+
+int do_this_page() {
+  open_trace_file("tolvane");  // TRACES may have been edited since the last page
+  uint8_t *coded = nullptr;
+  int32_t length = 0;
+  const int16_t result = FaxFileReadSpecificPage(t4fd.get(), Local_filename, page_number + 1, &coded, &length);
+  const Block<uint8_t> data(coded);
+  if (result != FAXFILE_OK) {
+    trprintf("page %d of %s cannot be read: code %d\n", page_number + 1, Local_filename, result);
+    bell();
+    return 1;
+  }
+  trprintf("read page %d of %s: %d bytes\n", page_number + 1, Local_filename, length);
+  if (Tn_trace_on) std::printf("read %d bytes of t4 data\n", length);
+  show_clock_cursor(tolvane_form);
+  const ScaleSizes sizes = scale_sizes(Reduced);
+  process_t4(data.get(), length, bitmap, sizes.Xsize, sizes.Ysize);
+  restore_cursor(tolvane_form);
+  if (Tn_trace_on) std::printf("finished a page\n");
+  return 0;
+}
+
+void generate_page() {
+  display_page_number(page_number + 1);
+  set_up_view(page_extents(picture_lines(), shown_extents()));
+}
+
+int random_page(int32_t n) {
+  const int32_t page_before = page_number;
+  if (n != -1) page_number = n - 1;
+  if (do_this_page() != 0) {
+    page_number = page_before;
+    return 1;
+  }
+  generate_page();
+  refresh_view();
+  return 0;
+}
+
+void process_t4(const uint8_t *data, int32_t length, uint8_t *bits, int32_t Xsize, int32_t Ysize) {
+  const auto start = std::chrono::steady_clock::now();
+  decode_picture(data, static_cast<uint32_t>(length), comp_type, bits, Xsize, Ysize);
+  trprintf("decoded page %d: %d lines in %.1f ms\n", page_number + 1, picture_lines(), milliseconds_since(start));
+  display_fax_info1(High_res ? "Fine Res" : "Norm Res");
+  char text[32];
+  std::snprintf(text, sizeof text, "%d Lines", picture_lines());
+  display_fax_info2(text);
+}
+
+void rotate_view(int32_t degrees) {
+  orientation = degrees;
+  if (do_this_page() != 0) return;
+  generate_page();
+  refresh_view();
+}
+
+void view_size_cb(int32_t percent) {
+  const int32_t chosen = percent == 50 ? 2 : percent == 75 ? 1 : 0;
+  if (chosen == Reduced) return;
+  Reduced = chosen;
+  random_page(-1);
+  tn_center_fax();
+}
+
+void free_bitmap() {
+  free(bitmap);
+  bitmap = nullptr;
+}
+
+int prev_page_cb() {
+  return random_page(page_number);
+}
+
+int next_page_cb() {
+  return random_page(page_number + 2);
+}
+
+void display_page_number(int32_t n) {
+  int minimum = 0, maximum = 0;
+  XtVaGetValues(scale, XmNminimum, &minimum, XmNmaximum, &maximum, nullptr);
+  // A file can hold more pages than its header promises; the toolkit would warn of such a value on every page.
+  XmScaleSetValue(scale, std::clamp(n, minimum, maximum));
+}
+
+void display_fax_info1(const char *text) {
+  set_label(res_textfield, text);
+}
+
+void display_fax_info2(const char *text) {
+  set_label(lines_textfield, text);
+}
+
+void not_a_fax_file(const char *name) {
+  tell_file_fault("File '%s' is not a fax !", name);
+}
+
+void empty_file(const char *name) {
+  tell_file_fault("File '%s' is empty !", name);
+}
+
+void TellUser(Widget, const char *message) {
+  std::fprintf(stderr, "%s\n", message);
+}
+
+}  // namespace tolvane

@@ -1,0 +1,83 @@
+// Steps down and up the page. Turning the page is the page cycle's. A chunk goes straight to the bottom or the top of
+// the page, not by one view: a page of more than two views has a middle that only the bar itself reaches.
+#include "view/scrolling.h"
+
+#include "ui/widgets.h"
+#include "view/pagescope.h"
+#include "view/presentation.h"
+#include "view/view_state.h"
+
+#include <algorithm>
+
+#include <Xm/ScrollBar.h>
+#include <Xm/ScrolledW.h>
+#include <Xm/Xm.h>
+
+namespace tolvane {
+namespace {
+[[gnu::used]] const char SCCS_ID[] = "@(#)|scrolling|9|01|1|0|0|11/22/26|21:55:00";
+
+Widget view_vscrollbar;
+
+// The bar as it stands. Its minimum is 0.
+struct Bar {
+  int value = 0, slider_size = 0, increment = 0, page_increment = 0, maximum = 0;
+
+  int bottom() const { return maximum - slider_size; }
+};
+
+Bar read_bar() {
+  Bar bar;
+  XmScrollBarGetValues(view_vscrollbar, &bar.value, &bar.slider_size, &bar.increment, &bar.page_increment);
+  XtVaGetValues(view_vscrollbar, XmNmaximum, &bar.maximum, nullptr);
+  return bar;
+}
+
+// Notifies, so that the scrolled window moves the picture.
+void move_to(const Bar &bar, int value) {
+  XmScrollBarSetValues(view_vscrollbar, value, bar.slider_size, bar.increment, bar.page_increment, True);
+}
+
+}  // namespace
+
+void get_scrollbar_variables() {
+  XtVaGetValues(scrolled_window, XmNverticalScrollBar, &view_vscrollbar, nullptr);
+}
+
+void view_scroll_to_pos(int to_bottom, int mark) {
+  const Bar bar = read_bar();
+  move_to(bar, to_bottom ? bar.bottom() : 0);
+  if (mark && last_page_pos != 0) draw_line_of_triangles(last_page_pos);  // a second time takes it away
+  last_page_pos = 0;
+  if (mark && to_bottom) {
+    draw_line_of_triangles(bar.slider_size);
+    last_page_pos = bar.slider_size;
+  }
+}
+
+int chunk_scroll(int forward) {
+  const Bar bar = read_bar();
+  const bool within_page = forward ? bar.value < bar.bottom() : bar.value > 0;
+  if (within_page) {
+    view_scroll_to_pos(forward, 1);
+    return 0;
+  }
+  const bool at_the_end = forward ? page_number + 1 >= Total_pages : page_number <= 0;
+  if (at_the_end) return 0;
+  random_page(forward ? page_number + 2 : page_number);  // counted from 1: the page after, the page before
+  view_scroll_to_pos(!forward, 0);                       // backward enters the page at its bottom
+  refresh_view();
+  return forward ? 1 : -1;
+}
+
+void scroll_up() {
+  const Bar bar = read_bar();
+  move_to(bar, std::max(bar.value - bar.increment, 0));
+}
+
+void scroll_down() {
+  const Bar bar = read_bar();
+  move_to(bar, std::min(bar.value + bar.increment, bar.bottom()));
+}
+
+}  // namespace tolvane

@@ -1,0 +1,127 @@
+// The quick reader: what the slider and the labels need to know of a header, before anybody has checked the file. The
+// list with messages is faxfile/fax_header. The two forgive different faults on purpose: here the first line of a name
+// counts, a name may run over a line end, and one fault loses all keywords.
+#include "view/small_database.h"
+
+#include "faxfile/usorbport.h"
+#include "support/handle.h"
+#include "view/view_state.h"
+
+#include <fcntl.h>
+#include <stdlib.h>
+
+#include <algorithm>
+#include <cstdio>
+#include <cstring>
+#include <limits>
+
+namespace tolvane {
+namespace {
+[[gnu::used]] const char SCCS_ID[] = "@(#)|small_database|9|01|1|0|0|11/22/26|21:40:00";
+
+constexpr int32_t MAX_COUPLES = 100;  // a header that fills the table counts as having overrun it
+constexpr char TERMINATOR = FAXFILE_TERMINATOR;
+
+struct Couple {
+  const char *name;
+  const char *value;
+};
+
+Block<char> header;
+Couple couples[MAX_COUPLES];  // into `header`, in file order
+int32_t n_couples;
+
+// The next `stop` from `at` on, or null if the terminator or the end of the text comes first.
+char *find_before_terminator(char *at, char *end, char stop) {
+  for (; at < end && *at != TERMINATOR; at++) {
+    if (*at == stop) return at;
+  }
+  return nullptr;
+}
+
+// Cuts the text into couples and gives their number, 0 if they are lost.
+int32_t cut_header(char *text, char *end) {
+  int32_t k = 0;
+  for (char *at = text; at < end;) {
+    if (*at == TERMINATOR) return k;
+    if (*at == '\0') {
+      at++;
+      continue;
+    }
+    // The first byte of a name is not looked at, so that a name may begin with a colon or a line feed.
+    char *const colon = find_before_terminator(at + 1, end, ':');
+    char *const line_feed = colon ? find_before_terminator(colon + 1, end, '\n') : nullptr;
+    if (!line_feed) return 0;
+    *colon = *line_feed = '\0';
+    couples[k++] = {at, colon + 1};
+    if (k == MAX_COUPLES) return 0;
+    at = line_feed + 1;
+  }
+  return 0;
+}
+
+// Bytes of header text to make room for: what the file states, but no more than it holds.
+size_t text_size(int fd, uint32_t stated) {
+  return static_cast<size_t>(std::clamp<int64_t>(file_size(fd) - FAXFILE_PREAMBLE, 0, stated));
+}
+
+// A count goes through 16 bytes, which is room for any that is meant.
+int32_t page_count(const char *value) {
+  char digits[16];
+  std::snprintf(digits, sizeof digits, "%s", value);
+  return decimal_value(digits);
+}
+
+}  // namespace
+
+char Resolution[RESOLUTION_SIZE];
+
+int32_t decimal_value(const char *text) {
+  const long value = std::strtol(text, nullptr, 10);
+  using limits = std::numeric_limits<int32_t>;
+  return static_cast<int32_t>(std::clamp<long>(value, limits::min(), limits::max()));
+}
+
+uint32_t read_header(const char *name) {
+  n_couples = 0;
+  const Descriptor t4_fd(open(name, O_RDONLY | O_NONBLOCK | O_CLOEXEC));  // a FIFO must not hold the window
+  if (!t4_fd) return 0;
+  uint32_t magic = 0, length = 0;
+  if (readLongFlipped(t4_fd.get(), &magic) != sizeof magic || magic != FAXFILE_MAGIC) return 0;
+  readLongFlipped(t4_fd.get(), &length);
+  const size_t size = text_size(t4_fd.get(), length);
+  header.reset(static_cast<char *>(malloc(size)));
+  if (!header) return 0;
+  const ssize_t got = read_fully(t4_fd.get(), header.get(), size);
+  if (got <= 0) return 0;
+  n_couples = cut_header(header.get(), header.get() + got);
+  return length;
+}
+
+const char *find_keyword(const char *name) {
+  for (int32_t i = 0; i < n_couples; i++) {
+    if (std::strcmp(couples[i].name, name) == 0) return couples[i].value;
+  }
+  return "";
+}
+
+uint32_t tn_extract_header_info(const char *name) {
+  const uint32_t length = read_header(name);
+  std::snprintf(Resolution, sizeof Resolution, "%s", find_keyword("RESOLUTION"));
+  const char *pages = find_keyword("#PAGES");
+  if (*pages == '\0') pages = find_keyword("PAGES");
+  const int64_t total = int64_t{page_count(pages)} + page_count(find_keyword("INCLUDE_PAGES"));
+  using limits = std::numeric_limits<int32_t>;
+  Total_pages = static_cast<int32_t>(std::clamp<int64_t>(total, limits::min(), limits::max()));
+  finished_with_header();
+  return length;
+}
+
+void finished_with_header() {}
+
+void free_header() {
+  n_couples = 0;
+  header.reset();
+}
+
+}  // namespace tolvane
