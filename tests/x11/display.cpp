@@ -158,9 +158,9 @@ void close_window(Window window) {
   XSync(connection, False);
 }
 
-Picture photograph(Area area) {
+Photo photograph(Area area) {
   const int left = std::max(area.x, 0), top = std::max(area.y, 0);
-  Picture picture;
+  Photo picture;
   picture.width = std::max(std::min(area.x + area.width, TestDisplay::SCREEN_WIDTH) - left, 0);
   picture.height = std::max(std::min(area.y + area.height, TestDisplay::SCREEN_HEIGHT) - top, 0);
   if (picture.width == 0 || picture.height == 0) return {};

@@ -67,18 +67,18 @@ void resize_window(Window window, int width, int height);
 void close_window(Window window);
 
 /// What stands on the screen, each pixel 0xRRGGBB.
-struct Picture {
+struct Photo {
   int width = 0, height = 0;
   std::vector<uint32_t> rgb;
   uint32_t at(int x, int y) const {
     return rgb[static_cast<size_t>(y) * static_cast<size_t>(width) + static_cast<size_t>(x)];
   }
-  bool operator==(const Picture &) const = default;
+  bool operator==(const Photo &) const = default;
 };
 
 /// A photograph of an area, cut to the screen.
-Picture photograph(Area area);
-inline Picture photograph(Window window) {
+Photo photograph(Area area);
+inline Photo photograph(Window window) {
   return photograph(area_of(window));
 }
 
