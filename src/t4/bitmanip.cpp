@@ -15,7 +15,7 @@ namespace {
 
 int bit_next_trans(const uint8_t *line, uint32_t size, int16_t position, int16_t *result, int colour) {
   const int looked_for = position < 0 ? 1 : (colour & 1) ^ 1;
-  *result = static_cast<int16_t>(find_run_start(line, size, position, looked_for));
+  *result = static_cast<int16_t>(find_run_start<Line::exact>(line, size, position, looked_for));
   return looked_for;
 }
 

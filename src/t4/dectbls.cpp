@@ -16,6 +16,7 @@ namespace {
 
 constexpr size_t RUN_NODES = 213;
 using RunTree = std::array<DecNode, RUN_NODES>;
+using ModeTree = std::array<DecNode, 28>;
 
 /// Codes by prefix, in the order they were added. Child 0 is none, since no node leads to the root.
 struct Trie {
@@ -84,6 +85,21 @@ constexpr std::array<DecNode, 13> eol_chain() {
   return tree;
 }
 
+/// The mode tree of one decoder, from dec2d_tree, which must be complete.
+constexpr ModeTree working_tree(const ModeTree &self, const std::array<DecNode, 27> &stored, int32_t tag_node_value) {
+  ModeTree tree = {};
+  for (size_t n = 0; n < stored.size(); n++) {
+    tree[n].value = stored[n].value;
+    for (size_t bit = 0; bit < 2 && stored[n].value == DEC_INNER; bit++) {
+      const DecNode *to = stored[n].link[bit];
+      tree[n].link[bit] = to == stored.data() ? &self.back() : self.data() + (to - stored.data());
+    }
+  }
+  tree[DEC2D_TAG_NODE].value = tag_node_value;
+  tree.back().value = DEC2D_NO_CODE;
+  return tree;
+}
+
 constexpr DecNode mode(size_t zero, size_t one) {
   return {{dec2d_tree.data() + zero, dec2d_tree.data() + one}, DEC_INNER};
 }
@@ -135,6 +151,9 @@ constexpr std::array<DecNode, 27> dec2d_tree = {{
     mode_leaf(9),   // EOL, tag 1
     mode_leaf(10),  // EOL, tag 0
 }};
+
+constexpr ModeTree mr_mode_tree = working_tree(mr_mode_tree, dec2d_tree, DEC_INNER);
+constexpr ModeTree mmr_mode_tree = working_tree(mmr_mode_tree, dec2d_tree, 10);
 
 static_assert(count_leaves(whitetree) == 105 && count_leaves(blacktree) == 105);
 static_assert(is(whitetree[0], whitetree[1], whitetree[2], DEC_INNER));

@@ -1,0 +1,349 @@
+// MR and MMR. MH and the choice between the codings are in t4dec.
+//
+// Unlike MH, these two set the walker back to the root of the tree that applies after each token. They look alike, but
+// differ in what follows damage: MR waits for the next line coded one-dimensionally, MMR has no way back.
+
+#include "t4/t4dec_2d.h"
+
+#include <stdio.h>
+#include <stdlib.h>
+#include <string.h>
+
+#include <algorithm>
+#include <bit>
+#include <utility>
+
+#include "support/handle.h"
+#include "t4/bit_window.h"
+#include "t4/damage.h"
+#include "t4/dectbls.h"
+
+namespace tolvane {
+namespace {
+
+[[gnu::used]] const char SCCS_ID[] = "@(#)|t4dec_2d|9|01|1|0|0|11/22/26|21:20:00";
+
+constexpr int32_t PASS = 0;
+constexpr int32_t HORIZONTAL = 1;
+constexpr int32_t FIRST_VERTICAL = 2;
+constexpr int32_t LAST_VERTICAL = 8;
+constexpr int32_t EOL_TAG_1 = 9;
+constexpr int32_t EOL_TAG_0 = 10;
+
+/// a1 - b1 by mode token: V(0), VL(1) to VL(3), VR(1) to VR(3).
+constexpr int32_t vertical_offset[LAST_VERTICAL + 1] = {0, 0, 0, -1, -2, -3, 1, 2, 3};
+
+constexpr int32_t TERMINATING = 63;         ///< the longest run of a terminating code
+constexpr int32_t ENDLESS = 1 << 20;        ///< a sum of make-up codes that overflows any line
+constexpr int RTC_EOLS = 6, EOFB_EOLS = 2;  ///< EOLs in a row that end a page
+
+/// The coded data by bit position. A code counts only if a bit is left after it: the last bit of the data is never the
+/// last bit of a code that is acted on.
+struct Bits {
+  const uint8_t *data;
+  uint64_t length;    ///< bytes, padded to 8 at least
+  uint64_t end;       ///< bits of the data
+  uint64_t position;  ///< bits taken
+
+  /// Bit position at which the last byte begins.
+  uint64_t last_byte() const { return end - 8; }
+};
+
+/// At least 57 bits from the present position on, or all that there are and zeros.
+inline uint64_t window(const Bits &in) {
+  const uint64_t from = std::min(in.position / 8, in.length - 8);
+  uint64_t bits;
+  memcpy(&bits, in.data + from, sizeof bits);
+  if constexpr (std::endian::native == std::endian::big) bits = __builtin_bswap64(bits);
+  return bits >> (in.position - 8 * from);
+}
+
+/// Walks from `node` to the next leaf, one link and one comparison per bit; null when the data are used up.
+[[gnu::always_inline]] inline const DecNode *next_leaf(Bits &in, const DecNode *node) {
+  constexpr uint64_t STRIDE = 16;  // the longest code has 13 bits, only fill makes more
+  for (; in.position < in.end; in.position += STRIDE) {
+    uint64_t bits = window(in);
+#pragma GCC unroll 16
+    for (uint64_t taken = 1; taken <= STRIDE; taken++, bits >>= 1) {
+      node = node->link[bits & 1];
+      if (node->value != DEC_INNER) {
+        in.position += taken;
+        return in.position < in.end ? node : nullptr;
+      }
+    }
+  }
+  return nullptr;
+}
+
+struct Consumer {
+  found_run_fn found_run;
+  found_line_fn found_line;
+  found_eol_fn found_eol;
+};
+
+/// The line being decoded and the one above it.
+struct Lines {
+  int32_t width;  ///< pixels
+  uint32_t size;  ///< bytes
+  uint8_t *current, *reference;
+  int32_t a0 = -1;
+  int colour = 0;
+};
+
+inline void give_line(const Lines &lines, const uint8_t *line, const Consumer &to) {
+  if (to.found_line != nullptr) to.found_line(line, lines.size);
+  if (to.found_eol != nullptr) to.found_eol();
+}
+
+/// White padding up to the end of the line.
+inline void give_padding(const Lines &lines, const Consumer &to) {
+  if (lines.a0 < lines.width && to.found_run != nullptr) to.found_run(lines.width - lines.a0);
+}
+
+/// Makes the current line the reference line, and begins a white one.
+inline void next_line(Lines &lines) {
+  std::swap(lines.current, lines.reference);
+  memset(lines.current, 0, lines.size);
+  lines.a0 = -1;
+  lines.colour = 0;
+}
+
+/// Gives the pixels from a0 to `end` the current colour; `end` becomes a0.
+[[gnu::always_inline]] inline void run_to(Lines &lines, int32_t end, found_run_fn found_run) {
+  const int32_t run = end - lines.a0;
+  if (lines.colour != 0) paint_black(lines.current, lines.a0, run);
+  if (found_run != nullptr) found_run(lines.colour != 0 ? -run : run);
+  lines.a0 = end;
+}
+
+/// A run of `run` pixels by its own code. 0 if it leaves the line.
+[[gnu::always_inline]] inline int take_run(Lines &lines, int32_t run, found_run_fn found_run) {
+  lines.a0 = std::max(lines.a0, 0);
+  if (run > lines.width - lines.a0) return 0;
+  run_to(lines, lines.a0 + run, found_run);
+  lines.colour ^= 1;
+  return 1;
+}
+
+/// Pass mode and vertical mode. 0 if the changing element is left of a0 or outside the line.
+[[gnu::always_inline]] inline int take_mode(Lines &lines, int32_t mode, found_run_fn found_run) {
+  const int32_t b1 = find_run_start<Line::padded>(lines.reference, lines.size, lines.a0, lines.colour ^ 1);
+  if (mode == PASS) {
+    const int32_t b2 = find_run_start<Line::padded>(lines.reference, lines.size, b1, lines.colour);
+    lines.a0 = std::max(lines.a0, 0);
+    if (b2 < lines.a0 || b2 > lines.width) return 0;
+    run_to(lines, b2, found_run);
+    return 1;
+  }
+  const int32_t a1 = b1 + vertical_offset[mode];
+  if (a1 < std::max(lines.a0, 0) || a1 > lines.width) return 0;
+  lines.a0 = std::max(lines.a0, 0);
+  run_to(lines, a1, found_run);
+  lines.colour ^= 1;
+  return 1;
+}
+
+inline const DecNode *run_tree(const Lines &lines) {
+  return lines.colour != 0 ? blacktree.data() : whitetree.data();
+}
+
+enum class Outcome { done, damaged, data_used_up };
+
+/// Horizontal mode: two runs, each any number of make-up codes and a terminating code. An EOL counts as a make-up code.
+/// A code that begins in the last byte is not read, nor one that takes more than `limit` bits of the data.
+///
+/// @param sum  the make-up codes so far
+[[gnu::always_inline]] inline Outcome take_horizontal(Bits &in, Lines &lines, int32_t &sum, uint64_t limit,
+                                                      found_run_fn found_run) {
+  for (int runs = 0; runs < 2;) {
+    if (in.position >= in.last_byte()) return Outcome::data_used_up;
+    const DecNode *leaf = next_leaf(in, run_tree(lines));
+    if (leaf == nullptr || in.position > limit) return Outcome::data_used_up;
+    const int32_t run = abs(leaf->value);
+    sum = std::min(sum + run, ENDLESS);
+    if (run > TERMINATING) continue;
+    if (!take_run(lines, std::exchange(sum, 0), found_run)) return Outcome::damaged;
+    runs++;
+  }
+  return Outcome::done;
+}
+
+/// The lines in `block`, which owns them, both white; null lines if there is no memory.
+Lines new_lines(int32_t width, uint32_t size, Block<uint8_t> &block) {
+  block.reset(static_cast<uint8_t *>(calloc(2, size_t{size} + LINE_PADDING)));
+  if (block == nullptr) return {width, size, nullptr, nullptr};
+  return {width, size, block.get(), block.get() + size + LINE_PADDING};
+}
+
+/// Data shorter than a window are moved to `copy`, which is as long as one.
+Bits new_bits(const uint8_t *data, uint32_t length, uint8_t (&copy)[8]) {
+  if (length >= sizeof copy) return {data, length, uint64_t{8} * length, 0};
+  if (length > 0) memcpy(copy, data, length);
+  return {copy, sizeof copy, uint64_t{8} * length, 0};
+}
+
+// The make-up codes that wait for a terminating code: on the 1-D lines of MR, and in the horizontal mode of MMR. They
+// outlive the line and the call.
+int32_t mr_runlen = 0;
+int32_t mmr_runlen = 0;
+
+/// Where the decode of an MR page stands, beside its lines.
+struct MrState {
+  const DecNode *root = eoltree.data();  ///< where the next code begins
+  int synchronised = 0;                  ///< 0: hunting for an EOL with tag 1
+  int two_dimensional = 0;               ///< the line is coded so, or a tag is awaited
+  int eols = 0;                          ///< EOLs in a row
+  int told = 0;                          ///< damage of the line has been told
+};
+
+void tell(MrState &state, Damage kind) {
+  if (!state.told) report_damage(kind);
+  state.told = 1;
+}
+
+/// An EOL and its tag. 0 at the end of an RTC.
+int mr_eol(MrState &state, Lines &lines, int32_t tag, const Consumer &to) {
+  if (++state.eols == RTC_EOLS) return 0;
+  if (state.synchronised) {
+    if (lines.a0 >= 0 && lines.a0 < lines.width) tell(state, Damage::short_line);
+    next_line(lines);
+    if (state.eols == 1 && to.found_line != nullptr) to.found_line(lines.reference, lines.size);
+    if (to.found_eol != nullptr) to.found_eol();
+  }
+  state.synchronised = 1;
+  state.two_dimensional = tag == EOL_TAG_0;
+  state.told = 0;
+  return 1;
+}
+
+/// The line is damaged: the one above is given in its place, and all up to the next EOL with tag 1 will be skipped.
+void mr_give_up_line(MrState &state, Lines &lines, const Consumer &to) {
+  report_damage(Damage::overflow);
+  if (lines.a0 >= 0) {
+    give_padding(lines, to);
+    give_line(lines, lines.reference, to);
+  }
+  memset(lines.current, 0, lines.size);
+  lines.a0 = -1;
+  lines.colour = 0;
+  state = {.eols = state.eols};
+}
+
+/// A run code of a line coded one-dimensionally.
+[[gnu::always_inline]] inline Outcome take_1d_token(Lines &lines, int32_t value, found_run_fn found_run) {
+  const int32_t run = abs(value);
+  mr_runlen = std::min(mr_runlen + run, ENDLESS);
+  if (run > TERMINATING) return Outcome::done;
+  return take_run(lines, std::exchange(mr_runlen, 0), found_run) ? Outcome::done : Outcome::damaged;
+}
+
+/// A mode code of a line coded two-dimensionally.
+[[gnu::always_inline]] inline Outcome take_2d_token(Bits &in, MrState &state, Lines &lines, int32_t mode,
+                                                    found_run_fn found_run) {
+  int32_t sum = 0;
+  if (mode == HORIZONTAL) return take_horizontal(in, lines, sum, in.last_byte(), found_run);
+  if (mode <= LAST_VERTICAL) return take_mode(lines, mode, found_run) ? Outcome::done : Outcome::damaged;
+  if (mode == DEC2D_NO_CODE)
+    tell(state, Damage::invalid_code);
+  else
+    printf("Bad tok: Can't happen!  runlen=%d\n", mode);
+  return Outcome::done;
+}
+
+void mr_decode(Bits in, Lines &lines, const Consumer &to) {
+  MrState state;
+  while (const DecNode *leaf = next_leaf(in, state.root)) {
+    const int32_t value = leaf->value;
+    if (value == DEC_EOL) {
+      if (state.synchronised && leaf == &eoltree.back()) tell(state, Damage::invalid_code);
+      state.root = &mr_mode_tree[DEC2D_TAG_NODE];
+      state.two_dimensional = 1;
+      continue;
+    }
+    if (!state.synchronised && value != EOL_TAG_1) {
+      report_damage(Damage::skipped_line);
+      state.root = eoltree.data();
+      state.two_dimensional = 0;
+      continue;
+    }
+    if (state.two_dimensional && (value == EOL_TAG_1 || value == EOL_TAG_0)) {
+      if (!mr_eol(state, lines, value, to)) return;
+    } else {
+      if (value != DEC2D_NO_CODE) state.eols = 0;
+      const Outcome outcome = state.two_dimensional ? take_2d_token(in, state, lines, value, to.found_run)
+                                                    : take_1d_token(lines, value, to.found_run);
+      if (outcome == Outcome::data_used_up) break;
+      if (outcome == Outcome::damaged) {
+        mr_give_up_line(state, lines, to);
+        continue;
+      }
+    }
+    state.root = state.two_dimensional ? mr_mode_tree.data() : run_tree(lines);
+  }
+  if (lines.a0 < 0) return;
+  if (lines.a0 < lines.width) tell(state, Damage::data_ends);
+  give_padding(lines, to);
+  give_line(lines, lines.current, to);
+}
+
+/// A mode code of MMR. 0 if it leaves the line.
+[[gnu::always_inline]] inline int mmr_mode(Bits &in, Lines &lines, int32_t mode, found_run_fn found_run) {
+  if (mode != HORIZONTAL) return take_mode(lines, mode, found_run);
+  // once the data are used up, what is left of the last byte is read as mode codes
+  return take_horizontal(in, lines, mmr_runlen, in.end, found_run) != Outcome::damaged;
+}
+
+int mmr_decode(Bits in, Lines &lines, const Consumer &to) {
+  int eols = 0;
+  while (const DecNode *leaf = next_leaf(in, mmr_mode_tree.data())) {
+    const int32_t value = leaf->value;
+    if (value <= LAST_VERTICAL) {
+      eols = 0;
+      if (!mmr_mode(in, lines, value, to.found_run)) {
+        mmr_runlen = 0;
+        report_damage(Damage::stopped);
+        return 0;
+      }
+      if (lines.a0 >= lines.width) {
+        give_line(lines, lines.current, to);
+        next_line(lines);
+      }
+    } else if (value == EOL_TAG_0) {
+      if (++eols == EOFB_EOLS) break;
+    } else if (value == DEC2D_NO_CODE) {
+      report_damage(Damage::invalid_code);
+    } else {
+      fprintf(stderr, "Bad tok: Can't happen!  runlen=%d\n", value);
+      eols = 0;
+    }
+  }
+  if (lines.a0 >= 0) report_damage(eols == EOFB_EOLS ? Damage::short_line : Damage::data_ends);
+  give_line(lines, lines.current, to);
+  return 1;
+}
+
+}  // namespace
+
+int t4dec_MR(const uint8_t *data, uint32_t length, found_run_fn found_run, found_line_fn found_line,
+             found_eol_fn found_eol) {
+  if (data == nullptr || length == 0) return 0;
+  if (found_run == nullptr && found_line == nullptr && found_eol == nullptr) return 1;
+  const int32_t width = std::max(Pix_width, 0);
+  Block<uint8_t> block;
+  Lines lines = new_lines(width, (static_cast<uint32_t>(width) + 7) / 8, block);
+  if (block == nullptr) return 0;
+  uint8_t copy[8] = {};
+  mr_decode(new_bits(data, length, copy), lines, {found_run, found_line, found_eol});
+  return 1;
+}
+
+int t4dec_MMR(const uint8_t *data, uint32_t length, int32_t width, found_run_fn found_run, found_line_fn found_line,
+              found_eol_fn found_eol) {
+  Block<uint8_t> block;
+  Lines lines = new_lines(width, static_cast<uint32_t>(std::max(width, 0)) / 8, block);
+  if (block == nullptr) return 0;
+  uint8_t copy[8] = {};
+  return mmr_decode(new_bits(data, length, copy), lines, {found_run, found_line, found_eol});
+}
+
+}  // namespace tolvane
