@@ -1,0 +1,48 @@
+#include "helpers/encoded_page.h"
+
+namespace {
+std::vector<Batch> input;
+size_t batches_read;
+int put_to_refuse;
+Encoded output;
+}  // namespace
+
+Encoded encode_batches(const std::function<int32_t(tolvane::getdata_fn, tolvane::putdata_fn)> &coder,
+                       std::vector<Batch> batches, int refused_put) {
+  input = std::move(batches);
+  batches_read = 0;
+  put_to_refuse = refused_put;
+  output = {};
+  const tolvane::getdata_fn get = [](const uint8_t **lines, int32_t *count) {
+    if (batches_read == input.size()) return -7;
+    const Batch &batch = input[batches_read++];
+    *lines = reinterpret_cast<const uint8_t *>(batch.lines.data());
+    *count = batch.count;
+    return batch.size;
+  };
+  const tolvane::putdata_fn put = [](const uint16_t *words, int32_t count) {
+    if (++output.puts == put_to_refuse) return -3;
+    output.words.insert(output.words.end(), words, words + count);
+    return count;
+  };
+  output.result = coder(get, put);
+  return output;
+}
+
+std::string encoded_page(const Picture &picture, int32_t comp_type) {
+  const Batch batch{{picture.pixels.begin(), picture.pixels.end()},
+                    static_cast<int32_t>(picture.height),
+                    static_cast<int32_t>(picture.stride())};
+  std::string bytes;
+  for (const uint16_t word :
+       encode_batches([&](tolvane::getdata_fn get,
+                          tolvane::putdata_fn put) { return tolvane::encode_g3_fax(get, put, comp_type, 1); },
+                      {batch})
+           .words)
+    bytes += {static_cast<char>(word), static_cast<char>(word >> 8)};
+  return bytes;
+}
+
+Picture rows_of(const Picture &picture, uint32_t first, uint32_t count) {
+  return {picture.width, count, {picture.row(first), picture.row(first + count)}};
+}
