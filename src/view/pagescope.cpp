@@ -142,7 +142,7 @@ void view_arbitrary_fax(const char *name) {
 }
 
 int do_this_page() {
-  open_trace_file("tolvane");  // TRACES may have been edited since the last page
+  if (!Api) open_trace_file("tolvane");  // TRACES may have been edited since the last page. A parent's trace is its own
   uint8_t *coded = nullptr;
   int32_t length = 0;
   const int16_t result = FaxFileReadSpecificPage(t4fd.get(), Local_filename, page_number + 1, &coded, &length);
