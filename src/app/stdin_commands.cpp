@@ -34,15 +34,16 @@ struct Scan {
   const char *at;
   const char *end;
 
-  /// Takes the next word and the one byte behind it; an empty word means that none is left.
+  /// Takes the next word; an empty one means that none is left.
   std::string next_word() {
     while (is_whitespace(*at)) ++at;
     const char *begin = at;
     while (*at && !is_whitespace(*at)) ++at;
-    const std::string word(begin, at);
-    at = std::min(at + 1, end);
-    return word;
+    return {begin, at};
   }
+
+  /// Passes over one byte, be it white space or zero: a zero byte behind a word does not end the text.
+  void pass_byte() { at = std::min(at + 1, end); }
 
   void drop_line() {
     while (*at && *at != '\n') ++at;
@@ -165,6 +166,7 @@ bool run_word(const std::string &word, Scan &scan) {
 void process_stdin_command(const char *text, int32_t length) {
   Scan scan{text, text + length};
   for (std::string word = scan.next_word(); !word.empty(); word = scan.next_word()) {
+    scan.pass_byte();
     trprintf("command '%s'\n", word.c_str());
     if (run_word(word, scan)) puts("OK");  // standard output goes out line by line: the parent waits for it
   }

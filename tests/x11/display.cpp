@@ -6,13 +6,16 @@
 #include <cstring>
 #include <thread>
 
+#include <X11/StringDefs.h>
 #include <X11/XKBlib.h>
 #include <X11/Xutil.h>
 #include <X11/extensions/XTest.h>
+#include <X11/extensions/Xfixes.h>
 
 namespace {
 
 Display *connection;
+int keyboard_event;  // the type under which the server tells of the bell
 
 // Windows go while we look at them, which is no reason to end.
 int ignore_error(Display *, XErrorEvent *) {
@@ -78,6 +81,8 @@ void TestDisplay::SetUp() {
   unsetenv("XENVIRONMENT");
   connection = XOpenDisplay(nullptr);
   ASSERT_TRUE(connection);
+  XkbQueryExtension(connection, nullptr, &keyboard_event, nullptr, nullptr, nullptr);
+  XkbSelectEvents(connection, XkbUseCoreKbd, XkbBellNotifyMask, XkbBellNotifyMask);
   usual_handler = XSetErrorHandler(handle_error);
 }
 
@@ -133,8 +138,13 @@ Area area_of(Window window) {
 }
 
 Area area_of(Widget widget) {
-  XSync(XtDisplay(widget), False);
-  return area_of(XtWindow(widget));
+  XSync(XtDisplayOfObject(widget), False);
+  if (XtIsWidget(widget)) return area_of(XtWindow(widget));
+  Position x = 0, y = 0;  // a gadget stands in the window of its parent
+  Dimension width = 0, height = 0;
+  XtVaGetValues(widget, XtNx, &x, XtNy, &y, XtNwidth, &width, XtNheight, &height, nullptr);
+  const Area parent = area_of(XtWindowOfObject(widget));
+  return {parent.x + x, parent.y + y, width, height};
 }
 
 bool is_viewable(Window window) {
@@ -186,6 +196,28 @@ void click(int x, int y, unsigned button) {
 void click(Widget widget) {
   const Area area = area_of(widget);
   click(area.x + area.width / 2, area.y + area.height / 2);
+}
+
+void move_pointer(int x, int y) {
+  XTestFakeMotionEvent(connection, -1, x, y, CurrentTime);
+  XSync(connection, False);
+}
+
+std::string cursor_name() {
+  XFixesCursorImage *image = XFixesGetCursorImage(connection);
+  const std::string name = image->name;
+  XFree(image);
+  return name;
+}
+
+int bells_rung() {
+  XSync(connection, False);
+  int count = 0;
+  XEvent event;
+  while (XCheckTypedEvent(connection, keyboard_event, &event)) {
+    count += reinterpret_cast<XkbAnyEvent *>(&event)->xkb_type == XkbBellNotify;
+  }
+  return count;
 }
 
 void drag(int from_x, int from_y, int to_x, int to_y, unsigned button) {

@@ -86,6 +86,14 @@ inline Photo photograph(Window window) {
 void click(int x, int y, unsigned button = 1);
 void click(Widget widget);
 
+void move_pointer(int x, int y);
+
+/// The name of the cursor that the pointer shows now ("watch").
+std::string cursor_name();
+
+/// How often the bell has rung since the last call.
+int bells_rung();
+
 /// Presses the button, moves to the second point and lets go.
 void drag(int from_x, int from_y, int to_x, int to_y, unsigned button = 1);
 

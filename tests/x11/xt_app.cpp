@@ -16,12 +16,23 @@ void keep_warning(char *message) {
   xt_app().warnings.emplace_back(message);
 }
 
+// The toolkit's own handler does not format a message for root.
+void keep_message(char *, char *, char *, char *text, char **words, Cardinal *count) {
+  std::string message = text;
+  for (Cardinal i = 0; words && i < *count; i++) {
+    const size_t place = message.find("%s");
+    if (place != std::string::npos) message.replace(place, 2, words[i]);
+  }
+  xt_app().warnings.push_back(message);
+}
+
 XtApp open_app() {
   XtApp app;
   XtToolkitInitialize();
   app.context = XtCreateApplicationContext();
   XtAppSetFallbackResources(app.context, fallbacks);
   XtAppSetWarningHandler(app.context, keep_warning);
+  XtAppSetWarningMsgHandler(app.context, keep_message);
   int argc = 0;
   app.display = XtOpenDisplay(app.context, nullptr, "tolvane", "Tolvane", nullptr, 0, &argc, nullptr);
   if (!app.display) return app;

@@ -1,0 +1,267 @@
+#include "support/file.h"
+
+#include <fcntl.h>
+#include <gmock/gmock.h>
+#include <signal.h>
+#include <string.h>
+#include <sys/resource.h>
+#include <sys/stat.h>
+#include <time.h>
+#include <unistd.h>
+
+#include "helpers/temp_dir.h"
+#include "helpers/trace_capture.h"
+#include "support/getcwd.h"
+#include "support/handle.h"
+
+namespace fs = std::filesystem;
+using namespace tolvane;
+using testing::EndsWith;
+
+// Each test stands in a directory of its own before the first question for the working directory.
+class File : public testing::Test {
+ protected:
+  File() {
+    EXPECT_EQ(chdir(here_.c_str()), 0);
+    for (const char *name : {"SORBEXHOME", "SORBEXTMP"}) unsetenv(name);
+    umask(022);
+  }
+  std::string make(const std::string &name, const std::string &bytes = "", mode_t mode = 0644) {
+    fs::create_directories(fs::path(dir_.path(name)).parent_path());
+    EXPECT_EQ(chmod(dir_.write(name, bytes).c_str(), mode), 0);
+    return dir_.path(name);
+  }
+  static mode_t mode_of(const std::string &path) { return static_cast<mode_t>(fs::status(path).permissions()); }
+  // The string that a routine hands over, "(null)" for null.
+  static std::string owned(char *text) {
+    const Block<char> block(text);
+    return text ? text : "(null)";
+  }
+  TempDir dir_;
+  const std::string here_ = dir_.string();
+  TraceCapture trace_;
+};
+
+TEST_F(File, FixPathMakesFullAndMkpathClean) {
+  const std::string longest(PATH_LIMIT - here_.size() - 1, 'x'), limit = "/" + std::string(PATH_LIMIT - 1, 'x');
+  const auto refused = [](const std::string &path) { return "mkpath: Invalid path: [" + path + "].\n"; };
+  const auto fix = [](const std::string &path) {
+    std::string buffer = path;
+    buffer.resize(PATH_LIMIT + 1);
+    return fix_path(buffer.data());
+  };
+  const auto mk = [](const std::string &path) { return mkpath(path.c_str()); };
+  const struct {
+    std::function<char *(const std::string &)> make;
+    std::string path, result, trace;
+  } cases[] = {
+      {fix, "x", here_ + "/x", ""},
+      {fix, "./x", here_ + "/x", ""},
+      {fix, ".././x", here_ + "/./x", ""},  // only the first such step goes
+      {fix, "/a/../x", "/a/../x", ""},
+      {fix, longest, here_ + "/" + longest, ""},
+      {fix, longest + "x", "(null)", "fix_path: path too large\n"},
+      {mk, "/a/./b//c/../d/", "/a/b/d", ""},
+      {mk, "/a/..", "/", ""},
+      {mk, "/a/../../b", "(null)", refused("/a/../../b")},
+      {mk, "", here_, ""},
+      {mk, "no/../dir", here_ + "/dir", ""},
+      {mk, "/\xc3\xa9 ", "/\xc3\xa9", ""},
+      {mk, "/a b", "(null)", "is_valid_path: Invalid path: [/a b].\n" + refused("/a b")},
+      {mk, "\x7f", "(null)", "is_valid_path: Invalid path: [\x7f].\n" + refused("\x7f")},
+      {mk, limit, limit, ""},
+      {mk, limit + "x", "(null)",
+       "is_valid_path: Invalid path (exceeds MAXPATHLEN of 4096 bytes): [" + limit + "x].\n" + refused(limit + "x")},
+      {mk, limit.substr(1), "(null)", "mkpath: path too large\n"}};
+  for (const auto &each : cases) {
+    EXPECT_EQ(owned(each.make(each.path)), each.result);
+    EXPECT_EQ(trace_.take(), each.trace);
+  }
+  EXPECT_TRUE(is_valid_path("\" \t\"") && is_valid_path(" \"/a\" "));
+}
+
+TEST_F(File, BasenameAndDirnameWorkInPlace) {
+  const struct {
+    const char *path, *base, *directory;
+    int full;
+  } cases[] = {{"", ".", ".", 0},       {"/", "/", "/", 1},  {"a", "a", ".", 0},     {"a/b", "b", "a", 0},
+               {"a/b/", "b", "a/b", 0}, {"/a", "a", "/", 1}, {"/a/b", "b", "/a", 1}, {"a//", "", "a/", 0}};
+  for (const auto &each : cases) {
+    EXPECT_STREQ(tolvane::basename(std::string(each.path).data()), each.base) << each.path;
+    EXPECT_STREQ(tolvane::dirname(std::string(each.path).data()), each.directory) << each.path;
+    EXPECT_EQ(is_full_path(each.path), each.full);
+  }
+  EXPECT_EQ(std::string(tolvane::basename(nullptr)) + tolvane::dirname(nullptr), "..");
+  EXPECT_TRUE(is_relative_path(nullptr) && is_relative_path("") && !is_relative_path("/"));
+}
+
+TEST_F(File, NamesForAnyFileSystem) {
+  char output[32];
+  for (const auto &[text, name] : {std::pair{"", ""}, {"a Qq-Z_9.fax", "a__q-Z_9.fax"}, {"\xc3\xa9/\\\x7f", "___"}})
+    EXPECT_STREQ(posix_file_name_filter(text, output), name);
+  for (const auto &[number, digits] :
+       {std::pair{0, "aaa"}, {25, "aaz"}, {26, "aba"}, {17576, "baaa"}, {INT32_MAX, "gytisyx"}})
+    EXPECT_STREQ(int_to_base_26(number), digits);
+}
+
+TEST_F(File, FindsAtHomeThenHereThenOnThePath) {
+  const std::string home = make("home/tool", "", 0755), local = make("tool", "", 0755),
+                    path = make("bin/tool", "", 0755);
+  fs::create_directories("dir/tool");  // no program
+  setenv("PATH", (":" + dir_.path("dir") + ":" + dir_.path("bin")).c_str(), 1);
+  setenv("SORBEXHOME", dir_.path("home").c_str(), 1);
+  for (const std::string &expected : {home, local, path}) {
+    EXPECT_EQ(owned(find_executable("tool")), expected);
+    EXPECT_EQ(owned(find_file("tool")), expected == path ? "(null)" : expected);
+    unlink(expected.c_str());
+  }
+  EXPECT_EQ(owned(find_executable("tool")), "(null)");
+  EXPECT_EQ(owned(find_file(std::string(PATH_LIMIT + 1, 'x').c_str())), "(null)");
+}
+
+TEST_F(File, AccessIsDecidedByOneClass) {
+  if (geteuid() != 0) GTEST_SKIP() << "gives files away, which only the super-user can";
+  const uid_t asker = 65533;
+  const struct {
+    uid_t user, owner;
+    gid_t group;
+    mode_t mode;
+    const char *permissions;
+    int granted;
+    const char *trace;
+  } cases[] = {{0, asker, asker, 0000, "rwx", 1, ""},
+               {asker, asker, asker, 0500, "rx", 1, ""},
+               {asker, asker, asker, 0477, "w", 0, ""},  // an owner without the bit, whatever the others may
+               {asker, asker, asker, 0000, nullptr, 1, ""},
+               {asker, 0, asker, 0740, "r", 1, ""},
+               {asker, 0, asker, 0737, "r", 0, ""},
+               {asker, 0, 0, 0774, "r", 1, ""},
+               {asker, 0, 0, 0774, "rx", 0, ""},
+               {asker, 0, 0, 0004, "rz", 1, "check_access: Invalid permission: [z]\n"}};
+  ASSERT_EQ(chmod(here_.c_str(), 0755), 0);
+  make("f");
+  for (const auto &each : cases) {
+    ASSERT_EQ(chown("f", each.owner, each.group) + chmod("f", each.mode) + setegid(asker) + seteuid(each.user), 0);
+    EXPECT_EQ(check_file_access("f", each.permissions), each.granted) << std::oct << each.mode;
+    EXPECT_EQ(trace_.take(), each.trace);
+    ASSERT_EQ(seteuid(0), 0);
+  }
+  EXPECT_TRUE(check_dir_access(".", "rwx") && !check_dir_access("f", ""));
+  EXPECT_FALSE(is_readable_file("missing") || is_executable_file("f/x"));
+  EXPECT_EQ(trace_.take(), "check_access: stat(\"f/x\"): Not a directory\n");
+}
+
+TEST_F(File, CopyAndMoveRefuseWhatTheyCannotDo) {
+  make("source", "bytes");
+  make("target", "old");
+  make("dir/source", "inner");
+  ASSERT_EQ(link("source", "twin") + mkfifo("fifo", 0644), 0);
+  const std::string longest(PATH_LIMIT - 3, 'x');
+  const struct {
+    int (*operation)(const char *, const char *);
+    const char *source, *target, *trace;
+  } cases[] = {
+      {copy, "missing", "target", "copy: open(\"missing\") failed: No such file or directory.\n"},
+      {copy, "dir", "target", "copy: \"dir\" isn't a regular file.\n"},
+      {copy, "fifo", "target", "copy: \"fifo\" isn't a regular file.\n"},
+      {copy, "source", "no/x", "copy: open(\"no/x\") failed: No such file or directory.\n"},
+      {copy, "source", "twin", "copy: \"source\" and \"twin\" are the same file.\n"},
+      {copy, "dir/source", "dir", "copy: \"dir/source\" and \"dir/source\" are the same file.\n"},
+      {copy, longest.c_str(), "dir", "copy: path too large\n"},
+      {ks_move, "missing", "x", "ks_move: stat(\"missing\") failed: No such file or directory.\n"},
+      {ks_move, "dir", "x", "ks_move: \"dir\" isn't a regular file.\n"},
+      {ks_move, "source", "no/x", "ks_move: rename(\"source\",\"no/x\") failed: No such file or directory.\n"}};
+  for (const auto &each : cases) {
+    EXPECT_EQ(each.operation(each.source, each.target), 0);
+    EXPECT_EQ(trace_.take(), each.trace);
+  }
+  EXPECT_EQ(read_file("source") + read_file("target") + read_file("dir/source"), "bytesoldinner");
+}
+
+TEST_F(File, CopyAndMoveKeepBytesAndSettleModes) {
+  std::string bytes(3 * 8192 + 77, 'x');
+  for (size_t i = 0; i < bytes.size(); ++i) bytes[i] = static_cast<char>(i * i >> 5);
+  const std::string other = "/dev/shm/tolvane-test-" + std::to_string(getpid());  // another file system
+  make("named", "", 0600);
+  make("dir/source", "old", 0600);
+  fs::create_directory("dir2");
+  const struct {
+    int (*operation)(const char *, const char *);
+    const char *source, *target;
+    std::string file;
+    mode_t mode;
+  } cases[] = {{copy, "source", "fresh", "fresh", 0750},
+               {copy, "source", "named", "named", 0600},     // named directly: its own mode
+               {copy, "source", "dir", "dir/source", 0750},  // found in the directory: the mode of the source
+               {copy, "back\\slash", "dir2", "dir2/slash", 0750},
+               {ks_move, "source", "named", "named", 0750},
+               {ks_move, "./source", "dir2", "dir2/source", 0750},
+               {ks_move, "source", other.c_str(), other, 0750}};
+  for (const auto &each : cases) {
+    make(each.source, bytes, 0750);
+    EXPECT_EQ(each.operation(each.source, each.target), 1) << trace_.take();
+    EXPECT_TRUE(read_file(each.file) == bytes && mode_of(each.file) == each.mode) << each.file;
+    EXPECT_EQ(fs::exists(each.source), each.operation == copy);
+  }
+  unlink(other.c_str());
+}
+
+TEST_F(File, AFailedWriteLeavesNoTargetAndTheSource) {
+  make("source", std::string(20000, 'x'));
+  fs::create_directory("dir");
+  signal(SIGXFSZ, SIG_IGN);
+  const rlimit limit{10000, 10000};
+  setrlimit(RLIMIT_FSIZE, &limit);
+  EXPECT_EQ(ks_move("source", "dir"), 0);
+  EXPECT_EQ(trace_.take(),
+            "copy: write(\"dir/source\") failed: File too large.\n"
+            "ks_move: copy(\"source\",\"dir\") failed: File too large.\n");
+  EXPECT_TRUE(fs::is_empty("dir") && fs::file_size("source") == 20000);
+  const Descriptor file(open("source", O_RDONLY));
+  EXPECT_EQ(ks_ftruncate(file.get(), 5), -1);
+  EXPECT_EQ(trace_.take(), "ks_ftruncate:  ftruncate(5), errno=22\n");
+}
+
+TEST_F(File, UniqueNamesCountUp) {
+  setenv("SORBEXTMP", here_.c_str(), 1);
+  char stem[16];
+  const time_t now = time(nullptr);
+  strftime(stem, sizeof stem, "%b%d", localtime(&now));
+  stem[0] |= 0x20;
+  const struct {
+    const char *counter, *in, *extension, *directory, *out, *stored;
+  } cases[] = {{nullptr, "spool/x", nullptr, "spool/", "aaa.fax", "1\n"},
+               {"17572\n", "a\\b", "", "a\\", "zzw", "17573\n"},
+               {"17573\n", "x", nullptr, "", "aaa.fax", "1\n"},
+               {"-4\n", "x", nullptr, "", "aaa.fax", "1\n"},
+               {"7\n9999", "x", nullptr, "", "aah.fax", "8\n"},
+               {"30", "spool/taken", ".t", "spool/", "abg.t", "33\n"}};  // abe and abf are there
+  for (const char *taken : {"abe.t", "abf.t"}) make(std::string("spool/") + stem + taken);
+  char path[64];
+  for (const auto &each : cases) {
+    unlink("i_d_order");
+    if (each.counter) make("i_d_order", each.counter);
+    EXPECT_EQ(build_unique_DOS_name(strcpy(path, each.in), each.extension),
+              std::string(each.directory) + stem + each.out);
+    EXPECT_EQ(read_file("i_d_order"), each.stored);
+  }
+  unlink("i_d_order");
+  fs::create_directory("i_d_order");
+  const std::string open = "open(\"" + here_ + "/i_d_order\") failed: ";
+  EXPECT_THAT(build_unique_DOS_name(path, nullptr), EndsWith("aaa.fax"));
+  EXPECT_EQ(trace_.take(), open + "Is a directory. Setting extension back to 0.\n" + open + "File exists.\n");
+  setenv("SORBEXTMP", std::string(40, 'y').c_str(), 1);  // one byte too many for the counter file's path
+  EXPECT_THAT(build_unique_DOS_name(path, nullptr), EndsWith("aaa.fax"));
+  EXPECT_THAT(trace_.take(), EndsWith("failed: File name too long.\n"));
+}
+
+TEST_F(File, TheFirstWorkingDirectoryIsKept) {
+  char buffer[PATH_LIMIT + 1];
+  testing::internal::CaptureStderr();
+  EXPECT_EQ(ks_getcwd(buffer, 2), nullptr);
+  EXPECT_EQ(testing::internal::GetCapturedStderr(), "ks_getcwd: getcwd: Numerical result out of range\n");
+  EXPECT_EQ(ks_getcwd(buffer, sizeof buffer), here_);
+  ASSERT_EQ(chdir("/"), 0);
+  EXPECT_EQ(ks_getcwd(buffer, 1), here_);
+  EXPECT_STREQ(get_temp_dir(), "/tmp");
+}

@@ -1,0 +1,141 @@
+#include "support/ks_functions.h"
+
+#include <fcntl.h>
+#include <gmock/gmock.h>
+#include <string.h>
+#include <unistd.h>
+
+#include <vector>
+
+#include "helpers/temp_dir.h"
+
+using namespace tolvane;
+using testing::MatchesRegex;
+
+template <typename Call>
+static std::string errors_of(Call call) {
+  testing::internal::CaptureStderr();
+  call();
+  return testing::internal::GetCapturedStderr();
+}
+
+static std::string report_of(void (*report)()) {
+  testing::internal::CaptureStdout();
+  report();
+  return testing::internal::GetCapturedStdout();
+}
+
+static const std::string WHEN = "[A-Z][a-z][a-z] [ 0-9][0-9] [0-9][0-9]:[0-9][0-9]: ";
+
+TEST(DebugAllocator, LaysABlockOutBetweenGuards) {
+  for (const unsigned size : {0u, 1u, 37u}) {
+    char *block = static_cast<char *>(dmalloc(size, "a.cpp", 7));
+    EXPECT_EQ(std::string(block - 4, size + 8), "zzzz" + std::string(size, '\0') + "zzzz");
+    EXPECT_EQ(block[-8], find_block(block));
+  }
+  EXPECT_EQ(dfree(malloc_array[1]->addr, "a.cpp", 8), 1);
+  EXPECT_EQ(find_block(dmalloc(5, "a.cpp", 9)), 1) << "the lowest empty slot is the next one";
+  EXPECT_EQ(dmalloc(0x80000000u, "a.cpp", 9), nullptr);
+  EXPECT_EQ(Total_allocated, 42);
+  EXPECT_EQ(report_of(dmalloc_status), "");
+}
+
+TEST(DebugAllocator, TellsOverrunsOfOneByteAndReleasesTheBlock) {
+  for (const int offset : {-1, -4, 10, 13}) {  // the guards' own bytes, in front of the block and behind it
+    char *block = static_cast<char *>(dmalloc(10, "a_long_source_name.cpp", 123));
+    block[offset] = 'y';
+    EXPECT_THAT(report_of(dmalloc_status),
+                MatchesRegex("\aa_long_source_na,   line  123,   " + WHEN + "    10 bytes  CORRUPTED!\n"));
+    EXPECT_THAT(errors_of([&] { EXPECT_EQ(dfree(block, "b.cpp", 9), 0); }),
+                MatchesRegex("\a\nError in dfree: freed by b.cpp, 9, freeing fname = a_long_source_na, "
+                             "line_no = 123, nbytes = 10, time = [0-9]+, indx = 0\n"));
+    EXPECT_EQ(Total_allocated + find_block(block), -1);
+  }
+  char *block = static_cast<char *>(dmalloc(1, "a.cpp", 1));
+  block[-8] = 1;  // an index above any slot filled
+  EXPECT_THAT(report_of(dmalloc_status), testing::StartsWith("\a           a.cpp,   line    1,"));
+  EXPECT_EQ(dfree(block, "a.cpp", 2), 1) << "the index in the block does not decide";
+}
+
+TEST(DebugAllocator, TellsPointersItDoesNotKnow) {
+  void *freed = dmalloc(3, "a.cpp", 1);
+  EXPECT_EQ(dfree(freed, "a.cpp", 2), 1);
+  for (const auto &[pointer, what] :
+       {std::pair(freed, "couldn't find pointer to free!"), {nullptr, "trying to free NULL pointer"}}) {
+    const std::string told = std::string("\a\nError in dfree: ") + what + " (b.cpp, 5)\n";
+    EXPECT_EQ(errors_of([p = pointer] { EXPECT_EQ(dfree(p, "b.cpp", 5), 0); }), told);
+    EXPECT_EQ(errors_of([p = pointer] { EXPECT_EQ(dfree(drealloc(p, 4, "b.cpp", 5), "b.cpp", 6), 1); }), told);
+  }
+}
+
+TEST(DebugAllocator, ReallocMovesWhatFits) {
+  char *block = static_cast<char *>(dmalloc(3, "a.cpp", 1));
+  memcpy(block, "abc", 3);
+  block = static_cast<char *>(drealloc(block, 6, "b.cpp", 2));
+  EXPECT_EQ(std::string(block, 10), std::string("abc\0\0\0zzzz", 10));
+  EXPECT_EQ(malloc_array[find_block(block)]->line_no, 2);
+  block = static_cast<char *>(drealloc(block, 2, "b.cpp", 3));
+  EXPECT_EQ(std::string(block, 6), "abzzzz");
+  EXPECT_EQ(drealloc(block, -1, "b.cpp", 4), nullptr);
+  EXPECT_EQ(dfree(block, "b.cpp", 5), 1) << "the old block stays";
+}
+
+TEST(DebugAllocator, ReportsSortByAgeAndFreesStillFindTheirBlocks) {
+  char *blocks[3];
+  for (int i = 0; i < 3; ++i) {
+    blocks[i] = static_cast<char *>(dmalloc(1, "a.cpp", i));
+    malloc_array[i]->time -= i;
+    blocks[i][1] = 0;
+  }
+  dfree(blocks[1], "a.cpp", 9);
+  EXPECT_THAT(report_of(dmalloc_status), MatchesRegex("[^\n]*line    2[^\n]*\n[^\n]*line    0[^\n]*\n"));
+  EXPECT_TRUE(find_block(blocks[2]) == 0 && find_block(blocks[0]) == 1);
+}
+
+TEST(DebugAllocator, FullTablesAreToldOnceAndNotOverrun) {
+  malloc_record block{};
+  open_record file{};
+  for (malloc_record *&slot : malloc_array) slot = &block;
+  for (open_record *&slot : open_array) slot = &file;
+  EXPECT_EQ(errors_of([] {
+              for (int i = 0; i < 2; ++i) free(static_cast<char *>(dmalloc(4, "a.cpp", i)) - 8);
+              for (int i = 0; i < 2; ++i) close(dopen("/dev/null", O_RDONLY, 0, "a.cpp", 7));
+            }),
+            "\a\nError in dmalloc: all 100000 records are in use, going on without\n"
+            "\a\nError in dopen: all 2000 records are in use, going on without\n");
+  EXPECT_EQ(Total_allocated, 0);
+}
+
+TEST(OpenLedger, KnowsWhatIsOpen) {
+  const TempDir dir;
+  const std::string path = dir.path("f");
+  const int created = dcreat(path.c_str(), 0640, "one.cpp", 1);
+  const int opened = dopen(path.c_str(), O_RDONLY, 0, "a_long_source_name.cpp", 2);
+  FILE *stream = dfopen(path.c_str(), "r", "three.cpp", 3);
+  EXPECT_TRUE(dopen("/no/x", O_RDONLY, 0, "x.cpp", 4) == -1 && !dfopen("/no/x", "r", "x.cpp", 4) && !open_array[3]);
+  EXPECT_EQ(open_array[2]->path, path);
+  for (int i = 0; i < 3; ++i) open_array[i]->time = 3000 - i;
+  open_record boundaries[] = {{"h", 1, nullptr, 9000, 2000}, {"h", 2, nullptr, 9001, 2001}};
+  for (open_record &each : boundaries) open_array[Max_open_indx += 1] = &each;
+  std::ostringstream address;
+  address << stream;
+  EXPECT_THAT(
+      report_of(dopen_status),
+      MatchesRegex("       three.cpp,   line    3,   " + WHEN + address.str() + "\na_long_source_na,   line    2,   " +
+                   WHEN + std::to_string(opened) + "\n         one.cpp,   line    1,   " + WHEN +
+                   std::to_string(created) + "\n               h,   line    1,   " + WHEN + "2000" +
+                   "\n               h,   line    2,   " + WHEN + "0x7d1\n"));
+  open_array[3] = open_array[4] = nullptr;
+  EXPECT_EQ(
+      errors_of([&] { EXPECT_EQ(dclose(created, "x", 5) + dclose(opened, "x", 6) + dfclose(stream, "x", 7), 0); }), "");
+  EXPECT_EQ(report_of(dopen_status), "");
+}
+
+TEST(OpenLedger, ClosesAndTellsWhatItDoesNotKnow) {
+  const int fd = open("/dev/null", O_RDONLY);
+  FILE *stream = fopen("/dev/null", "r");
+  EXPECT_EQ(errors_of([&] { EXPECT_EQ(dclose(fd, "a.cpp", 5) + dfclose(stream, "a.cpp", 6), 0); }),
+            "\a\nError in dclose: couldn't find file descriptor to close! (a.cpp, 5)\n"
+            "\a\nError in dfclose: couldn't find FILE pointer to close! (a.cpp, 6)\n");
+  EXPECT_EQ(fcntl(fd, F_GETFD), -1);
+}

@@ -1,0 +1,145 @@
+// A parent process drives the real program through pipes: the replies, the messages, and the page on the screen.
+
+#include "x11/viewer.h"
+
+#include <fstream>
+#include <sstream>
+#include <thread>
+
+#include "helpers/temp_dir.h"
+
+namespace {
+
+struct Step {
+  std::string input;
+  std::string output, errors;
+  std::string shown;
+};
+
+const char *const MISSING = "tolvane, gopage: missing page number\n";
+const char *const BAD = "tolvane, gopage: bad page number\n";
+
+std::string unknown(const std::string &word) {
+  return "tolvane: unknown command '" + word + "'\n";
+}
+
+/// Runs the steps one after the other; what a step says is complete when the next one has been answered.
+void take_steps(Viewer &viewer, const std::vector<Step> &steps) {
+  size_t said = viewer.program.output().size(), complained = viewer.program.errors().size();
+  for (const Step &step : steps) {
+    SCOPED_TRACE(step.input);
+    const size_t output_end = said + step.output.size(), errors_end = complained + step.errors.size();
+    viewer.program.write(step.input);
+    wait_until(
+        [&] { return viewer.program.output().size() >= output_end && viewer.program.errors().size() >= errors_end; },
+        Milliseconds(3000));
+    if (step.output.empty()) std::this_thread::sleep_for(Milliseconds(100));  // and no reply comes
+    EXPECT_EQ(viewer.program.output().substr(said), step.output);
+    EXPECT_EQ(viewer.program.errors().substr(complained), step.errors);
+    EXPECT_EQ(viewer.shows(step.shown), step.shown);
+    said = viewer.program.output().size();
+    complained = viewer.program.errors().size();
+  }
+}
+
+/// Processor time that a process has used, in ticks of the system.
+long ticks_of(pid_t pid) {
+  std::istringstream fields(read_file("/proc/" + std::to_string(pid) + "/stat"));
+  std::string skipped;
+  for (int i = 0; i < 13; ++i) fields >> skipped;
+  long user = 0, system = 0;
+  fields >> user >> system;
+  return user + system;
+}
+
+class StdinCommands : public testing::Test {
+ protected:
+  TempDir dir;
+  // The header promises one page less than there is: only the chunk steps believe it.
+  const std::string document = dir.write("four.fax", marked_document(4, 3));
+};
+
+}  // namespace
+
+TEST_F(StdinCommands, EachWordIsCarriedOutAndAnswered) {
+  Viewer viewer({document}, {"XKEYSYMDB=none"});
+  take_steps(viewer, {
+                         {"nextpage\nnextpage\n", "OK\nOK\n", "", "3 100% 0 top"},
+                         {"nextpage", "OK\n", "", "4 100% 0 top"},
+                         {" \t nextpage saypage\n", "OK\npage==4\nOK\n", "", "4 100% 0 top"},
+                         {"prevpage prevpage\tprevpage\r\nprevpage\n", "OK\nOK\nOK\nOK\n", "", "1 100% 0 top"},
+                         {"\n", "", "", "1 100% 0 top"},
+                         {"x", "", "", "1 100% 0 top"},
+                         {"x\n", "OK\n", "", "1 100% 0 top"},
+                         {"xy saypages\n", "", unknown("xy") + unknown("saypages"), "1 100% 0 top"},
+                         {"gopage 3 4 5\n", "OK\n", "", "3 100% 0 top"},
+                         {"gopage\n2\n", "OK\n", "", "2 100% 0 top"},
+                         {"gopage abc\n", "", MISSING + unknown("abc"), "2 100% 0 top"},
+                         {"gopage", "", MISSING, "2 100% 0 top"},
+                         {"gopage 0\ngopage -2\ngopage 5\ngopage 99999999999 saypage\n", "",
+                          std::string(BAD) + BAD + BAD + BAD, "2 100% 0 top"},
+                         {"gopage +3x nextpage\nsaypage\n", "OK\npage==3\nOK\n", "", "3 100% 0 top"},
+                         {"rotate_90\n", "OK\n", "", "3 100% 90 top"},
+                         {"rotate_180\n", "OK\n", "", "3 100% 180 top"},
+                         {"rotate_270\n", "OK\n", "", "3 100% 270 top"},
+                         {"rotate_0 rotate_45\n", "OK\n", unknown("rotate_45"), "3 100% 0 top"},
+                         {"fullsize reduced\n", "OK\nOK\n", "", "3 75% 0 top"},
+                         {"reduced reduced\n", "OK\nOK\n", "", "3 50% 0 top"},
+                         {"fullsize\n", "OK\n", "", "3 75% 0 top"},
+                         {"fullsize\n", "OK\n", "", "3 100% 0 top"},
+                         {"chunkdown\n", "OK\n", "", "3 100% 0 bottom"},
+                         {"chunkdown saypage\n", "OK\npage==3\nOK\n", "",
+                          "3 100% 0 bottom"},  // the last that the header promises
+                         {"chunkup\n", "OK\n", "", "3 100% 0 top"},
+                         {"chunkup saypage\n", "OK\npage==2\nOK\n", "", "2 100% 0 bottom"},
+                         {"scrolldown chunkup\n", "OK\nOK\n", "", "2 100% 0 top"},
+                         {"scrolldown scrollup scrollup\n", "OK\nOK\nOK\n", "", "2 100% 0 top"},
+                     });
+  viewer.point();
+  press_key("n");  // a page turned in the window leaves the interpreter's own number behind
+  take_steps(viewer, {{"saypage\n", "page==2\nOK\n", "", "3 100% 0 top"},
+                      {"nextpage\n", "OK\n", "", "3 100% 0 top"},
+                      {"scrolldown\n", "OK\n", "", "3 100% 0 110"}});
+}
+
+TEST_F(StdinCommands, AReadIsTakenForWhatItIs) {
+  Viewer viewer({document}, {"XKEYSYMDB=none"});
+  const std::string cut_at_1000 = std::string(994, ' ') + "nextpage\n";
+  take_steps(viewer, {{"next", "", unknown("next"), "1 100% 0 top"},
+                      {"page\n", "", unknown("page"), "1 100% 0 top"},
+                      {cut_at_1000, "", unknown("nextpa") + unknown("ge"), "1 100% 0 top"},
+                      {std::string(992, ' ') + "nextpage", "OK\n", "", "2 100% 0 top"},
+                      {std::string(1000, 'w'), "", unknown(std::string(1000, 'w')), "2 100% 0 top"},
+                      {std::string("saypage\0saypage\n", 16), "page==2\nOK\npage==2\nOK\n", "", "2 100% 0 top"}});
+  viewer.program.close_input();
+  std::this_thread::sleep_for(Milliseconds(100));
+  const long before = ticks_of(viewer.program.pid());
+  std::this_thread::sleep_for(Milliseconds(500));
+  EXPECT_LT(ticks_of(viewer.program.pid()) - before, 10) << "the end of the input keeps the loop spinning";
+  viewer.point();
+  press_key("n");
+  EXPECT_EQ(viewer.shows("3 100% 0 top"), "3 100% 0 top");
+  press_key("q");
+  EXPECT_EQ(viewer.program.wait(), 0);
+}
+
+TEST_F(StdinCommands, AnotherFileKeepsScaleAndOrientation) {
+  const std::string longest(199, 'n');
+  dir.write("two.fax", marked_document(2, 2));
+  dir.write("text", "no fax at all");
+  dir.write(longest, marked_document(3, 3));
+  Viewer viewer({document}, {"XKEYSYMDB=none"}, dir.string());
+  const std::string bad_fax = "File 'text' is not a fax !\n", no_file = "Problem with file \"none\"\n";
+  take_steps(viewer,
+             {
+                 {"reduced rotate_270 gopage 4\n", "OK\nOK\nOK\n", "", "4 75% 270 top"},
+                 {"newfile two.fax four.fax saypage\nsaypage nextpage\n", "OK\npage==1\nOK\nOK\n", "", "2 75% 270 top"},
+                 {"newfile\n" + longest + "\nnextpage nextpage\n", "OK\nOK\nOK\n", "", "3 75% 270 top"},
+                 {"newfile " + longest + "n\nsaypage\n", "page==3\nOK\n",
+                  "tolvane, newfile: filename longer than 199 bytes\n", "3 75% 270 top"},
+                 {"newfile", "", "tolvane, newfile: missing filename\n", "3 75% 270 top"},
+                 {"newfile none\nsaypage\n", no_file + "OK\npage==1\nOK\n", "", "3 75% 270 top"},
+                 {"newfile text saypage\nnextpage\n", "OK\nOK\n", bad_fax, "3 75% 270 top"},
+                 {"newfile four.fax\n", "OK\n", "", "1 75% 270 top"},
+             });
+}
