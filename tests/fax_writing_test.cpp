@@ -1,0 +1,337 @@
+// Pages and keywords written to a fax file, against bytes worked out by hand, a model, crashes and full disks.
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <sys/syscall.h>
+#include <sys/wait.h>
+
+#include <csignal>
+#include <functional>
+#include <random>
+
+#include "faxfile/page_writer.h"
+#include "faxfile/pages.h"
+#include "faxfile/sorbfile.h"
+#include "faxfile/usorbport.h"
+#include "helpers/fax_bytes.h"
+#include "helpers/temp_dir.h"
+
+using namespace tolvane;
+
+namespace {
+constexpr int16_t DATE = 1, SUBJECT = 5;
+const std::vector<std::string> PAGES = {"one", "", std::string(12000, 'p')};
+
+enum class Fault { none, kill, fail } fault = Fault::none;
+int countdown = 0;
+std::string calls;  // the first letters of the calls made under a fault
+
+// Every call that changes the disk comes by here; at the end of the countdown it kills the process, or fails.
+int trip(const char *call) {
+  if (fault == Fault::none) return 0;
+  calls += *call;
+  if (--countdown != 0) return 0;
+  if (fault == Fault::kill) raise(SIGKILL);
+  errno = ENOSPC;
+  return -1;
+}
+}  // namespace
+
+// These stand in front of the C library's.
+extern "C" {
+ssize_t write(int fd, const void *bytes, size_t count) {
+  return trip("write") ? -1 : syscall(SYS_write, fd, bytes, count);
+}
+int rename(const char *from, const char *to) noexcept {
+  return trip("rename") ? -1 : static_cast<int>(syscall(SYS_rename, from, to));
+}
+int fsync(int fd) {
+  return trip("fsync") ? -1 : static_cast<int>(syscall(SYS_fsync, fd));
+}
+int fchmod(int fd, mode_t mode) noexcept {
+  return trip("mode") ? -1 : static_cast<int>(syscall(SYS_fchmod, fd, mode));
+}
+}
+
+namespace {
+using Codes = std::vector<int>;
+
+class FaxWriting : public testing::Test {
+ protected:
+  FaxWriting() { std::filesystem::current_path(dir.string()); }
+  int32_t make(const std::string &name, const std::string &lines, const std::vector<std::string> &pages,
+               int flags = O_RDWR) {
+    return fd = open(dir.write(name, fax_bytes(lines, pages)).c_str(), flags);
+  }
+  int16_t start(int number, size_t length, uint8_t mode = FAX_PAGE_WRITE) {
+    params = {24, mode, 1, 2, static_cast<uint16_t>(number), static_cast<int32_t>(length), 0};
+    return FaxFileStartPage(fd, &params);
+  }
+  int16_t write(const std::string &text,
+                const decltype(&FaxFileWriteEncodedPage) &call = FaxFileWriteEncodedPage) const {
+    return call(fd, reinterpret_cast<const uint8_t *>(text.data()), static_cast<int32_t>(text.size()));
+  }
+  // Starts a page, writes it in two pieces and ends it; the last code that is not 0.
+  int16_t insert(int number, const std::string &page) {
+    int16_t code = start(number, page.size());
+    for (const std::string &piece : {page.substr(0, page.size() / 2), page.substr(page.size() / 2)})
+      if (const int16_t next = code || page.empty() ? code : write(piece)) code = next;
+    const bool cut_short = code == 7 && gCurrentPageIO;
+    const int16_t end = FaxFileEndPage(fd);
+    EXPECT_TRUE(!cut_short || end == 7) << "a page not written whole does not end well";
+    return end ? end : code;
+  }
+  static auto in_progress() { return 10 - std::count(gPageIOArray, gPageIOArray + 10, nullptr); }
+  static int16_t cut(const char *path, int16_t keyword, const char *) { return FaxFileDeleteKeyword(path, keyword); }
+  static int16_t add(const char *path, int16_t keyword, const char *value) {
+    int32_t file;
+    FaxFileOpen(path, &file);
+    const int16_t code = FaxFileAddKeyword(file, keyword, value);
+    EXPECT_EQ(FaxFileClose(file), 0);
+    return code;
+  }
+  static std::string get(const char *path, int16_t keyword) {
+    char value[40000] = "untouched";
+    int32_t file;
+    FaxFileOpen(path, &file);
+    EXPECT_EQ((Codes{FaxFileGetKeywordValue(file, keyword, value), FaxFileClose(file)}), (Codes{0, 0}));
+    return value;
+  }
+
+  const TempDir dir;
+  int32_t fd = -1;
+  FaxPageParams params = {};
+  decltype(&FaxFileModifyKeyword) modify = FaxFileModifyKeyword;
+};
+}  // namespace
+
+TEST_F(FaxWriting, KeywordEditsGiveTheBytesWorkedOutByHand) {
+  const std::tuple<const char *, decltype(modify), int16_t, const char *, const char *> rows[] = {
+      {"", add, SUBJECT, "four", "SUBJECT:four\n"},
+      {"DATE:1\n", add, SUBJECT, "", "DATE:1\nSUBJECT:\n"},
+      {"SUBJECT:a\n", add, SUBJECT, "two\nlines:\n", "SUBJECT:a\nSUBJECT:two\rlines:\r\n"},
+      {"DATE:1\nSUBJECT:a\nFAX_ID:f\n", modify, SUBJECT, "b\nc", "DATE:1\nFAX_ID:f\nSUBJECT:b\rc\n"},
+      {"DATE:1\n", modify, SUBJECT, "", "DATE:1\nSUBJECT:\n"},
+      {"SUBJECT:a\n", cut, SUBJECT, "", ""},
+      {"SUBJECT:a\nSUBJECT:b\n", cut, SUBJECT, "", "SUBJECT:b\n"},
+      {"SUBJECT:a\n", cut, DATE, "", "SUBJECT:a\n"},
+      {"SUBJECT:old DATE\nDATE:x\n", cut, DATE, "", "SUBJECT:old DATE:x\n"},
+      {"INCLUDE_PAGES:2\nINCLUDE:a 1 2\n", cut, FAXFILE_INCLUDE, "", "INCLUDE:a 1 2\n"},
+  };
+  for (const auto &[before, edit, keyword, value, after] : rows) {
+    for (const auto &pages : {std::vector<std::string>(), PAGES}) {
+      make("a", before, pages);
+      EXPECT_EQ(edit("a", keyword, value), 0) << before;
+      EXPECT_EQ(read_file("a"), fax_bytes(after, pages));
+    }
+  }
+  make("a", "INCLUDE_PAGES:2\nINCLUDE:a 1 2\nsubject:x\nDATE:a\rb:c\n", {});
+  EXPECT_EQ(get("a", FAXFILE_INCLUDE) + get("a", SUBJECT) + get("a", DATE), "2a\rb:c");
+}
+
+TEST_F(FaxWriting, ChangedFileIsANewOneWithTheModeOfANewFile) {
+  make("a", "SUBJECT:a\n", PAGES);
+  chmod("a", 0600);
+  umask(013);
+  EXPECT_EQ(modify("a", SUBJECT, "b"), 0);
+  EXPECT_EQ(std::filesystem::status("a").permissions(), std::filesystem::perms(0666 & ~013));
+  EXPECT_EQ(umask(0), 013u);
+  char value[8];
+  EXPECT_EQ(FaxFileGetKeywordValue(fd, SUBJECT, value), 0);
+  EXPECT_STREQ(value, "a") << "a descriptor opened before shows the old file";
+}
+
+TEST_F(FaxWriting, InsertionInFrontOfAnyPageIsTheListOperation) {
+  // Records shorter and longer than a copy block, and on its edge.
+  const std::vector<std::string> old = {std::string(5116, 'a'), "", std::string(12345, 'b'), std::string(5120, 'd')};
+  for (const std::string &page : {std::string(500, 'n'), std::string(), std::string(30000, 'n')}) {
+    for (int number = 0; number <= 6; ++number) {
+      make("a", "SUBJECT:s\n", old);
+      std::vector<std::string> model = old;
+      const bool good = number >= 1 && number <= 5;
+      EXPECT_EQ(insert(number, page), good ? 0 : 15) << number;
+      if (good) model.insert(model.begin() + number - 1, page);
+      EXPECT_EQ(read_file("a"), fax_bytes("SUBJECT:s\n", model)) << number;
+    }
+  }
+  EXPECT_EQ(in_progress(), 0) << "a failed start gives its slot back";
+}
+
+TEST_F(FaxWriting, TenPagesInProgressAndNoEleventh) {
+  int32_t files[10];
+  for (int i = 0; i < 10; ++i) {
+    files[i] = make(std::to_string(i), "", {"old"});
+    EXPECT_EQ(start(i % 2 ? 1 : FAX_PAGE_AT_END, 2), 0);
+  }
+  EXPECT_EQ(start(1, 1), 4);
+  EXPECT_EQ(FaxFileEndPage(files[3]), 0);
+  EXPECT_EQ(in_progress(), 10) << "no page is selected, so none ends";
+  for (int i = 9; i >= 0; --i) {
+    fd = files[i];
+    EXPECT_EQ(write("x"), 15) << "ending a page leaves none selected";
+    EXPECT_EQ(SetCurrentPageIO(fd), 1);
+    EXPECT_EQ((Codes{write("n"), write("n"), FaxFileEndPage(fd)}), (Codes{0, 0, 0}));
+    EXPECT_EQ(read_file(std::to_string(i)), fax_bytes("", {i % 2 ? "nn" : "old", i % 2 ? "old" : "nn"}));
+  }
+  EXPECT_EQ((Codes{start(1, 0, FAX_PAGE_READ), start(1, 0, FAX_PAGE_READ)}), (Codes{0, 0}));
+  EXPECT_EQ((Codes{AllocNextPageIO(), SetCurrentPageIO(fd)}), (Codes{1, 1}));
+  EXPECT_EQ(gCurrentPageIO, gPageIOArray[1]) << "of one file's pages, the highest slot";
+  EXPECT_EQ(DeletePageIO(fd), 0);
+  EXPECT_EQ(in_progress(), 1);
+}
+
+TEST_F(FaxWriting, ReadingInSequence) {
+  make("a", "", {"one", "second", ""});
+  uint8_t buffer[16] = "";
+  EXPECT_EQ(FaxFileReadEncodedPage(fd, buffer, 16), 15) << "no page in progress";
+  EXPECT_EQ(FaxFileReadDecodedPage(fd, buffer, 3), 10);
+  for (const int number : {0, 4, 5, 0xFFFF}) EXPECT_EQ(start(number, 0, FAX_PAGE_READ), 15) << number;
+  ASSERT_EQ(start(2, 0, FAX_PAGE_READ), 0);
+  EXPECT_EQ(std::pair(params.dataLength, params.lengthMark), std::pair(6, -1));
+  EXPECT_EQ(write("x"), 17);
+  EXPECT_EQ(FaxFileReadEncodedPage(fd, buffer, 5), 15) << "one byte too small";
+  EXPECT_EQ((Codes{SeekToPage(fd, 2), FaxFileReadEncodedPage(fd, buffer, 6)}), (Codes{1, 0}));
+  EXPECT_STREQ(reinterpret_cast<char *>(buffer), "second");
+  EXPECT_EQ(FaxFileReadEncodedPage(fd, buffer, 1), 0) << "the next record, an empty one";
+  EXPECT_EQ(FaxFileReadEncodedPage(fd, buffer, 16), 6) << "the end of the file";
+  dir.write("decoded", "lines");
+  for (const auto &[length, code] : {std::pair(0, 0), {5, 0}, {5, 10}, {6, 6}}) {
+    if (code != 10) gCurrentPageIO->decodedStream = fopen("decoded", "r");
+    EXPECT_EQ(FaxFileReadDecodedPage(fd, buffer, length), code);
+  }
+  EXPECT_STREQ(reinterpret_cast<char *>(buffer), "linesd");
+  EXPECT_EQ(FaxFileEndPage(fd), 0);
+  EXPECT_EQ(read_file("a"), fax_bytes("", {"one", "second", ""}));
+}
+
+TEST_F(FaxWriting, BadFilesAndArgumentsAreRefused) {
+  EXPECT_EQ(FaxFileCreate(dir.write("a", "to be emptied").c_str(), &fd), 0);
+  EXPECT_EQ(read_file("a"), std::string("\xba\xdb\xad\x16\0\0\0\1\x1d", 9));
+  EXPECT_EQ(lseek(fd, 0, SEEK_CUR), 9);
+  EXPECT_EQ((Codes{FaxFileClose(fd), FaxFileClose(fd)}), (Codes{0, 2}));
+  mkfifo("fifo", 0600);
+  dir.write("short", "abc");
+  for (const auto &[name, code] : {std::pair("missing", 8), {".", 8}, {"fifo", 10}, {"short", 10}}) {
+    EXPECT_EQ(FaxFileOpen(name, &(fd = 7)), code) << name;
+    EXPECT_EQ(fd, -1) << name;
+    EXPECT_EQ((Codes{cut(name, SUBJECT, ""), modify(name, SUBJECT, "")}), (Codes{code, code})) << name;
+  }
+  uint8_t byte = 0;
+  char *text = reinterpret_cast<char *>(&byte);
+  EXPECT_EQ(FaxFileCreate("none/a", &fd), 5);
+  make("b", "", {"one"}, O_RDONLY);
+  EXPECT_EQ((Codes{start(1, 1), write("x", FaxFileAppendEncodedPage), FaxFileAddKeyword(fd, 1, "")}), (Codes{7, 7, 7}));
+  EXPECT_EQ((Codes{FaxFileAddKeyword(999, 1, ""), FaxFileGetKeywordValue(999, 1, text)}), (Codes{6, 6}));
+  EXPECT_EQ(read_file("b"), fax_bytes("", {"one"}));
+  make("b", "", {"one"});
+  EXPECT_EQ(write("x"), 15) << "no page in progress";
+  EXPECT_EQ((Codes{start(FAX_PAGE_AT_END, 0), write("x")}), (Codes{0, 15})) << "no length was stated";
+  params.size = 23;
+  for (const int16_t code : {FaxFileCreate(nullptr, &fd),
+                             FaxFileCreate("x", nullptr),
+                             FaxFileOpen(nullptr, &fd),
+                             FaxFileOpen("x", nullptr),
+                             FaxFileClose(0),
+                             FaxFileAddKeyword(0, 1, ""),
+                             FaxFileAddKeyword(fd, 1, nullptr),
+                             FaxFileAddKeyword(fd, 45, ""),
+                             FaxFileGetKeywordValue(0, 1, text),
+                             FaxFileGetKeywordValue(fd, 1, nullptr),
+                             FaxFileGetKeywordValue(fd, -1, text),
+                             FaxFileDeleteKeyword(nullptr, 1),
+                             FaxFileDeleteKeyword("a", 45),
+                             FaxFileModifyKeyword("a", 1, nullptr),
+                             FaxFileStartPage(fd, &params),
+                             FaxFileStartPage(fd, nullptr),
+                             FaxFileWriteEncodedPage(0, &byte, 1),
+                             FaxFileWriteEncodedPage(fd, nullptr, 1),
+                             FaxFileWriteEncodedPage(999, &byte, 1),
+                             FaxFileReadEncodedPage(0, &byte, 1),
+                             FaxFileReadEncodedPage(fd, nullptr, 1),
+                             FaxFileReadDecodedPage(0, &byte, 1),
+                             FaxFileReadDecodedPage(fd, nullptr, 1),
+                             FaxFileAppendEncodedPage(0, &byte, 1),
+                             FaxFileAppendEncodedPage(fd, nullptr, 1)})
+    EXPECT_EQ(code, 15);
+  EXPECT_EQ(FaxFileEndPage(fd), 0);
+  EXPECT_EQ(read_file("b"), fax_bytes("", {"one", ""})) << "a page without a write is an empty one";
+}
+
+TEST_F(FaxWriting, ThousandsOfRandomOperationsEqualAModel) {
+  std::mt19937 random(20261122);
+  const auto below = [&](size_t n) { return static_cast<size_t>(random() % n); };
+  std::string lines;
+  std::vector<std::string> pages;
+  for (int step = 0; step < 4000; ++step) {
+    if (step % 250 == 0) make("a", lines = "", pages = {});
+    const auto keyword = static_cast<int16_t>(below(FAXFILE_KEYWORD_COUNT));
+    const std::string name = faxFileKeywordList[keyword];
+    const std::string value = below(4) ? std::string(below(30), 'v') : faxFileKeywordList[below(FAXFILE_KEYWORD_COUNT)];
+    const std::string page(below(9) ? below(200) : below(20000), static_cast<char>(step));
+    const size_t match = lines.find(name), at = below(pages.size() + 1), operation = below(7);
+    close(fd);
+    fd = open("a", O_RDWR);
+    if (operation < 2) {
+      ASSERT_EQ(operation ? write(page, FaxFileAppendEncodedPage) : insert(static_cast<int>(at + 1), page), 0);
+      pages.insert(operation ? pages.end() : pages.begin() + static_cast<ptrdiff_t>(at), page);
+    } else if (operation == 2) {
+      const size_t colon = lines.find(':', match), length = lines.find('\n', colon) - colon - 1;
+      if (match != std::string::npos && colon == std::string::npos) continue;
+      ASSERT_EQ(get("a", keyword), colon == std::string::npos ? "" : lines.substr(colon + 1, length));
+    } else {
+      const auto edit = operation < 5 ? cut : operation == 5 ? modify : add;
+      ASSERT_EQ(edit("a", keyword, value.c_str()), 0);
+      if (edit != add && match != std::string::npos) lines.erase(match, lines.find('\n', match) + 1 - match);
+      if (edit != cut) lines += name + ":" + value + "\n";
+    }
+    ASSERT_EQ(read_file("a"), fax_bytes(lines, pages)) << "step " << step;
+  }
+}
+
+TEST_F(FaxWriting, CrashesAndFullDisksLeaveTheWholeOldOrTheWholeNewFile) {
+  const std::string lines = "SUBJECT:old\nFAX_ID:f\n", old = fax_bytes(lines, PAGES), page(7000, 'n');
+  const struct {
+    std::function<int16_t()> run;
+    std::string after;
+    bool atomic;  // the path names the old or the new file at every moment
+  } operations[] = {
+      {[&] { return cut("a", SUBJECT, ""); }, fax_bytes("FAX_ID:f\n", PAGES), true},
+      {[&] { return modify("a", SUBJECT, "newer"); }, fax_bytes("FAX_ID:f\nSUBJECT:newer\n", PAGES), true},
+      {[&] { return modify("a", DATE, "d"); }, fax_bytes(lines + "DATE:d\n", PAGES), true},
+      {[&] { return add("a", DATE, "d"); }, fax_bytes(lines + "DATE:d\n", PAGES), false},
+      {[&] { return insert(3, page); }, fax_bytes(lines, {"one", "", page, PAGES[2]}), false},
+      {[&] { return write(page, FaxFileAppendEncodedPage); }, fax_bytes(lines, {"one", "", PAGES[2], page}), false},
+  };
+  for (const auto &[run, after, atomic] : operations) {
+    for (const Fault kind : {Fault::fail, Fault::kill}) {
+      for (int step = 1; kind == Fault::fail || atomic; ++step) {
+        SCOPED_TRACE(step);
+        make("a", lines, PAGES);
+        const int entries = dir.entries();
+        calls.clear();
+        countdown = step;
+        fault = kind;
+        int status = 0;
+        const pid_t child = kind == Fault::kill ? fork() : -1;
+        if (child == 0) _exit(run());
+        if (child < 0) status = run();
+        fault = Fault::none;
+        if (child > 0) waitpid(child, &status, 0);
+        close(fd);
+
+        const std::string bytes = read_file("a");
+        ASSERT_TRUE(bytes == old || bytes == after);
+        if (child > 0) {
+          if (WIFEXITED(status)) break;
+        } else {
+          EXPECT_EQ(status == 0, bytes == after);
+          EXPECT_TRUE(status == 0 || status == FAXFILE_ERR_CREATE || status == FAXFILE_ERR_WRITE) << status;
+          EXPECT_EQ(dir.entries(), entries);
+          if (countdown <= 0) continue;
+          EXPECT_TRUE(!atomic || calls.ends_with("mfrf")) << "on disk before the file takes its name: " << calls;
+          break;
+        }
+      }
+    }
+  }
+}

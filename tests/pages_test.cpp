@@ -1,0 +1,132 @@
+#include "faxfile/pages.h"
+
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+
+#include "helpers/fax_bytes.h"
+#include "helpers/temp_dir.h"
+
+using namespace tolvane;
+
+namespace {
+// A page by its bytes, or "!" and the code.
+std::string page_of(const std::string &path, int32_t page) {
+  const int fd = open(path.c_str(), O_RDONLY);
+  uint8_t *data = nullptr;
+  int32_t length = -1;
+  const int16_t code = FaxFileReadSpecificPage(fd, path.c_str(), page, &data, &length);
+  close(fd);
+  if (code != 0) return data ? "data left behind" : "!" + std::to_string(code);
+  const std::string bytes(data, data + length);
+  free(data);
+  return bytes;
+}
+
+// Holds the pages from 1 on against a list apart by blanks.
+void expect_pages(const std::string &path, const std::string &expected) {
+  std::string text = page_of(path, 1);
+  const auto count = 1 + static_cast<int>(std::count(expected.begin(), expected.end(), ' '));
+  for (int page = 2; page <= count; ++page) text += " " + page_of(path, page);
+  EXPECT_EQ(text, expected);
+}
+
+class Document : public testing::Test {
+ protected:
+  Document() {
+    std::filesystem::current_path(dir.string());
+    std::filesystem::create_directory("sub");
+    mkfifo("fifo", 0600);
+    dir.write("cover.fax", fax_bytes("", {"c1", "c2"}));
+    dir.write("annex.fax", fax_bytes("SUBJECT:x\n", {"a1", "a2", "a3"}));
+    dir.write("sub/cover.fax", fax_bytes("", {"s1"}));
+    dir.write("sub/nested.fax", fax_bytes(cover, {"n1"}));
+    dir.write("ping.fax", fax_bytes("INCLUDE:pong.fax 1 9\n", {"p1"}));
+    dir.write("pong.fax", fax_bytes("INCLUDE:ping.fax 1 9\n", {"q1"}));
+    dir.write(long_name, fax_bytes("", {"long"}));
+  }
+  std::string write_main(const std::string &lines, const std::string &name = "main.fax") const {
+    return dir.write(name, fax_bytes(lines, {"m1", "m2", "m3"}));
+  }
+  const std::string cover = "INCLUDE:cover.fax 1 1\n", long_name = std::string(207, 'n');
+  const TempDir dir;
+};
+}  // namespace
+
+TEST_F(Document, InclusionMapsEveryPage) {
+  const auto padded = [&](size_t length) { return "X:" + std::string(length - cover.size() - 4, 'p') + "\n" + cover; };
+  const std::pair<std::string, const char *> rows[] = {
+      {"", "m1 m2 m3 !6 !6"},
+      {cover + "INCLUDE:annex.fax 3 2\n#PAGES:3\n", "c1 m1 m2 a1 a2 m3 !6"},
+      {"INCLUDE:cover.fax 4 1\n", "m1 m2 m3 c1 !6"},
+      {cover + "INCLUDE:annex.fax 1 2\n", "c1 a1 a2 m1 m2 m3 !6"},
+      {"INCLUDE:annex.fax 2 1\n" + cover, "m1 a1 m3 !6"},  // `at` falls: given up, and 3 is the real page 3
+      {"INCLUDE:cover.fax 0 1\n", "m1 m2 m3 !6"},
+      {"INCLUDE:cover.fax 1\n", "m1 m2 m3 !6"},
+      {"INCLUDE:cover.fax 2 1\nINCLUDE:x\n", "m1 c1 m3 !6"},
+      {"SUBJECT:see INCLUDE:  cover.fax\t1 +1x\nINCLUDE_PAGES:1\n", "c1 m1 m2 m3 !6"},
+      {std::string("DATE:\0", 6) + cover, "m1 m2"},
+      {"INCLUDE:cover.fax 1 3\n", "c1 c2 !15 m1"},
+      {"INCLUDE:missing.fax 1 1\n", "!15 m1"},
+      {"INCLUDE:sub 1 1\n", "!15 m1"},
+      {"INCLUDE:fifo 1 1\n", "!15 m1"},
+      {"INCLUDE:/dev/null 1 1\n", "!15 m1"},
+      {"INCLUDE:sub/nested.fax 1 2\n", "c1 n1 m1"},  // names are resolved beside the first file
+      {"INCLUDE:main.fax 1 1\n", "!15 m1"},
+      {"INCLUDE:main.fax 2 1\n", "m1 m1 m2 m3 !6"},  // a file may take other pages of its own
+      {"INCLUDE:ping.fax 1 1\n", "!15 m1"},
+      {"INCLUDE:" + long_name + " 1 1\n", "long m1"},
+      {"INCLUDE:n" + long_name + " 1 1\n", "m1 m2"},
+      {"INCLUDE:cover.fax 1 2147483647\nINCLUDE:annex.fax 1 2147483647\n", "c1 c2 !15"},
+      {padded(10000), "c1 m1"},
+      {padded(10001), "m1 m2"},
+  };
+  for (const auto &[lines, pages] : rows) {
+    SCOPED_TRACE(lines.substr(0, 60));
+    expect_pages(write_main(lines), pages);
+  }
+  for (int i = 0; i < 33; ++i)
+    dir.write("d" + std::to_string(i), fax_bytes("INCLUDE:d" + std::to_string(i + 1) + " 1 1\n"));
+  dir.write("d33", fax_bytes("", {"deep"}));
+  EXPECT_EQ(page_of("d1", 1), "deep") << "through 32 files";
+  EXPECT_EQ(page_of("d0", 1), "!15");
+
+  for (const char *path : {"main", "sub\\main", "./sub\\main", "sub/main"}) {
+    write_main(cover, path);
+    EXPECT_EQ(page_of(path, 1), strncmp(path, "sub", 3) == 0 ? "s1" : "c1") << path;
+  }
+}
+
+TEST_F(Document, RecordsAreBelievedAsFarAsTheFileGoes) {
+  expect_pages(dir.write("a", fax_bytes("", {"a", "", "c"})), "a  c !6");
+  expect_pages(dir.write("a", fax_bytes("", {"a"}) + big_endian(9) + "short"), "a !6 !6");
+  expect_pages(dir.write("a", fax_bytes("", {"a"}) + big_endian(0xFFFFFFFF)), "a !6 !6");
+  expect_pages(dir.write("a", fax_bytes("", {"a", ""}) + "\x01"), "a  !6");
+
+  const std::string path = write_main("");
+  EXPECT_EQ(page_of(path, 0), "!15");
+  EXPECT_EQ(page_of(path, 0x10002), "m2") << "records are told by 16 bits of the page number";
+  const int fd = open(path.c_str(), O_RDONLY);
+  for (const auto &[page, found, offset] : {std::tuple(1, 1, 9), {4, 1, 27}, {0, 0, 27}, {0xFFFF, 0, 27}, {5, 0, -1}}) {
+    EXPECT_EQ(SeekToPage(fd, static_cast<uint16_t>(page)), found) << page;
+    EXPECT_TRUE(offset < 0 || lseek(fd, 0, SEEK_CUR) == offset) << page;
+  }
+  uint8_t *data = nullptr;
+  int32_t length;
+  EXPECT_EQ(FaxFileReadSpecificPage(0, "", 1, &data, &length), 15);
+  EXPECT_EQ(FaxFileReadSpecificPage(fd, "", 1, nullptr, &length), 15);
+  EXPECT_EQ(FaxFileReadSpecificPage(fd, "", 1, &data, nullptr), 15);
+  EXPECT_EQ(FaxFileReadSpecificPage(999, "", 1, &data, &length), 6);
+  close(fd);
+
+  write_main("INCLUDE:annex.fax 3 2\n");
+  fl_trace_on = 1;
+  testing::internal::CaptureStdout();
+  page_of(path, 4);
+  EXPECT_EQ(testing::internal::GetCapturedStdout(),
+            "build_inclusion_list(), looking for page 4\njust scanned annex.fax 3 2\nvirtual page set to 2\n"
+            "real page set to 2\nvirtual page set to 4\nreturn page number set to 2\n"
+            "build_inclusion_list() returned 2, annex.fax\nbuild_inclusion_list(), looking for page 2\n"
+            "return page number set to 2\nbuild_inclusion_list() returned 2, \nafter build_inclusion_list()\n"
+            "after build_inclusion_list()\n");
+}
