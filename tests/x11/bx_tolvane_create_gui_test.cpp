@@ -1,0 +1,220 @@
+#include "x11/xt_app.h"
+
+#include "ui/bx_tolvane_create_gui.h"
+#include "ui/motif_utils.h"
+#include "ui/widgets.h"
+
+#include <array>
+#include <map>
+#include <sstream>
+
+#include <X11/IntrinsicP.h>
+#include <Xm/XmAll.h>
+
+using namespace tolvane;
+
+namespace {
+
+// In the order of creation: name, class, parent, managed, handle, label (_ is a blank, / a line break); for children of
+// the form what holds their top, bottom, left and right side: a neighbour, with "=" one that it is flush with, and the
+// offset; resources,
+// where H is highlightThickness=0 and M marginHeight=3.
+const char WIDGETS[] = R"(dismiss_print_buttons XmRowColumn tolvane_form + h - | - form+5 form+25 - | rowColumnType=0
+fax_menubar XmRowColumn tolvane_form - h - | form+5 - form+5 - | marginWidth=0 marginHeight=0 rowColumnType=1
+fax_ops XmRowColumn tolvane_form - h - | - form+3 form+6 - | spacing=5 entryAlignment=1 packing=1 rowColumnType=0
+scale_label XmLabel tolvane_form + - Scale: | - scale_frame+2 =scale_frame+0 - | H M
+scale_frame XmFrame tolvane_form + - - | prev_chunk+31 - form+19 - | marginHeight=3
+view_down XmArrowButton tolvane_form + h - | view_up+32 - =view_up+0 - | H arrowDirection=1
+view_right XmArrowButton tolvane_form + h - | view_up+0 - view_up+0 - | H arrowDirection=3
+view_left XmArrowButton tolvane_form + h - | view_up+0 - - view_up+0 | H arrowDirection=2
+view_up XmArrowButton tolvane_form + h - | scale_frame+33 - form+37 - | H arrowDirection=0
+orientation_label XmLabel tolvane_form + - Orientation: | - view_up+3 =view_left+0 - | H M
+lines_textfield XmLabel tolvane_form + h 2101_lines | res_textfield+0 - form+20 - | H M recomputeSize=0
+res_textfield XmLabel tolvane_form + h High_Res | view_down+8 - form+22 - | H M recomputeSize=0 height=20
+next_chunk XmArrowButton tolvane_form + h - | =prev_chunk+0 - prev_chunk+10 - | H arrowDirection=1
+scale XmScale tolvane_form + h - | pages_label+3 - form+5 scrolled_window+5 | H maximum=10 minimum=1 orientation=2 showValue=1 scaleMultiple=1
+prev_chunk XmArrowButton tolvane_form + h - | scale+33 - form+10 - | H arrowDirection=0
+browser_label XmLabel tolvane_form + - Browse: | - prev_chunk+2 form+10 - | H M
+pages_label XmLabel tolvane_form + h Pages: | fax_menubar+5 - form+10 - | H M
+scrolled_window XmScrolledWindow tolvane_form + h - | form+0 form+0 form+104 form+0 | scrollingPolicy=0
+drawing_area XmDrawingArea ClipWindow + h - | | width=892 height=863
+scale_area XmRowColumn scale_frame + - - | | radioAlwaysOne=1 radioBehavior=1 marginHeight=3 spacing=0 entryAlignment=0 packing=2
+scale_100 XmToggleButton scale_area + h 100% | | H M set=1
+scale_75 XmToggleButton scale_area + h 75% | | H M set=0
+scale_50 XmToggleButton scale_area + h 50% | | H M set=0
+send_fax XmPushButton fax_ops + - Send_Fax | | H alignment=1
+save_fax XmPushButton fax_ops + - Save_Fax/(don't_send) | | H alignment=1
+discard_fax XmPushButton fax_ops + - Discard_Fax | | H alignment=1
+fax_cascade XmCascadeButton fax_menubar + - Fax_Options | |
+fax_menu XmRowColumn fax_menuMenuShell - - - | | tearOffModel=0 rowColumnType=2
+tn_print XmPushButton fax_menu + - Print | |
+tn_print_props XmPushButton fax_menu + - Print_Properties... | |
+tn_attach XmPushButton fax_menu + - Add_to_Attachments | |
+tn_delete XmPushButton fax_menu + - Delete_Fax(es) | |
+tn_rename XmPushButton fax_menu + - Rename_Fax... | |
+tn_send_original XmPushButton fax_menu + - Send_to_Original_Recipient(s) | |
+tn_send_selected XmPushButton fax_menu + - Send_to_Selected_Recipient(s) | |
+tn_route XmPushButton fax_menu + h Route_Fax(es)... | |
+print_button XmPushButton dismiss_print_buttons + h Print | | H M
+dismiss_button XmPushButton dismiss_print_buttons + h Dismiss | | H M)";
+
+struct Row {
+  std::string name, type, parent, managed, handle, label, sides[4], resources;
+};
+
+std::vector<Row> rows() {
+  std::vector<Row> all;
+  std::istringstream lines(WIDGETS);
+  for (std::string line; std::getline(lines, line);) {
+    Row row;
+    std::string sides;
+    std::istringstream words(line);
+    words >> row.name >> row.type >> row.parent >> row.managed >> row.handle >> row.label;
+    words.ignore(3);
+    std::getline(words, sides, '|');
+    std::getline(words, row.resources);
+    std::istringstream(sides) >> row.sides[0] >> row.sides[1] >> row.sides[2] >> row.sides[3];
+    all.push_back(row);
+  }
+  return all;
+}
+
+template <typename Value>
+Value resource(Widget w, const std::string &name) {
+  Value value{};
+  XtVaGetValues(w, name.c_str(), &value, nullptr);
+  return value;
+}
+
+/// A numeric resource, which the widget holds in 1, 2 or 4 bytes: the low ones, as on all hosts of ours.
+std::string number(Widget w, const std::string &name) {
+  return std::to_string(resource<XtArgVal>(w, name));
+}
+
+std::string label_of(Widget w) {
+  const auto label = resource<XmString>(w, XmNlabelString);
+  std::string text;
+  XmStringContext context;
+  XmStringInitContext(&context, label);
+  unsigned length;
+  XtPointer value;
+  for (int type; (type = XmStringGetNextTriple(context, &length, &value)) != XmSTRING_COMPONENT_END;
+       XtFree(static_cast<char *>(value))) {
+    if (type == XmSTRING_COMPONENT_TEXT) text.append(static_cast<char *>(value), length);
+    if (type == XmSTRING_COMPONENT_SEPARATOR) text += '/';
+  }
+  XmStringFreeContext(context);
+  XmStringFree(label);
+  for (char &c : text) c = c == ' ' ? '_' : c;
+  return text;
+}
+
+std::string side_of(Widget w, const std::string &side) {
+  const auto attachment = resource<unsigned char>(w, side + "Attachment");
+  const std::string offset = "+" + std::to_string(resource<int>(w, side + "Offset"));
+  if (attachment == XmATTACH_NONE) return "-";
+  if (attachment == XmATTACH_FORM) return "form" + offset;
+  return (attachment == XmATTACH_WIDGET ? "" : "=") + std::string(XtName(resource<Widget>(w, side + "Widget"))) +
+         offset;
+}
+
+class MainWindow : public testing::Test {
+ protected:
+  XtApp &app_ = xt_app();
+  Widget shell_ = app_.make_shell("TolVane");
+  Widget form_ = Createtolvane_form(shell_);
+
+  Widget find(const std::string &name) const { return search_widget_by_name(form_, name.c_str()); }
+
+  /// Top, bottom, left and right edge of a child of the form.
+  std::array<int, 4> edges(const std::string &name) const {
+    Widget w = find(name);
+    const int x = resource<Position>(w, XmNx), y = resource<Position>(w, XmNy);
+    return {y, y + resource<Dimension>(w, XmNheight), x, x + resource<Dimension>(w, XmNwidth)};
+  }
+
+  /// Holds the edges of the managed children against their attachments, in a form of that size.
+  void expect_layout(int width, int height) const {
+    const std::array<int, 4> form = {0, height, 0, width};
+    for (const Row &row : rows()) {
+      for (size_t side = 0; side < 4; side++) {
+        if (row.sides[side].size() < 2 || !XtIsManaged(find(row.name))) continue;
+        const size_t plus = row.sides[side].find('+');
+        const bool flush = row.sides[side][0] == '=';
+        const std::string other = row.sides[side].substr(flush, plus - flush);
+        const int offset = std::stoi(row.sides[side].substr(plus));
+        // An unmanaged neighbour counts as the form's edge.
+        const bool at_form = other == "form" || !XtIsManaged(find(other));
+        const int edge = at_form ? form[side] : edges(other)[flush ? side : side ^ 1];
+        EXPECT_EQ(edges(row.name)[side], side % 2 == 0 ? edge + offset : edge - offset) << row.name << " side " << side;
+      }
+    }
+  }
+
+  void TearDown() override {
+    XtDestroyWidget(shell_);
+    app_.process_pending();
+  }
+};
+
+}  // namespace
+
+TEST_F(MainWindow, HasTheWidgetsInOrderWithTheirResources) {
+  EXPECT_EQ(form_, tolvane_form);
+  EXPECT_FALSE(XtIsManaged(form_));
+  EXPECT_EQ(number(form_, XmNmarginHeight) + number(form_, XmNresizePolicy), "31");
+  std::map<Widget, std::string> children;
+  std::string with_handle, handles;
+  for (const Row &row : rows()) {
+    SCOPED_TRACE(row.name);
+    Widget w = find(row.name);
+    ASSERT_TRUE(w);
+    children[XtParent(w)] += " " + row.name;
+    if (row.handle == "h") with_handle += " " + row.name;
+    EXPECT_EQ(XtClass(w)->core_class.class_name, row.type);
+    EXPECT_EQ(XtName(XtParent(w)), row.parent);
+    EXPECT_EQ(XtIsManaged(w), row.managed == "+");
+    EXPECT_EQ(row.label == "-" ? "-" : label_of(w), row.label);
+    std::istringstream words(row.resources);
+    for (std::string word; words >> word;) {
+      if (word == "H") word = "highlightThickness=0";
+      if (word == "M") word = "marginHeight=3";
+      const size_t equals = word.find('=');
+      EXPECT_EQ(number(w, word.substr(0, equals)), word.substr(equals + 1)) << word;
+    }
+    const char *const sides[] = {"top", "bottom", "left", "right"};
+    for (size_t i = 0; i < 4; i++)
+      EXPECT_EQ(row.sides[i].empty() ? "" : side_of(w, sides[i]), row.sides[i]) << sides[i];
+  }
+  for (const auto &[parent, expected] : children) {
+    const auto list = resource<WidgetList>(parent, XmNchildren);
+    std::string names;
+    for (Cardinal i = 0; i < resource<Cardinal>(parent, XmNnumChildren); i++)
+      names += std::string(" ") + XtName(list[i]);
+    EXPECT_NE(names.find(expected), std::string::npos) << names << " should hold" << expected;
+  }
+  for (Widget w :
+       {dismiss_print_buttons, fax_menubar,   fax_ops,    view_down, view_right, view_left,    view_up,
+        lines_textfield,       res_textfield, next_chunk, scale,     prev_chunk, pages_label,  scrolled_window,
+        drawing_area,          scale_100,     scale_75,   scale_50,  tn_route,   print_button, dismiss_button}) {
+    handles += std::string(" ") + XtName(w);
+  }
+  EXPECT_EQ(handles, with_handle);
+  EXPECT_EQ(resource<Widget>(find("fax_cascade"), XmNsubMenuId), find("fax_menu"));
+}
+
+TEST_F(MainWindow, LaysTheColumnOutBesideThePage) {
+  XtManageChild(form_);
+  XtPopup(shell_, XtGrabNone);
+  ASSERT_TRUE(app_.process_until([&] { return is_viewable(XtWindow(drawing_area)); }));
+  expect_layout(940, 735);
+  const auto size_of = [](Widget w) { return std::pair(area_of(w).width, area_of(w).height); };
+  for (Widget arrow : {prev_chunk, next_chunk}) EXPECT_EQ(size_of(arrow), std::pair(35, 35));
+  for (Widget arrow : {view_up, view_down, view_left, view_right}) EXPECT_EQ(size_of(arrow), std::pair(32, 32));
+  EXPECT_EQ(size_of(drawing_area), std::pair(892, 863));
+  const auto column = edges("lines_textfield");
+  resize_window(XtWindow(shell_), 1140, 935);
+  ASSERT_TRUE(app_.process_until([&] { return resource<Dimension>(form_, XmNheight) == 935; }));
+  expect_layout(1140, 935);
+  EXPECT_EQ(edges("lines_textfield"), column);
+}
