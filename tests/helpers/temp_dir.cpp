@@ -6,7 +6,8 @@
 #include <iterator>
 
 TempDir::TempDir() {
-  std::string name = (std::filesystem::temp_directory_path() / "tolvane-test-XXXXXX").string();
+  // No hyphen before the random letters: "-g" in a file name is a geometry switch to the viewer.
+  std::string name = (std::filesystem::temp_directory_path() / "tolvane-test.XXXXXX").string();
   dir_ = mkdtemp(name.data());
 }
 
