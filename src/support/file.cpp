@@ -271,7 +271,7 @@ bool fill_target(int in, const char *source, Descriptor out, const char *target,
 
 int copy(const char *source, const char *target) {
   PathBuffer inside;
-  struct stat old_target;
+  struct stat old_target = {};
   bool exists = stat(target, &old_target) == 0;
   const bool into_directory = exists && S_ISDIR(old_target.st_mode);
   if (into_directory) {
@@ -283,7 +283,7 @@ int copy(const char *source, const char *target) {
     exists = stat(target, &old_target) == 0;
   }
 
-  struct stat status;
+  struct stat status = {};
   const Descriptor in = open_source(source, &status);
   if (!in) return 0;
   if (exists && old_target.st_dev == status.st_dev && old_target.st_ino == status.st_ino) {

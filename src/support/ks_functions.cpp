@@ -1,6 +1,6 @@
-// The layer itself: it calls the system's functions and is the one module that is never compiled through
-// debug_alloc.h. The table search decides whether a block is known; the index in the block is only checked by the
-// report, because sorting the table leaves it behind.
+// The layer itself: it calls the system's functions, and debug_alloc.h leaves it alone. The table search decides
+// whether a block is known; the index in the block is only checked by the report, because sorting the table leaves it
+// behind.
 #include "support/ks_functions.h"
 
 #include <errno.h>
@@ -212,19 +212,19 @@ int strike_open_file(intptr_t handle) {
   }
   return 0;
 }
+}  // namespace
 
-int entered(int fd, const char *path, const char *fname, int line) {
+int denter(int fd, const char *path, const char *fname, int line) {
   if (fd >= 0) enter_open_file(fd, path, fname, line);
   return fd;
 }
-}  // namespace
 
 int dopen(const char *path, int oflag, int mode, const char *fname, int line) {
-  return entered(open(path, oflag, mode), path, fname, line);
+  return denter(open(path, oflag, mode), path, fname, line);
 }
 
 int dcreat(const char *path, mode_t mode, const char *fname, int line) {
-  return entered(creat(path, mode), path, fname, line);
+  return denter(creat(path, mode), path, fname, line);
 }
 
 FILE *dfopen(const char *path, const char *mode, const char *fname, int line) {

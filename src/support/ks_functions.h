@@ -69,6 +69,11 @@ int dopen(const char *path, int oflag, int mode, const char *fname, int line);
 int dcreat(const char *path, mode_t mode, const char *fname, int line);
 FILE *dfopen(const char *path, const char *mode, const char *fname, int line);
 
+/// Enters a descriptor that came another way (`mkostemp`, `dup`) in the ledger, unless it is negative.
+///
+/// @return `fd`
+int denter(int fd, const char *path, const char *fname, int line);
+
 /// The calls of their names; a file that is not in the ledger is told and closed all the same.
 int dclose(int fd, const char *fname, int line);
 int dfclose(FILE *stream, const char *fname, int line);

@@ -15,7 +15,13 @@ namespace {
 
 int bit_next_trans(const uint8_t *line, uint32_t size, int16_t position, int16_t *result, int colour) {
   const int looked_for = position < 0 ? 1 : (colour & 1) ^ 1;
-  *result = static_cast<int16_t>(find_run_start<Line::exact>(line, size, position, looked_for));
+  const int32_t width = static_cast<int32_t>(8 * size);
+  int32_t found = width;
+  if (position < width - 1 || (position <= 0 && width > 0)) {
+    const uint64_t black = looked_for != 0 ? ~UINT64_C(0) : 0;
+    found = finish_search<Line::exact>(begin_search<Line::exact>(line, size, position, black), line, size);
+  }
+  *result = static_cast<int16_t>(found);
   return looked_for;
 }
 

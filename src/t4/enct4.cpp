@@ -175,7 +175,7 @@ class ChangeLists {
     size_ = size;
     line_ = elements_.get() + in_front;
     reference_ = line_ + room;
-    close(line_);  // the line above the first one is white
+    end_list(line_);  // the line above the first one is white
     return true;
   }
 
@@ -184,7 +184,7 @@ class ChangeLists {
     std::swap(line_, reference_);
     int32_t *next = line_;
     find_changes(pixels, static_cast<uint32_t>(size_), [&](int32_t position) { *next++ = position; });
-    close(next);
+    end_list(next);
   }
 
  private:
@@ -193,7 +193,7 @@ class ChangeLists {
   // Behind the list the width stands for all the elements that there are not. In front of it stands the element to
   // white that a search from position 0 finds: that position counts as the start of a line (`bit_next_trans`), so pixel
   // 0 itself is found if it is white.
-  void close(int32_t *end) {
+  void end_list(int32_t *end) {
     std::fill_n(end, behind, 8 * size_);
     line_[-1] = line_[0] == 0 ? -1 : 0;
     line_[-2] = -1;

@@ -113,7 +113,9 @@ Viewer::Viewer(const std::vector<std::string> &arguments, const std::vector<std:
             return command;
           }(),
           environment, directory),
-      window_(find_window("TolVane")) {}
+      window_(find_window("TolVane")) {
+  EXPECT_NE(window_, 0u) << "no window came up: " << program.errors();
+}
 
 std::string Viewer::shows(const std::string &expected) const {
   std::string seen;
@@ -129,6 +131,6 @@ std::string Viewer::replies(int count) {
 
 void Viewer::point() const {
   const Area area = area_of(window_);
-  XTestFakeMotionEvent(screen(), -1, area.x + area.width - 60, area.y + 100, CurrentTime);
+  XTestFakeMotionEvent(screen(), -1, area.x + 300, area.y + 100, CurrentTime);
   XSync(screen(), False);
 }

@@ -1,0 +1,130 @@
+// Pages into a fax file. They are coded into a nameless spool file first: how many they are, and so the header, is
+// known only then, and until then nothing has touched the fax file.
+#include "cli/adding.h"
+
+#include <CLI/CLI.hpp>
+
+#include "cli/fax_document.h"
+#include "cli/options.h"
+#include "cli/page_coding.h"
+#include "faxfile/header_lines.h"
+#include "faxfile/page_writer.h"
+#include "faxfile/usorbport.h"
+#include "support/handle.h"
+#include "t4/line.h"
+
+namespace tolvane {
+namespace {
+[[gnu::used]] const char SCCS_ID[] = "@(#)|adding|9|01|1|0|0|11/22/26|22:40:00";
+
+std::vector<Choice> raw_codings() {
+  return {{"g3", COMP_MH}, {"g3-2d", COMP_MR}, {"g4", COMP_MMR}, {"mh", COMP_MH}, {"mr", COMP_MR}, {"mmr", COMP_MMR}};
+}
+
+/// "300" or "204x98".
+bool store_dpi(const std::string &text, SourceOptions &source) {
+  char *end = nullptr;
+  source.x_dpi = source.y_dpi = strtod(text.c_str(), &end);
+  if (*end == 'x') source.y_dpi = strtod(end + 1, &end);
+  return *end == 0 && source.x_dpi >= 1 && source.y_dpi >= 1 && source.x_dpi <= 100000 && source.y_dpi <= 100000;
+}
+
+/// Moves inclusions behind `place` up by the number of new pages.
+Status shift_inclusions(FaxDocument &document, int32_t place, int32_t new_pages) {
+  if (document.record_count() + new_pages > MOST_RECORDS)
+    return failure("%s: more than %d pages in one file", document.name(), MOST_RECORDS);
+  for (const Inclusion &inclusion : document.inclusions) {
+    if (inclusion.at > place) document.lines[inclusion.line] = inclusion_line(inclusion, inclusion.at + new_pages);
+  }
+  return DONE;
+}
+
+/// Whether pages can be added: complains if not.
+Status check_target(const FaxDocument &document, int32_t place) {
+  if (encodable_modes(document) != DONE) return FAILED;
+  if (document.lost_bytes > 0)
+    return failure("%s: the last page is cut short: nothing can be added behind it", document.name());
+  if (place > document.record_count() + 1)
+    return failure("%s: no place %d: the file holds %d pages of its own", document.name(), place,
+                   document.record_count());
+  return DONE;
+}
+
+}  // namespace
+
+void declare_page_input(CLI::App &usage, PageInput &input) {
+  SourceOptions &source = input.source;
+  usage.add_option("PAGES", input.files, "files with pages: TIFF, PBM, PNG or PDF; - is standard input")->required();
+  add_choice(usage, "--fit", source.fit.fill_width, {{"center", 0}, {"centre", 0}, {"scale", 1}},
+             "keep the true size and centre (as unless given), or scale to the full width");
+  add_choice(usage, "--grey", source.fit.diffuse, {{"threshold", 0}, {"diffusion", 1}},
+             "how grey becomes black and white");
+  usage.add_option("--threshold", source.fit.threshold, "grey below this is black, 128 unless given")
+      ->check(CLI::Range(1, 255));
+  usage
+      .add_option_function<std::string>(
+          "--source-dpi",
+          [&source](const std::string &text) {
+            if (!store_dpi(text, source))
+              throw CLI::ValidationError("--source-dpi takes a number or two, as in 204x98");
+          },
+          "pixels an inch of PAGES, in place of what the files say")
+      ->type_name("X[xY]");
+  CLI::Option *raw =
+      add_choice(usage, "--raw", source.raw.coding, raw_codings(), "PAGES are bare coded lines, a page each");
+  usage.add_option("--width", source.raw.width, "pixels of a raw line, 1728 unless given")
+      ->check(CLI::Range(1, 16384))
+      ->needs(raw);
+  add_choice(usage, "--bit-order", source.raw.high_bit_first, {{"lsb", 0}, {"msb", 1}},
+             "which bit of a raw byte comes first, lsb unless given")
+      ->needs(raw);
+}
+
+Status code_pages(const PageInput &input, int32_t coding, int32_t resolution, int fd, int32_t &count) {
+  SourceOptions source = input.source;
+  source.fit.resolution = resolution;
+  Progress progress("pages");
+  Status status = DONE;
+  count = 0;
+  for (const std::string &file : input.files) {
+    const Status read = read_pages(file, source, [&](GreyPage &&page) {
+      std::vector<uint8_t> lines;
+      if (!make_fax_lines(page, source.fit, lines))
+        return failure("%s: a page would have more than %d lines", input_name(file).c_str(), LONGEST_PAGE);
+      if (++count > MOST_RECORDS) return failure("more than %d pages in one file", MOST_RECORDS);
+      const std::vector<uint8_t> record = encode_page(lines, coding, resolution);
+      progress.step();
+      return FaxFileAppendEncodedPage(fd, record.data(), static_cast<int32_t>(record.size())) == FAXFILE_OK
+                 ? DONE
+                 : system_failure("spool file");
+    });
+    status = worse(status, read);
+    if (status == FAILED) return FAILED;
+  }
+  return count > 0 ? status : failure("no page in what was given");
+}
+
+Status insert_pages(const std::string &path, int32_t place, const PageInput &input) {
+  FaxDocument document;
+  if (open_fax(path, document) != DONE || check_target(document, place) != DONE) return FAILED;
+  if (place == 0) place = document.record_count() + 1;
+
+  OutputFile output;
+  if (output.open(path) != DONE) return FAILED;
+  const Descriptor spool(open_spool(output.working_path()));
+  if (!spool) return system_failure(output.name());
+  int32_t new_pages = 0;
+  const Status read = code_pages(input, document.coding, written_resolution(document), spool.get(), new_pages);
+  if (read == FAILED || shift_inclusions(document, place, new_pages) != DONE ||
+      set_page_counts(document.name(), document.lines, document.record_count() + new_pages) != DONE)
+    return FAILED;
+
+  const int64_t end = records_end(document);
+  const int64_t cut = place > document.record_count() ? end : document.records[static_cast<size_t>(place) - 1].offset;
+  const RecordRange ranges[] = {
+      {document.fd, document.records_start, cut}, {spool.get(), 0, file_size(spool.get())}, {document.fd, cut, end}};
+  if (write_fax(output, document.lines, ranges) != DONE || output.commit() != DONE) return FAILED;
+  return read;
+}
+
+}  // namespace tolvane

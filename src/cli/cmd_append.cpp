@@ -1,0 +1,27 @@
+// tolvane-fax append: pages in other formats added behind the last page of a fax file.
+#include <CLI/CLI.hpp>
+
+#include "cli/adding.h"
+#include "cli/commands.h"
+
+namespace tolvane {
+namespace {
+[[gnu::used]] const char SCCS_ID[] = "@(#)|cmd_append|9|01|1|0|0|11/22/26|22:40:00";
+
+std::string file;
+PageInput input;
+
+void declare(CLI::App &usage) {
+  usage.add_option("FILE", file, "the fax file")->required();
+  declare_page_input(usage, input);
+}
+
+Status run() {
+  return insert_pages(file, 0, input);
+}
+
+}  // namespace
+
+const Command append_command = {"append", "Adds pages behind the last page of a fax", declare, run};
+
+}  // namespace tolvane

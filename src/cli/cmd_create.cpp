@@ -1,0 +1,71 @@
+// tolvane-fax create: a new fax file from pages in other formats. How pages are read and fitted is told in page_source
+// and fax_lines.
+#include <CLI/CLI.hpp>
+
+#include "cli/adding.h"
+#include "cli/commands.h"
+#include "cli/fax_document.h"
+#include "cli/keyword_values.h"
+#include "cli/options.h"
+#include "faxfile/header_lines.h"
+#include "faxfile/usorbport.h"
+#include "support/handle.h"
+#include "t4/line.h"
+
+namespace tolvane {
+namespace {
+[[gnu::used]] const char SCCS_ID[] = "@(#)|cmd_create|9|01|1|0|0|11/22/26|22:40:00";
+
+std::string out;
+PageInput input;
+int32_t coding = COMP_MMR;
+int32_t resolution = 1;
+std::vector<std::string> keywords;
+
+void declare(CLI::App &usage) {
+  usage.add_option("OUT", out, "the fax file to make; - is standard output")->required();
+  declare_page_input(usage, input);
+  add_coding(usage, "--coding", coding, "how pages are coded, mmr unless given");
+  add_resolution(usage, resolution, "98 or 196 lines an inch, fine unless given");
+  usage.add_option("-k,--keyword", keywords, "a header line; may be given several times")
+      ->type_name("NAME=VALUE")
+      ->allow_extra_args(false);
+}
+
+/// The header lines that the user wants beside those that are set here.
+Status add_keywords(HeaderLines &lines) {
+  for (const std::string &text : keywords) {
+    KeywordValue keyword;
+    if (parse_keyword(text, keyword) != DONE) return USAGE;
+    set_header_value(lines, keyword.first.c_str(), keyword.second);
+    if (!is_structural(lines.back())) continue;
+    complain("%s is set by the program itself", keyword.first.c_str());
+    return USAGE;
+  }
+  return check_header(out.c_str(), lines);
+}
+
+Status run() {
+  HeaderLines wanted;
+  if (const Status status = add_keywords(wanted); status != DONE) return status;
+  OutputFile output;
+  if (output.open(out) != DONE) return FAILED;
+  const Descriptor spool(open_spool(output.working_path()));
+  if (!spool) return system_failure(output.name());
+  int32_t pages = 0;
+  const Status read = code_pages(input, coding, resolution, spool.get(), pages);
+  if (read == FAILED) return FAILED;
+
+  HeaderLines lines = leading_lines(pages, resolution, coding);
+  lines.insert(lines.end(), wanted.begin(), wanted.end());
+  const RecordRange all[] = {{spool.get(), 0, file_size(spool.get())}};
+  if (check_header(output.name(), lines) != DONE || write_fax(output, lines, all) != DONE || output.commit() != DONE)
+    return FAILED;
+  return read;
+}
+
+}  // namespace
+
+const Command create_command = {"create", "Makes a fax from TIFF, PBM, PNG, PDF or raw coded pages", declare, run};
+
+}  // namespace tolvane

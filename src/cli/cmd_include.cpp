@@ -1,0 +1,83 @@
+// tolvane-fax include: lets a fax file take pages from another one that lies beside it. Only the header changes.
+// Readers go through the INCLUDE lines once, in the order of the pages, so the new line has a place among the others.
+#include <CLI/CLI.hpp>
+
+#include "cli/commands.h"
+#include "cli/fax_document.h"
+#include "cli/page_coding.h"
+#include "faxfile/header_lines.h"
+#include "faxfile/pages.h"
+
+namespace tolvane {
+namespace {
+[[gnu::used]] const char SCCS_ID[] = "@(#)|cmd_include|9|01|1|0|0|11/22/26|22:40:00";
+
+std::string included_name;
+int32_t place;
+int32_t count;
+std::string file;
+
+void declare(CLI::App &usage) {
+  usage.add_option("NAME", included_name, "the fax file with the pages, relative to the directory of FILE")->required();
+  usage.add_option("AT", place, "the page of FILE's own in front of which they come, from 1")
+      ->required()
+      ->check(CLI::Range(1, MOST_RECORDS + 1));
+  usage.add_option("COUNT", count, "how many: pages 1 to COUNT")->required()->check(CLI::Range(1, MOST_RECORDS));
+  usage.add_option("FILE", file, "the fax file that takes the pages")->required();
+}
+
+/// Whether a file, itself or through what it includes, takes pages from the file being changed.
+bool leads_back(const FaxDocument &document, const FaxDocument &included) {
+  for (int32_t page = 1; page <= count; ++page) {
+    FaxPage found;
+    if (locate_page(included, page, found) != DONE || same_file(found.source, document.path)) return true;
+  }
+  return same_file(included.path, document.path);
+}
+
+/// Whether the pages can be had and be shown as pages of the document: there is one coding and one resolution for all.
+Status check_included(const FaxDocument &document) {
+  if (included_name.size() >= INCLUDE_NAME_SIZE || included_name.find_first_of(" \t\n\v\f\r") != std::string::npos)
+    return failure("an included name has no blanks and at most %zu characters", INCLUDE_NAME_SIZE - 1);
+  FaxDocument included;
+  if (open_fax(directory_of(document.path) + '/' + included_name, included) != DONE) return FAILED;
+  if (included.coding != document.coding || written_resolution(included) != written_resolution(document))
+    return failure("%s is coded in %s at resolution %d, but %s in %s at %d: convert one of them first", included.name(),
+                   coding_name(included.coding), written_resolution(included), document.name(),
+                   coding_name(document.coding), written_resolution(document));
+  if (count > included.page_count())
+    return failure("%s has %d pages, not %d", included.name(), included.page_count(), count);
+  if (leads_back(document, included)) return failure("%s leads back to %s", included.name(), document.name());
+  return DONE;
+}
+
+/// Where the new line goes: behind those for the same page or one before it.
+void add_inclusion(FaxDocument &document) {
+  const std::string line = inclusion_line({0, included_name, place, count}, place);
+  for (const Inclusion &inclusion : document.inclusions) {
+    if (inclusion.at <= place) continue;
+    document.lines.insert(document.lines.begin() + static_cast<ptrdiff_t>(inclusion.line), line);
+    return;
+  }
+  document.lines.push_back(line);
+}
+
+Status run() {
+  FaxDocument document;
+  if (open_fax(file, document) != DONE || check_included(document) != DONE) return FAILED;
+  if (place > document.record_count() + 1)
+    return failure("%s: no place %d: the file holds %d pages of its own", document.name(), place,
+                   document.record_count());
+  add_inclusion(document);
+  OutputFile output;
+  if (set_page_counts(document.name(), document.lines, document.record_count()) != DONE ||
+      check_header(document.name(), document.lines) != DONE || output.open(file) != DONE)
+    return FAILED;
+  return write_fax_header_lines(document, output);
+}
+
+}  // namespace
+
+const Command include_command = {"include", "Lets a fax take pages from another one", declare, run};
+
+}  // namespace tolvane

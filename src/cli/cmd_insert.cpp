@@ -1,0 +1,33 @@
+// tolvane-fax insert: pages in other formats put in front of a page of a fax file. Places count the pages that are
+// stored in the file, not those that it takes from others.
+#include <CLI/CLI.hpp>
+
+#include "cli/adding.h"
+#include "cli/commands.h"
+#include "cli/fax_document.h"
+
+namespace tolvane {
+namespace {
+[[gnu::used]] const char SCCS_ID[] = "@(#)|cmd_insert|9|01|1|0|0|11/22/26|22:40:00";
+
+std::string file;
+int32_t place;
+PageInput input;
+
+void declare(CLI::App &usage) {
+  usage.add_option("N", place, "the page of the file's own in front of which they go, from 1")
+      ->required()
+      ->check(CLI::Range(1, MOST_RECORDS));
+  usage.add_option("FILE", file, "the fax file")->required();
+  declare_page_input(usage, input);
+}
+
+Status run() {
+  return insert_pages(file, place, input);
+}
+
+}  // namespace
+
+const Command insert_command = {"insert", "Puts pages in front of page N of a fax", declare, run};
+
+}  // namespace tolvane

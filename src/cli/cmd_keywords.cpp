@@ -1,0 +1,155 @@
+// tolvane-fax keywords: the header lines of a fax file. Lines are found by their whole name: the keyword operations of
+// the library look for a name anywhere in the header, and a value that holds one would be cut in its place. So the
+// lines are edited here in memory, and the file is replaced as a whole.
+#include <CLI/CLI.hpp>
+
+#include <algorithm>
+
+#include "cli/commands.h"
+#include "cli/fax_document.h"
+#include "cli/keyword_values.h"
+#include "faxfile/header_lines.h"
+#include "faxfile/usorbport.h"
+
+namespace tolvane {
+namespace {
+[[gnu::used]] const char SCCS_ID[] = "@(#)|cmd_keywords|9|01|1|0|0|11/22/26|22:40:00";
+
+std::string file;
+std::vector<std::string> words;  // the operands behind FILE: names, or NAME=VALUE
+std::string copied_file;
+
+bool is_line_of(const std::string &line, const std::string &name) {
+  return header_line_value(line, name.c_str()) != nullptr;
+}
+
+void remove_lines(HeaderLines &lines, const std::string &name) {
+  std::erase_if(lines, [&](const std::string &line) { return is_line_of(line, name); });
+}
+
+/// A stored value as text: a carriage return is a line break.
+std::string shown(std::string value, const char *line_break) {
+  for (size_t at = 0; (at = value.find('\r', at)) != std::string::npos;) value.replace(at, 1, line_break);
+  return value;
+}
+
+Status list_lines(FaxDocument &document) {
+  for (const std::string &line : document.lines) printf("%s\n", shown(line, "\n\t").c_str());
+  return DONE;
+}
+
+Status print_values(FaxDocument &document) {
+  Status status = DONE;
+  for (const std::string &name : words) {
+    bool found = false;
+    for (const std::string &line : document.lines) {
+      const char *value = header_line_value(line, name.c_str());
+      if (value) printf("%s\n", shown(value, "\n").c_str());
+      found = found || value;
+    }
+    if (!found) status = failure("%s: no %s", document.name(), name.c_str());
+  }
+  return status;
+}
+
+Status set_values(FaxDocument &document) {
+  for (const std::string &word : words) {
+    KeywordValue keyword;
+    if (parse_keyword(word, keyword) != DONE) return USAGE;
+    const std::string line = keyword.first + ':';
+    const auto first = std::find_if(document.lines.begin(), document.lines.end(),
+                                    [&](const std::string &other) { return is_line_of(other, keyword.first); });
+    const auto place = first - document.lines.begin();
+    remove_lines(document.lines, keyword.first);
+    document.lines.insert(document.lines.begin() + place, line);
+    set_header_value(document.lines, keyword.first.c_str(), keyword.second);
+  }
+  return DONE;
+}
+
+Status add_values(FaxDocument &document) {
+  for (const std::string &word : words) {
+    KeywordValue keyword;
+    if (parse_keyword(word, keyword) != DONE) return USAGE;
+    HeaderLines line;
+    set_header_value(line, keyword.first.c_str(), keyword.second);
+    document.lines.push_back(line.front());
+  }
+  return DONE;
+}
+
+Status delete_values(FaxDocument &document) {
+  for (const std::string &name : words) remove_lines(document.lines, name);
+  return DONE;
+}
+
+/// Copies the free text of another file: all of it, or the names given.
+Status copy_values(FaxDocument &document) {
+  FaxDocument source;
+  if (open_fax(copied_file, source) != DONE) return FAILED;
+  HeaderLines copied;
+  for (const std::string &line : source.lines) {
+    const auto is_wanted = [&](const std::string &name) { return is_line_of(line, name); };
+    if (words.empty() ? !is_structural(line) : std::any_of(words.begin(), words.end(), is_wanted))
+      copied.push_back(line);
+  }
+  for (const std::string &line : copied) remove_lines(document.lines, line.substr(0, line.find(':')));
+  document.lines.insert(document.lines.end(), copied.begin(), copied.end());
+  return DONE;
+}
+
+struct Action {
+  const char *name;
+  const char *summary;
+  const char *operands;  ///< null: none behind FILE
+  bool names;            ///< the operands are names of keywords
+  bool edits;            ///< the file is written afterwards
+  Status (*act)(FaxDocument &document);
+};
+
+constexpr Action actions[] = {
+    {"list", "Prints all header lines", nullptr, false, false, list_lines},
+    {"get", "Prints the values of keywords", "NAME", true, false, print_values},
+    {"set", "Gives keywords a value, in their place", "NAME=VALUE", false, true, set_values},
+    {"add", "Adds lines behind the last, also of a name that is there", "NAME=VALUE", false, true, add_values},
+    {"delete", "Deletes all lines of keywords", "NAME", true, true, delete_values},
+    {"copy", "Takes over the free text of another file", "NAME", true, true, copy_values},
+};
+
+const Action *chosen;
+
+void declare(CLI::App &usage) {
+  usage.require_subcommand(1);
+  for (const Action &action : actions) {
+    CLI::App *parser = usage.add_subcommand(action.name, action.summary);
+    parser->callback([&action] { chosen = &action; });
+    parser->add_option("FILE", file, "the fax file")->required();
+    const bool copies = action.act == copy_values;
+    if (action.operands)
+      parser->add_option(action.operands, words, copies ? "only these names" : "one or more")->required(!copies);
+    if (copies) parser->add_option("--from", copied_file, "the fax file that they come from")->required();
+  }
+}
+
+/// Whether readers agree about the coding and the pages of the file after an edit.
+Status run() {
+  if (chosen->names) {
+    for (const std::string &name : words) {
+      if (check_keyword_name(name) != DONE) return USAGE;
+    }
+  }
+  FaxDocument document;
+  if (open_fax(file, document) != DONE) return FAILED;
+  const HeaderLines before = document.lines;
+  if (const Status status = chosen->act(document); status != DONE || !chosen->edits) return status;
+  if (document.lines == before) return DONE;
+  OutputFile output;
+  if (check_header(document.name(), document.lines) != DONE || output.open(file) != DONE) return FAILED;
+  return write_fax_header_lines(document, output);
+}
+
+}  // namespace
+
+const Command keywords_command = {"keywords", "Reads and changes the header lines of a fax", declare, run};
+
+}  // namespace tolvane

@@ -1,0 +1,94 @@
+// tolvane-fax merge: the pages of several fax files, one after another, in a new one. The header is that of the first
+// file; coding and resolution too, unless given.
+#include <CLI/CLI.hpp>
+
+#include <deque>
+
+#include "cli/commands.h"
+#include "cli/options.h"
+#include "cli/page_coding.h"
+#include "cli/transcoder.h"
+#include "faxfile/header_lines.h"
+
+namespace tolvane {
+namespace {
+[[gnu::used]] const char SCCS_ID[] = "@(#)|cmd_merge|9|01|1|0|0|11/22/26|22:40:00";
+
+std::string out;
+std::vector<std::string> files;
+int32_t coding = -1;
+int32_t resolution = -1;
+int32_t keep_inclusions;
+
+void declare(CLI::App &usage) {
+  usage.add_option("OUT", out, "the fax file to make; - is standard output")->required();
+  usage.add_option("FILE", files, "the fax files whose pages it gets")->required();
+  add_coding(usage, "--coding", coding, "how pages are coded, as in the first file unless given");
+  add_resolution(usage, resolution, "lines an inch, as in the first file unless given");
+  add_inclusions(usage, keep_inclusions);
+}
+
+/// Takes the pages of one file: all, or those of its own with its inclusions as header lines.
+Status take_pages(const FaxDocument &document, Transcoder &pages, HeaderLines &lines, Progress &progress) {
+  if (!document.inclusions_usable) return failure("%s: its INCLUDE lines cannot be read", document.name());
+  Status status = tell_lost_bytes(document);
+  const int32_t before = pages.count();
+  for (int32_t page = 1; page <= document.page_count() && status != FAILED; ++page) {
+    FaxPage found;
+    if (locate_page(document, page, found) != DONE) return FAILED;
+    if (keep_inclusions && found.source != document.path) continue;
+    status = worse(status, pages.add(document, page));
+    progress.step();
+  }
+  for (const Inclusion &inclusion : document.inclusions) {
+    if (keep_inclusions) lines.push_back(inclusion_line(inclusion, inclusion.at + before));
+  }
+  return status;
+}
+
+/// Whether inclusions may stay: names are looked for beside the file, and included pages are shown in its coding.
+Status check_kept(const FaxDocument &document) {
+  if (!keep_inclusions || document.inclusions.empty()) return DONE;
+  if (out == "-" || !same_file(directory_of(out), directory_of(document.path)))
+    return failure("%s: inclusions can be kept only in a file of the same directory", document.name());
+  if (document.coding != coding || written_resolution(document) != resolution)
+    return failure("%s: inclusions can be kept only at the same coding and resolution", document.name());
+  return DONE;
+}
+
+Status run() {
+  std::deque<FaxDocument> documents;
+  int32_t total = 0;
+  for (const std::string &file : files) {
+    if (open_fax(file, documents.emplace_back()) != DONE) return FAILED;
+    total += documents.back().page_count();
+  }
+  if (coding < 0) coding = documents.front().coding;
+  if (resolution < 0) resolution = written_resolution(documents.front());
+
+  OutputFile output;
+  Transcoder pages;
+  if (output.open(out) != DONE || pages.open(output.working_path(), coding, resolution) != DONE) return FAILED;
+  HeaderLines lines = leading_lines(0, resolution, coding);
+  for (const std::string &line : documents.front().lines) {
+    if (!is_structural(line)) lines.push_back(line);
+  }
+  Progress progress("pages", total);
+  Status status = DONE;
+  for (const FaxDocument &document : documents) {
+    if (check_kept(document) != DONE) return FAILED;
+    status = worse(status, take_pages(document, pages, lines, progress));
+    if (status == FAILED) return FAILED;
+  }
+  const RecordRange all[] = {pages.records()};
+  if (set_page_counts(output.name(), lines, pages.count()) != DONE || check_header(output.name(), lines) != DONE ||
+      write_fax(output, lines, all) != DONE || output.commit() != DONE)
+    return FAILED;
+  return status;
+}
+
+}  // namespace
+
+const Command merge_command = {"merge", "Makes one fax of several", declare, run};
+
+}  // namespace tolvane

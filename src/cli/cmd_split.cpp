@@ -1,0 +1,120 @@
+// tolvane-fax split: one fax file into several, with the same header. Pages are counted as readers see them; with
+// inclusions kept, only the file's own pages count, and an inclusion goes with the page that it stands in front of.
+#include <CLI/CLI.hpp>
+
+#include <algorithm>
+
+#include "cli/commands.h"
+#include "cli/options.h"
+#include "cli/transcoder.h"
+#include "faxfile/header_lines.h"
+
+namespace tolvane {
+namespace {
+[[gnu::used]] const char SCCS_ID[] = "@(#)|cmd_split|9|01|1|0|0|11/22/26|22:40:00";
+
+std::string file;
+std::string pattern;
+int32_t every = 1;
+std::vector<int32_t> before;
+int32_t keep_inclusions;
+
+void declare(CLI::App &usage) {
+  usage.add_option("FILE", file, "the fax file to split; - is standard input")->required();
+  usage.add_option("PATTERN", pattern, "names of the new files: %d, or %03d, stands for their number from 1")
+      ->required()
+      ->check([](const std::string &text) {
+        return is_numbered_pattern(text) ? std::string() : "\"" + text + "\" needs one %d";
+      });
+  CLI::Option *size =
+      usage.add_option("--every", every, "pages of each new file, 1 unless given")->check(CLI::Range(1, MOST_RECORDS));
+  usage.add_option("--before", before, "begin new files in front of these pages, and nowhere else")
+      ->delimiter(',')
+      ->type_name("N,N...")
+      ->allow_extra_args(false)
+      ->check(CLI::Range(1, MOST_RECORDS))
+      ->excludes(size);
+  add_inclusions(usage, keep_inclusions);
+}
+
+/// The first page of each part, and the page behind the last.
+std::vector<int32_t> part_starts(int32_t pages) {
+  std::vector<int32_t> starts = {1};
+  if (before.empty()) {
+    for (int64_t start = int64_t{1} + every; start <= pages; start += every)
+      starts.push_back(static_cast<int32_t>(start));
+  } else {
+    std::copy_if(before.begin(), before.end(), std::back_inserter(starts),
+                 [&](int32_t start) { return start <= pages; });
+    std::sort(starts.begin(), starts.end());
+    starts.erase(std::unique(starts.begin(), starts.end()), starts.end());
+  }
+  starts.push_back(pages + 1);
+  return starts;
+}
+
+/// The pages of the document that are records of its own, as readers count them.
+std::vector<int32_t> pages_to_split(const FaxDocument &document, Status &status) {
+  std::vector<int32_t> pages;
+  for (int32_t page = 1; page <= document.page_count(); ++page) {
+    FaxPage found;
+    status = worse(status, locate_page(document, page, found));
+    if (!keep_inclusions || found.source == document.path) pages.push_back(page);
+  }
+  return pages;
+}
+
+/// Writes the pages from `first` to before `behind`, counted among those to split.
+Status write_part(const FaxDocument &document, const std::vector<int32_t> &pages, int32_t first, int32_t behind,
+                  const std::string &name) {
+  OutputFile output;
+  Transcoder records;
+  if (output.open(name) != DONE ||
+      records.open(output.working_path(), document.coding, written_resolution(document)) != DONE)
+    return FAILED;
+  Status status = DONE;
+  for (int32_t i = first; i < behind && status != FAILED; ++i)
+    status = worse(status, records.add(document, pages[static_cast<size_t>(i) - 1]));
+  if (status == FAILED) return FAILED;
+
+  HeaderLines lines = leading_lines(records.count(), written_resolution(document), document.coding);
+  std::copy_if(document.lines.begin(), document.lines.end(), std::back_inserter(lines),
+               [](const std::string &line) { return !is_structural(line); });
+  const bool last = behind > document.record_count();
+  for (const Inclusion &inclusion : document.inclusions) {
+    if (keep_inclusions && inclusion.at >= first && (inclusion.at < behind || last))
+      lines.push_back(inclusion_line(inclusion, inclusion.at - first + 1));
+  }
+  const RecordRange all[] = {records.records()};
+  if (set_page_counts(output.name(), lines, records.count()) != DONE || write_fax(output, lines, all) != DONE ||
+      output.commit() != DONE)
+    return FAILED;
+  return status;
+}
+
+Status run() {
+  FaxDocument document;
+  if (open_fax(file, document) != DONE) return FAILED;
+  if (!document.inclusions_usable) return failure("%s: its INCLUDE lines cannot be read", document.name());
+  if (keep_inclusions && !document.inclusions.empty() && !same_file(directory_of(pattern), directory_of(file)))
+    return failure("%s: inclusions can be kept only in files of the same directory", document.name());
+  Status status = tell_lost_bytes(document);
+  const std::vector<int32_t> pages = pages_to_split(document, status);
+  if (status == FAILED) return FAILED;
+
+  const std::vector<int32_t> starts = part_starts(static_cast<int32_t>(pages.size()));
+  Progress progress("files", static_cast<int32_t>(starts.size()) - 1);
+  for (size_t i = 0; i + 1 < starts.size(); ++i) {
+    const std::string name = numbered_name(pattern, static_cast<int32_t>(i) + 1);
+    status = worse(status, write_part(document, pages, starts[i], starts[i + 1], name));
+    if (status == FAILED) return FAILED;
+    progress.step();
+  }
+  return status;
+}
+
+}  // namespace
+
+const Command split_command = {"split", "Makes several faxes of one", declare, run};
+
+}  // namespace tolvane

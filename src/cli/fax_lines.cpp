@@ -1,0 +1,133 @@
+// Scaling, halftoning and placing of one page. A bilevel picture that needs no scaling passes through here bit by bit:
+// 0 and 255 are left alone by both ways of making black and white.
+#include "cli/fax_lines.h"
+
+#include <algorithm>
+#include <cmath>
+#include <utility>
+
+namespace tolvane {
+namespace {
+[[gnu::used]] const char SCCS_ID[] = "@(#)|fax_lines|9|01|1|0|0|11/22/26|21:30:00";
+
+constexpr double NOMINAL = 0.045;  // 200 for 204 lines and 196 for 200: 4 percent together
+
+double snapped(double scale) {
+  for (const double simple : {0.5, 1.0, 2.0}) {
+    if (std::abs(scale / simple - 1) < NOMINAL) return simple;
+  }
+  return scale;
+}
+
+/// The source pixels that make up one pixel of the result: a first and a last one that count in part, and all between.
+struct Span {
+  int32_t first, last;
+  float first_weight, last_weight;  // the weights of one span, with 1 for each pixel between, sum to 1 / scale
+};
+
+std::vector<Span> spans(int32_t source, int32_t result) {
+  std::vector<Span> all(static_cast<size_t>(result));
+  const double step = static_cast<double>(source) / result;
+  for (int32_t i = 0; i < result; ++i) {
+    const double from = i * step, to = std::min((i + 1) * step, static_cast<double>(source));
+    const auto first = static_cast<int32_t>(from);
+    const auto last = std::clamp(static_cast<int32_t>(std::ceil(to)) - 1, first, source - 1);
+    const double first_weight = std::min(first + 1.0, to) - from;
+    all[static_cast<size_t>(i)] = {first, last, static_cast<float>(first_weight), static_cast<float>(to - last)};
+  }
+  return all;
+}
+
+/// One row, scaled along; or, with `in` a row above and `pitch` the distance of rows, one column scaled down.
+uint8_t average(const uint8_t *in, size_t pitch, const Span &span) {
+  const auto at = [&](int32_t i) { return static_cast<float>(in[static_cast<size_t>(i) * pitch]); };
+  if (span.first == span.last) return in[static_cast<size_t>(span.first) * pitch];
+  float sum = at(span.first) * span.first_weight + at(span.last) * span.last_weight;
+  float weight = span.first_weight + span.last_weight;
+  for (int32_t i = span.first + 1; i < span.last; ++i, ++weight) sum += at(i);
+  // Cut, not rounded: a pixel half black and half white comes to 127, which is black at the usual threshold.
+  return static_cast<uint8_t>(sum / weight + 0.001F);
+}
+
+/// The picture at a new size.
+std::vector<uint8_t> resized(const GreyPage &page, int32_t width, int32_t height) {
+  const auto new_width = static_cast<size_t>(width), old_width = static_cast<size_t>(page.width);
+  const auto rows = static_cast<size_t>(page.height);
+  std::vector<uint8_t> narrowed(new_width * rows), result(new_width * static_cast<size_t>(height));
+  const std::vector<Span> across = spans(page.width, width);
+  for (size_t row = 0; row < rows; ++row) {
+    for (size_t x = 0; x < new_width; ++x)
+      narrowed[row * new_width + x] = average(&page.grey[row * old_width], 1, across[x]);
+  }
+  uint8_t *out = result.data();
+  for (const Span &span : spans(page.height, height)) {
+    for (size_t x = 0; x < new_width; ++x) *out++ = average(&narrowed[x], new_width, span);
+  }
+  return result;
+}
+
+/// Error diffusion in place, every other row from right to left so that no pattern leans to one side: 7/16 of the error
+/// go to the next pixel, 3/16, 5/16 and 1/16 to the row below.
+void diffuse(std::vector<uint8_t> &grey, int32_t width, int32_t threshold) {
+  const auto columns = static_cast<size_t>(width);
+  std::vector<int32_t> here(columns + 2), below(columns + 2);  // errors in sixteenths, a pixel to spare at each end
+  for (size_t row = 0; row * columns < grey.size(); ++row) {
+    const bool leftward = row % 2;
+    for (size_t i = 0; i < columns; ++i) {
+      const size_t x = leftward ? columns - 1 - i : i;
+      uint8_t &pixel = grey[row * columns + x];
+      const int32_t wanted = pixel + here[x + 1] / 16;
+      pixel = wanted < threshold ? 0 : 255;
+      const int32_t error = wanted - pixel;
+      here[leftward ? x : x + 2] += 7 * error;
+      below[leftward ? x + 2 : x] += 3 * error;
+      below[x + 1] += 5 * error;
+      below[leftward ? x : x + 2] += error;
+    }
+    here.swap(below);
+    std::fill(below.begin(), below.end(), 0);
+  }
+}
+
+}  // namespace
+
+double lines_per_inch(int32_t resolution) {
+  return resolution == 0 ? 98 : 196;
+}
+
+FitScale fit_scale(int32_t width, double x_dpi, double y_dpi, const FitOptions &options) {
+  const bool unknown = x_dpi <= 0 || y_dpi <= 0;
+  if (unknown && width == FAX_WIDTH) return {1, 1};
+  if (unknown) x_dpi = y_dpi = FAX_X_DPI;
+  FitScale scale = {FAX_X_DPI / x_dpi, lines_per_inch(options.resolution) / y_dpi};
+  const double enlarged = FAX_WIDTH / (width * scale.x);
+  if (options.fill_width || enlarged < 1) scale = {scale.x * enlarged, scale.y * enlarged};
+  const double simple = snapped(scale.x);
+  const bool fits = std::lround(width * simple) <= FAX_WIDTH;
+  return {fits && !options.fill_width ? simple : scale.x, snapped(scale.y)};
+}
+
+bool make_fax_lines(const GreyPage &page, const FitOptions &options, std::vector<uint8_t> &lines) {
+  lines.clear();
+  const FitScale scale = fit_scale(page.width, page.x_dpi, page.y_dpi, options);
+  const double exact_height = std::max(1.0, std::round(page.height * scale.y));
+  if (exact_height > LONGEST_PAGE) return false;
+  const auto height = static_cast<int32_t>(exact_height);
+  const auto width = std::clamp(static_cast<int32_t>(std::lround(page.width * scale.x)), 1, FAX_WIDTH);
+
+  std::vector<uint8_t> grey = width == page.width && height == page.height ? page.grey : resized(page, width, height);
+  if (options.diffuse) diffuse(grey, width, options.threshold);
+
+  lines.resize(static_cast<size_t>(height) * LINE_BYTES);
+  const auto left = static_cast<size_t>(FAX_WIDTH - width) / 2;
+  const uint8_t *pixel = grey.data();
+  for (size_t row = 0; row < static_cast<size_t>(height); ++row) {
+    uint8_t *line = &lines[row * LINE_BYTES];
+    for (size_t x = left; x < left + static_cast<size_t>(width); ++x, ++pixel) {
+      if (*pixel < options.threshold) line[x / 8] = static_cast<uint8_t>(line[x / 8] | 0x80 >> x % 8);
+    }
+  }
+  return true;
+}
+
+}  // namespace tolvane

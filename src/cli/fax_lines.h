@@ -1,0 +1,54 @@
+// From a picture in grey to the lines of a fax page: fitted to 1728 pixels, then black and white.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <vector>
+
+namespace tolvane {
+
+constexpr int32_t FAX_WIDTH = 1728;           ///< pixels of a line
+constexpr size_t LINE_BYTES = FAX_WIDTH / 8;  ///< bytes of a line bitmap: pixel 0 is bit 7 of byte 0, 1 is black
+constexpr double FAX_X_DPI = 204;             ///< pixels an inch along a line, at both resolutions
+constexpr int32_t LONGEST_PAGE = 32767;       ///< lines of the longest page that is made
+constexpr int32_t WIDEST_PICTURE = 16384;     ///< pixels across of the widest picture that is read
+constexpr int64_t LARGEST_PICTURE = int64_t{1} << 27;  ///< pixels of the largest picture that is read
+
+/// Lines an inch at a vertical resolution code: 98 for 0 (normal), 196 for 1 (fine).
+double lines_per_inch(int32_t resolution);
+
+/// A picture as it was read: one byte per pixel, 0 black to 255 white, rows from the top, no padding.
+struct GreyPage {
+  int32_t width = 0;
+  int32_t height = 0;
+  double x_dpi = 0;  ///< 0 in both: not known
+  double y_dpi = 0;
+  std::vector<uint8_t> grey;
+};
+
+/// How a picture becomes a fax page.
+struct FitOptions {
+  int32_t resolution = 1;   ///< vertical resolution code of the fax: 0 normal, 1 fine
+  int32_t fill_width = 0;   ///< enlarge to the full width; else keep the true size and centre, and shrink if too wide
+  int32_t diffuse = 0;      ///< non-zero: error diffusion (Floyd and Steinberg); else threshold
+  int32_t threshold = 128;  ///< a grey below this is black
+};
+
+/// How many fax pixels a source pixel becomes, across and down.
+struct FitScale {
+  double x, y;
+};
+
+/// The scale at which a picture keeps its proportions on paper. A picture 1728 pixels wide of unknown resolution is
+/// taken as a fax page, pixel by pixel; another one as having 204 pixels an inch both ways. A scale within 4.5 percent
+/// of 1/2, 1 or 2 becomes that: senders name 200 x 200 and 200 x 100 for what is 204 x 196 and 204 x 98 (ITU-T T.30),
+/// and their pixels must pass unchanged.
+FitScale fit_scale(int32_t width, double x_dpi, double y_dpi, const FitOptions &options);
+
+/// Turns a picture into lines of LINE_BYTES bytes. Reductions average the pixels that fall together.
+///
+/// @param lines  receives the lines, one after another
+/// @return whether the page is within LONGEST_PAGE lines; if not, `lines` is empty
+bool make_fax_lines(const GreyPage &page, const FitOptions &options, std::vector<uint8_t> &lines);
+
+}  // namespace tolvane

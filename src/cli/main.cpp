@@ -1,0 +1,60 @@
+// The frame of tolvane-fax: the table of commands, the command line, the exit status. What a command does stands in its
+// own file; a new command is one more row of the table. The command line parser and some libraries throw: whatever
+// they throw ends here and nowhere else, after the handles on the way have removed half-made files.
+#include <CLI/CLI.hpp>
+
+#include <csignal>
+#include <cstdio>
+#include <new>
+
+#include "cli/commands.h"
+
+namespace tolvane {
+namespace {
+[[gnu::used]] const char SCCS_ID[] = "@(#)|main|9|01|1|0|0|11/22/26|21:30:00";
+
+constexpr const Command *commands[] = {
+    &create_command, &append_command, &insert_command,   &include_command,
+    &merge_command,  &split_command,  &keywords_command,
+};
+
+Status run_command_line(int argc, char **argv) {
+  CLI::App usage("Makes, changes and reads stored fax documents.", "tolvane-fax");
+  usage.set_version_flag("--version", "tolvane-fax " TOLVANE_VERSION);
+  usage.add_flag("-q,--quiet", Quiet, "show no progress");
+  usage.fallthrough();
+  usage.require_subcommand(1);
+  usage.footer("Exit status: 0 done, 1 usage, 2 failed, 3 done with damage found.");
+  const Command *chosen = nullptr;
+  for (const Command *command : commands) {
+    CLI::App *parser = usage.add_subcommand(command->name, command->summary);
+    parser->callback([&chosen, command] { chosen = command; });
+    command->declare(*parser);
+  }
+  try {
+    usage.parse(argc, argv);
+  } catch (const CLI::ParseError &error) {
+    return usage.exit(error) == 0 ? DONE : USAGE;
+  }
+  return chosen->run();
+}
+
+/// Results that never reached standard output were not given, whatever the command thinks.
+Status close_output(Status status) {
+  return fflush(stdout) || ferror(stdout) ? worse(status, system_failure("standard output")) : status;
+}
+
+}  // namespace
+}  // namespace tolvane
+
+int main(int argc, char **argv) {
+  // A reader that went away is a failed write with a message, and half-made files are removed.
+  signal(SIGPIPE, SIG_IGN);
+  try {
+    return tolvane::close_output(tolvane::run_command_line(argc, argv));
+  } catch (const std::bad_alloc &) {
+    return tolvane::failure("out of memory");
+  } catch (const std::exception &error) {
+    return tolvane::failure("%s", error.what());
+  }
+}

@@ -1,0 +1,173 @@
+// Lines to record and back, through the library's one encoder and one decoder. Both take plain functions and keep
+// process-wide state, hence the file-local variables: one page at a time.
+#include "cli/page_coding.h"
+
+#include <algorithm>
+
+#include "cli/fax_lines.h"
+#include "t4/damage.h"
+#include "t4/enct4.h"
+#include "t4/line.h"
+#include "t4/t4dec.h"
+
+namespace tolvane {
+namespace {
+[[gnu::used]] const char SCCS_ID[] = "@(#)|page_coding|9|01|1|0|0|11/22/26|22:10:00";
+
+constexpr int32_t DEC_EOL = 9999;         // the token that ends a line of MH
+constexpr size_t EOL_ZEROS = 11;          // zeros in front of the one of an EOL (ITU-T T.4, 4.1.2)
+constexpr size_t DAMAGE_LINES_TOLD = 10;  // of one page; the rest is told as a number
+
+std::span<const uint8_t> lines_to_code;  // given to the encoder in one batch, then empty
+std::vector<uint8_t> *coded;
+
+DecodedPage *decoding;
+int32_t runs_of_line;  // runs since the last end of line
+
+int32_t give_lines(const uint8_t **lines, int32_t *count) {
+  if (lines_to_code.empty()) return -1;
+  *lines = lines_to_code.data();
+  *count = static_cast<int32_t>(lines_to_code.size() / LINE_BYTES);
+  lines_to_code = {};
+  return LINE_BYTES;
+}
+
+int32_t take_words(const uint16_t *words, int32_t count) {
+  for (const uint16_t word : std::span(words, static_cast<size_t>(count))) {
+    coded->push_back(static_cast<uint8_t>(word & 0xFF));
+    coded->push_back(static_cast<uint8_t>(word >> 8));
+  }
+  return count;
+}
+
+void take_run(int32_t) {
+  ++runs_of_line;
+}
+
+void take_line(const uint8_t *line, uint32_t size) {
+  decoding->lines.insert(decoding->lines.end(), line, line + size);
+  runs_of_line = 0;
+}
+
+void take_damage(Damage kind) {
+  decoding->damage.push_back({decoding->line_count() + 1, kind});
+}
+
+bool bit_at(std::span<const uint8_t> record, size_t bit) {
+  return record[bit / 8] >> bit % 8 & 1;
+}
+
+/// Takes an RTC off an MH record: EOLs with nothing between them, which the decoder would give as white lines. What is
+/// left of the last byte is zeros, and a single EOL at the end, which ends the last line, stays.
+std::vector<uint8_t> without_rtc(std::span<const uint8_t> record) {
+  size_t end = record.size() * 8, eols = 0, cut = 0;
+  while (end > 0 && !bit_at(record, end - 1)) --end;
+  for (; end > EOL_ZEROS; ++eols) {
+    size_t zeros = 0;
+    while (zeros + 1 < end && !bit_at(record, end - 2 - zeros)) ++zeros;
+    if (zeros < EOL_ZEROS) break;
+    if (eols > 0) cut = end;
+    end -= zeros + 1;
+    // Only an EOL that follows another one directly is of the RTC.
+    if (zeros > EOL_ZEROS) break;
+  }
+  std::vector<uint8_t> kept(record.begin(), record.end());
+  if (cut == 0) return kept;
+  kept.resize((cut + 7) / 8);
+  if (cut % 8) kept.back() = static_cast<uint8_t>(kept.back() & ((1U << cut % 8) - 1));
+  return kept;
+}
+
+/// The decoder gives a white line for the EOL at the head of a page and keeps the line behind the last EOL back.
+void decode_MH(std::span<const uint8_t> record) {
+  const std::vector<uint8_t> data = without_rtc(record);
+  t4dec(data.data(), static_cast<uint32_t>(data.size()), COMP_MH, take_run, take_line, nullptr);
+  if (runs_of_line > 0) putrunlen(0, DEC_EOL, take_run, take_line, nullptr);
+  if (decoding->lines.empty()) return;
+  decoding->lines.erase(decoding->lines.begin(), decoding->lines.begin() + LINE_BYTES);
+  for (LineDamage &damage : decoding->damage) damage.line = std::max(damage.line - 1, 1);
+}
+
+/// The decoder gives a white line after the last one, or in its place what there is of an unfinished line.
+void decode_MMR(std::span<const uint8_t> record) {
+  const int done = t4dec(record.data(), static_cast<uint32_t>(record.size()), COMP_MMR, nullptr, take_line, nullptr);
+  const auto &lines = decoding->lines;
+  const bool white = std::all_of(lines.end() - std::min<ptrdiff_t>(LINE_BYTES, std::ssize(lines)), lines.end(),
+                                 [](uint8_t byte) { return byte == 0; });
+  if (done && !lines.empty() && white) decoding->lines.resize(lines.size() - LINE_BYTES);
+}
+
+}  // namespace
+
+int32_t DecodedPage::line_count() const {
+  return static_cast<int32_t>(lines.size() / LINE_BYTES);
+}
+
+int32_t DecodedPage::damaged_lines() const {
+  int32_t count = 0, last = 0;
+  for (const LineDamage &place : damage) {
+    // A skipped line has no place of its own in the page, and yet it is one more that is lost.
+    if (place.line != last || place.kind == Damage::skipped_line) ++count;
+    last = place.line;
+  }
+  return count;
+}
+
+std::vector<uint8_t> encode_page(std::span<const uint8_t> lines, int32_t coding, int32_t resolution) {
+  std::vector<uint8_t> record;
+  coded = &record;
+  lines_to_code = lines;
+  encode_g3_fax(give_lines, take_words, coding, resolution);
+  if (coding == COMP_MR) record.insert(record.end(), {0, 0});
+  return record;
+}
+
+bool decode_page(std::span<const uint8_t> record, int32_t coding, DecodedPage &page) {
+  page.lines.clear();
+  page.damage.clear();
+  if (coding != COMP_MH && coding != COMP_MR && coding != COMP_MMR) return false;
+  if (record.empty()) return true;
+  decoding = &page;
+  runs_of_line = 0;
+  t4dec_set_pixel_width(FAX_WIDTH);
+  t4dec_set_damage_callback(take_damage);
+  if (coding == COMP_MH) decode_MH(record);
+  if (coding == COMP_MMR) decode_MMR(record);
+  if (coding == COMP_MR)
+    t4dec(record.data(), static_cast<uint32_t>(record.size()), COMP_MR, nullptr, take_line, nullptr);
+  t4dec_set_damage_callback(nullptr);
+  return true;
+}
+
+Status tell_damage(const char *name, int32_t page, const DecodedPage &decoded) {
+  const size_t told = std::min(decoded.damage.size(), DAMAGE_LINES_TOLD);
+  for (const LineDamage &place : std::span(decoded.damage).first(told))
+    complain("%s: page %d: line %d: %s", name, page, place.line, damage_text(place.kind));
+  if (told < decoded.damage.size()) complain("%s: page %d: %zu more places", name, page, decoded.damage.size() - told);
+  return decoded.damage.empty() ? DONE : DAMAGED;
+}
+
+const char *damage_text(Damage kind) {
+  switch (kind) {
+    case Damage::overflow:
+      return "longer than 1728 pixels";
+    case Damage::short_line:
+      return "ends before 1728 pixels";
+    case Damage::invalid_code:
+      return "a code that does not exist";
+    case Damage::skipped_line:
+      return "cannot be decoded without the one before it";
+    case Damage::stopped:
+      return "damaged, and nothing after it can be decoded";
+    case Damage::data_ends:
+      return "the data end in the middle of it";
+  }
+  return "damaged";
+}
+
+const char *coding_name(int32_t coding) {
+  constexpr const char *names[] = {"MH", "MR", "UMMR", "MMR"};
+  return coding >= 0 && coding < 4 ? names[coding] : "unknown";
+}
+
+}  // namespace tolvane

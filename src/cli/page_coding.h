@@ -1,0 +1,56 @@
+// One page between lines and its coded record. The lines are those of the picture: what the decoders add to a page by
+// design, and what their rules about the end of the data would swallow, is set right here.
+#pragma once
+
+#include <cstdint>
+#include <span>
+#include <string>
+#include <vector>
+
+#include "report.h"
+
+namespace tolvane {
+
+enum class Damage : int32_t;
+
+/// A place where a page is damaged.
+struct LineDamage {
+  int32_t line;  ///< coded line, from 1
+  Damage kind;
+};
+
+/// A decoded page.
+struct DecodedPage {
+  std::vector<uint8_t> lines;      ///< line bitmaps of 216 bytes, one after another
+  std::vector<LineDamage> damage;  ///< in the order of the lines; several may be at one line
+
+  int32_t line_count() const;
+  /// Number of lines with any damage.
+  int32_t damaged_lines() const;
+};
+
+/// Codes lines as a page record.
+///
+/// @param lines       line bitmaps of 216 bytes, one after another
+/// @param coding      0 MH, 1 MR, 3 MMR
+/// @param resolution  vertical resolution code, which sets how often MR codes a line on its own
+/// @return the record. One in MR ends in a word of zeros: a last code that took the very last bit would not be read
+std::vector<uint8_t> encode_page(std::span<const uint8_t> lines, int32_t coding, int32_t resolution);
+
+/// Decodes a page record as far as it can be decoded.
+///
+/// @return whether there is a decoder for the coding
+bool decode_page(std::span<const uint8_t> record, int32_t coding, DecodedPage &page);
+
+/// Complains of the damage of a page, line by line: "name: page 2: line 17: a code that does not exist".
+///
+/// @return DAMAGED, or DONE if there is none
+Status tell_damage(const char *name, int32_t page, const DecodedPage &decoded);
+
+/// What a kind of damage is, for messages.
+const char *damage_text(Damage kind);
+
+/// The short name of a coding, "MH", "MR", "UMMR" or "MMR"; "unknown" for any other code.
+const char *coding_name(int32_t coding);
+
+}  // namespace tolvane

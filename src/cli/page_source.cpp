@@ -1,0 +1,53 @@
+// Which reader takes a file. The readers themselves stand in a file each; pictures leave here with the resolution that
+// the user gave in place of the file's own.
+#include "cli/page_source.h"
+
+#include <algorithm>
+#include <iterator>
+#include <string_view>
+
+#include "cli/files.h"
+
+namespace tolvane {
+namespace {
+[[gnu::used]] const char SCCS_ID[] = "@(#)|page_source|9|01|1|0|0|11/22/26|21:30:00";
+
+using reader_fn = Status (*)(const PictureFile &file, const SourceOptions &options, const page_sink &sink);
+
+Status refuse_fax(const PictureFile &file, const SourceOptions &, const page_sink &) {
+  return failure("%s: this is a fax file: \"tolvane-fax merge\" takes its pages", file.name);
+}
+
+using namespace std::string_view_literals;
+
+const struct {
+  std::string_view magic;
+  reader_fn read;
+} formats[] = {
+    {"II*\0"sv, read_tiff},  {"MM\0*"sv, read_tiff}, {"II+\0"sv, read_tiff},
+    {"MM\0+"sv, read_tiff},  {"P1"sv, read_pbm},     {"P4"sv, read_pbm},
+    {"\x89PNG"sv, read_png}, {"%PDF-"sv, read_pdf},  {"\xBA\xDB\xAD\x16"sv, refuse_fax},
+};
+
+}  // namespace
+
+Status read_pages(const std::string &path, const SourceOptions &options, const page_sink &sink) {
+  InputFile input;
+  if (input.open(path) != DONE) return FAILED;
+  const PictureFile file = {input.name(), input.bytes()};
+  const page_sink corrected = [&](GreyPage &&page) {
+    if (options.x_dpi > 0) page.x_dpi = options.x_dpi, page.y_dpi = options.y_dpi;
+    return sink(std::move(page));
+  };
+  if (options.raw.coding >= 0) return read_raw(file, options, corrected);
+
+  const std::string_view head(reinterpret_cast<const char *>(file.bytes.data()),
+                              std::min<size_t>(file.bytes.size(), 16));
+  const auto *format = std::find_if(std::begin(formats), std::end(formats),
+                                    [&](const auto &row) { return head.starts_with(row.magic); });
+  if (format == std::end(formats))
+    return failure("%s: not a TIFF, PBM, PNG or PDF file (raw coded data needs --raw)", file.name);
+  return format->read(file, options, corrected);
+}
+
+}  // namespace tolvane

@@ -1,0 +1,91 @@
+// Portable bitmaps, as netpbm writes them: several may follow each other in one file. Grey and colour kinds are not
+// read: TIFF and PNG bring those.
+#include <cctype>
+
+#include "cli/page_readers.h"
+
+namespace tolvane {
+namespace {
+[[gnu::used]] const char SCCS_ID[] = "@(#)|read_pbm|9|01|1|0|0|11/22/26|21:30:00";
+
+/// The text part of the file: numbers apart by white space and by comments up to the end of the line.
+class Text {
+ public:
+  explicit Text(std::span<const uint8_t> bytes) : rest_(bytes) {}
+
+  void skip_blanks() {
+    while (!rest_.empty() && (isspace(rest_[0]) || rest_[0] == '#')) {
+      const bool comment = rest_[0] == '#';
+      do rest_ = rest_.subspan(1);
+      while (comment && !rest_.empty() && rest_[0] != '\n');
+    }
+  }
+  /// The next number, or -1.
+  int64_t number() {
+    skip_blanks();
+    int64_t value = -1;
+    for (; !rest_.empty() && isdigit(rest_[0]) && value < INT32_MAX; rest_ = rest_.subspan(1))
+      value = (value < 0 ? 0 : value * 10) + rest_[0] - '0';
+    return value;
+  }
+  /// The next byte that is no blank, or 0.
+  uint8_t byte() {
+    skip_blanks();
+    return rest_.empty() ? uint8_t{0} : take(1)[0];
+  }
+  std::span<const uint8_t> take(size_t count) {
+    const auto taken = rest_.first(count);
+    rest_ = rest_.subspan(count);
+    return taken;
+  }
+  size_t left() const { return rest_.size(); }
+
+ private:
+  std::span<const uint8_t> rest_;
+};
+
+/// Packed rows of whole bytes, behind exactly one blank.
+bool unpack_rows(Text &text, GreyPage &page) {
+  const auto width = static_cast<size_t>(page.width), pitch = (width + 7) / 8;
+  if (text.left() < 1 + pitch * static_cast<size_t>(page.height)) return false;
+  text.take(1);
+  page.grey.reserve(width * static_cast<size_t>(page.height));
+  for (int32_t row = 0; row < page.height; ++row) {
+    const auto packed = text.take(pitch);
+    for (size_t x = 0; x < width; ++x) page.grey.push_back(packed[x / 8] & 0x80 >> x % 8 ? 0 : 255);
+  }
+  return true;
+}
+
+bool read_digits(Text &text, GreyPage &page) {
+  page.grey.resize(static_cast<size_t>(page.width) * static_cast<size_t>(page.height));
+  for (uint8_t &pixel : page.grey) {
+    const uint8_t digit = text.byte();
+    if (digit != '0' && digit != '1') return false;
+    pixel = digit == '1' ? 0 : 255;
+  }
+  return true;
+}
+
+}  // namespace
+
+Status read_pbm(const PictureFile &file, const SourceOptions &, const page_sink &sink) {
+  Text text(file.bytes);
+  Status status = DONE;
+  for (int32_t number = 1; status != FAILED; ++number) {
+    text.skip_blanks();
+    if (text.left() == 0) break;
+    const uint8_t magic = text.byte(), kind = text.byte();
+    if (magic != 'P' || (kind != '1' && kind != '4'))
+      return failure("%s: no PBM picture where page %d begins", file.name, number);
+    const int64_t width = text.number(), height = text.number();
+    if (check_picture_size(file.name, number, width, height) != DONE) return FAILED;
+    GreyPage page = {static_cast<int32_t>(width), static_cast<int32_t>(height), 0, 0, {}};
+    if (!(kind == '4' ? unpack_rows(text, page) : read_digits(text, page)))
+      return failure("%s: page %d: the file ends before the picture does", file.name, number);
+    status = worse(status, sink(std::move(page)));
+  }
+  return status;
+}
+
+}  // namespace tolvane

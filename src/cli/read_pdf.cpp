@@ -1,0 +1,79 @@
+// PDF pages through poppler, rendered straight at the size and resolution that the fax page needs: a second scaling
+// would only blur what the renderer can draw exactly.
+#include <poppler-document.h>
+#include <poppler-page-renderer.h>
+#include <poppler-page.h>
+
+#include <algorithm>
+#include <climits>
+#include <cmath>
+#include <memory>
+
+#include "cli/page_readers.h"
+
+namespace tolvane {
+namespace {
+[[gnu::used]] const char SCCS_ID[] = "@(#)|read_pdf|9|01|1|0|0|11/22/26|21:30:00";
+
+constexpr double POINT = 72;  // points in an inch
+
+void repeat_complaint(const std::string &message, void *name) {
+  complain("%s: %s", static_cast<const char *>(name), message.substr(0, message.find_last_not_of('\n') + 1).c_str());
+}
+
+/// The width of a page in points, as it is seen.
+double seen_width(const poppler::page &page, double &height) {
+  const poppler::rectf box = page.page_rect();
+  const auto turned = page.orientation();
+  const bool on_side = turned == poppler::page::landscape || turned == poppler::page::seascape;
+  height = on_side ? box.width() : box.height();
+  return on_side ? box.height() : box.width();
+}
+
+Status render(const PictureFile &file, const poppler::page &source, int32_t number, const FitOptions &fit,
+              const page_sink &sink) {
+  double height = 0;
+  const double width = seen_width(source, height);
+  const double natural = width * FAX_X_DPI / POINT;
+  const double enlarged = fit.fill_width || natural > FAX_WIDTH ? FAX_WIDTH / natural : 1;
+  GreyPage page = {0, 0, FAX_X_DPI, lines_per_inch(fit.resolution), {}};
+  const double x_dpi = page.x_dpi * enlarged, y_dpi = page.y_dpi * enlarged;
+  const double pixels = std::ceil(natural * enlarged), lines = std::ceil(height * y_dpi / POINT);
+  // Also false for what is no number.
+  if (!(pixels >= 1 && lines >= 1 && lines <= LONGEST_PAGE))
+    return failure("%s: page %d is %g x %g points: no fax page", file.name, number, width, height);
+
+  poppler::page_renderer renderer;
+  renderer.set_render_hints(poppler::page_renderer::antialiasing | poppler::page_renderer::text_antialiasing);
+  renderer.set_image_format(poppler::image::format_gray8);
+  const auto wanted_width = std::min(static_cast<int>(pixels), FAX_WIDTH);
+  const poppler::image image = renderer.render_page(&source, x_dpi, y_dpi, 0, 0, wanted_width, static_cast<int>(lines));
+  if (!image.is_valid()) return failure("%s: page %d cannot be rendered", file.name, number);
+  page.width = image.width();
+  page.height = image.height();
+  for (int row = 0; row < image.height(); ++row) {
+    const auto *pixel = reinterpret_cast<const uint8_t *>(image.const_data()) + row * image.bytes_per_row();
+    page.grey.insert(page.grey.end(), pixel, pixel + image.width());
+  }
+  return sink(std::move(page));
+}
+
+}  // namespace
+
+Status read_pdf(const PictureFile &file, const SourceOptions &options, const page_sink &sink) {
+  poppler::set_debug_error_function(repeat_complaint, const_cast<char *>(file.name));
+  if (file.bytes.size() > INT_MAX) return failure("%s: larger than 2 GB", file.name);
+  const std::unique_ptr<poppler::document> document(poppler::document::load_from_raw_data(
+      reinterpret_cast<const char *>(file.bytes.data()), static_cast<int>(file.bytes.size())));
+  if (!document) return failure("%s: not a PDF file that can be read", file.name);
+  if (document->is_locked()) return failure("%s: the file asks for a password", file.name);
+  Status status = DONE;
+  for (int i = 0; i < document->pages() && status != FAILED; ++i) {
+    const std::unique_ptr<poppler::page> page(document->create_page(i));
+    status = worse(status, page ? render(file, *page, i + 1, options.fit, sink)
+                                : failure("%s: page %d cannot be read", file.name, i + 1));
+  }
+  return status;
+}
+
+}  // namespace tolvane

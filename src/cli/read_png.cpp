@@ -1,0 +1,62 @@
+// PNG through libpng's reader of whole pictures in memory. That reader does not tell the pixel density, so the one
+// chunk that holds it is looked up here.
+#include <png.h>
+
+#include <algorithm>
+#include <cmath>
+#include <string_view>
+
+#include "cli/page_readers.h"
+
+namespace tolvane {
+namespace {
+[[gnu::used]] const char SCCS_ID[] = "@(#)|read_png|9|01|1|0|0|11/22/26|21:30:00";
+
+constexpr size_t SIGNATURE = 8, CHUNK_HEAD = 8, CHUNK_CHECK = 4;
+constexpr double INCH = 0.0254;  // metres
+
+uint32_t word(const uint8_t *bytes) {
+  return uint32_t{bytes[0]} << 24 | uint32_t{bytes[1]} << 16 | uint32_t{bytes[2]} << 8 | bytes[3];
+}
+
+/// Sets the page's resolution from the chunk pHYs: pixels a metre, across and down, and the unit 1 for metres.
+void find_density(std::span<const uint8_t> bytes, GreyPage &page) {
+  for (size_t at = SIGNATURE; at + CHUNK_HEAD + CHUNK_CHECK <= bytes.size();) {
+    const uint32_t length = word(&bytes[at]);
+    const std::string_view kind(reinterpret_cast<const char *>(&bytes[at + 4]), 4);
+    if (length > bytes.size() - at - CHUNK_HEAD - CHUNK_CHECK || kind == "IDAT") return;
+    const uint8_t *data = &bytes[at + CHUNK_HEAD];
+    if (kind == "pHYs" && length == 9 && data[8] == 1) {
+      page.x_dpi = word(data) * INCH;
+      page.y_dpi = word(data + 4) * INCH;
+      return;
+    }
+    at += CHUNK_HEAD + length + CHUNK_CHECK;
+  }
+}
+
+}  // namespace
+
+Status read_png(const PictureFile &file, const SourceOptions &, const page_sink &sink) {
+  png_image image = {};
+  image.version = PNG_IMAGE_VERSION;
+  const auto broken = [&] {
+    const Status status = failure("%s: %s", file.name, image.message);
+    png_image_free(&image);
+    return status;
+  };
+  if (!png_image_begin_read_from_memory(&image, file.bytes.data(), file.bytes.size())) return broken();
+  if (check_picture_size(file.name, 1, image.width, image.height) != DONE) {
+    png_image_free(&image);
+    return FAILED;
+  }
+  image.format = PNG_FORMAT_GRAY;
+  GreyPage page = {static_cast<int32_t>(image.width), static_cast<int32_t>(image.height), 0, 0, {}};
+  page.grey.resize(PNG_IMAGE_SIZE(image));
+  constexpr png_color white = {255, 255, 255};
+  if (!png_image_finish_read(&image, &white, page.grey.data(), 0, nullptr)) return broken();
+  find_density(file.bytes, page);
+  return sink(std::move(page));
+}
+
+}  // namespace tolvane

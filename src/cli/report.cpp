@@ -1,0 +1,88 @@
+// Diagnostics and progress on standard error. Results never pass through here: they go to standard output, from the
+// command that has them. A diagnostic first wipes the progress line, so that the two never stand on one line.
+#include "cli/report.h"
+
+#include <errno.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cstdarg>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+
+namespace tolvane {
+namespace {
+[[gnu::used]] const char SCCS_ID[] = "@(#)|report|9|01|1|0|0|11/22/26|21:30:00";
+
+bool progress_on_screen = false;
+
+void wipe_progress() {
+  if (progress_on_screen) fputs("\r\033[K", stderr);
+  progress_on_screen = false;
+}
+
+bool coloured() {
+  const char *no_color = getenv("NO_COLOR");
+  return (!no_color || !*no_color) && isatty(STDERR_FILENO);
+}
+
+void print_diagnostic(const char *format, va_list arguments) {
+  wipe_progress();
+  fputs(coloured() ? "\033[1;31mtolvane-fax:\033[0m " : "tolvane-fax: ", stderr);
+  vfprintf(stderr, format, arguments);
+  fputc('\n', stderr);
+}
+
+}  // namespace
+
+bool Quiet = false;
+
+Status worse(Status one, Status other) {
+  const auto weight = [](Status status) { return status == FAILED ? 3 : status == USAGE ? 2 : status == DAMAGED; };
+  return weight(one) >= weight(other) ? one : other;
+}
+
+void complain(const char *format, ...) {
+  va_list arguments;
+  va_start(arguments, format);
+  print_diagnostic(format, arguments);
+  va_end(arguments);
+}
+
+Status failure(const char *format, ...) {
+  va_list arguments;
+  va_start(arguments, format);
+  print_diagnostic(format, arguments);
+  va_end(arguments);
+  return FAILED;
+}
+
+Status system_failure(const char *name) {
+  return failure("%s: %s", name, strerror(errno));
+}
+
+Progress::Progress(const char *unit, int32_t total)
+    : unit_(unit),
+      total_(total),
+      shown_(!Quiet && isatty(STDERR_FILENO)),
+      start_(std::chrono::steady_clock::now()),
+      last_(start_) {}
+
+Progress::~Progress() {
+  wipe_progress();
+}
+
+void Progress::step() {
+  ++done_;
+  const auto now = std::chrono::steady_clock::now();
+  if (!shown_ || now - start_ < std::chrono::seconds(1) || now - last_ < std::chrono::milliseconds(100)) return;
+  last_ = now;
+  const double rate = done_ / std::chrono::duration<double>(now - start_).count();
+  const std::string of = total_ ? " of " + std::to_string(total_) : "";
+  fprintf(stderr, "\r\033[K%d%s %s, %.1f a second", done_, of.c_str(), unit_, rate);
+  fflush(stderr);
+  progress_on_screen = true;
+}
+
+}  // namespace tolvane

@@ -1,0 +1,57 @@
+// What the user is told beside the result: diagnostics, damage and progress, all on standard error, and the exit
+// statuses.
+#pragma once
+
+#include <chrono>
+#include <cstdint>
+#include <string>
+
+namespace tolvane {
+
+/// The exit statuses of the program.
+enum Status : int {
+  DONE = 0,
+  USAGE = 1,
+  FAILED = 2,
+  DAMAGED = 3,  ///< done, but something that was read is damaged
+};
+
+/// The status of two pieces of work together: FAILED before USAGE before DAMAGED before DONE.
+Status worse(Status one, Status other);
+
+/// Set by `--quiet`: no progress is shown. Diagnostics are printed all the same.
+extern bool Quiet;
+
+/// Prints "tolvane-fax: ", the text and a line feed on standard error, the name in colour on a terminal unless the
+/// environment has NO_COLOR.
+[[gnu::format(printf, 1, 2)]] void complain(const char *format, ...);
+
+/// `complain`, for use in a return statement: gives FAILED.
+[[gnu::format(printf, 1, 2)]] Status failure(const char *format, ...);
+
+/// Complains of what errno says about a file: "name: No space left on device"; gives FAILED.
+Status system_failure(const char *name);
+
+/// Shows how far long work has come: on a terminal only, and not before it has run for a second.
+class Progress {
+ public:
+  /// @param unit   what is counted, in the plural: "pages"
+  /// @param total  how many there will be, 0 if nobody knows
+  explicit Progress(const char *unit, int32_t total = 0);
+  /// Takes the line off the terminal.
+  ~Progress();
+  Progress(const Progress &) = delete;
+  Progress &operator=(const Progress &) = delete;
+
+  /// One more is done.
+  void step();
+
+ private:
+  const char *unit_;
+  int32_t total_;
+  int32_t done_ = 0;
+  bool shown_;
+  std::chrono::steady_clock::time_point start_, last_;
+};
+
+}  // namespace tolvane

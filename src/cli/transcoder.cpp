@@ -1,0 +1,65 @@
+// From fax page to fax page. Every page is decoded, also one that is passed on as it is: damage is told when a page is
+// handled, not when somebody looks at it years later.
+#include "cli/transcoder.h"
+
+#include <unistd.h>
+
+#include "cli/fax_lines.h"
+#include "cli/page_coding.h"
+#include "faxfile/page_writer.h"
+#include "faxfile/usorbport.h"
+
+namespace tolvane {
+namespace {
+[[gnu::used]] const char SCCS_ID[] = "@(#)|transcoder|9|01|1|0|0|11/22/26|22:40:00";
+
+/// The lines of a page at another resolution.
+bool change_resolution(std::vector<uint8_t> &lines, int32_t from, int32_t to) {
+  GreyPage page = {FAX_WIDTH, static_cast<int32_t>(lines.size() / LINE_BYTES), FAX_X_DPI, lines_per_inch(from), {}};
+  if (page.height == 0) return true;
+  page.grey.reserve(lines.size() * 8);
+  for (const uint8_t byte : lines) {
+    for (int bit = 7; bit >= 0; --bit) page.grey.push_back(byte >> bit & 1 ? 0 : 255);
+  }
+  FitOptions options;
+  options.resolution = to;
+  return make_fax_lines(page, options, lines);
+}
+
+}  // namespace
+
+Transcoder::~Transcoder() {
+  if (fd_ >= 0) close(fd_);
+}
+
+Status Transcoder::open(const std::string &beside, int32_t coding, int32_t resolution) {
+  coding_ = coding;
+  resolution_ = resolution;
+  fd_ = open_spool(beside);
+  return fd_ < 0 ? system_failure(beside.c_str()) : DONE;
+}
+
+Status Transcoder::add(const FaxDocument &document, int32_t page) {
+  FaxPage found;
+  if (read_fax_page(document, page, found) != DONE) return FAILED;
+  DecodedPage decoded;
+  if (!decode_page(found.record, found.coding, decoded))
+    return failure("%s: page %d: pages in %s cannot be decoded", document.name(), page, coding_name(found.coding));
+  const Status status = tell_damage(document.name(), page, decoded);
+
+  const int32_t resolution = found.resolution < 0 ? 0 : found.resolution;
+  if (resolution != resolution_ && (resolution > 1 || !change_resolution(decoded.lines, resolution, resolution_)))
+    return failure("%s: page %d cannot be brought to the resolution of the others", document.name(), page);
+  if (found.coding != coding_ || resolution != resolution_)
+    found.record = encode_page(decoded.lines, coding_, resolution_);
+  if (++count_ > MOST_RECORDS) return failure("more than %d pages in one file", MOST_RECORDS);
+  return FaxFileAppendEncodedPage(fd_, found.record.data(), static_cast<int32_t>(found.record.size())) == FAXFILE_OK
+             ? status
+             : system_failure("spool file");
+}
+
+RecordRange Transcoder::records() const {
+  return {fd_, 0, file_size(fd_)};
+}
+
+}  // namespace tolvane

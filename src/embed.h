@@ -1,0 +1,19 @@
+// Everything of the viewer library for a parent program. The way in is `tn_open_view`, the rest of the interface is in
+// tn_api_functions.h; the widgets and what the view shares lie open for a parent that wants more.
+#pragma once
+
+#include "app_state.h"
+#include "exit_tasks.h"
+#include "open_view.h"
+#include "print_handoff.h"
+#include "tn_api_functions.h"
+
+#include "pagescope.h"
+#include "presentation.h"
+#include "scrolling.h"
+#include "small_database.h"
+#include "view_state.h"
+
+#include "bx_tolvane_utils.h"
+#include "motif_utils.h"
+#include "widgets.h"

@@ -1,0 +1,162 @@
+// The fax file library, compiled through the debugging layer, does its work and its refusals; afterwards no block and
+// no file is left, and nothing was freed or closed that the layer did not know.
+#include <fcntl.h>
+#include <gmock/gmock.h>
+#include <string.h>
+#include <unistd.h>
+
+#include <fstream>
+#include <vector>
+
+#include "faxfile/fax_header.h"
+#include "faxfile/page_writer.h"
+#include "faxfile/pages.h"
+#include "faxfile/sorbfile.h"
+#include "faxfile/usorbport.h"
+#include "helpers/temp_dir.h"
+#include "support/file.h"
+#include "support/ks_functions.h"
+#include "support/rev.h"
+#include "support/strlib.h"
+#include "support/trace_config.h"
+#include "t4/enct4.h"
+#include "t4/t4dec.h"
+
+using namespace tolvane;
+
+static std::string left_behind() {
+  std::string all;
+  for (const malloc_record *each : malloc_array)
+    if (each) all += std::string(each->fname, strnlen(each->fname, 16)) + " ";
+  for (const open_record *each : open_array)
+    if (each) all += std::string("open ") + each->path + " ";
+  return all;
+}
+
+static void release(void *block) {
+  EXPECT_EQ(dfree(block, "test", 0), 1);
+}
+
+static int lines_left;
+static std::vector<uint16_t> words;
+
+static int32_t give_line(const uint8_t **lines, int32_t *count) {
+  static const std::vector<uint8_t> line(216, 0x3c);
+  *lines = line.data();
+  *count = 1;
+  return lines_left-- > 0 ? 216 : -1;
+}
+
+static int32_t take_words(const uint16_t *fresh, int32_t count) {
+  words.insert(words.end(), fresh, fresh + count);
+  return 0;
+}
+
+// A page at the end and one inserted in front of it.
+static void make_fax(const char *path, int32_t coding) {
+  lines_left = 40;
+  words.clear();
+  encode_g3_fax(give_line, take_words, coding, 1);
+  const auto *page = reinterpret_cast<const uint8_t *>(words.data());
+  const auto length = static_cast<int32_t>(2 * words.size());
+  FaxHeader *header = new_fax_header("#PAGES", "2");
+  EXPECT_TRUE(set_compression_mode(header, coding) == 1 && set_vertical_resolution(header, 1) == 1);
+  int32_t fd;
+  EXPECT_EQ(FaxFileCreate(path, &fd), FAXFILE_OK);
+  EXPECT_EQ(write_fax_header(fd, header) + free_fax_header(header), 2);
+  FaxPageParams params{sizeof(FaxPageParams), FAX_PAGE_WRITE, 0, 0, 1, length, 0};
+  EXPECT_EQ(FaxFileAppendEncodedPage(fd, page, length) + FaxFileStartPage(fd, &params) +
+                FaxFileWriteEncodedPage(fd, page, length) + FaxFileEndPage(fd) + FaxFileClose(fd),
+            FAXFILE_OK);
+}
+
+static void read_and_decode(const char *path, int32_t coding, int pages) {
+  const int32_t fd = dopen(path, O_RDONLY, 0, "test", 0);
+  for (int page = 1; page <= pages + 1; ++page) {
+    uint8_t *data = nullptr;
+    int32_t length = 0;
+    const int16_t code = FaxFileReadSpecificPage(fd, path, page, &data, &length);
+    EXPECT_EQ(code == FAXFILE_OK, page <= pages) << path << " page " << page;
+    if (code != FAXFILE_OK) continue;
+    EXPECT_THAT(left_behind(), testing::HasSubstr("pages.cpp")) << "the library does not go through the layer";
+    EXPECT_EQ(t4dec(data, static_cast<uint32_t>(length), coding, nullptr, nullptr, nullptr), 1);
+    release(data);
+  }
+  putrunlen(1, 0, nullptr, nullptr, nullptr);
+  free_fax_header(read_fax_header(fd));
+  dclose(fd, "test", 0);
+}
+
+static void write_and_read() {
+  for (const int32_t coding : {0, 1, 3}) {
+    make_fax("a.fax", coding);
+    read_and_decode("a.fax", coding, 2);
+  }
+}
+
+static void change_keywords() {
+  int32_t fd;
+  char value[32768];
+  EXPECT_EQ(FaxFileOpen("a.fax", &fd), FAXFILE_OK);
+  EXPECT_EQ(FaxFileAddKeyword(fd, FAXFILE_INCLUDE, "b.fax 1 2") + FaxFileGetKeywordValue(fd, FAXFILE_INCLUDE, value),
+            0);
+  EXPECT_STREQ(value, "b.fax 1 2");
+  EXPECT_EQ(FaxFileModifyKeyword("a.fax", FAXFILE_INCLUDE_PAGES, "2"), FAXFILE_OK);
+  EXPECT_EQ(FaxFileClose(fd), FAXFILE_OK);
+  make_fax("b.fax", 3);
+  read_and_decode("a.fax", 3, 4);
+  EXPECT_EQ(FaxFileDeleteKeyword("a.fax", FAXFILE_INCLUDE), FAXFILE_OK);
+}
+
+static void refuse() {
+  const std::string fax = read_file("b.fax");
+  for (const std::string &bytes : {std::string(), fax.substr(0, 20), fax.substr(0, fax.size() / 2), "x" + fax}) {
+    std::ofstream("bad.fax") << bytes;
+    int32_t fd = dopen("bad.fax", O_RDWR, 0, "test", 0);
+    uint8_t *data = nullptr;
+    int32_t length;
+    EXPECT_NE(FaxFileReadSpecificPage(fd, "bad.fax", 3, &data, &length), FAXFILE_OK);
+    free_fax_header(read_fax_header(fd));
+    FaxFileAddKeyword(fd, FAXFILE_INCLUDE, "bad.fax 1 1");
+    FaxFileReadSpecificPage(fd, "bad.fax", 1, &data, &length);
+    if (data) release(data);
+    dclose(fd, "test", 0);
+    FaxFileDeleteKeyword("bad.fax", FAXFILE_COMPRESSION);
+    if (FaxFileOpen("bad.fax", &fd) == FAXFILE_OK) FaxFileClose(fd);
+  }
+}
+
+static void support() {
+  char **pieces;
+  EXPECT_EQ(split("a:b", ':', &pieces), 2);
+  release(pieces);
+  for (char *path : {find_executable("sh"), mkpath("x/../y"), mkpath("/.."), find_file("no such")})
+    if (path) release(path);
+  char name[100] = "x";
+  EXPECT_TRUE(copy("b.fax", "c.fax") && !copy("b.fax", "b.fax") &&
+              ks_move("c.fax", build_unique_DOS_name(name, nullptr)));
+  std::ofstream("TRACES") << "test\n";
+  EXPECT_EQ(tr_init(".", ".") + open_trace_file("test") + tr_close(), 3);
+  EXPECT_STREQ(rev_module("@(#)|m|9|01|2|0|0|07/26/99|14:48:54"), "m");
+}
+
+TEST(DebugAlloc, TheLibraryFreesWhatItAllocatesAndClosesWhatItOpens) {
+  const TempDir dir;
+  ASSERT_EQ(chdir(dir.string().c_str()), 0);
+  setenv("SORBEXTMP", dir.string().c_str(), 1);
+  const struct {
+    const char *name;
+    void (*operation)();
+    const char *kept;  // held for the life of the process
+  } steps[] = {{"write_and_read", write_and_read, ""},
+               {"change_keywords", change_keywords, ""},
+               {"refuse", refuse, ""},
+               {"support", support, "rev.cpp getcwd.cpp "}};
+  testing::internal::CaptureStderr();
+  for (const auto &step : steps) {
+    step.operation();
+    EXPECT_EQ(left_behind(), step.kept) << step.name;
+  }
+  dmalloc_status();
+  EXPECT_THAT(testing::internal::GetCapturedStderr(), testing::Not(testing::HasSubstr("Error in d")));
+}

@@ -1,0 +1,169 @@
+#include "t4/t4dec_convert.h"
+
+#include <gtest/gtest.h>
+#include <signal.h>
+#include <sys/resource.h>
+#include <unistd.h>
+
+#include <fstream>
+
+#include "helpers/encoded_page.h"
+#include "helpers/fax_bytes.h"
+#include "helpers/temp_dir.h"
+#include "t4/line.h"
+
+using namespace tolvane;
+using std::string_literals::operator""s;
+
+extern "C" const char *__asan_default_options() {
+  return "allocator_may_return_null=1:max_allocation_size_mb=1024";
+}
+
+namespace {
+
+constexpr uint32_t GIANT = 0x70000000;  // bytes of a page that no test may allocate
+const TempDir *directory;
+int pages_begun;
+
+std::string header(const std::string &pages, int32_t compression) {
+  return "SUBJECT:a:b\n#PAGES:" + pages + "\nRESOLUTION:1\nCOMPRESSION:" + std::to_string(compression) + "\n";
+}
+
+void limit(int resource, rlim_t value) {
+  rlimit limits{};
+  getrlimit(static_cast<__rlimit_resource>(resource), &limits);
+  limits.rlim_cur = std::min(value, limits.rlim_max);
+  setrlimit(static_cast<__rlimit_resource>(resource), &limits);
+}
+
+/// Converts; FILE in `message` is the path and TEMPORARY that of the new file.
+void expect(int result, std::string message, const std::string &path, int32_t compression,
+            void (*callback)() = nullptr) {
+  for (const auto &[word, text] : {std::pair{"TEMPORARY"s, path + "." + std::to_string(getpid())}, {"FILE"s, path}})
+    for (size_t at; (at = message.find(word)) != std::string::npos;) message.replace(at, word.size(), text);
+  testing::internal::CaptureStderr();
+  EXPECT_EQ(t4dec_change_format(path.c_str(), compression, 0, callback), result);
+  EXPECT_EQ(testing::internal::GetCapturedStderr(), message);
+}
+
+}  // namespace
+
+TEST(ChangeFormat, KeepsEveryCodedLineInEveryOrder) {
+  const Picture chart = rows_of(load_chart("itu5"), 300, 200);
+  // Longer than the first block of lines; some lines start black under white, and the last one ends black.
+  const Picture drawing = drawn(1728, 2500, [](uint32_t x, uint32_t y) { return (x + y * y) / (y % 70 + 1) % 2 == 0; });
+  for (const int32_t from : {COMP_MH, COMP_MR, COMP_MMR})
+    for (const int32_t to : {COMP_MH, COMP_MR, COMP_MMR}) {
+      if (from == to) continue;
+      SCOPED_TRACE(std::to_string(from) + " to " + std::to_string(to));
+      std::vector<std::string> old_pages, new_pages;
+      for (Picture picture : {chart, drawing, chart}) {
+        old_pages.push_back(encoded_page(picture, from));
+        picture.pixels.insert(from == COMP_MH ? picture.pixels.begin() : picture.pixels.end(), 216, 0);
+        if (from != COMP_MR) picture.height++;
+        new_pages.push_back(encoded_page(picture, to));
+      }
+      const TempDir dir;
+      const std::string path = dir.write("a.fax", fax_bytes(header(" 3", from), old_pages));
+      pages_begun = 0;
+      t4dec_set_pixel_width(864);
+      expect(1, "", path, to, [] { pages_begun++; });
+      EXPECT_TRUE(read_file(path) == fax_bytes(header(" 3", to), new_pages));
+      EXPECT_EQ(pages_begun, 3);
+      EXPECT_EQ(dir.entries(), 1);
+    }
+}
+
+TEST(ChangeFormat, GivesPagesWithoutLinesTheirRecords) {
+  const TempDir dir;
+  const std::string eofb = "\x00\x08\x80\x00"s;
+  const std::string path = dir.write("a.fax", fax_bytes(header("2", 0), {"", "\xff\xff\xff"}));
+  expect(1, "", path, COMP_MMR);
+  EXPECT_EQ(read_file(path), fax_bytes(header("2", 3), {eofb, eofb}));
+  dir.write("a.fax", fax_bytes(header("1", 0), {""}));
+  expect(1, "", path, COMP_MR);
+  EXPECT_EQ(read_file(path), fax_bytes(header("1", 1), {""}));
+  dir.write("a.fax", fax_bytes("RESOLUTION:0\n", {eofb}));
+  expect(1, "", path, COMP_MMR);
+  EXPECT_EQ(read_file(path), fax_bytes("RESOLUTION:0\nCOMPRESSION:3\n")) << "no #PAGES, no page";
+}
+
+TEST(ChangeFormat, LeavesTheSourceAloneWhenItFails) {
+  const std::string page = encoded_page(rows_of(load_chart("itu4"), 300, 200), COMP_MH);
+  const std::string good = fax_bytes(header("2", 0), {page, page});
+  const std::string said = "t4dec_change_format: ";
+  const std::string unread = said + "Failure reading data from FILE.\n";
+  signal(SIGXFSZ, SIG_IGN);
+  const struct {
+    const char *what;
+    std::string bytes;
+    int32_t compression;
+    std::string message;
+    int result = 0;
+    rlim_t disk = RLIM_INFINITY;
+  } rows[] = {
+      {"nothing to do", good, 0, "", 1},
+      {"no such target", fax_bytes(header("1", 2), {page}), 2, said + "Unsupported compression: 2.\n"},
+      {"no fax file", "BAD", 0, "read_fax_header: Bad fax file: Too Small\n" + said + "Bad fax file: FILE\n"},
+      {"odd coding", fax_bytes(header("1", 9), {page}), 0, said + "Could not determine compression: FILE\n"},
+      {"no resolution", fax_bytes("#PAGES:1\n"), 3, said + "Could not determine resolution: FILE\n"},
+      {"300 lpi", fax_bytes("RESOLUTION:3\n"), 3, said + "Can't handle type \"3\" resolution yet.\n"},
+      {"page missing", fax_bytes(header("3", 0), {page, page}), 3, said + "Short read on data length:  FILE\n"},
+      {"page cut", good.substr(0, good.size() - 7), 3,
+       said + "data_len=" + std::to_string(page.size()) + ", read_len=" + std::to_string(page.size() - 7) + "\n" +
+           unread},
+      {"absurd length", fax_bytes(header("1", 0)) + big_endian(0x7fffffff), 3,
+       said + "data_len=2147483647, read_len=0\n" + unread},
+      {"uncompressed", fax_bytes(header("1", 2), {page}), 3, ""},
+      {"empty MR page", fax_bytes(header("1", 1), {""}), 3, ""},
+      {"full disk", good, 3, said + "Failure writing TEMPORARY: File too large\n", 0, 3000},
+  };
+  for (const auto &row : rows) {
+    SCOPED_TRACE(row.what);
+    const TempDir dir;
+    const std::string path = dir.write("a.fax", row.bytes);
+    const auto time = std::filesystem::last_write_time(path);
+    limit(RLIMIT_FSIZE, row.disk);
+    expect(row.result, row.message, path, row.compression);
+    limit(RLIMIT_FSIZE, RLIM_INFINITY);
+    EXPECT_TRUE(read_file(path) == row.bytes && std::filesystem::last_write_time(path) == time);
+    EXPECT_EQ(dir.entries(), 1);
+  }
+
+  const TempDir dir;
+  const std::string path = dir.write("a.fax", good), precious = dir.write("precious", "kept");
+  expect(0, said + "Failed to open FILE to determine compression\n", dir.path("none"), 3);
+  expect(0, said + "Failure opening FILE.\n", dir.write(std::string(255, 'n'), good), 3);
+  std::filesystem::create_symlink(precious, path + "." + std::to_string(getpid()));
+  expect(0, said + "Failure opening FILE.\n", path, 3);
+  EXPECT_EQ(read_file(precious), "kept");
+  EXPECT_EQ(dir.entries(), 4);
+
+  const TempDir moving;
+  directory = &moving;
+  const auto take_away = [] { std::filesystem::rename(directory->string(), directory->string() + "-gone"); };
+  const std::string moved = moving.write("a.fax", fax_bytes(header("1", 0), {page}));
+  expect(0, said + "ks_move(\"TEMPORARY\",\"FILE\") failure.\n", moved, 3, take_away);
+  std::filesystem::rename(moving.string() + "-gone", moving.string());
+  EXPECT_EQ(moving.entries(), 2) << "the converted file stays where the replacement failed";
+}
+
+TEST(ChangeFormat, LeavesOutAPageThatMemoryCannotHold) {
+#ifndef __SANITIZE_ADDRESS__
+  limit(RLIMIT_AS, rlim_t{1} << 30);
+#endif
+  const TempDir dir;
+  const Picture chart = rows_of(load_chart("itu1"), 300, 10);
+  const std::string page = encoded_page(chart, COMP_MR), length = std::to_string(page.size());
+  const auto file_with_giant = [&](const std::vector<std::string> &before) {
+    const std::string path = dir.write("a.fax", fax_bytes(header("3", 1), before) + big_endian(GIANT));
+    std::filesystem::resize_file(path, std::filesystem::file_size(path) + GIANT);
+    std::ofstream(path, std::ios::app | std::ios::binary) << big_endian(static_cast<uint32_t>(page.size())) << page;
+    return path;
+  };
+  expect(0, "t4dec_change_format: Memory allocation fail.\n", file_with_giant({}), COMP_MMR);
+  const std::string path = file_with_giant({page});
+  expect(1, "t4dec_change_format: Couldn't realloc from " + length + " to 1879048192.  Going to next page\n", path,
+         COMP_MMR);
+  EXPECT_EQ(read_file(path), fax_bytes(header("3", 3), {encoded_page(chart, COMP_MMR), encoded_page(chart, COMP_MMR)}));
+}

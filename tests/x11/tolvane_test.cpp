@@ -1,0 +1,188 @@
+// The start and every way out: the real program's arguments, texts, channels and statuses, and the steps on their own.
+
+#include "x11/viewer.h"
+
+#include <unistd.h>
+
+#include <algorithm>
+#include <thread>
+
+#include "app/app_state.h"
+#include "app/tolvane.h"
+#include "helpers/temp_dir.h"
+#include "view/view_state.h"
+
+using namespace tolvane;
+
+namespace {
+
+const std::string USAGE =
+    "\nTolvane Version  9.2     Release 9.01 syntax:\n\n"
+    "tolvane [-r100 | -r75 | -r50]   /* view full size, 75%, 50% */ \n"
+    "        [-s server] \n        [-p printer_name] \n        fax_filename\n\n";
+
+const char *const KEYSYMS_WARNING = "\nWarning! Couldn't find file 'XKeysymDB' in any of the usual locations.\n\n";
+
+using Words = std::vector<std::string>;
+
+/// Runs the program to its end, which must come by itself.
+void expect_end(const Words &arguments, const Words &environment, const std::string &directory, int status,
+                const std::string &output, const std::string &errors) {
+  SCOPED_TRACE(testing::PrintToString(arguments));
+  Words command{VIEWER_PROGRAM};
+  command.insert(command.end(), arguments.begin(), arguments.end());
+  ChildProcess program(command, environment, directory);
+  EXPECT_EQ(program.wait(), status);
+  EXPECT_EQ(program.output(), output);
+  EXPECT_EQ(program.errors(), errors);
+}
+
+std::string too_long(const std::string &what, int limit) {
+  return "tolvane: " + what + " longer than " + std::to_string(limit) + " bytes\n";
+}
+
+}  // namespace
+
+TEST(Start, EndsThatNeedNoWindow) {
+  const TempDir dir;
+  dir.write("my-good.fax", "");
+  dir.write("empty", "abc");
+  dir.write("text", "no fax");
+  const Words display, no_display{"DISPLAY=:4711"};
+  struct {
+    Words arguments, environment;
+    int status;
+    std::string errors;
+  } const rows[] = {
+      {{"-rev"}, no_display, 0, "\nTolvane Version  9.2     Release 9.01\n\n"},
+      {{"-help"}, no_display, 1, USAGE},
+      {{"-help2"}, no_display, 0, "\nTolvane Version  9.2     Release 9.01:\nThe date of this version: 07/26/99\n\n"},
+      {{"text"}, no_display, 1, "Warning: cannot open display\n"},
+      {{}, display, 1, USAGE},
+      {{"-rev", "none"}, display, 1, "Can't find file 'none'.\n"},
+      {{"text", "-p"}, display, 1, USAGE},
+      {{"text", "-r50", "-s"}, display, 1, USAGE},
+      {{"my-good.fax"}, display, 1, USAGE},
+      {{"my-good.fax", "text"}, display, 1, USAGE},
+      {{"-geometry", "text"}, display, 1, USAGE},
+      {{"text", "-unknown", "none"}, display, 1, "Can't find file 'none'.\n"},
+      {{std::string(199, 'n')}, display, 1, "Can't find file '" + std::string(199, 'n') + "'.\n"},
+      {{std::string(200, 'n')}, display, 1, too_long("fax file name", 199)},
+      {{"-p", std::string(100, 'n'), "text"}, display, 1, too_long("printer name", 99)},
+      {{"-s", std::string(100, 'n'), "text"}, display, 1, too_long("server name", 99)},
+      {{"empty"}, display, 1, "File 'empty' is empty !\n"},
+      {{"text"}, display, 1, "File 'text' is not a fax !\n"},
+  };
+  for (const auto &[arguments, environment, status, errors] : rows) {
+    Words all = environment;
+    all.emplace_back("XKEYSYMDB=none");
+    expect_end(arguments, all, dir.string(), status, "", errors);
+  }
+}
+
+TEST(Start, EndsOfARunningViewer) {
+  const TempDir dir;
+  const std::string document = dir.write("one.fax", marked_document(1, 1));
+  struct {
+    const char *name;
+    void (*end)(Viewer &);
+    int status;
+    const char *errors;
+  } const rows[] = {
+      {"window manager", [](Viewer &viewer) { close_window(viewer.window()); }, 0, ""},
+      {"Dismiss",
+       [](Viewer &viewer) {
+         const Area area = area_of(viewer.window());
+         click(area.x + 55, area.y + area.height - 20);
+       },
+       0, ""},
+      {"SIGINT", [](Viewer &viewer) { viewer.program.kill(SIGINT); }, 0, ""},
+      {"SIGSEGV", [](Viewer &viewer) { viewer.program.kill(SIGSEGV); }, 11, "Exiting with error code 11\n"},
+      {"SIGBUS", [](Viewer &viewer) { viewer.program.kill(SIGBUS); }, 7, "Exiting with error code 7\n"},
+  };
+  for (const auto &[name, end, status, errors] : rows) {
+    SCOPED_TRACE(name);
+    Viewer viewer({document}, {"XKEYSYMDB=none"});
+    EXPECT_EQ(viewer.shows("1 100% 0 top"), "1 100% 0 top");
+    end(viewer);
+    EXPECT_EQ(viewer.program.wait(), status);
+    EXPECT_EQ(viewer.program.errors(), errors);
+  }
+}
+
+TEST(Start, OpensWithTheLastScaleAndTheLastFile) {
+  const TempDir dir;
+  dir.write("one.fax", marked_document(1, 1));
+  dir.write("two.fax", marked_document(2, 2));
+  struct {
+    Words arguments;
+    const char *shown;
+  } const rows[] = {
+      {{"none", "two.fax"}, "1 100% 0 top"},
+      {{"-r", "two.fax"}, "1 75% 0 top"},
+      {{"-r50", "-r100", "-r75", "two.fax"}, "1 75% 0 top"},
+      {{"two.fax", "-r100", "-r50"}, "1 50% 0 top"},
+      {{"-s", "-r75", "-p", "-r50", "my-good.fax", "none", "two.fax"}, "1 100% 0 top"},
+  };
+  for (const auto &[arguments, shown] : rows) {
+    SCOPED_TRACE(testing::PrintToString(arguments));
+    Viewer viewer(arguments, {"FAXTRACE="}, dir.string());
+    EXPECT_EQ(viewer.shows(shown), shown);
+    EXPECT_EQ(viewer.program.errors(), KEYSYMS_WARNING);
+    EXPECT_TRUE(viewer.replies(1).starts_with("read "));
+    viewer.program.write("nextpage\n");
+    EXPECT_EQ(viewer.replies(4).substr(0, 21), "finished a page\nread ");
+  }
+}
+
+TEST(Start, TheTraceOfARunningViewerIsSwitchedByAFile) {
+  const TempDir dir;
+  dir.write("one.fax", marked_document(1, 1));
+  Viewer viewer({"one.fax"}, {"XKEYSYMDB=none", "SORBEXHOME=" + dir.string(), "SORBEXTMP=" + dir.string()},
+                dir.string());
+  EXPECT_EQ(viewer.shows("1 100% 0 top"), "1 100% 0 top");
+  dir.write("TRACES", "tolvane\n");
+  viewer.program.write("rotate_90\nsaypage\n");
+  EXPECT_EQ(viewer.replies(3), "OK\npage==1\nOK\n");
+  const std::string trace = read_file(dir.path("trace_tolvane"));
+  for (const char *line : {"read page 1 of one.fax", "decoded page 1: 2201 lines", "command 'saypage'"})
+    EXPECT_NE(trace.find(line), std::string::npos) << line << " is not in\n" << trace;
+}
+
+TEST(Start, EmbeddedTheArgumentsEndNothing) {
+  Api = 1;
+  const char *rows[][3] = {{"-p"}, {"-s"}, {"name-g"}, {"-r50"}};
+  for (const auto &row : rows) {
+    set_fax_filename("");
+    char program[] = "parent";
+    char *arguments[] = {program, const_cast<char *>(row[0])};
+    EXPECT_EQ(do_args(2, arguments), 1) << row[0];
+  }
+}
+
+TEST(Start, TheKeySymbolDataBaseIsTheFirstThatExists) {
+  const TempDir home, open_windows, here;
+  if (access("/usr/lib/X11/XKeysymDB", F_OK) == 0) GTEST_SKIP() << "this system has one of its own";
+  home.write("XKeysymDB", "");
+  here.write("XKeysymDB", "");
+  std::filesystem::create_directory(open_windows.path("lib"));
+  open_windows.write("lib/XKeysymDB", "");
+  const std::string before = std::filesystem::current_path();
+  std::filesystem::current_path(here.string());
+  struct {
+    std::string set, openwinhome, sorbexhome, found;
+  } const rows[] = {
+      {"/else/where", open_windows.string(), home.string(), "/else/where"},
+      {"", open_windows.string(), home.string(), open_windows.path("lib/XKeysymDB")},
+      {"", here.string(), home.string(), home.path("XKeysymDB")},
+      {"", "/none", "", "XKeysymDB"},
+  };
+  for (const auto &[set, openwinhome, sorbexhome, found] : rows) {
+    set.empty() ? unsetenv("XKEYSYMDB") : setenv("XKEYSYMDB", set.c_str(), 1);
+    setenv("OPENWINHOME", openwinhome.c_str(), 1);
+    sorbexhome.empty() ? unsetenv("SORBEXHOME") : setenv("SORBEXHOME", sorbexhome.c_str(), 1);
+    EXPECT_EQ(look_for_keysymdb(), 0);
+    EXPECT_EQ(getenv("XKEYSYMDB"), found);
+  }
+  std::filesystem::current_path(before);
+}
