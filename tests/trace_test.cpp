@@ -41,12 +41,13 @@ TEST(Trace, DateAndTimeAreLocal) {
   setenv("TZ", "XYZ-13", 1);
   const auto expected = [](time_t when) {
     char text[40];
-    strftime(text, sizeof text, "%e-%b-%Y %H:%M:%S ", localtime(&when));
+    strftime(text, sizeof text, "%e-%b-%Y %H:%M:%S \n", localtime(&when));
     return std::string(text);
   };
   TraceCapture capture;
   const time_t before = ::time(nullptr);
   trace_print_date();
   trace_print_time();
+  tr_putc('\n');
   EXPECT_THAT(capture.take(), testing::AnyOf(expected(before), expected(::time(nullptr))));
 }
