@@ -80,8 +80,9 @@ std::string told() {
   return std::exchange(words, "");
 }
 
-std::string decoded(const std::vector<uint8_t> &data, int32_t comp_type) {
+std::string decoded(const std::vector<uint8_t> &data, int32_t comp_type, int32_t width) {
   words.clear();
+  t4dec_set_pixel_width(width);
   t4dec_set_damage_callback(tell_damage);
   const int result = t4dec(data.data(), static_cast<uint32_t>(data.size()), comp_type, tell_run, tell_line, tell_eol);
   t4dec_set_damage_callback(nullptr);
@@ -89,8 +90,9 @@ std::string decoded(const std::vector<uint8_t> &data, int32_t comp_type) {
   return told();
 }
 
-std::vector<uint8_t> decoded_lines(const std::vector<uint8_t> &data, int32_t comp_type) {
+std::vector<uint8_t> decoded_lines(const std::vector<uint8_t> &data, int32_t comp_type, int32_t width) {
   lines.clear();
+  t4dec_set_pixel_width(width);
   t4dec(data.data(), static_cast<uint32_t>(data.size()), comp_type, nullptr, keep_line, nullptr);
   return std::exchange(lines, {});
 }

@@ -1,0 +1,210 @@
+#include "t4/t4dec.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <random>
+#include <utility>
+
+#include "helpers/coded_page.h"
+#include "helpers/tiff_pages.h"
+#include "t4/dectbls.h"
+
+using namespace tolvane;
+
+namespace {
+
+struct Stream {
+  const char *what;
+  int32_t comp_type;
+  const char *codes, *calls;
+};
+
+const Stream streams[] = {
+    {"nothing before the first EOL", COMP_MH, "w5 b3 w20", "=1"},
+    {"first EOL ends a blank line", COMP_MH, "EOL w1728 w0 000 EOL", "+1728 [] / +1728 [] / =1"},
+    {"black make-up code", COMP_MH, "EOL w0 b64 b0 w1664 w0 EOL", "+1728 [] / 0 -64 +1664 [0-63] / =1"},
+    {"no EOL after the last line", COMP_MH, "EOL w1728 w0", "+1728 [] / +1728 =1"},
+    {"overflow repeats the last good line", COMP_MH,
+     "EOL w0 b3 w1664 w61 EOL w5 b1 EOL w1664 w36 b29 w5 EOL w1728 w0 EOL",
+     "+1728 [] / 0 -3 +1725 [0-2] / +5 -1 !1 +1722 [5-5] / +1700 !0 +28 [0-2] / +1728 [] / =1"},
+    {"two make-up codes", COMP_MH, "EOL w5 b64 b64 w3 EOL EOL", "+1728 [] / +5 !0 +1723 [] / +1728 [] / =1"},
+    {"make-up code and EOL", COMP_MH, "EOL w64 EOL w5 b2 EOL EOL", "+1728 [] / !0 +1728 [] / +1728 [] / =1"},
+    {"bad code", COMP_MH, "EOL w5 b2 000000001 1111 EOL", "+1728 [] / +5 -2 !2 +1721 [5-6] / =1"},
+    {"bad code in the last line", COMP_MH, "EOL 000000001 1111", "+1728 [] / !2 =1"},
+    {"data end in a line", COMP_MH, "EOL w5 b3", "+1728 [] / +5 -3 !5 =1"},
+
+    {"no EOL", COMP_MR, "V0 V0 V0 V0 V0 V0 V0 V0 V0", "=1"},
+    {"nothing", COMP_MR, "", "=0"},
+    {"tag 0 does not synchronise", COMP_MR, "E0 V0 E1 w1728 w0 000", "!3 +1728 [] / =1"},
+    {"2-D line", COMP_MR, "E1 w5 b3 w1664 w56 E0 V0 VR2 V0 0000", "+5 -3 +1720 [5-7] / +5 -5 +1718 [5-9] / =1"},
+    {"pass mode keeps the colour", COMP_MR, "E1 w5 b3 w1664 w56 E0 P V0 0000", "+5 -3 +1720 [5-7] / +8 +1720 [] / =1"},
+    {"white is found at pixel 0 itself", COMP_MR, "E1 w2 b6 w1664 w56 E0 VL2 VR3 V0 0000",
+     "+2 -6 +1720 [2-7] / 0 -3 +1725 [0-2] / =1"},
+    {"bad line, then up to the next 1-D line", COMP_MR,
+     "E1 w2 b1 w1664 w61 E0 H w64 w36 b1664 b36 V0 E0 V0 E0 V0 E1 w1728 w0 0000",
+     "+2 -1 +1725 [2-2] / +100 !0 +1628 [2-2] / !3 !3 +1728 [] / =1"},
+    {"first code fails", COMP_MR, "E1 w1728 w0 E0 VR1 E1 w1728 w0 000", "+1728 [] / !0 +1728 [] / =1"},
+    {"1-D overflow on the first code", COMP_MR, "E1 w1728 w5 E1 w1728 w0 000", "!0 +1728 [] / +1728 [] / =1"},
+    {"two EOLs blank the reference line", COMP_MR, "E1 w5 b3 w1664 w56 E1 E0 V0 0000",
+     "+5 -3 +1720 [5-7] / / +1728 [] / =1"},
+    {"RTC", COMP_MR, "E1 w1728 w0 E1 E1 E1 E1 E1 E1 w5", "+1728 [] / / / / / =1"},
+    {"make-up code goes over an EOL", COMP_MR, "E1 w5 b64 E1 w3 b2 0000 0000",
+     "+5 !1 [] / +67 -2 !5 +1659 [67-68] / =1"},
+    {"make-up codes add up", COMP_MR, "E1 w1728 w0 E0 H w64 w64 w0 b64 b0 V0 0000",
+     "+1728 [] / +128 -64 +1536 [128-191] / =1"},
+    {"EOL in horizontal mode", COMP_MR, "E1 w1728 w0 E0 H EOL w5 b2 00000000", "+1728 [] / !0 +1728 [] / =1"},
+    {"bad code in a 1-D line", COMP_MR, "E1 w5 b2 000000001 11 E1 00", "+5 -2 !2 [5-6] / =1"},
+    {"no mode code", COMP_MR, "E1 w1728 w0 E0 0000001 V0 0000", "+1728 [] / !2 +1728 [] / =1"},
+    {"last byte of horizontal mode is dropped", COMP_MR, "E1 w1728 w0 E0 H w5 b3", "+1728 [] / =1"},
+    {"last bit is not read", COMP_MR, "E1 w1728 w0 E0 V0 V0 V0 V0 V0", "+1728 [] / +1728 0 0 0 [] / =1"},
+
+    {"nothing", COMP_MMR, "", "[] / =1"},
+    {"EOFB", COMP_MMR, "V0 EOL EOL V0 0", "+1728 [] / [] / =1"},
+    {"a code between EOLs", COMP_MMR, "EOL V0 EOL V0 EOL EOL 0", "+1728 [] / +1728 [] / [] / =1"},
+    {"line of all modes", COMP_MMR, "H w5 b3 H w2 b10 V0 VL3 VR1 P V0 EOL EOL 0",
+     "+5 -3 +2 -10 +1708 [5-7 10-19] / +2 -7 +11 +1708 [2-8] / [] / =1"},
+    {"first code fails", COMP_MMR, "V0 VR1 V0 V0", "+1728 [] / !4 =0"},
+    {"overflow", COMP_MMR, "H w5 b1728 b0 V0 V0 V0", "+5 !4 =0"},
+    {"EOL in horizontal mode", COMP_MMR, "H EOL w5 b2 00000000", "!4 =0"},
+    {"no mode code", COMP_MMR, "0000001 V0 EOL EOL 0", "!2 +1728 [] / [] / =1"},
+    {"EOFB in a line", COMP_MMR, "H w5 b3 EOL EOL 0", "+5 -3 !1 [5-7] / =1"},
+    {"data end in a line", COMP_MMR, "H w5 b3 00000000", "+5 -3 !5 [5-7] / =1"},
+    {"last byte of horizontal mode is read", COMP_MMR, "H w5 b3 V0", "+5 -3 +1720 [5-7] / [] / =1"},
+
+    {"uncompressed", COMP_UMMR, "EOL w5 EOL", "=0"},
+    {"unknown", 4, "EOL w5 EOL", "=0"},
+};
+
+constexpr std::pair<TiffCoding, int32_t> codings[] = {
+    {TiffCoding::g3_1d, COMP_MH}, {TiffCoding::g3_2d, COMP_MR}, {TiffCoding::g4, COMP_MMR}};
+
+/// `picture` as the decoder of a coding gives it: a white line first from MH, last from MMR, and MH keeps back its
+/// last.
+std::vector<uint8_t> expected_lines(Picture picture, int32_t comp_type) {
+  const std::vector<uint8_t> white(picture.stride());
+  auto &pixels = picture.pixels;
+  if (comp_type == COMP_MH) pixels.resize(pixels.size() - white.size());
+  if (comp_type != COMP_MR)
+    pixels.insert(comp_type == COMP_MH ? pixels.begin() : pixels.end(), white.begin(), white.end());
+  return pixels;
+}
+
+/// Rows of `lines` that are neither in the part equal from the top nor in the part equal from the bottom.
+size_t spoilt_rows(const std::vector<uint8_t> &lines, const std::vector<uint8_t> &good) {
+  const auto top = std::mismatch(lines.begin(), lines.end(), good.begin(), good.end()).first - lines.begin();
+  const auto bottom = std::mismatch(lines.rbegin(), lines.rend(), good.rbegin(), good.rend()).first - lines.rbegin();
+  return lines.size() / 216 -
+         static_cast<size_t>(std::min<ptrdiff_t>(top / 216 + bottom / 216, std::ssize(lines) / 216));
+}
+
+int32_t pixels_of_line, lines_of_page;
+void count_run(int32_t run) {
+  pixels_of_line += std::abs(run);
+}
+void check_line(const uint8_t *, uint32_t size) {
+  EXPECT_EQ(static_cast<int32_t>(size), (Pix_width + 7) / 8);
+}
+void check_eol() {
+  EXPECT_LE(pixels_of_line, Pix_width);
+  pixels_of_line = 0;
+  lines_of_page++;
+}
+
+}  // namespace
+
+TEST(T4dec, CallsForHandMadeStreams) {
+  for (const Stream &stream : streams)
+    EXPECT_EQ(decoded(coded(stream.codes), stream.comp_type), stream.calls) << stream.comp_type << " " << stream.what;
+}
+
+TEST(T4dec, MakeUpCodesOutliveTheCall) {
+  EXPECT_EQ(decoded(coded("H w64 00000000"), COMP_MMR), "[] / =1");
+  EXPECT_EQ(decoded(coded("H w3 b2 V0 00000000"), COMP_MMR), "+67 -2 +1659 [67-68] / [] / =1");
+  EXPECT_EQ(decoded(coded("H w1728 w64 w3 00000000"), COMP_MMR), "!4 =0");
+  EXPECT_EQ(decoded(coded("H w3 b2 EOL EOL 0"), COMP_MMR), "+3 -2 !1 [3-4] / =1");
+  EXPECT_EQ(decoded(coded("E1 w64 00000000"), COMP_MR), "=1");
+  EXPECT_EQ(decoded(coded("E1 w3 b2 00000000"), COMP_MR), "+67 -2 !5 +1659 [67-68] / =1");
+}
+
+TEST(T4dec, LastMhLineIsEndedByHand) {
+  EXPECT_EQ(decoded(coded("EOL w0 b1728 b0"), COMP_MH), "+1728 [] / 0 -1728 =1");
+  putrunlen(0, DEC_EOL, tell_run, tell_line, tell_eol);
+  EXPECT_EQ(told(), "[0-1727] /");
+  putrunlen(1, 0, nullptr, nullptr, nullptr);
+  putrunlen(0, DEC_EOL, tell_run, tell_line, tell_eol);
+  EXPECT_EQ(told(), "+1728 [] /");
+}
+
+TEST(T4dec, OddWidths) {
+  EXPECT_EQ(decoded(coded("EOL w0 b20 EOL"), COMP_MH, 20), "+20 [] / 0 -20 [0-19] / =1");
+  EXPECT_EQ(decoded(coded("E1 w0 b20 w0 0000"), COMP_MR, 20), "0 -20 0 [0-19] / =1");
+  EXPECT_EQ(decoded(coded("H w0 b20 EOL EOL 0"), COMP_MMR, 20), "0 -20 [0-15] / [] / =1");
+}
+
+TEST(T4dec, ChartsGiveTheirPixels) {
+  for (const char *name : {"itu1", "itu4", "itu5", "itu7"}) {
+    const Picture chart = load_chart(name);
+    ASSERT_EQ(chart.height, 2376U);
+    for (auto [tiff, comp_type] : codings)
+      EXPECT_EQ(decoded_lines(libtiff_encode(chart, tiff), comp_type), expected_lines(chart, comp_type)) << name;
+  }
+}
+
+// The one point where this family departs from T.4: white is found at pixel 0 itself.
+TEST(T4dec, LibtiffsLinesDifferOnlyWhereTheyStartBlackUnderWhite) {
+  std::mt19937 random(7);
+  int differing = 0;
+  for (int round = 0; round < 3000; round++) {
+    Picture pair{64, 2, std::vector<uint8_t>(16)};
+    for (uint8_t &byte : pair.pixels) byte = static_cast<uint8_t>(random() & random());
+    std::vector<uint8_t> data = libtiff_encode(pair, TiffCoding::g3_2d);
+    data.resize(data.size() + 2);  // the last byte of a page is not read as the others are
+    if (decoded_lines(data, COMP_MR, 64) == pair.pixels) continue;
+    differing++;
+    EXPECT_TRUE((pair.row(0)[0] & 0x80) == 0 && (pair.row(1)[0] & 0x80) != 0);
+  }
+  EXPECT_GT(differing, 0);
+}
+
+TEST(T4dec, OneWrongBitCostsFewLines) {
+  const Picture rows = every_row(load_chart("itu4"), 24);
+  std::mt19937 random(9);
+  for (int round = 0; round < 100; round++) {
+    for (auto [tiff, comp_type] : {codings[0], codings[1]}) {
+      std::vector<uint8_t> data = libtiff_encode(rows, tiff);
+      data[random() % data.size()] ^= static_cast<uint8_t>(1U << random() % 8);
+      const std::vector<uint8_t> lines = decoded_lines(data, comp_type), good = expected_lines(rows, comp_type);
+      EXPECT_LE(spoilt_rows(lines, good), 4U) << comp_type << " " << round;
+      EXPECT_LE(good.size() - lines.size(), 5U * 216) << comp_type << " " << round;
+    }
+  }
+}
+
+TEST(T4dec, GarbageKeepsTheContract) {
+  const Picture rows = every_row(load_chart("itu7"), 60);
+  std::mt19937 random(11);
+  for (auto [tiff, comp_type] : codings) {
+    const std::vector<uint8_t> page = libtiff_encode(rows, tiff);
+    for (int round = 0; round < 1000; round++) {
+      std::vector<uint8_t> data(page.begin(), page.begin() + static_cast<ptrdiff_t>(random() % page.size()));
+      if (round % 2 == 0) data.resize(random() % 40);
+      for (size_t n = random() % 9; n > 0 && !data.empty(); n--)
+        data[random() % data.size()] = static_cast<uint8_t>(random());
+      data.shrink_to_fit();
+      t4dec_set_pixel_width(round % 3 ? 1728 : static_cast<int32_t>(8 * (1 + random() % 30)));
+      pixels_of_line = lines_of_page = 0;
+      const int result =
+          t4dec(data.data(), static_cast<uint32_t>(data.size()), comp_type, count_run, check_line, check_eol);
+      EXPECT_TRUE(result == 1 || comp_type != COMP_MH);
+      EXPECT_LE(lines_of_page, static_cast<int32_t>(8 * data.size()) + 1);
+    }
+  }
+}
+
+TEST(T4dec, DebugBits) {
+  t4dec_set_debug("1,,37");
+  EXPECT_EQ(Debug, 0x22U);
+  t4dec_set_debug(("5" + std::string(260, ' ') + ",9").c_str());
+  EXPECT_EQ(Debug, 0x22U);
+}
