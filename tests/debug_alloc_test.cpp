@@ -21,6 +21,7 @@
 #include "support/trace_config.h"
 #include "t4/enct4.h"
 #include "t4/t4dec.h"
+#include "t4/t4dec_convert.h"
 
 using namespace tolvane;
 
@@ -108,6 +109,13 @@ static void change_keywords() {
   EXPECT_EQ(FaxFileDeleteKeyword("a.fax", FAXFILE_INCLUDE), FAXFILE_OK);
 }
 
+static void convert() {
+  for (const int32_t coding : {0, 1, 3}) {
+    EXPECT_EQ(t4dec_change_format("b.fax", coding, 0, nullptr), 1);
+    read_and_decode("b.fax", coding, 2);
+  }
+}
+
 static void refuse() {
   const std::string fax = read_file("b.fax");
   for (const std::string &bytes : {std::string(), fax.substr(0, 20), fax.substr(0, fax.size() / 2), "x" + fax}) {
@@ -122,6 +130,7 @@ static void refuse() {
     if (data) release(data);
     dclose(fd, "test", 0);
     FaxFileDeleteKeyword("bad.fax", FAXFILE_COMPRESSION);
+    t4dec_change_format("bad.fax", 0, 0, nullptr);
     if (FaxFileOpen("bad.fax", &fd) == FAXFILE_OK) FaxFileClose(fd);
   }
 }
@@ -150,6 +159,7 @@ TEST(DebugAlloc, TheLibraryFreesWhatItAllocatesAndClosesWhatItOpens) {
     const char *kept;  // held for the life of the process
   } steps[] = {{"write_and_read", write_and_read, ""},
                {"change_keywords", change_keywords, ""},
+               {"convert", convert, ""},
                {"refuse", refuse, ""},
                {"support", support, "rev.cpp getcwd.cpp "}};
   testing::internal::CaptureStderr();
