@@ -14,9 +14,8 @@ namespace tolvane {
 namespace {
 [[gnu::used]] const char SCCS_ID[] = "@(#)|page_coding|9|01|1|0|0|11/22/26|22:10:00";
 
-constexpr int32_t DEC_EOL = 9999;         // the token that ends a line of MH
-constexpr size_t EOL_ZEROS = 11;          // zeros in front of the one of an EOL (ITU-T T.4, 4.1.2)
-constexpr size_t DAMAGE_LINES_TOLD = 10;  // of one page; the rest is told as a number
+constexpr int32_t DEC_EOL = 9999;  // the token that ends a line of MH
+constexpr size_t EOL_ZEROS = 11;   // zeros in front of the one of an EOL (ITU-T T.4, 4.1.2)
 
 std::span<const uint8_t> lines_to_code;  // given to the encoder in one batch, then empty
 std::vector<uint8_t> *coded;
@@ -140,7 +139,7 @@ bool decode_page(std::span<const uint8_t> record, int32_t coding, DecodedPage &p
 }
 
 Status tell_damage(const char *name, int32_t page, const DecodedPage &decoded) {
-  const size_t told = std::min(decoded.damage.size(), DAMAGE_LINES_TOLD);
+  const size_t told = std::min(decoded.damage.size(), DAMAGE_TOLD);
   for (const LineDamage &place : std::span(decoded.damage).first(told))
     complain("%s: page %d: line %d: %s", name, page, place.line, damage_text(place.kind));
   if (told < decoded.damage.size()) complain("%s: page %d: %zu more places", name, page, decoded.damage.size() - told);

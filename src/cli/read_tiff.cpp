@@ -7,14 +7,18 @@
 #include <cstring>
 #include <memory>
 #include <string>
+#include <utility>
+#include <vector>
 
 #include "cli/page_readers.h"
+#include "t4/line.h"
 
 namespace tolvane {
 namespace {
 [[gnu::used]] const char SCCS_ID[] = "@(#)|read_tiff|9|01|1|0|0|11/22/26|21:30:00";
 
-constexpr double CENTIMETRES = 2.54;  // in an inch
+constexpr double CENTIMETRES = 2.54;    // in an inch
+constexpr int32_t RTC_EMPTY_LINES = 5;  // six EOLs, of which the first ends a line (ITU-T T.4, 4.1.4)
 
 /// A TIFF in memory: a view for reading, or bytes of its own for writing.
 struct MemoryFile {
@@ -72,11 +76,10 @@ struct TiffLog {
 
   const char *name;
   int32_t page;
-  int32_t line = -1;        // the coded line being read; -1: none
-  bool empty_line = false;  // an EOL with nothing before it, as in an RTC
-  int32_t damaged_lines = 0;
-  std::string first_damage;
-  std::string error;  // the last one
+  int32_t line = -1;                                    // the coded line being read, from 0; -1: none
+  bool empty_line = false;                              // it is an EOL with nothing before it, as in an RTC
+  std::vector<std::pair<int32_t, std::string>> damage;  // damaged lines, from 0, and what was said of them last
+  std::string error;                                    // what was said last, of a line or not
 };
 
 int take_message(TIFF *, void *user_data, const char *module, const char *format, va_list arguments) {
@@ -86,15 +89,18 @@ int take_message(TIFF *, void *user_data, const char *module, const char *format
   log.error = text;
   if (log.line < 0 || !module || strncmp(module, "Fax", 3) != 0) return 1;
   log.empty_line = strstr(text, "(got 0,") != nullptr;
-  if (log.damaged_lines++ == 0) log.first_damage = text;
+  if (log.damage.empty() || log.damage.back().first != log.line) log.damage.emplace_back(log.line, text);
   return 1;
 }
 
-/// Tells of damaged lines of the page, if any.
+/// Tells of the damaged lines of the page, if there are any.
 Status told_damage(const TiffLog &log) {
-  if (log.damaged_lines == 0) return DONE;
-  complain("%s: page %d: %d damaged, the first: %s", log.name, log.page, log.damaged_lines, log.first_damage.c_str());
-  return DAMAGED;
+  const size_t told = std::min(log.damage.size(), DAMAGE_TOLD);
+  for (const auto &[line, text] : std::span(log.damage).first(told))
+    complain("%s: page %d: line %d: %s", log.name, log.page, line + 1, text.c_str());
+  if (told < log.damage.size())
+    complain("%s: page %d: %zu more damaged lines", log.name, log.page, log.damage.size() - told);
+  return log.damage.empty() ? DONE : DAMAGED;
 }
 
 struct CloseTiff {
@@ -144,16 +150,22 @@ void add_line(const uint8_t *line, uint8_t black_is, GreyPage &page) {
   }
 }
 
+/// Reads the next coded line; damage goes to the log.
+bool read_line(TIFF *tiff, TiffLog &log, std::vector<uint8_t> &line) {
+  log.empty_line = false;
+  return TIFFReadScanline(tiff, line.data(), static_cast<uint32_t>(log.line)) == 1;
+}
+
 /// Reads the lines of a black and white page.
 ///
-/// @return whether all `page.height` lines came; if not, `page.grey` holds those that did
+/// @return whether all `page.height` lines came
 bool read_bilevel(TIFF *tiff, TiffLog &log, GreyPage &page) {
   uint16_t photometric = PHOTOMETRIC_MINISWHITE;
   TIFFGetField(tiff, TIFFTAG_PHOTOMETRIC, &photometric);
   std::vector<uint8_t> line(static_cast<size_t>(TIFFScanlineSize(tiff)));
   if (line.size() < (static_cast<size_t>(page.width) + 7) / 8) return false;
   for (log.line = 0; log.line < page.height; ++log.line) {
-    if (TIFFReadScanline(tiff, line.data(), static_cast<uint32_t>(log.line)) != 1) return false;
+    if (!read_line(tiff, log, line)) return false;
     add_line(line.data(), photometric == PHOTOMETRIC_MINISWHITE, page);
   }
   log.line = -1;
@@ -184,7 +196,7 @@ Status read_tiff_page(TIFF *tiff, TiffLog &log, const page_sink &sink) {
   GreyPage page = {static_cast<int32_t>(width), static_cast<int32_t>(height), 0, 0, {}};
   find_density(tiff, page);
   log.error = "no picture";
-  log.damaged_lines = 0;
+  log.damage.clear();
   if (!(is_bilevel(tiff) ? read_bilevel(tiff, log, page) : read_colour(tiff, page)))
     return failure("%s: page %d cannot be read: %s", log.name, log.page, log.error.c_str());
   return worse(told_damage(log), sink(std::move(page)));
@@ -202,18 +214,26 @@ bool wrap_raw(const PictureFile &raw, const RawFormat &format, MemoryFile &file)
   TIFFSetField(tiff.get(), TIFFTAG_SAMPLESPERPIXEL, 1);
   TIFFSetField(tiff.get(), TIFFTAG_PHOTOMETRIC, PHOTOMETRIC_MINISWHITE);
   TIFFSetField(tiff.get(), TIFFTAG_FILLORDER, format.high_bit_first ? FILLORDER_MSB2LSB : FILLORDER_LSB2MSB);
-  TIFFSetField(tiff.get(), TIFFTAG_COMPRESSION, format.coding == 3 ? COMPRESSION_CCITTFAX4 : COMPRESSION_CCITTFAX3);
-  if (format.coding != 3)
+  TIFFSetField(tiff.get(), TIFFTAG_COMPRESSION,
+               format.coding == COMP_MMR ? COMPRESSION_CCITTFAX4 : COMPRESSION_CCITTFAX3);
+  if (format.coding != COMP_MMR)
     TIFFSetField(tiff.get(), TIFFTAG_GROUP3OPTIONS,
-                 static_cast<uint32_t>(format.coding == 1 ? GROUP3OPT_2DENCODING : 0));
+                 static_cast<uint32_t>(format.coding == COMP_MR ? GROUP3OPT_2DENCODING : 0));
   return TIFFWriteRawStrip(tiff.get(), 0, const_cast<uint8_t *>(raw.bytes.data()),
                            static_cast<tmsize_t>(raw.bytes.size())) >= 0;
 }
 
-/// Takes the lines of an RTC off the end of the page: they are empty, and no damage.
-void drop_empty_lines(int32_t empty, TiffLog &log, GreyPage &page) {
-  log.damaged_lines -= empty;
-  page.height -= empty;
+/// Reads lines up to the end of the data, or to an RTC or EOFB: these come as lines that are empty, and no damage.
+void read_raw_lines(TIFF *tiff, const RawFormat &format, TiffLog &log, GreyPage &page) {
+  const int32_t end_code = format.coding == COMP_MMR ? 1 : RTC_EMPTY_LINES;
+  std::vector<uint8_t> line(static_cast<size_t>(TIFFScanlineSize(tiff)));
+  int32_t empty = 0;
+  for (log.line = 0; log.line < LONGEST_PAGE && empty < end_code && read_line(tiff, log, line); ++log.line) {
+    add_line(line.data(), 1, page);
+    empty = log.empty_line ? empty + 1 : 0;
+  }
+  page.height = log.line - empty;
+  std::erase_if(log.damage, [&](const auto &damage) { return damage.first >= page.height; });
   page.grey.resize(static_cast<size_t>(page.width) * static_cast<size_t>(page.height));
 }
 
@@ -244,22 +264,10 @@ Status read_raw(const PictureFile &file, const SourceOptions &options, const pag
   const TiffHandle tiff = open_tiff(contents, "r", log);
   if (!tiff) return failure("%s: %s", file.name, log.error.c_str());
 
-  GreyPage page = {options.raw.width, LONGEST_PAGE + 1, 0, 0, {}};
-  std::vector<uint8_t> line(static_cast<size_t>(TIFFScanlineSize(tiff.get())));
-  int32_t lines = 0, empty = 0, before_end = 0;
-  for (;; ++lines) {
-    log.line = lines;
-    log.empty_line = false;
-    before_end = log.damaged_lines;
-    if (TIFFReadScanline(tiff.get(), line.data(), static_cast<uint32_t>(lines)) != 1 || lines == LONGEST_PAGE) break;
-    add_line(line.data(), 1, page);
-    empty = log.empty_line ? empty + 1 : 0;
-  }
-  log.damaged_lines = before_end;  // that the data end at the end of the last line is no damage
-  page.height = lines;
-  drop_empty_lines(empty, log, page);
+  GreyPage page = {options.raw.width, 0, 0, 0, {}};
+  read_raw_lines(tiff.get(), options.raw, log, page);
   if (page.height == 0)
-    return failure("%s: no line can be read as raw %s", file.name, options.raw.coding == 3 ? "G4" : "G3");
+    return failure("%s: no line can be read as raw %s", file.name, options.raw.coding == COMP_MMR ? "G4" : "G3");
   return worse(told_damage(log), sink(std::move(page)));
 }
 

@@ -3,6 +3,7 @@
 #pragma once
 
 #include <chrono>
+#include <cstddef>
 #include <cstdint>
 #include <string>
 
@@ -28,6 +29,9 @@ extern bool Quiet;
 
 /// `complain`, for use in a return statement: gives FAILED.
 [[gnu::format(printf, 1, 2)]] Status failure(const char *format, ...);
+
+/// Damaged places of one page that are named one by one; the rest is told as a number.
+constexpr size_t DAMAGE_TOLD = 10;
 
 /// Complains of what errno says about a file: "name: No space left on device"; gives FAILED.
 Status system_failure(const char *name);
