@@ -23,6 +23,7 @@ extern const Command insert_command;
 extern const Command include_command;
 extern const Command merge_command;
 extern const Command split_command;
+extern const Command convert_command;
 extern const Command keywords_command;
 
 }  // namespace tolvane

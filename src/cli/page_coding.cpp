@@ -49,7 +49,7 @@ void take_line(const uint8_t *line, uint32_t size) {
 }
 
 void take_damage(Damage kind) {
-  decoding->damage.push_back({decoding->line_count() + 1, kind});
+  decoding->damage.push_back({decoding->coded_lines() + 1, kind});
 }
 
 bool bit_at(std::span<const uint8_t> record, size_t bit) {
@@ -102,11 +102,15 @@ int32_t DecodedPage::line_count() const {
   return static_cast<int32_t>(lines.size() / LINE_BYTES);
 }
 
+int32_t DecodedPage::coded_lines() const {
+  const auto skipped = [](const LineDamage &place) { return place.kind == Damage::skipped_line; };
+  return line_count() + static_cast<int32_t>(std::count_if(damage.begin(), damage.end(), skipped));
+}
+
 int32_t DecodedPage::damaged_lines() const {
   int32_t count = 0, last = 0;
   for (const LineDamage &place : damage) {
-    // A skipped line has no place of its own in the page, and yet it is one more that is lost.
-    if (place.line != last || place.kind == Damage::skipped_line) ++count;
+    if (place.line != last) ++count;
     last = place.line;
   }
   return count;

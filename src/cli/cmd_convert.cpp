@@ -1,0 +1,198 @@
+// tolvane-fax convert: files rewritten in another page coding, in place, by the library's converter. Each file is the
+// work of a process of its own, since the codec keeps process-wide state. The converter believes #PAGES and keeps one
+// line of each name; files where that would lose something are brought to a form where it does not, and get their own
+// header back afterwards.
+#include <CLI/CLI.hpp>
+
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <map>
+
+#include "cli/commands.h"
+#include "cli/fax_document.h"
+#include "cli/options.h"
+#include "cli/page_coding.h"
+#include "faxfile/header_lines.h"
+#include "faxfile/session_params.h"
+#include "faxfile/usorbport.h"
+#include "t4/damage.h"
+#include "t4/t4dec_convert.h"
+
+namespace tolvane {
+namespace {
+[[gnu::used]] const char SCCS_ID[] = "@(#)|cmd_convert|9|01|1|0|0|11/22/26|22:40:00";
+
+std::vector<std::string> files;
+int32_t coding = -1;
+int32_t jobs = 1;
+
+void declare(CLI::App &usage) {
+  usage.add_option("FILE", files, "the fax files to convert, in place")->required();
+  add_coding(usage, "--to", coding, "the coding that their pages get")->required();
+  usage.add_option("-j,--jobs", jobs, "files that are converted at a time, 1 unless given")->check(CLI::Range(1, 1024));
+}
+
+// What the converter's callbacks report to: the converter takes plain functions.
+int32_t page_in_work;
+std::vector<int32_t> damaged_pages;
+Progress *page_progress;
+
+void begin_page() {
+  ++page_in_work;
+  if (page_progress) page_progress->step();
+}
+
+void note_damage(Damage) {
+  if (damaged_pages.empty() || damaged_pages.back() != page_in_work) damaged_pages.push_back(page_in_work);
+}
+
+/// Runs the converter on a path, which names the old or the new file at every moment.
+bool run_converter(const std::string &path) {
+  t4dec_set_damage_callback(note_damage);
+  const bool done = t4dec_change_format(path.c_str(), coding, 0, begin_page) == 1;
+  t4dec_set_damage_callback(nullptr);
+  return done;
+}
+
+/// Names the damaged lines of the pages where the converter met damage. The document is still the old file.
+Status tell_damaged_pages(const FaxDocument &document) {
+  for (const int32_t number : damaged_pages) {
+    const PageRecord &place = document.records[static_cast<size_t>(number) - 1];
+    std::vector<uint8_t> record(static_cast<size_t>(place.length));
+    DecodedPage decoded;
+    if (pread(document.fd, record.data(), record.size(), place.offset + 4) == static_cast<ssize_t>(record.size()) &&
+        decode_page(record, document.coding, decoded))
+      tell_damage(document.name(), number, decoded);
+  }
+  return damaged_pages.empty() ? DONE : DAMAGED;
+}
+
+/// Whether the converter gives every page and every header line back.
+bool converter_keeps_all(const FaxDocument &document) {
+  std::map<std::string, int> names;
+  for (const std::string &line : document.lines) {
+    const size_t colon = line.find(':');
+    if (colon == std::string::npos || colon == 0 || names[line.substr(0, colon)]++ > 0) return false;
+  }
+  const char *pages = find_header_value(document.lines, faxFileKeywordList[FAXFILE_PAGES]);
+  return pages && atoi(pages) == document.record_count();
+}
+
+Status convert_directly(const FaxDocument &document) {
+  struct stat status;
+  if (fstat(document.fd, &status)) return system_failure(document.name());
+  if (!run_converter(document.path)) return FAILED;
+  // The converter makes a file of the mode 0644.
+  return chmod(document.path.c_str(), status.st_mode & 07777) ? system_failure(document.name()) : DONE;
+}
+
+/// Converts a copy that has a plain header, then joins the old header lines and the new pages.
+Status convert_by_copy(FaxDocument &document) {
+  OutputFile copy, output;
+  const RecordRange all[] = {{document.fd, document.records_start, records_end(document)}};
+  const HeaderLines plain = leading_lines(document.record_count(), document.resolution, document.coding);
+  if (copy.open(document.path) != DONE || write_fax(copy, plain, all) != DONE) return FAILED;
+  if (!run_converter(copy.working_path())) return FAILED;
+
+  FaxDocument converted;
+  if (open_fax(copy.working_path(), converted) != DONE || output.open(document.path) != DONE) return FAILED;
+  const std::string character(1, static_cast<char>(DFtoascii(coding)));
+  // Of several lines of this name it is the last that counts.
+  for (std::string &line : document.lines) {
+    if (header_line_value(line, faxFileKeywordList[FAXFILE_COMPRESSION])) line = "COMPRESSION:" + character;
+  }
+  set_header_value(document.lines, faxFileKeywordList[FAXFILE_COMPRESSION], character);
+  if (const char *pages = find_header_value(document.lines, faxFileKeywordList[FAXFILE_PAGES]);
+      !pages || atoi(pages) != document.record_count())
+    complain("%s: #PAGES is set to %d, which is how many pages there are", document.name(), document.record_count());
+  set_header_value(document.lines, faxFileKeywordList[FAXFILE_PAGES], std::to_string(document.record_count()));
+  const RecordRange pages[] = {{converted.fd, converted.records_start, records_end(converted)}};
+  return write_fax(output, document.lines, pages) == DONE ? output.commit() : FAILED;
+}
+
+Status convert_file(const std::string &path) {
+  FaxDocument document;
+  if (open_fax(path, document) != DONE) return FAILED;
+  if (document.coding == coding) return DONE;
+  if (encodable_modes(document) != DONE) return FAILED;
+  if (document.resolution < 0) return failure("%s: the header has no RESOLUTION", document.name());
+  if (document.lost_bytes > 0) return failure("%s: the last page is cut short: not converted", document.name());
+  if (access(path.c_str(), W_OK)) return system_failure(document.name());
+
+  Progress progress("pages", document.record_count());
+  page_progress = files.size() == 1 ? &progress : nullptr;
+  const Status status = converter_keeps_all(document) ? convert_directly(document) : convert_by_copy(document);
+  const Status damage = tell_damaged_pages(document);
+  if (status == FAILED) return failure("%s: not converted", document.name());
+  return worse(status, damage);
+}
+
+/// Starts a process that converts a file and ends with its status.
+pid_t start_worker(const std::string &path) {
+  const pid_t worker = fork();
+  if (worker != 0) return worker;
+  // The library tells of some failures on standard output, too; that belongs to results alone.
+  dup2(STDERR_FILENO, STDOUT_FILENO);
+  Status status = FAILED;
+  try {
+    status = convert_file(path);
+  } catch (const std::exception &error) {
+    complain("%s: %s", path.c_str(), error.what());
+  }
+  _exit(status);
+}
+
+/// Waits for any worker. The file of one that did its work joins `converted`.
+Status wait_for_worker(std::map<pid_t, std::string> &workers, std::vector<std::string> &converted) {
+  int ended = 0;
+  const pid_t worker = wait(&ended);
+  if (worker < 0) return system_failure("wait");
+  const std::string path = workers[worker];
+  workers.erase(worker);
+  const auto status = WIFEXITED(ended) ? static_cast<Status>(WEXITSTATUS(ended)) : FAILED;
+  if (status != FAILED) converted.push_back(path);
+  if (WIFEXITED(ended)) return status;
+  return failure("%s: not converted: ended by signal %d", path.c_str(), WTERMSIG(ended));
+}
+
+/// An included page is shown in the coding of the file that includes it.
+void warn_of_other_codings(const std::string &path) {
+  FaxDocument document;
+  if (open_fax(path, document) != DONE) return;
+  for (int32_t page = 1; page <= document.page_count() && !document.inclusions.empty(); ++page) {
+    FaxPage found;
+    if (locate_page(document, page, found) != DONE || found.coding == document.coding) continue;
+    complain("%s takes pages from %s, which is still in %s: convert that too", document.name(), found.source.c_str(),
+             coding_name(found.coding));
+    return;
+  }
+}
+
+Status run() {
+  std::map<pid_t, std::string> workers;
+  std::vector<std::string> converted;
+  Progress progress("files", static_cast<int32_t>(files.size()));
+  Status status = DONE;
+  size_t next = 0;
+  while (next < files.size() || !workers.empty()) {
+    if (next < files.size() && workers.size() < static_cast<size_t>(jobs)) {
+      const pid_t worker = start_worker(files[next]);
+      if (worker < 0) return worse(status, system_failure("fork"));
+      workers[worker] = files[next++];
+      continue;
+    }
+    status = worse(status, wait_for_worker(workers, converted));
+    if (files.size() > 1) progress.step();
+  }
+  for (const std::string &path : converted) warn_of_other_codings(path);
+  return status;
+}
+
+}  // namespace
+
+const Command convert_command = {"convert", "Rewrites faxes in another coding, in place", declare, run};
+
+}  // namespace tolvane
