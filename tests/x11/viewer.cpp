@@ -28,27 +28,45 @@ Picture marked_page(uint32_t number) {
   return picture;
 }
 
-struct PageWindow {
-  Area page, clip;  // the drawing area, of which the clip window shows a part
+struct MarkedPage {
+  PageWindow at;
   int divisor = 0;  // fax pixels to one on the screen; 0 if there is no page
   bool upright = true;
 };
 
-PageWindow find_page(Window shell) {
-  for (Window part : parts_of(shell)) {
-    const Area area = area_of(part);
-    for (int divisor : {2, 3, 4}) {
-      const int across = static_cast<int>(WIDTH) / divisor, down = static_cast<int>(HEIGHT) / divisor;
-      const bool upright = area.width == across && area.height == down;
-      if (!upright && !(area.width == down && area.height == across)) continue;
-      Window root, parent, *children = nullptr;
-      unsigned count;
-      if (!XQueryTree(screen(), part, &root, &parent, &children, &count)) return {};
-      if (children) XFree(children);
-      return {area, area_of(parent), divisor, upright};
-    }
+MarkedPage find_marked_page(Window shell) {
+  for (int divisor : {2, 3, 4}) {
+    const int across = static_cast<int>(WIDTH) / divisor, down = static_cast<int>(HEIGHT) / divisor;
+    if (const PageWindow at = find_page(shell, across, down); at.window) return {at, divisor, true};
+    if (const PageWindow at = find_page(shell, down, across); at.window) return {at, divisor, false};
   }
   return {};
+}
+
+Area overlap(const Area &a, const Area &b) {
+  const int left = std::max(a.x, b.x), top = std::max(a.y, b.y);
+  return {left, top, std::min(a.x + a.width, b.x + b.width) - left, std::min(a.y + a.height, b.y + b.height) - top};
+}
+
+// 100 triangles, 15 pixels apart, 10 wide and 5 high, on the row `marker`.
+bool in_marker(int x, int y, int marker) {
+  const int from_top = y - (marker - 5), from_middle = x % 15 - 5;
+  return x < 1500 && from_top >= 0 && from_top < 5 && -from_top <= from_middle && from_middle < from_top;
+}
+
+bool shows_every_pixel(const PageWindow &at, const PlainPicture &picture, int32_t lines, int marker) {
+  const Area visible = overlap(at.page, at.clip);
+  const Photo photo = photograph(visible);
+  if (photo.width != visible.width || photo.height != visible.height) return false;
+  for (int i = 0; i < photo.height; i++) {
+    for (int j = 0; j < photo.width; j++) {
+      const int y = visible.y - at.page.y + i, x = visible.x - at.page.x + j;
+      const uint32_t painted = picture.black(lines, y, x) ? 0x000000 : 0xffffff;
+      // An exclusive or with 1.
+      if (photo.at(j, i) != (painted ^ (marker > 0 && in_marker(x, y, marker) ? 1u : 0u))) return false;
+    }
+  }
+  return true;
 }
 
 struct Run {
@@ -56,13 +74,11 @@ struct Run {
 };
 
 // The black runs of a line of pixels across the stripes, in the page's own coordinates.
-std::vector<Run> runs_across(const PageWindow &at) {
-  const int left = std::max(at.page.x, at.clip.x), top = std::max(at.page.y, at.clip.y);
-  const int right = std::min(at.page.x + at.page.width, at.clip.x + at.clip.width);
-  const int bottom = std::min(at.page.y + at.page.height, at.clip.y + at.clip.height);
-  const Photo photo = at.upright ? photograph(Area{left, (top + bottom) / 2, right - left, 1})
-                                 : photograph(Area{(left + right) / 2, top, 1, bottom - top});
-  const int origin = at.upright ? left - at.page.x : top - at.page.y;
+std::vector<Run> runs_across(const MarkedPage &marked) {
+  const Area &page = marked.at.page, seen = overlap(page, marked.at.clip);
+  const Photo photo = marked.upright ? photograph(Area{seen.x, seen.y + seen.height / 2, seen.width, 1})
+                                     : photograph(Area{seen.x + seen.width / 2, seen.y, 1, seen.height});
+  const int origin = marked.upright ? seen.x - page.x : seen.y - page.y;
   std::vector<Run> runs;
   for (size_t i = 0; i < photo.rgb.size(); ++i) {
     if (photo.rgb[i] != 0) continue;
@@ -91,17 +107,40 @@ std::string marked_document(int count, int promised) {
 }
 
 std::string shown_in(Window shell) {
-  const PageWindow at = find_page(shell);
-  if (at.divisor == 0) return {};
-  const std::vector<Run> runs = runs_across(at);
+  const MarkedPage marked = find_marked_page(shell);
+  if (marked.divisor == 0) return {};
+  const std::vector<Run> runs = runs_across(marked);
   if (runs.size() != 2) return {};
   const bool forward = runs[0].length > runs[1].length;
-  const int extent = at.upright ? at.page.width : at.page.height;
+  const int extent = marked.upright ? marked.at.page.width : marked.at.page.height;
   const int start = forward ? runs[0].start : extent - runs[1].start - runs[1].length;
-  const int page = (start * at.divisor - static_cast<int>(FIRST_MARK - MARK_STEP / 2)) / static_cast<int>(MARK_STEP);
+  const int page =
+      (start * marked.divisor - static_cast<int>(FIRST_MARK - MARK_STEP / 2)) / static_cast<int>(MARK_STEP);
   const char *scales[] = {"100%", "75%", "50%"};
-  const char *degrees = at.upright ? (forward ? " 0 " : " 180 ") : (forward ? " 270 " : " 90 ");
-  return std::to_string(page) + " " + scales[at.divisor - 2] + degrees + place_of(at);
+  const char *degrees = marked.upright ? (forward ? " 0 " : " 180 ") : (forward ? " 270 " : " 90 ");
+  return std::to_string(page) + " " + scales[marked.divisor - 2] + degrees + place_of(marked.at);
+}
+
+PageWindow find_page(Window shell, int width, int height) {
+  for (Window part : parts_of(shell)) {
+    const Area area = area_of(part);
+    if (area.width != width || area.height != height) continue;
+    Window root, parent, *children = nullptr;
+    unsigned count;
+    if (!XQueryTree(screen(), part, &root, &parent, &children, &count)) return {};
+    if (children) XFree(children);
+    return {part, area, area_of(parent)};
+  }
+  return {};
+}
+
+PageWindow page_shown(Window shell, const PlainPicture &picture, int32_t lines, int marker) {
+  PageWindow at;
+  const bool shown = wait_until([&] {
+    at = find_page(shell, picture.width(lines), picture.height(lines));
+    return at.window && shows_every_pixel(at, picture, lines, marker);
+  });
+  return shown ? at : PageWindow();
 }
 
 Viewer::Viewer(const std::vector<std::string> &arguments, const std::vector<std::string> &environment,

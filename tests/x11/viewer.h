@@ -4,6 +4,7 @@
 #include <string>
 #include <vector>
 
+#include "helpers/plain_picture.h"
 #include "x11/display.h"
 
 /// A fax file of `count` pages that can be told apart on the screen; its header promises `promised` pages. 1728 x 2200,
@@ -13,6 +14,19 @@ std::string marked_document(int count, int promised);
 /// What the window shows of a marked document: "PAGE SCALE% DEGREES PLACE", as in "2 75% 270 top". The place is "top",
 /// "bottom" or the rows that are scrolled away. Empty if there is no such page to be seen.
 std::string shown_in(Window shell);
+
+/// The window that a page of `lines` lines is painted in: the part of this size that lies in a clip window. Those that
+/// are scrolled away stand outside `clip`.
+struct PageWindow {
+  Window window = 0;  ///< 0 if there is none
+  Area page, clip;
+};
+PageWindow find_page(Window shell, int width, int height);
+
+/// Waits until the window shows the picture of a page of `lines` lines, every pixel of it that is not scrolled away.
+/// @param marker  the row on which the marker of the reading steps stands, 0 for none
+/// @return where the page stands then; no window if it never came to that
+PageWindow page_shown(Window shell, const PlainPicture &picture, int32_t lines, int marker = 0);
 
 class Viewer {
  public:
