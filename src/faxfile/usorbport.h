@@ -31,14 +31,25 @@ constexpr int16_t FAXFILE_KEYWORD_LIMIT = 40;  ///< characters that every keywor
 /// The keyword names by the number that the keyword operations take.
 extern const char *const faxFileKeywordList[FAXFILE_KEYWORD_COUNT];
 
-/// The numbers of the keywords whose values have a form; all others are free text.
+// clang-format off
+/// The numbers of the keywords, in the order of the list. Five have a value with a form, the others are free text:
+/// #PAGES, a decimal count of the page records; INCLUDE_PAGES, the decimal sum of the counts of the INCLUDE lines;
+/// INCLUDE, `name at count` (see FaxFileReadSpecificPage); RESOLUTION and COMPRESSION, the character of a VR or a DF code
+/// (session_params.h).
 enum FaxKeyword : int16_t {
-  FAXFILE_PAGES = 2,          ///< "#PAGES": decimal count of the page records
-  FAXFILE_RESOLUTION = 3,     ///< "RESOLUTION": character of a VR code (session_params.h)
-  FAXFILE_INCLUDE_PAGES = 9,  ///< "INCLUDE_PAGES": decimal sum of the counts of the INCLUDE lines
-  FAXFILE_INCLUDE = 10,       ///< "INCLUDE": `name at count`, see FaxFileReadSpecificPage
-  FAXFILE_COMPRESSION = 42    ///< "COMPRESSION": character of a DF code (session_params.h)
+  FAXFILE_ASCII, FAXFILE_DATE, FAXFILE_PAGES, FAXFILE_RESOLUTION, FAXFILE_KEYWORDS, FAXFILE_SUBJECT, FAXFILE_FAX_ID,
+  FAXFILE_FOLDERS, FAXFILE_INCOMING, FAXFILE_INCLUDE_PAGES, FAXFILE_INCLUDE, FAXFILE_SENDER_NAME, FAXFILE_SENDER_FAX,
+  FAXFILE_SENDER_SECONDARY_FAX, FAXFILE_SENDER_VOICE, FAXFILE_SENDER_ORGANIZATION, FAXFILE_SENDER_DEPARTMENT,
+  FAXFILE_SENDER_EMAIL_ADDRESS, FAXFILE_SENDER_MAILSTOP, FAXFILE_SENDER_SUITE, FAXFILE_SENDER_EQUIPMENT,
+  FAXFILE_SENDER_ADDRESS, FAXFILE_SENDER_ADDRESS2, FAXFILE_SENDER_CITY, FAXFILE_SENDER_STATE, FAXFILE_SENDER_COUNTRY,
+  FAXFILE_SENDER_ZIPCODE, FAXFILE_RECEIVER_NAME, FAXFILE_RECEIVER_FAX, FAXFILE_RECEIVER_SECONDARY_FAX,
+  FAXFILE_RECEIVER_VOICE, FAXFILE_RECEIVER_ORGANIZATION, FAXFILE_RECEIVER_DEPARTMENT, FAXFILE_RECEIVER_EMAIL_ADDRESS,
+  FAXFILE_RECEIVER_MAILSTOP, FAXFILE_RECEIVER_SUITE, FAXFILE_RECEIVER_ADDRESS, FAXFILE_RECEIVER_ADDRESS2,
+  FAXFILE_RECEIVER_CITY, FAXFILE_RECEIVER_STATE, FAXFILE_RECEIVER_COUNTRY, FAXFILE_RECEIVER_ZIPCODE,
+  FAXFILE_COMPRESSION, FAXFILE_SERVER_COVER, FAXFILE_SALUTATION
 };
+// clang-format on
+static_assert(FAXFILE_SALUTATION == FAXFILE_KEYWORD_COUNT - 1);
 
 /// Writes the word at `value`, big-endian, in one write of 4 bytes.
 ///
