@@ -31,7 +31,6 @@ class File : public testing::Test {
     EXPECT_EQ(chmod(dir_.write(name, bytes).c_str(), mode), 0);
     return dir_.path(name);
   }
-  static mode_t mode_of(const std::string &path) { return static_cast<mode_t>(fs::status(path).permissions()); }
   // The string that a routine hands over, "(null)" for null.
   static std::string owned(char *text) {
     const Block<char> block(text);
@@ -44,55 +43,47 @@ class File : public testing::Test {
 
 TEST_F(File, FixPathMakesFullAndMkpathClean) {
   const std::string longest(PATH_LIMIT - here_.size() - 1, 'x'), limit = "/" + std::string(PATH_LIMIT - 1, 'x');
+  const std::string too_long = "is_valid_path: Invalid path (exceeds MAXPATHLEN of 4096 bytes): [" + limit + "x].\n";
   const auto refused = [](const std::string &path) { return "mkpath: Invalid path: [" + path + "].\n"; };
-  const auto fix = [](const std::string &path) {
+  const auto fix = [](const char *path) {
     std::string buffer = path;
     buffer.resize(PATH_LIMIT + 1);
     return fix_path(buffer.data());
   };
-  const auto mk = [](const std::string &path) { return mkpath(path.c_str()); };
-  const struct {
-    std::function<char *(const std::string &)> make;
-    std::string path, result, trace;
-  } cases[] = {
+  const std::tuple<char *(*)(const char *), std::string, std::string, std::string> cases[] = {
       {fix, "x", here_ + "/x", ""},
       {fix, "./x", here_ + "/x", ""},
       {fix, ".././x", here_ + "/./x", ""},  // only the first such step goes
       {fix, "/a/../x", "/a/../x", ""},
       {fix, longest, here_ + "/" + longest, ""},
       {fix, longest + "x", "(null)", "fix_path: path too large\n"},
-      {mk, "/a/./b//c/../d/", "/a/b/d", ""},
-      {mk, "/a/..", "/", ""},
-      {mk, "/a/../../b", "(null)", refused("/a/../../b")},
-      {mk, "", here_, ""},
-      {mk, "no/../dir", here_ + "/dir", ""},
-      {mk, "/\xc3\xa9 ", "/\xc3\xa9", ""},
-      {mk, "/a b", "(null)", "is_valid_path: Invalid path: [/a b].\n" + refused("/a b")},
-      {mk, "\x7f", "(null)", "is_valid_path: Invalid path: [\x7f].\n" + refused("\x7f")},
-      {mk, limit, limit, ""},
-      {mk, limit + "x", "(null)",
-       "is_valid_path: Invalid path (exceeds MAXPATHLEN of 4096 bytes): [" + limit + "x].\n" + refused(limit + "x")},
-      {mk, limit.substr(1), "(null)", "mkpath: path too large\n"}};
-  for (const auto &each : cases) {
-    EXPECT_EQ(owned(each.make(each.path)), each.result);
-    EXPECT_EQ(trace_.take(), each.trace);
+      {mkpath, "/a/./b//c/../d/", "/a/b/d", ""},
+      {mkpath, "/a/..", "/", ""},
+      {mkpath, "/a/../../b", "(null)", refused("/a/../../b")},
+      {mkpath, "", here_, ""},
+      {mkpath, "no/../\xc3\xa9 ", here_ + "/\xc3\xa9", ""},
+      {mkpath, "/a b", "(null)", "is_valid_path: Invalid path: [/a b].\n" + refused("/a b")},
+      {mkpath, "\x7f", "(null)", "is_valid_path: Invalid path: [\x7f].\n" + refused("\x7f")},
+      {mkpath, limit, limit, ""},
+      {mkpath, limit + "x", "(null)", too_long + refused(limit + "x")},
+      {mkpath, limit.substr(1), "(null)", "mkpath: path too large\n"}};
+  for (const auto &[operation, path, result, trace] : cases) {
+    EXPECT_EQ(owned(operation(path.c_str())), result);
+    EXPECT_EQ(trace_.take(), trace);
   }
   EXPECT_TRUE(is_valid_path("\" \t\"") && is_valid_path(" \"/a\" "));
 }
 
 TEST_F(File, BasenameAndDirnameWorkInPlace) {
-  const struct {
-    const char *path, *base, *directory;
-    int full;
-  } cases[] = {{"", ".", ".", 0},       {"/", "/", "/", 1},  {"a", "a", ".", 0},     {"a/b", "b", "a", 0},
-               {"a/b/", "b", "a/b", 0}, {"/a", "a", "/", 1}, {"/a/b", "b", "/a", 1}, {"a//", "", "a/", 0}};
-  for (const auto &each : cases) {
-    EXPECT_STREQ(tolvane::basename(std::string(each.path).data()), each.base) << each.path;
-    EXPECT_STREQ(tolvane::dirname(std::string(each.path).data()), each.directory) << each.path;
-    EXPECT_EQ(is_full_path(each.path), each.full);
+  const std::tuple<std::string, std::string, std::string> cases[] = {
+      {"", ".", "."},       {"/", "/", "/"},  {"a", "a", "."},     {"a/b", "b", "a"},
+      {"a/b/", "b", "a/b"}, {"/a", "a", "/"}, {"/a/b", "b", "/a"}, {"a//", "", "a/"}};
+  for (const auto &[path, base, directory] : cases) {
+    EXPECT_EQ(tolvane::basename(std::string(path).data()), base);
+    EXPECT_EQ(tolvane::dirname(std::string(path).data()), directory);
   }
   EXPECT_EQ(std::string(tolvane::basename(nullptr)) + tolvane::dirname(nullptr), "..");
-  EXPECT_TRUE(is_relative_path(nullptr) && is_relative_path("") && !is_relative_path("/"));
+  EXPECT_TRUE(is_relative_path(nullptr) && is_relative_path("") && is_full_path("/") && !is_full_path("a/"));
 }
 
 TEST_F(File, NamesForAnyFileSystem) {
@@ -122,30 +113,21 @@ TEST_F(File, FindsAtHomeThenHereThenOnThePath) {
 TEST_F(File, AccessIsDecidedByOneClass) {
   if (geteuid() != 0) GTEST_SKIP() << "gives files away, which only the super-user can";
   const uid_t asker = 65533;
-  const struct {
-    uid_t user, owner;
-    gid_t group;
-    mode_t mode;
-    const char *permissions;
-    int granted;
-    const char *trace;
-  } cases[] = {{0, asker, asker, 0000, "rwx", 1, ""},
-               {asker, asker, asker, 0500, "rx", 1, ""},
-               {asker, asker, asker, 0477, "w", 0, ""},  // an owner without the bit, whatever the others may
-               {asker, asker, asker, 0000, nullptr, 1, ""},
-               {asker, 0, asker, 0740, "r", 1, ""},
-               {asker, 0, asker, 0737, "r", 0, ""},
-               {asker, 0, 0, 0774, "r", 1, ""},
-               {asker, 0, 0, 0774, "rx", 0, ""},
-               {asker, 0, 0, 0004, "rz", 1, "check_access: Invalid permission: [z]\n"}};
+  // Who asks, owner, group and mode of the file, what is asked for, and the answer.
+  const std::tuple<uid_t, uid_t, gid_t, mode_t, const char *, int> cases[] = {
+      {0, asker, asker, 0000, "rwx", 1},   {asker, asker, asker, 0500, "rx", 1},
+      {asker, asker, asker, 0477, "w", 0}, {asker, asker, asker, 0000, nullptr, 1},  // the owner's bits, no others
+      {asker, 0, asker, 0740, "r", 1},     {asker, 0, asker, 0737, "r", 0},
+      {asker, 0, 0, 0774, "r", 1},         {asker, 0, 0, 0774, "rx", 0},
+      {asker, 0, 0, 0004, "rz", 1}};
   ASSERT_EQ(chmod(here_.c_str(), 0755), 0);
   make("f");
-  for (const auto &each : cases) {
-    ASSERT_EQ(chown("f", each.owner, each.group) + chmod("f", each.mode) + setegid(asker) + seteuid(each.user), 0);
-    EXPECT_EQ(check_file_access("f", each.permissions), each.granted) << std::oct << each.mode;
-    EXPECT_EQ(trace_.take(), each.trace);
+  for (const auto &[user, owner, group, mode, permissions, granted] : cases) {
+    ASSERT_EQ(chown("f", owner, group) + chmod("f", mode) + setegid(asker) + seteuid(user), 0);
+    EXPECT_EQ(check_file_access("f", permissions), granted) << std::oct << mode;
     ASSERT_EQ(seteuid(0), 0);
   }
+  EXPECT_EQ(trace_.take(), "check_access: Invalid permission: [z]\n");
   EXPECT_TRUE(check_dir_access(".", "rwx") && !check_dir_access("f", ""));
   EXPECT_FALSE(is_readable_file("missing") || is_executable_file("f/x"));
   EXPECT_EQ(trace_.take(), "check_access: stat(\"f/x\"): Not a directory\n");
@@ -157,10 +139,7 @@ TEST_F(File, CopyAndMoveRefuseWhatTheyCannotDo) {
   make("dir/source", "inner");
   ASSERT_EQ(link("source", "twin") + mkfifo("fifo", 0644), 0);
   const std::string longest(PATH_LIMIT - 3, 'x');
-  const struct {
-    int (*operation)(const char *, const char *);
-    const char *source, *target, *trace;
-  } cases[] = {
+  const std::tuple<int (*)(const char *, const char *), const char *, const char *, std::string> cases[] = {
       {copy, "missing", "target", "copy: open(\"missing\") failed: No such file or directory.\n"},
       {copy, "dir", "target", "copy: \"dir\" isn't a regular file.\n"},
       {copy, "fifo", "target", "copy: \"fifo\" isn't a regular file.\n"},
@@ -171,9 +150,9 @@ TEST_F(File, CopyAndMoveRefuseWhatTheyCannotDo) {
       {ks_move, "missing", "x", "ks_move: stat(\"missing\") failed: No such file or directory.\n"},
       {ks_move, "dir", "x", "ks_move: \"dir\" isn't a regular file.\n"},
       {ks_move, "source", "no/x", "ks_move: rename(\"source\",\"no/x\") failed: No such file or directory.\n"}};
-  for (const auto &each : cases) {
-    EXPECT_EQ(each.operation(each.source, each.target), 0);
-    EXPECT_EQ(trace_.take(), each.trace);
+  for (const auto &[operation, source, target, trace] : cases) {
+    EXPECT_EQ(operation(source, target), 0);
+    EXPECT_EQ(trace_.take(), trace);
   }
   EXPECT_EQ(read_file("source") + read_file("target") + read_file("dir/source"), "bytesoldinner");
 }
@@ -185,23 +164,19 @@ TEST_F(File, CopyAndMoveKeepBytesAndSettleModes) {
   make("named", "", 0600);
   make("dir/source", "old", 0600);
   fs::create_directory("dir2");
-  const struct {
-    int (*operation)(const char *, const char *);
-    const char *source, *target;
-    std::string file;
-    mode_t mode;
-  } cases[] = {{copy, "source", "fresh", "fresh", 0750},
-               {copy, "source", "named", "named", 0600},     // named directly: its own mode
-               {copy, "source", "dir", "dir/source", 0750},  // found in the directory: the mode of the source
-               {copy, "back\\slash", "dir2", "dir2/slash", 0750},
-               {ks_move, "source", "named", "named", 0750},
-               {ks_move, "./source", "dir2", "dir2/source", 0750},
-               {ks_move, "source", other.c_str(), other, 0750}};
-  for (const auto &each : cases) {
-    make(each.source, bytes, 0750);
-    EXPECT_EQ(each.operation(each.source, each.target), 1) << trace_.take();
-    EXPECT_TRUE(read_file(each.file) == bytes && mode_of(each.file) == each.mode) << each.file;
-    EXPECT_EQ(fs::exists(each.source), each.operation == copy);
+  const std::tuple<int (*)(const char *, const char *), const char *, const char *, std::string, mode_t> cases[] = {
+      {copy, "source", "fresh", "fresh", 0750},
+      {copy, "source", "named", "named", 0600},     // named directly: its own mode
+      {copy, "source", "dir", "dir/source", 0750},  // found in the directory: the mode of the source
+      {copy, "back\\slash", "dir2", "dir2/slash", 0750},
+      {ks_move, "source", "named", "named", 0750},
+      {ks_move, "./source", "dir2", "dir2/source", 0750},
+      {ks_move, "source", other.c_str(), other, 0750}};
+  for (const auto &[operation, source, target, file, mode] : cases) {
+    make(source, bytes, 0750);
+    EXPECT_EQ(operation(source, target), 1) << trace_.take();
+    EXPECT_TRUE(read_file(file) == bytes && fs::status(file).permissions() == fs::perms(mode)) << file;
+    EXPECT_EQ(fs::exists(source), operation == copy);
   }
   unlink(other.c_str());
 }
@@ -228,22 +203,21 @@ TEST_F(File, UniqueNamesCountUp) {
   const time_t now = time(nullptr);
   strftime(stem, sizeof stem, "%b%d", localtime(&now));
   stem[0] |= 0x20;
-  const struct {
-    const char *counter, *in, *extension, *directory, *out, *stored;
-  } cases[] = {{nullptr, "spool/x", nullptr, "spool/", "aaa.fax", "1\n"},
-               {"17572\n", "a\\b", "", "a\\", "zzw", "17573\n"},
-               {"17573\n", "x", nullptr, "", "aaa.fax", "1\n"},
-               {"-4\n", "x", nullptr, "", "aaa.fax", "1\n"},
-               {"7\n9999", "x", nullptr, "", "aah.fax", "8\n"},
-               {"30", "spool/taken", ".t", "spool/", "abg.t", "33\n"}};  // abe and abf are there
+  // What the counter file holds, path and extension given, directory and rest of the name got, what is stored.
+  const std::tuple<const char *, const char *, const char *, std::string, std::string, std::string> cases[] = {
+      {nullptr, "spool/x", nullptr, "spool/", "aaa.fax", "1\n"},
+      {"17572\n", "a\\b", "", "a\\", "zzw", "17573\n"},
+      {"17573\n", "x", nullptr, "", "aaa.fax", "1\n"},
+      {"-4\n", "x", nullptr, "", "aaa.fax", "1\n"},
+      {"7\n9999", "x", nullptr, "", "aah.fax", "8\n"},
+      {"30", "spool/taken", ".t", "spool/", "abg.t", "33\n"}};  // abe and abf are there
   for (const char *taken : {"abe.t", "abf.t"}) make(std::string("spool/") + stem + taken);
   char path[64];
-  for (const auto &each : cases) {
+  for (const auto &[counter, in, extension, directory, rest, stored] : cases) {
     unlink("i_d_order");
-    if (each.counter) make("i_d_order", each.counter);
-    EXPECT_EQ(build_unique_DOS_name(strcpy(path, each.in), each.extension),
-              std::string(each.directory) + stem + each.out);
-    EXPECT_EQ(read_file("i_d_order"), each.stored);
+    if (counter) make("i_d_order", counter);
+    EXPECT_EQ(build_unique_DOS_name(strcpy(path, in), extension), directory + stem + rest);
+    EXPECT_EQ(read_file("i_d_order"), stored);
   }
   unlink("i_d_order");
   fs::create_directory("i_d_order");

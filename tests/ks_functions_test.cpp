@@ -2,10 +2,7 @@
 
 #include <fcntl.h>
 #include <gmock/gmock.h>
-#include <string.h>
 #include <unistd.h>
-
-#include <vector>
 
 #include "helpers/temp_dir.h"
 
@@ -25,19 +22,22 @@ static std::string report_of(void (*report)()) {
   return testing::internal::GetCapturedStdout();
 }
 
+static char *block_of(unsigned size, int line = 1) {
+  return static_cast<char *>(dmalloc(size, "a.cpp", line));
+}
+
 static const std::string WHEN = "[A-Z][a-z][a-z] [ 0-9][0-9] [0-9][0-9]:[0-9][0-9]: ";
 
 TEST(DebugAllocator, LaysABlockOutBetweenGuards) {
   for (const unsigned size : {0u, 1u, 37u}) {
-    char *block = static_cast<char *>(dmalloc(size, "a.cpp", 7));
+    char *block = block_of(size);
     EXPECT_EQ(std::string(block - 4, size + 8), "zzzz" + std::string(size, '\0') + "zzzz");
     EXPECT_EQ(block[-8], find_block(block));
   }
   EXPECT_EQ(dfree(malloc_array[1]->addr, "a.cpp", 8), 1);
-  EXPECT_EQ(find_block(dmalloc(5, "a.cpp", 9)), 1) << "the lowest empty slot is the next one";
-  EXPECT_EQ(dmalloc(0x80000000u, "a.cpp", 9), nullptr);
-  EXPECT_EQ(Total_allocated, 42);
-  EXPECT_EQ(report_of(dmalloc_status), "");
+  EXPECT_EQ(find_block(block_of(5)), 1) << "the lowest empty slot is the next one";
+  EXPECT_EQ(block_of(0x80000000u), nullptr);
+  EXPECT_EQ(report_of(dmalloc_status) + std::to_string(Total_allocated), "42");
 }
 
 TEST(DebugAllocator, TellsOverrunsOfOneByteAndReleasesTheBlock) {
@@ -51,45 +51,41 @@ TEST(DebugAllocator, TellsOverrunsOfOneByteAndReleasesTheBlock) {
                              "line_no = 123, nbytes = 10, time = [0-9]+, indx = 0\n"));
     EXPECT_EQ(Total_allocated + find_block(block), -1);
   }
-  char *block = static_cast<char *>(dmalloc(1, "a.cpp", 1));
-  block[-8] = 1;  // an index above any slot filled
-  EXPECT_THAT(report_of(dmalloc_status), testing::StartsWith("\a           a.cpp,   line    1,"));
-  EXPECT_EQ(dfree(block, "a.cpp", 2), 1) << "the index in the block does not decide";
+}
+
+TEST(DebugAllocator, ReportsSortByAgeAndFreesStillFindTheirBlocks) {
+  char *blocks[] = {block_of(1, 1), block_of(1, 2), block_of(1, 3)};
+  for (int i = 0; i < 3; ++i) malloc_array[i]->time -= i;
+  blocks[0][-8] = blocks[2][-8] = 99;  // an index above any slot filled
+  EXPECT_EQ(dfree(blocks[1], "a.cpp", 9), 1);
+  EXPECT_THAT(report_of(dmalloc_status), MatchesRegex("[^\n]*line    3[^\n]*\n[^\n]*line    1[^\n]*\n"));
+  EXPECT_TRUE(find_block(blocks[2]) == 0 && find_block(blocks[0]) == 1);
+  EXPECT_EQ(dfree(blocks[0], "a.cpp", 2), 1) << "the index in the block does not decide";
 }
 
 TEST(DebugAllocator, TellsPointersItDoesNotKnow) {
-  void *freed = dmalloc(3, "a.cpp", 1);
+  void *freed = block_of(3);
   EXPECT_EQ(dfree(freed, "a.cpp", 2), 1);
-  for (const auto &[pointer, what] :
-       {std::pair(freed, "couldn't find pointer to free!"), {nullptr, "trying to free NULL pointer"}}) {
-    const std::string told = std::string("\a\nError in dfree: ") + what + " (b.cpp, 5)\n";
+  const std::pair<void *, std::string> cases[] = {{freed, "couldn't find pointer to free!"},
+                                                  {nullptr, "trying to free NULL pointer"}};
+  for (const auto &[pointer, what] : cases) {
+    const std::string told = "\a\nError in dfree: " + what + " (b.cpp, 5)\n";
     EXPECT_EQ(errors_of([p = pointer] { EXPECT_EQ(dfree(p, "b.cpp", 5), 0); }), told);
     EXPECT_EQ(errors_of([p = pointer] { EXPECT_EQ(dfree(drealloc(p, 4, "b.cpp", 5), "b.cpp", 6), 1); }), told);
   }
 }
 
 TEST(DebugAllocator, ReallocMovesWhatFits) {
-  char *block = static_cast<char *>(dmalloc(3, "a.cpp", 1));
-  memcpy(block, "abc", 3);
-  block = static_cast<char *>(drealloc(block, 6, "b.cpp", 2));
-  EXPECT_EQ(std::string(block, 10), std::string("abc\0\0\0zzzz", 10));
-  EXPECT_EQ(malloc_array[find_block(block)]->line_no, 2);
-  block = static_cast<char *>(drealloc(block, 2, "b.cpp", 3));
-  EXPECT_EQ(std::string(block, 6), "abzzzz");
+  char *block = block_of(2);
+  block[0] = 'a';
+  block[1] = 'b';
+  for (const auto &[size, layout] : {std::pair(4, std::string("ab\0\0zzzz", 8)), {1, "azzzz"}}) {
+    block = static_cast<char *>(drealloc(block, size, "b.cpp", size));
+    EXPECT_EQ(std::string(block, layout.size()), layout);
+    EXPECT_EQ(malloc_array[find_block(block)]->line_no, size);
+  }
   EXPECT_EQ(drealloc(block, -1, "b.cpp", 4), nullptr);
   EXPECT_EQ(dfree(block, "b.cpp", 5), 1) << "the old block stays";
-}
-
-TEST(DebugAllocator, ReportsSortByAgeAndFreesStillFindTheirBlocks) {
-  char *blocks[3];
-  for (int i = 0; i < 3; ++i) {
-    blocks[i] = static_cast<char *>(dmalloc(1, "a.cpp", i));
-    malloc_array[i]->time -= i;
-    blocks[i][1] = 0;
-  }
-  dfree(blocks[1], "a.cpp", 9);
-  EXPECT_THAT(report_of(dmalloc_status), MatchesRegex("[^\n]*line    2[^\n]*\n[^\n]*line    0[^\n]*\n"));
-  EXPECT_TRUE(find_block(blocks[2]) == 0 && find_block(blocks[0]) == 1);
 }
 
 TEST(DebugAllocator, FullTablesAreToldOnceAndNotOverrun) {
@@ -98,7 +94,7 @@ TEST(DebugAllocator, FullTablesAreToldOnceAndNotOverrun) {
   for (malloc_record *&slot : malloc_array) slot = &block;
   for (open_record *&slot : open_array) slot = &file;
   EXPECT_EQ(errors_of([] {
-              for (int i = 0; i < 2; ++i) free(static_cast<char *>(dmalloc(4, "a.cpp", i)) - 8);
+              for (int i = 0; i < 2; ++i) free(block_of(4) - 8);
               for (int i = 0; i < 2; ++i) close(dopen("/dev/null", O_RDONLY, 0, "a.cpp", 7));
             }),
             "\a\nError in dmalloc: all 100000 records are in use, going on without\n"

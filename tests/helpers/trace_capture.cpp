@@ -1,7 +1,5 @@
 #include "helpers/trace_capture.h"
 
-#include <sstream>
-
 #include "support/trace.h"
 
 TraceCapture::TraceCapture() : stream_(tmpfile()) {
@@ -24,11 +22,8 @@ std::string TraceCapture::take() {
 }
 
 std::string without_times(const std::string &text) {
-  std::istringstream lines(text);
-  std::string all, line;
-  while (std::getline(lines, line)) {
-    const bool has_time = line.size() > 8 && line[2] == ':' && line[5] == ':' && line[8] == ' ';
-    all += line.substr(has_time ? 9 : 0) + '\n';
-  }
+  std::string all = text;
+  for (size_t at = 0; at + 8 < all.size(); at = std::min(all.find('\n', at), all.size() - 1) + 1)
+    if (all[at + 2] == ':' && all[at + 5] == ':' && all[at + 8] == ' ') all.erase(at, 9);
   return all;
 }

@@ -8,8 +8,6 @@ class TraceCapture {
  public:
   TraceCapture();
   ~TraceCapture();
-  TraceCapture(const TraceCapture &) = delete;
-  TraceCapture &operator=(const TraceCapture &) = delete;
   /// What was written since the last call, each line without the time in front.
   std::string take();
 
