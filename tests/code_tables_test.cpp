@@ -56,7 +56,7 @@ const DecNode *walk(const DecNode *node, const std::string &bits) {
 struct Colour {
   const char *codes;
   int32_t sign;
-  const std::array<DecNode, 213> &own, &other;
+  const DecTree<213> &own, &other;
   const std::array<EncCode, EncTabSize> &encoder;
 };
 const Colour colours[] = {{white, 1, whitetree, blacktree, encwhite}, {black, -1, blacktree, whitetree, encblack}};
@@ -69,10 +69,10 @@ TEST(CodeTables, EveryRunCodeIsInItsTreeAndItsTable) {
     ASSERT_EQ(codes.size(), 105U);
     for (size_t n = 0; n < codes.size(); n++) {
       const int32_t run = static_cast<int32_t>(n < 64 ? n : 64 * (n - 63));
-      const DecNode *leaf = walk(colour.own.data(), codes[n]);
+      const DecNode *leaf = walk(colour.own.node, codes[n]);
       EXPECT_EQ(leaf->value, n == 104 ? DEC_EOL : colour.sign * run) << codes[n];
       const auto &next = n == 104 ? whitetree : n < 64 ? colour.other : colour.own;
-      EXPECT_TRUE(leaf->link[0] == &next[1] && leaf->link[1] == &next[2]) << codes[n];
+      EXPECT_TRUE(leaf->link[0] == &next.node[1] && leaf->link[1] == &next.node[2]) << codes[n];
 
       const EncCode &entry = colour.encoder[n];
       ASSERT_EQ(entry.length, codes[n].size());
@@ -85,23 +85,23 @@ TEST(CodeTables, EveryRunCodeIsInItsTreeAndItsTable) {
 TEST(CodeTables, FillAndBadCodesAreLinks) {
   for (const Colour &colour : colours) {
     for (size_t zeros : {11, 12, 19, 500})
-      EXPECT_EQ(walk(colour.own.data(), std::string(zeros, '0') + "1")->value, DEC_EOL) << zeros;
+      EXPECT_EQ(walk(colour.own.node, std::string(zeros, '0') + "1")->value, DEC_EOL) << zeros;
     for (size_t zeros : {8, 9, 10})
-      EXPECT_EQ(walk(colour.own.data(), std::string(zeros, '0') + "1"), eoltree.data()) << zeros;
+      EXPECT_EQ(walk(colour.own.node, std::string(zeros, '0') + "1"), eoltree.node) << zeros;
   }
-  for (const char *bits : {"1", "01", "00000000001", "111101"}) EXPECT_EQ(walk(eoltree.data(), bits), eoltree.data());
-  EXPECT_EQ(walk(eoltree.data(), "01000000000001"), &eoltree[12]);
-  EXPECT_EQ(walk(eoltree.data(), std::string(40, '0') + "1"), &eoltree[12]);
+  for (const char *bits : {"1", "01", "00000000001", "111101"}) EXPECT_EQ(walk(eoltree.node, bits), eoltree.node);
+  EXPECT_EQ(walk(eoltree.node, "01000000000001"), &eoltree.node[12]);
+  EXPECT_EQ(walk(eoltree.node, std::string(40, '0') + "1"), &eoltree.node[12]);
 }
 
 TEST(CodeTables, NodesAreNumberedBreadthFirst) {
   for (const Colour &colour : colours) {
-    std::vector<const DecNode *> met = {&colour.own[0]};
+    std::vector<const DecNode *> met = {&colour.own.node[0]};
     for (size_t n = 0; n < met.size(); n++) {
-      EXPECT_EQ(met[n], &colour.own[n]);
+      EXPECT_EQ(met[n], &colour.own.node[n]);
       if (met[n]->value != DEC_INNER) continue;
       for (const DecNode *child : met[n]->link)
-        if (child != met[n] && child != eoltree.data()) met.push_back(child);
+        if (child != met[n] && child != eoltree.node) met.push_back(child);
     }
     EXPECT_EQ(met.size(), 213U);
   }
@@ -110,18 +110,18 @@ TEST(CodeTables, NodesAreNumberedBreadthFirst) {
 TEST(CodeTables, ModeCodes) {
   const std::vector<std::string> codes = split_codes(modes);
   for (size_t n = 0; n < codes.size(); n++) {
-    EXPECT_EQ(walk(dec2d_tree.data(), codes[n])->value, static_cast<int32_t>(n)) << codes[n];
-    EXPECT_EQ(walk(mr_mode_tree.data(), codes[n])->value, static_cast<int32_t>(n)) << codes[n];
+    EXPECT_EQ(walk(dec2d_tree.node, codes[n])->value, static_cast<int32_t>(n)) << codes[n];
+    EXPECT_EQ(walk(mr_mode_tree.node, codes[n])->value, static_cast<int32_t>(n)) << codes[n];
     ASSERT_EQ(enc2D[n].length, codes[n].size());
     for (uint32_t bit = 0; bit < enc2D[n].length; bit++)
       EXPECT_EQ(enc2D[n].code >> bit & 1, static_cast<uint32_t>(codes[n][bit] - '0')) << codes[n];
-    EXPECT_EQ(walk(mmr_mode_tree.data(), codes[n].substr(0, 12))->value, static_cast<int32_t>(n < 9 ? n : 10))
+    EXPECT_EQ(walk(mmr_mode_tree.node, codes[n].substr(0, 12))->value, static_cast<int32_t>(n < 9 ? n : 10))
         << codes[n];
   }
   for (size_t zeros = 6; zeros <= 10; zeros++) {
-    EXPECT_EQ(walk(dec2d_tree.data(), std::string(zeros, '0') + "1"), dec2d_tree.data()) << zeros;
-    EXPECT_EQ(walk(mmr_mode_tree.data(), std::string(zeros, '0') + "1")->value, DEC2D_NO_CODE) << zeros;
+    EXPECT_EQ(walk(dec2d_tree.node, std::string(zeros, '0') + "1"), dec2d_tree.node) << zeros;
+    EXPECT_EQ(walk(mmr_mode_tree.node, std::string(zeros, '0') + "1")->value, DEC2D_NO_CODE) << zeros;
   }
-  EXPECT_EQ(walk(dec2d_tree.data(), std::string(30, '0') + "1"), &dec2d_tree[DEC2D_TAG_NODE]);
-  EXPECT_EQ(walk(mmr_mode_tree.data(), std::string(11, '0') + "1")->value, 10);
+  EXPECT_EQ(walk(dec2d_tree.node, std::string(30, '0') + "1"), &dec2d_tree.node[DEC2D_TAG_NODE]);
+  EXPECT_EQ(walk(mmr_mode_tree.node, std::string(11, '0') + "1")->value, 10);
 }

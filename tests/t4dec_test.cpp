@@ -1,6 +1,7 @@
 #include "t4/t4dec.h"
 
 #include <gtest/gtest.h>
+#include <sys/resource.h>
 
 #include <algorithm>
 #include <random>
@@ -25,9 +26,8 @@ const Stream streams[] = {
     {"first EOL ends a blank line", COMP_MH, "EOL w1728 w0 000 EOL", "+1728 [] / +1728 [] / =1"},
     {"black make-up code", COMP_MH, "EOL w0 b64 b0 w1664 w0 EOL", "+1728 [] / 0 -64 +1664 [0-63] / =1"},
     {"no EOL after the last line", COMP_MH, "EOL w1728 w0", "+1728 [] / +1728 =1"},
-    {"overflow repeats the last good line", COMP_MH,
-     "EOL w0 b3 w1664 w61 EOL w5 b1 EOL w1664 w36 b29 w5 EOL w1728 w0 EOL",
-     "+1728 [] / 0 -3 +1725 [0-2] / +5 -1 !1 +1722 [5-5] / +1700 !0 +28 [0-2] / +1728 [] / =1"},
+    {"overflow repeats the last good line", COMP_MH, "EOL w0 b3 w1664 w61 EOL w5 b1 EOL w1664 w36 b29 w5 EOL w5 b1 EOL",
+     "+1728 [] / 0 -3 +1725 [0-2] / +5 -1 !1 +1722 [5-5] / +1700 !0 +28 [0-2] / +5 -1 !1 +1722 [5-5] / =1"},
     {"two make-up codes", COMP_MH, "EOL w5 b64 b64 w3 EOL EOL", "+1728 [] / +5 !0 +1723 [] / +1728 [] / =1"},
     {"make-up code and EOL", COMP_MH, "EOL w64 EOL w5 b2 EOL EOL", "+1728 [] / !0 +1728 [] / +1728 [] / =1"},
     {"bad code", COMP_MH, "EOL w5 b2 000000001 1111 EOL", "+1728 [] / +5 -2 !2 +1721 [5-6] / =1"},
@@ -71,6 +71,7 @@ const Stream streams[] = {
     {"EOFB in a line", COMP_MMR, "H w5 b3 EOL EOL 0", "+5 -3 !1 [5-7] / =1"},
     {"data end in a line", COMP_MMR, "H w5 b3 00000000", "+5 -3 !5 [5-7] / =1"},
     {"last byte of horizontal mode is read", COMP_MMR, "H w5 b3 V0", "+5 -3 +1720 [5-7] / [] / =1"},
+    {"no run code begins in the last byte", COMP_MMR, "H w8 V0 V0 0000", "+8 -1720 [8-1727] / +8 !5 [] / =1"},
 
     {"uncompressed", COMP_UMMR, "EOL w5 EOL", "=0"},
     {"unknown", 4, "EOL w5 EOL", "=0"},
@@ -121,7 +122,7 @@ TEST(T4dec, CallsForHandMadeStreams) {
 TEST(T4dec, MakeUpCodesOutliveTheCall) {
   EXPECT_EQ(decoded(coded("H w64 00000000"), COMP_MMR), "[] / =1");
   EXPECT_EQ(decoded(coded("H w3 b2 V0 00000000"), COMP_MMR), "+67 -2 +1659 [67-68] / [] / =1");
-  EXPECT_EQ(decoded(coded("H w1728 w64 w3 00000000"), COMP_MMR), "!4 =0");
+  EXPECT_EQ(decoded(coded("H w64 VR1 00000"), COMP_MMR), "!4 =0");
   EXPECT_EQ(decoded(coded("H w3 b2 EOL EOL 0"), COMP_MMR), "+3 -2 !1 [3-4] / =1");
   EXPECT_EQ(decoded(coded("E1 w64 00000000"), COMP_MR), "=1");
   EXPECT_EQ(decoded(coded("E1 w3 b2 00000000"), COMP_MR), "+67 -2 !5 +1659 [67-68] / =1");
@@ -139,8 +140,22 @@ TEST(T4dec, LastMhLineIsEndedByHand) {
 TEST(T4dec, OddWidths) {
   EXPECT_EQ(decoded(coded("EOL w0 b20 EOL"), COMP_MH, 20), "+20 [] / 0 -20 [0-19] / =1");
   EXPECT_EQ(decoded(coded("E1 w0 b20 w0 0000"), COMP_MR, 20), "0 -20 0 [0-19] / =1");
-  EXPECT_EQ(decoded(coded("H w0 b20 EOL EOL 0"), COMP_MMR, 20), "0 -20 [0-15] / [] / =1");
+  EXPECT_EQ(decoded(coded("E1 w20 E0 P 00000000"), COMP_MR, 20), "+20 [] / !0 +20 [] / =1");
+  EXPECT_EQ(decoded(coded("H w0 b20 V0 V0 EOL EOL 0"), COMP_MMR, 20), "0 -20 [0-15] / 0 -16 !1 [0-15] / =1");
 }
+
+#ifndef __SANITIZE_ADDRESS__  // which takes more address space than there is here
+TEST(T4dec, NoMemory) {
+  const rlimit tight = {200 << 20, 200 << 20};
+  ASSERT_EQ(setrlimit(RLIMIT_AS, &tight), 0);
+  testing::internal::CaptureStderr();
+  EXPECT_EQ(decoded(coded("EOL EOL"), COMP_MH, INT32_MAX), "=1");
+  EXPECT_EQ(testing::internal::GetCapturedStderr(),
+            "putrunlen: allocation error, 12\nputrunlen: allocation error, 12\n");
+  EXPECT_EQ(decoded(coded("E1 w5 E1"), COMP_MR, INT32_MAX), "=0");
+  EXPECT_EQ(decoded(coded("V0 EOL EOL 0"), COMP_MMR, INT32_MAX), "=0");
+}
+#endif
 
 TEST(T4dec, ChartsGiveTheirPixels) {
   for (const char *name : {"itu1", "itu4", "itu5", "itu7"}) {

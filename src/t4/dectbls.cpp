@@ -6,6 +6,8 @@
 #include "t4/dectbls.h"
 
 #include <algorithm>
+#include <array>
+#include <iterator>
 
 #include "t4/codes.h"
 
@@ -15,8 +17,9 @@ namespace {
 [[gnu::used]] const char SCCS_ID[] = "@(#)|dectbls|9|01|1|0|0|11/22/26|20:50:00";
 
 constexpr size_t RUN_NODES = 213;
-using RunTree = std::array<DecNode, RUN_NODES>;
-using ModeTree = std::array<DecNode, 28>;
+using RunTree = DecTree<RUN_NODES>;
+constexpr size_t MODE_NODES = 27;
+using ModeTree = DecTree<MODE_NODES + 1>;
 
 /// Codes by prefix, in the order they were added. Child 0 is none, since no node leads to the root.
 struct Trie {
@@ -61,55 +64,55 @@ constexpr RunTree run_tree(const Trie &trie, const RunTree &own, const RunTree &
   RunTree tree = {};
   size_t numbered = 1;
   for (size_t n = 0; n < RUN_NODES; n++) {
-    DecNode &node = tree[n];
+    DecNode &node = tree.node[n];
     node.value = trie.value[order[n]];
     for (size_t bit = 0; bit < 2; bit++) {
       if (node.value != DEC_INNER) {
-        node.link[bit] = tree_after(node.value, own, other).data() + 1 + bit;
+        node.link[bit] = tree_after(node.value, own, other).node + 1 + bit;
       } else if (const size_t child = trie.child[order[n]][bit]; child != 0) {
-        node.link[bit] = own.data() + numbered;
+        node.link[bit] = own.node + numbered;
         order[numbered++] = child;
       } else {
-        node.link[bit] = bit == 0 ? own.data() + n : eoltree.data();
+        node.link[bit] = bit == 0 ? own.node + n : eoltree.node;
       }
     }
   }
   return tree;
 }
 
-constexpr std::array<DecNode, 13> eol_chain() {
-  std::array<DecNode, 13> tree = {};
-  for (size_t n = 0; n < 12; n++) tree[n] = {{eoltree.data() + n + 1, eoltree.data()}, DEC_INNER};
-  tree[11] = {{eoltree.data() + 11, eoltree.data() + 12}, DEC_INNER};
-  tree[12] = {{whitetree.data() + 1, whitetree.data() + 2}, DEC_EOL};
+constexpr DecTree<13> eol_chain() {
+  DecTree<13> tree = {};
+  for (size_t n = 0; n < 12; n++) tree.node[n] = {{eoltree.node + n + 1, eoltree.node}, DEC_INNER};
+  tree.node[11] = {{eoltree.node + 11, eoltree.node + 12}, DEC_INNER};
+  tree.node[EOLTREE_LEAF] = {{whitetree.node + 1, whitetree.node + 2}, DEC_EOL};
   return tree;
 }
 
 /// The mode tree of one decoder, from dec2d_tree, which must be complete.
-constexpr ModeTree working_tree(const ModeTree &self, const std::array<DecNode, 27> &stored, int32_t tag_node_value) {
+constexpr ModeTree working_tree(const ModeTree &self, const DecTree<MODE_NODES> &stored, int32_t tag_node_value) {
   ModeTree tree = {};
-  for (size_t n = 0; n < stored.size(); n++) {
-    tree[n].value = stored[n].value;
-    for (size_t bit = 0; bit < 2 && stored[n].value == DEC_INNER; bit++) {
-      const DecNode *to = stored[n].link[bit];
-      tree[n].link[bit] = to == stored.data() ? &self.back() : self.data() + (to - stored.data());
+  for (size_t n = 0; n < MODE_NODES; n++) {
+    tree.node[n].value = stored.node[n].value;
+    for (size_t bit = 0; bit < 2 && stored.node[n].value == DEC_INNER; bit++) {
+      const DecNode *to = stored.node[n].link[bit];
+      tree.node[n].link[bit] = self.node + (to == stored.node ? MODE_NODES : static_cast<size_t>(to - stored.node));
     }
   }
-  tree[DEC2D_TAG_NODE].value = tag_node_value;
-  tree.back().value = DEC2D_NO_CODE;
+  tree.node[DEC2D_TAG_NODE].value = tag_node_value;
+  tree.node[MODE_NODES].value = DEC2D_NO_CODE;
   return tree;
 }
 
 constexpr DecNode mode(size_t zero, size_t one) {
-  return {{dec2d_tree.data() + zero, dec2d_tree.data() + one}, DEC_INNER};
+  return {{dec2d_tree.node + zero, dec2d_tree.node + one}, DEC_INNER};
 }
 constexpr DecNode mode_leaf(int32_t value) {
   return {{nullptr, nullptr}, value};
 }
 
 constexpr size_t count_leaves(const RunTree &tree) {
-  return static_cast<size_t>(
-      std::count_if(tree.begin(), tree.end(), [](const DecNode &node) { return node.value != DEC_INNER; }));
+  return static_cast<size_t>(std::count_if(std::begin(tree.node), std::end(tree.node),
+                                           [](const DecNode &node) { return node.value != DEC_INNER; }));
 }
 constexpr bool is(const DecNode &node, const DecNode &zero, const DecNode &one, int32_t value) {
   return node.link[0] == &zero && node.link[1] == &one && node.value == value;
@@ -119,10 +122,10 @@ constexpr bool is(const DecNode &node, const DecNode &zero, const DecNode &one, 
 
 constexpr RunTree whitetree = run_tree(run_trie(white_codes, 1), whitetree, blacktree);
 constexpr RunTree blacktree = run_tree(run_trie(black_codes, -1), blacktree, whitetree);
-constexpr std::array<DecNode, 13> eoltree = eol_chain();
+constexpr DecTree<13> eoltree = eol_chain();
 
 // The ones of nodes 18 to 22 lead back to the root: no such code is defined, the extension prefix 0000001 among them.
-constexpr std::array<DecNode, 27> dec2d_tree = {{
+constexpr DecTree<MODE_NODES> dec2d_tree = {{
     mode(2, 1),     // root
     mode_leaf(2),   // 1: V(0)
     mode(6, 3),     // 0
@@ -156,16 +159,16 @@ constexpr ModeTree mr_mode_tree = working_tree(mr_mode_tree, dec2d_tree, DEC_INN
 constexpr ModeTree mmr_mode_tree = working_tree(mmr_mode_tree, dec2d_tree, 10);
 
 static_assert(count_leaves(whitetree) == 105 && count_leaves(blacktree) == 105);
-static_assert(is(whitetree[0], whitetree[1], whitetree[2], DEC_INNER));
-static_assert(is(whitetree[22], blacktree[1], blacktree[2], 2));
-static_assert(is(whitetree[70], whitetree[1], whitetree[2], 192));
-static_assert(is(whitetree[117], whitetree[169], eoltree[0], DEC_INNER));
-static_assert(is(whitetree[193], whitetree[193], whitetree[202], DEC_INNER));
-static_assert(is(whitetree[202], whitetree[1], whitetree[2], DEC_EOL) && whitetree[144].value == 0);
-static_assert(is(blacktree[33], blacktree[43], eoltree[0], DEC_INNER));
-static_assert(is(blacktree[85], blacktree[85], blacktree[128], DEC_INNER));
-static_assert(is(blacktree[128], whitetree[1], whitetree[2], DEC_EOL));
-static_assert(is(blacktree[84], whitetree[1], whitetree[2], 0));
-static_assert(blacktree[43].link[0] == &blacktree[58] && blacktree[58].link[0] == &blacktree[85]);
+static_assert(is(whitetree.node[0], whitetree.node[1], whitetree.node[2], DEC_INNER));
+static_assert(is(whitetree.node[22], blacktree.node[1], blacktree.node[2], 2));
+static_assert(is(whitetree.node[70], whitetree.node[1], whitetree.node[2], 192));
+static_assert(is(whitetree.node[117], whitetree.node[169], eoltree.node[0], DEC_INNER));
+static_assert(is(whitetree.node[193], whitetree.node[193], whitetree.node[202], DEC_INNER));
+static_assert(is(whitetree.node[202], whitetree.node[1], whitetree.node[2], DEC_EOL) && whitetree.node[144].value == 0);
+static_assert(is(blacktree.node[33], blacktree.node[43], eoltree.node[0], DEC_INNER));
+static_assert(is(blacktree.node[85], blacktree.node[85], blacktree.node[128], DEC_INNER));
+static_assert(is(blacktree.node[128], whitetree.node[1], whitetree.node[2], DEC_EOL));
+static_assert(is(blacktree.node[84], whitetree.node[1], whitetree.node[2], 0));
+static_assert(blacktree.node[43].link[0] == &blacktree.node[58] && blacktree.node[58].link[0] == &blacktree.node[85]);
 
 }  // namespace tolvane

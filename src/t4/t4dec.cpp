@@ -11,6 +11,7 @@
 #include <string.h>
 
 #include <algorithm>
+#include <iterator>
 #include <utility>
 
 #include "t4/bit_window.h"
@@ -101,7 +102,7 @@ void give_up_line(MhLine &line, int32_t width, const Callbacks &to) {
 }
 
 /// Takes leaves in the order in which they were reached. Works on a copy of the state, so that it can stay in
-/// registers.
+/// registers, and does not paint a line that nobody asks for.
 void take_leaves(const DecNode *const *first, const DecNode *const *last, const Callbacks &to) {
   while (first != last && !have_line_buffer()) first++;
   const int32_t width = Pix_width;
@@ -113,13 +114,12 @@ void take_leaves(const DecNode *const *first, const DecNode *const *last, const 
       if (!line.err) line.told = 0;
     } else if (abs(token) <= 63) {
       const int32_t run = line.cooked_runlen + token;
-      const int32_t end = line.pos + abs(run);
-      if (end > width) {
+      if (abs(run) > width - line.pos) {
         give_up_line(line, width, to);
         continue;
       }
       if (run < 0 && to.found_line != nullptr) paint_black(line.current, line.pos, -run);
-      line.pos = end;
+      line.pos += abs(run);
       line.cooked_runlen = 0;
       if (to.found_run != nullptr) to.found_run(run);
     } else if (line.cooked_runlen != 0) {
@@ -127,7 +127,7 @@ void take_leaves(const DecNode *const *first, const DecNode *const *last, const 
     } else if (token != DEC_EOL) {
       line.cooked_runlen = token;
     } else {
-      if (*first == &eoltree.back()) tell(line, Damage::invalid_code);
+      if (*first == &eoltree.node[EOLTREE_LEAF]) tell(line, Damage::invalid_code);
       end_line(line, width, to);
     }
   }
@@ -136,7 +136,8 @@ void take_leaves(const DecNode *const *first, const DecNode *const *last, const 
 
 /// Whether the walk has met a bad code and looks for the next EOL.
 int hunting(const DecNode *node) {
-  return std::any_of(eoltree.begin(), eoltree.end(), [node](const DecNode &other) { return &other == node; });
+  return std::any_of(std::begin(eoltree.node), std::end(eoltree.node),
+                     [node](const DecNode &other) { return &other == node; });
 }
 
 constexpr size_t BLOCK = 64;  ///< bytes walked before their leaves are acted on
@@ -178,7 +179,7 @@ int t4dec_MH(const uint8_t *data, uint32_t length, found_run_fn found_run, found
              found_eol_fn found_eol) {
   const Callbacks to = {found_run, found_line, found_eol};
   putrunlen(1, 0, found_run, found_line, found_eol);
-  const DecNode *node = eoltree.data();
+  const DecNode *node = eoltree.node;
   while (length > 0) {
     const uint32_t count = std::min<uint32_t>(length, BLOCK);
     const DecNode *leaves[8 * BLOCK + 1];

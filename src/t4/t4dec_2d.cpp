@@ -25,7 +25,6 @@ namespace {
 
 constexpr int32_t PASS = 0;
 constexpr int32_t HORIZONTAL = 1;
-constexpr int32_t FIRST_VERTICAL = 2;
 constexpr int32_t LAST_VERTICAL = 8;
 constexpr int32_t EOL_TAG_1 = 9;
 constexpr int32_t EOL_TAG_0 = 10;
@@ -156,7 +155,7 @@ inline void next_line(Lines &lines) {
 }
 
 inline const DecNode *run_tree(const Lines &lines) {
-  return lines.black != 0 ? blacktree.data() : whitetree.data();
+  return lines.black != 0 ? blacktree.node : whitetree.node;
 }
 
 enum class Outcome { done, damaged, data_used_up };
@@ -226,7 +225,7 @@ Stop take_run_codes(Bits &in, Lines &lines, int &eols, found_run_fn found_run) {
 Stop take_mr_modes(Bits &in, Lines &lines, int &eols, found_run_fn found_run) {
   for (;;) {
     const RunSearch b1 = begin_b1(lines);
-    const DecNode *leaf = next_leaf(in, mr_mode_tree.data());
+    const DecNode *leaf = next_leaf(in, mr_mode_tree.node);
     if (leaf == nullptr) return {Outcome::data_used_up, nullptr};
     if (leaf->value > LAST_VERTICAL) return {Outcome::done, leaf};
     eols = 0;
@@ -258,7 +257,7 @@ void tell(MrState &state, Damage kind) {
 Stop take_mr_line(Bits &in, const MrState &state, Lines &lines, int &eols, found_run_fn found_run) {
   if (state.kind == LineKind::one_dimensional) return take_run_codes(in, lines, eols, found_run);
   if (state.kind == LineKind::two_dimensional) return take_mr_modes(in, lines, eols, found_run);
-  const DecNode *leaf = next_leaf(in, eoltree.data());
+  const DecNode *leaf = next_leaf(in, eoltree.node);
   return {leaf != nullptr ? Outcome::done : Outcome::data_used_up, leaf};
 }
 
@@ -304,8 +303,8 @@ void mr_decode(Bits in, Lines lines, const Consumer &to) {
     }
     const DecNode *leaf = stop.leaf;
     if (leaf->value == DEC_EOL) {
-      if (leaf == &eoltree.back() && state.kind != LineKind::hunting) tell(state, Damage::invalid_code);
-      leaf = next_leaf(in, &mr_mode_tree[DEC2D_TAG_NODE]);
+      if (leaf == &eoltree.node[EOLTREE_LEAF] && state.kind != LineKind::hunting) tell(state, Damage::invalid_code);
+      leaf = next_leaf(in, &mr_mode_tree.node[DEC2D_TAG_NODE]);
       if (leaf == nullptr) break;
     }
     if (leaf->value == EOL_TAG_1 || leaf->value == EOL_TAG_0) {
@@ -329,7 +328,7 @@ void mr_decode(Bits in, Lines lines, const Consumer &to) {
 Stop take_mmr_modes(Bits &in, Lines &lines, int &eols, const Consumer &to) {
   for (;;) {
     const RunSearch b1 = begin_b1(lines);
-    const DecNode *leaf = next_leaf(in, mmr_mode_tree.data());
+    const DecNode *leaf = next_leaf(in, mmr_mode_tree.node);
     if (leaf == nullptr) return {Outcome::data_used_up, nullptr};
     if (leaf->value > LAST_VERTICAL) return {Outcome::done, leaf};
     eols = 0;
