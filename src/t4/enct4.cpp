@@ -44,7 +44,8 @@ uint16_t leftOverWord;
 uint32_t leftOverLen;
 int32_t putdata_err;
 
-// Bits on their way into words. Up to 31 bits wait, so that the longest token of all still fits in.
+// Bits on their way into words, less than a word of them between two tokens. Where a code ends in a word is hard to
+// foresee, so the way out has no branch: two words are stored and those count that are whole.
 struct WordWriter {
   std::array<uint16_t, word_room> words;
   uint16_t *next = words.data();
@@ -56,14 +57,18 @@ struct WordWriter {
     length += entry.length;
   }
 
-  void put_word() {
-    *next++ = static_cast<uint16_t>(bits);
-    bits >>= 16;
-    length = length < 16 ? 0 : length - 16;
+  void put_whole_words() {
+    const uint32_t whole = length / 16;  // 0 to 2
+    next[0] = static_cast<uint16_t>(bits);
+    next[1] = static_cast<uint16_t>(bits >> 16);
+    next += whole;
+    bits >>= 16 * whole;
+    length %= 16;
   }
 
-  void put_whole_words(uint32_t at_least) {
-    while (length >= at_least) put_word();
+  void close_word() {
+    length = (length + 15) / 16 * 16;
+    put_whole_words();
   }
 };
 
@@ -79,12 +84,11 @@ void encode(const uint32_t *first, const uint32_t *end, putdata_fn putdata) {
     } else if (value == eol_token) {
       out.put(runs[eol_entry]);
     } else {
-      if (value >= eol_1d_token) out.put_whole_words(1);  // every line of MR begins on a word
+      if (value >= eol_1d_token) out.close_word();  // every line of MR begins on a word
       out.put(enc2D[value - mode_token]);
     }
-    out.put_whole_words(32);
+    out.put_whole_words();
   }
-  out.put_whole_words(16);
   leftOverWord = static_cast<uint16_t>(out.bits);
   leftOverLen = out.length;
   const int32_t result = putdata(out.words.data(), static_cast<int32_t>(out.next - out.words.data()));
@@ -121,17 +125,18 @@ struct TokenList {
 template <typename Found>
 void find_changes(const uint8_t *line, uint32_t size, Found found) {
   uint64_t last_pixel = 0;
-  for (uint32_t offset = 0; offset < size; offset += 8) {
-    const uint64_t pixels = load_line_window(line, size, offset);
-    uint64_t changes = pixels ^ (pixels >> 1 | last_pixel << 63);
-    if (size - offset < 8) changes &= ~(~uint64_t{0} >> 8 * (size - offset));
+  const auto find_in = [&](uint64_t pixels, uint64_t valid, uint32_t offset) {
+    uint64_t changes = (pixels ^ (pixels >> 1 | last_pixel << 63)) & valid;
     last_pixel = pixels & 1;
     while (changes != 0) {
       const int bit = std::countl_zero(changes);
       found(static_cast<int32_t>(8 * offset) + bit);
-      changes &= ~(uint64_t{1} << 63 >> bit);
+      changes ^= uint64_t{1} << 63 >> bit;
     }
-  }
+  };
+  uint32_t offset = 0;
+  for (; offset + 8 <= size; offset += 8) find_in(load_window(line + offset), ~uint64_t{0}, offset);
+  if (offset < size) find_in(load_line_window(line, size, offset), ~(~uint64_t{0} >> 8 * (size - offset)), offset);
 }
 
 // A white rest of the line is a run of its own, or is left to the run that fills up to 1728; at that width it comes to
