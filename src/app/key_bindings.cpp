@@ -98,9 +98,10 @@ void dismiss() {
   if (offered(dismiss_button)) tn_dismiss_view_window(0);
 }
 
-/// Everything that can have the focus or the pointer, but for popups and the menu bar.
+/// Every widget with a window, which alone has translations, but for popups and the menu bar. The slider's label is a
+/// gadget.
 void install_below(Widget widget, Widget form) {
-  if (widget == fax_menubar) return;
+  if (!XtIsWidget(widget) || widget == fax_menubar) return;
   XtInstallAllAccelerators(widget, form);
   WidgetList children = nullptr;
   Cardinal count = 0;

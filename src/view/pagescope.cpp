@@ -41,6 +41,12 @@ struct FreeList {
   void operator()(FaxHeader *list) const { free_fax_header(list); }
 };
 
+int have_bitmap() {
+  if (!bitmap) bitmap = static_cast<uint8_t *>(calloc(BITMAP_SIZE, 1));
+  if (!bitmap) std::fprintf(stderr, "No memory for the picture of a page\n");
+  return bitmap != nullptr;
+}
+
 int keep_local_filename(const char *name) {
   if (std::strlen(name) >= sizeof Local_filename) {
     std::fprintf(stderr, "The name of the fax file is longer than %zu bytes\n", sizeof Local_filename - 1);
@@ -108,11 +114,7 @@ int generate_view() {
 }
 
 int common(const char *name) {
-  if (!bitmap) bitmap = static_cast<uint8_t *>(calloc(BITMAP_SIZE, 1));
-  if (!bitmap) {
-    std::fprintf(stderr, "No memory for the picture of a page\n");
-    return 1;
-  }
+  if (!have_bitmap()) return 1;
   if (*name == '\0' || !keep_local_filename(name)) return 1;
   page_number = 0;
   struct stat status;
@@ -142,6 +144,7 @@ void view_arbitrary_fax(const char *name) {
 }
 
 int do_this_page() {
+  if (!have_bitmap()) return 1;          // a dismissed window that was raised again has none
   if (!Api) open_trace_file("tolvane");  // TRACES may have been edited since the last page. A parent's trace is its own
   uint8_t *coded = nullptr;
   int32_t length = 0;
