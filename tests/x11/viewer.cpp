@@ -22,7 +22,8 @@ Picture marked_page(uint32_t number) {
   const uint32_t start = FIRST_MARK + MARK_STEP * number;
   for (uint32_t y = 0; y < HEIGHT; ++y) {
     for (uint32_t x = start; x < start + WIDE + GAP + NARROW; ++x) {
-      if (x < start + WIDE || x >= start + WIDE + GAP) picture.pixels[y * picture.stride() + x / 8] |= 0x80 >> x % 8;
+      uint8_t &byte = picture.pixels[y * picture.stride() + x / 8];
+      if (x < start + WIDE || x >= start + WIDE + GAP) byte = static_cast<uint8_t>(byte | 0x80 >> x % 8);
     }
   }
   return picture;
@@ -147,6 +148,8 @@ Viewer::Viewer(const std::vector<std::string> &arguments, const std::vector<std:
                const std::string &directory)
     : program(
           [&] {
+            // The window of a viewer that has just ended must not be taken for the new one's.
+            wait_until([] { return find_window("TolVane", Milliseconds(0)) == 0; });
             std::vector<std::string> command{VIEWER_PROGRAM};
             command.insert(command.end(), arguments.begin(), arguments.end());
             return command;
