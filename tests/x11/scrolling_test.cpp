@@ -32,11 +32,15 @@ class Scrolling : public testing::Test {
   // Waits until the page stands at that place, every pixel right. `hidden` counts the rows above the view.
   void expect(const std::string &what, int page, int hidden, bool marked) {
     const PlainPicture &picture = pictures_[page];
-    const int view =
-        find_page(viewer_->window(), picture.width(lines_[page]), picture.height(lines_[page])).clip.height;
-    const PageWindow at = page_shown(viewer_->window(), picture, lines_[page], marked ? view : 0);
-    ASSERT_TRUE(at.window) << what;
-    EXPECT_EQ(at.clip.y - at.page.y, hidden == BOTTOM ? at.page.height - view : hidden) << what;
+    const int width = picture.width(lines_[page]), height = picture.height(lines_[page]);
+    int scrolled = 0;
+    const bool there = wait_until([&] {
+      const PageWindow before = find_page(viewer_->window(), width, height);
+      const PageWindow at = page_shown(viewer_->window(), picture, lines_[page], marked ? before.clip.height : 0);
+      scrolled = at.clip.y - at.page.y;
+      return at.window && scrolled == (hidden == BOTTOM ? height - at.clip.height : hidden);
+    });
+    EXPECT_TRUE(there) << what << ": scrolled by " << scrolled;
   }
 
   TempDir dir_;
@@ -84,12 +88,12 @@ TEST_F(Scrolling, ChunksReadAPageInTwoStopsAndMarkTheOldViewsEnd) {
     expect(row.command, row.page, row.hidden, row.marked);
   }
   command("prevpage");
-  const int step = [&] {
-    command("scrolldown");
+  command("scrolldown");
+  int step = 0;
+  ASSERT_TRUE(wait_until([&] {
     const PageWindow at = page_shown(viewer_->window(), pictures_[1], lines_[1]);
-    return at.clip.y - at.page.y;
-  }();
-  EXPECT_GT(step, 0);
+    return (step = at.clip.y - at.page.y) > 0;
+  }));
   command("scrolldown");
   expect("two steps down", 1, 2 * step, false);
   command("scrollup");
