@@ -1,62 +1,25 @@
+// The reading steps and their marker, read off the screen. Which page and place the steps come to without a marker is
+// also looked at with the commands and the keys.
+
 #include "x11/viewer.h"
 
 #include "helpers/fax_bytes.h"
 #include "helpers/temp_dir.h"
 #include "t4/t4dec.h"
 
-#include <map>
+TEST(Scrolling, ChunksReadAPageInTwoStopsAndMarkTheOldViewsEnd) {
+  constexpr int TOP = 0, BOTTOM = -1;
+  const TempDir dir;
+  const std::string charts[] = {coded_chart("itu1", 1), coded_chart("itu7", 1)};
+  Viewer viewer({dir.write("two.fax", fax_bytes("#PAGES:2\nRESOLUTION:1\nCOMPRESSION:3\n", {charts[0], charts[1]}))});
+  PlainPicture pages[] = {{0, 0, true}, {0, 0, true}};
+  int32_t lines = 0;
+  for (int page : {0, 1}) lines = pages[page].paint_page(charts[page], tolvane::COMP_MMR);
+  const int height = pages[0].height(lines);
 
-namespace {
-
-// Two pages of about 1188 rows at 100%, where a view has less than 700: each is read in two stops.
-class Scrolling : public testing::Test {
- protected:
-  static constexpr int TOP = 0, BOTTOM = -1;
-
-  void SetUp() override {
-    const std::string charts[] = {coded_chart("itu1", 1), coded_chart("itu7", 1)};
-    file_ = dir_.write("two.fax", fax_bytes("#PAGES:2\nRESOLUTION:1\nCOMPRESSION:3\n", {charts[0], charts[1]}));
-    for (int page : {1, 2}) lines_[page] = pictures_[page].paint_page(charts[page - 1], tolvane::COMP_MMR);
-  }
-
-  void start() {
-    viewer_ = std::make_unique<Viewer>(std::vector{file_});
-    expect("start", 1, TOP, false);
-  }
-
-  void command(const std::string &words) {
-    viewer_->program.write(words + "\n");
-    EXPECT_EQ(viewer_->replies(1), "OK\n");
-  }
-
-  // Waits until the page stands at that place, every pixel right. `hidden` counts the rows above the view.
-  void expect(const std::string &what, int page, int hidden, bool marked) {
-    const PlainPicture &picture = pictures_[page];
-    const int width = picture.width(lines_[page]), height = picture.height(lines_[page]);
-    int scrolled = 0;
-    const bool there = wait_until([&] {
-      const PageWindow before = find_page(viewer_->window(), width, height);
-      const PageWindow at = page_shown(viewer_->window(), picture, lines_[page], marked ? before.clip.height : 0);
-      scrolled = at.clip.y - at.page.y;
-      return at.window && scrolled == (hidden == BOTTOM ? height - at.clip.height : hidden);
-    });
-    EXPECT_TRUE(there) << what << ": scrolled by " << scrolled;
-  }
-
-  TempDir dir_;
-  std::string file_;
-  std::map<int, PlainPicture> pictures_{{1, {0, 0, true}}, {2, {0, 0, true}}};
-  std::map<int, int32_t> lines_;
-  std::unique_ptr<Viewer> viewer_;
-};
-
-}  // namespace
-
-TEST_F(Scrolling, ChunksReadAPageInTwoStopsAndMarkTheOldViewsEnd) {
-  start();
   struct Row {
     const char *command;
-    int page, hidden;
+    int page, hidden;  // rows above the view
     bool marked;
   };
   const Row rows[] = {
@@ -77,36 +40,28 @@ TEST_F(Scrolling, ChunksReadAPageInTwoStopsAndMarkTheOldViewsEnd) {
       {"chunkdown", 1, BOTTOM, true},   //
       {"nextpage", 2, BOTTOM, false},   // a new picture replaces the marker
       {"chunkup", 2, TOP, false},       // and no later step brings it back
+      {"resize", 2, TOP, false},        // now a page fits into the view:
+      {"chunkdown", 2, TOP, false},     //
+      {"chunkup", 1, TOP, false},       // one stop each
+      {"chunkdown", 2, TOP, false},
   };
-  for (const Row &row : rows) {
-    if (row.command == std::string("expose")) {
-      const Window page = find_page(viewer_->window(), 864, pictures_[1].height(lines_[1])).window;
-      XClearArea(screen(), page, 0, 0, 0, 0, True);
+  for (const auto &[command, page, hidden, marked] : rows) {
+    if (command == std::string("expose")) {
+      XClearArea(screen(), find_page(viewer.window(), 864, height).window, 0, 0, 0, 0, True);
+    } else if (command == std::string("resize")) {
+      resize_window(viewer.window(), 1400, 1300);
     } else {
-      command(row.command);
+      viewer.program.write(std::string(command) + "\n");
+      ASSERT_EQ(viewer.replies(1), "OK\n");
     }
-    expect(row.command, row.page, row.hidden, row.marked);
-  }
-  command("prevpage");
-  command("scrolldown");
-  int step = 0;
-  ASSERT_TRUE(wait_until([&] {
-    const PageWindow at = page_shown(viewer_->window(), pictures_[1], lines_[1]);
-    return (step = at.clip.y - at.page.y) > 0;
-  }));
-  command("scrolldown");
-  expect("two steps down", 1, 2 * step, false);
-  command("scrollup");
-  expect("one step up", 1, step, false);
-}
-
-TEST_F(Scrolling, APageThatFitsIntoTheViewIsOneStop) {
-  start();
-  resize_window(viewer_->window(), 1400, 1300);
-  for (const auto &[words, page] : {std::pair("chunkdown", 2), {"chunkdown", 2}, {"chunkup", 1}, {"chunkup", 1}}) {
-    ASSERT_TRUE(wait_until(
-        [&] { return find_page(viewer_->window(), 864, pictures_[page].height(lines_[page])).clip.height > 1200; }));
-    command(words);
-    expect(words, page, TOP, false);
+    int scrolled = 0;
+    EXPECT_TRUE(wait_until([&, &page = page, &hidden = hidden, &marked = marked] {
+      const int view = find_page(viewer.window(), 864, height).clip.height;
+      const PageWindow at = page_shown(viewer.window(), pages[page - 1], lines, marked ? view : 0);
+      scrolled = at.clip.y - at.page.y;
+      return at.window && scrolled == (hidden == BOTTOM ? height - view : hidden) &&
+             (view >= height) == (area_of(viewer.window()).height == 1300);  // laid out anew
+    })) << command
+        << ": scrolled by " << scrolled;
   }
 }
