@@ -3,8 +3,8 @@
 option(TOLVANE_BUILD_TESTS "Build the tests" ON)
 option(TOLVANE_BUILD_BENCH "Build the benchmarks" OFF)
 # Memory and file calls go through a layer that tells overruns, double frees and files closed twice on standard error;
-# see docs/tracing.md. Tests and benchmarks are not built then: they would free blocks of the layer past it.
-option(TOLVANE_DEBUG_ALLOC "Send the memory and file calls of libraries and programs through the debugging layer" OFF)
+# see docs/tracing.md. Everything else is left out, since it would free blocks of the layer past it.
+option(TOLVANE_DEBUG_ALLOC "Build the libraries and the viewer only, on top of the debugging allocator" OFF)
 set(TOLVANE_SANITIZE "" CACHE STRING "Sanitizers of -fsanitize=, for instance address,undefined")
 
 set(CMAKE_CXX_STANDARD 20)

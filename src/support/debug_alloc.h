@@ -1,10 +1,10 @@
 // Sends the memory and file calls of a source file to the debugging layer (ks_functions.h), with the file and the line
 // of the call. Compile with `-include debug_alloc.h` and change nothing in the source; -DTOLVANE_DEBUG_ALLOC=ON does so
-// for everything under src/.
+// for the libraries and the viewer.
 //
 // The names become macros: a call by qualified name is written `::open`, not `std::free`; a member function cannot be
-// called by one of these names; a name that is passed on as a pointer (`qsort`-fashion) is not redirected. A block from
-// one side of the layer must not be freed on the other. `new` and `delete` go past it.
+// called by one of these names; a name that is passed on as a pointer is not redirected. A block from one side of the
+// layer must not be freed on the other. `new` and `delete` go past it.
 #pragma once
 
 // TOLVANE_DEBUG_ALLOC_LAYER: the layer itself, which calls the system.
