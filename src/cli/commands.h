@@ -25,5 +25,9 @@ extern const Command merge_command;
 extern const Command split_command;
 extern const Command convert_command;
 extern const Command keywords_command;
+extern const Command info_command;
+extern const Command check_command;
+extern const Command extract_command;
+extern const Command render_command;
 
 }  // namespace tolvane

@@ -1,0 +1,99 @@
+// tolvane-fax check: whether all of a fax file can be read as its header says. Faults are named on standard error, and
+// each file gets one line on standard output.
+#include <CLI/CLI.hpp>
+
+#include <cstdio>
+
+#include "cli/commands.h"
+#include "cli/page_survey.h"
+#include "faxfile/header_lines.h"
+#include "faxfile/usorbport.h"
+#include "t4/line.h"
+
+namespace tolvane {
+namespace {
+[[gnu::used]] const char SCCS_ID[] = "@(#)|cmd_check|9|01|1|0|0|11/22/26|21:40:00";
+
+std::vector<std::string> files;
+
+void declare(CLI::App &usage) {
+  usage.add_option("FILE", files, "fax files; - is standard input")->required();
+}
+
+/// Holds a count of the header against what is true. Nothing else in the file depends on it but what readers show.
+Status check_count(const FaxDocument &document, FaxKeyword keyword, int32_t true_count) {
+  const char *name = faxFileKeywordList[keyword];
+  const char *value = find_header_value(document.lines, name);
+  if (!value && true_count == 0) return DONE;
+  if (value && atol(value) == true_count) return DONE;
+  complain("%s: %s is %s, and the file has %d", document.name(), name, value ? value : "missing", true_count);
+  return DAMAGED;
+}
+
+/// The lines by which readers know how to read the pages.
+Status check_modes(const FaxDocument &document) {
+  Status status = DONE;
+  if (document.coding != COMP_MH && document.coding != COMP_MR && document.coding != COMP_MMR) {
+    complain("%s: COMPRESSION names no coding that can be decoded", document.name());
+    status = DAMAGED;
+  }
+  if (document.resolution < 0) {
+    complain("%s: RESOLUTION is missing or no resolution", document.name());
+    status = DAMAGED;
+  }
+  return status;
+}
+
+Status check_header_text(const FaxDocument &document) {
+  if (!document.inclusions_usable) {
+    complain("%s: its INCLUDE lines cannot be read", document.name());
+    return DAMAGED;
+  }
+  Status status = worse(check_count(document, FAXFILE_PAGES, document.record_count()),
+                        check_count(document, FAXFILE_INCLUDE_PAGES, document.included_pages));
+  for (const Inclusion &inclusion : document.inclusions) {
+    if (inclusion.at <= document.record_count() + 1) continue;
+    complain("%s: the pages of %s stand in front of page %d, and the file has %d", document.name(),
+             inclusion.name.c_str(), inclusion.at, document.record_count());
+    status = DAMAGED;
+  }
+  return worse(status, check_header(document.name(), document.lines) == DONE ? DONE : DAMAGED);
+}
+
+/// An included page is shown in the coding of the document, not in that of its own file.
+Status check_included(const FaxDocument &document, const std::vector<PageFacts> &pages) {
+  Status status = DONE;
+  for (const PageFacts &page : pages) {
+    if (!page.readable || page.coding == document.coding) continue;
+    complain("%s: page %d: %s has pages in %s, and will be read as %s", document.name(), page.page, page.source.c_str(),
+             coding_name(page.coding), coding_name(document.coding));
+    status = DAMAGED;
+  }
+  return status;
+}
+
+Status check_file(const std::string &path) {
+  FaxDocument document;
+  if (open_fax(path, document) != DONE) return FAILED;
+  Status status = worse(check_modes(document), check_header_text(document));
+  std::vector<PageFacts> pages;
+  status = worse(status, survey_pages(document, pages));
+  status = worse(status, check_included(document, pages));
+  int64_t lines = 0;
+  for (const PageFacts &page : pages) lines += page.lines;
+  printf("%s: %s, %zu pages, %lld lines\n", document.name(), status == DONE ? "good" : "damaged", pages.size(),
+         static_cast<long long>(lines));
+  return status;
+}
+
+Status run() {
+  Status status = DONE;
+  for (const std::string &file : files) status = worse(status, check_file(file));
+  return status;
+}
+
+}  // namespace
+
+const Command check_command = {"check", "Reads all of fax files and names what is wrong", declare, run};
+
+}  // namespace tolvane

@@ -1,0 +1,151 @@
+// tolvane-fax extract: pages of a fax file in other formats. Pages leave as pixels, at the resolution that they were
+// sent in, and all that are selected are got out that can be.
+#include <CLI/CLI.hpp>
+
+#include <cmath>
+#include <cstring>
+
+#include "cli/commands.h"
+#include "cli/fax_lines.h"
+#include "cli/options.h"
+#include "cli/page_coding.h"
+#include "cli/page_selection.h"
+#include "cli/page_survey.h"
+#include "cli/page_writers.h"
+
+namespace tolvane {
+namespace {
+[[gnu::used]] const char SCCS_ID[] = "@(#)|cmd_extract|9|01|1|0|0|11/22/26|21:40:00";
+
+std::string file;
+std::string out;
+std::string selection;
+std::string format_name;
+int32_t tiff_coding = static_cast<int32_t>(TiffCoding::g4);
+bool square;
+
+void declare(CLI::App &usage) {
+  usage.add_option("FILE", file, "the fax file; - is standard input")->required();
+  usage
+      .add_option("OUT", out,
+                  "the file to make; - is standard output; with %d or %03d in it one file a page, by page number")
+      ->required();
+  usage.add_option("-p,--pages", selection, "pages: 1-3,5,z (the last), r2 (second from the end), :even, :odd")
+      ->type_name("PAGES");
+  usage.add_option("-f,--format", format_name, "the format, by the ending of OUT unless given")
+      ->type_name(format_names());
+  add_choice(usage, "--coding", tiff_coding,
+             {{"g4", static_cast<int32_t>(TiffCoding::g4)}, {"g3", static_cast<int32_t>(TiffCoding::g3)}},
+             "how pages are coded in TIFF, g4 unless given");
+  usage.add_flag("--square", square, "give pixels that are as high as they are wide, as for text recognition");
+}
+
+/// Repeats or leaves out lines until there are as many an inch as there are pixels.
+void make_square(PagePicture &picture) {
+  const auto rows = static_cast<int32_t>(std::lround(picture.height * picture.x_dpi / picture.y_dpi));
+  const size_t size = picture.row_bytes();
+  std::vector<uint8_t> scaled(static_cast<size_t>(rows) * size);
+  for (int32_t row = 0; row < rows; ++row) {
+    const int64_t from = int64_t{row} * picture.height / rows;
+    memcpy(&scaled[static_cast<size_t>(row) * size], &picture.rows[static_cast<size_t>(from) * size], size);
+  }
+  picture.rows = std::move(scaled);
+  picture.height = rows;
+  picture.y_dpi = picture.x_dpi;
+}
+
+/// Gives the selected pages one after another. What is wrong with them is told and kept in `status`.
+struct PagesOut {
+  const FaxDocument &document;
+  std::span<const int32_t> pages;
+  Progress &progress;
+  Status status = DONE;
+  size_t next = 0;
+  int32_t given = 0;
+
+  bool read(int32_t page, PagePicture &picture) {
+    FaxPage found;
+    DecodedPage decoded;
+    if (read_fax_page(document, page, found) != DONE) return false;
+    if (!decode_page(found.record, found.coding, decoded)) {
+      complain("%s: page %d: pages in %s cannot be decoded", document.name(), page, coding_name(found.coding));
+      return false;
+    }
+    status = worse(status, tell_damage(document.name(), page, decoded));
+    if (decoded.line_count() == 0) {
+      complain("%s: page %d has no lines and is left out", document.name(), page);
+      return false;
+    }
+    picture = {FAX_WIDTH, decoded.line_count(), FAX_X_DPI, lines_per_inch(found.resolution), std::move(decoded.lines)};
+    if (square) make_square(picture);
+    return true;
+  }
+
+  bool give(PagePicture &picture) {
+    while (next < pages.size()) {
+      const int32_t page = pages[next++];
+      progress.step();
+      if (read(page, picture)) return ++given;
+      status = worse(status, DAMAGED);
+    }
+    return false;
+  }
+};
+
+/// Writes one file.
+Status write_file(const PictureFormat &format, const std::string &path, PagesOut &pages) {
+  // The first page is read before the file is made: one without any page is not.
+  PagePicture first;
+  if (!pages.give(first)) return pages.status;
+  bool first_given = false;
+  OutputFile output;
+  if (output.open(path) != DONE) return FAILED;
+  const auto next = [&](PagePicture &picture) {
+    if (first_given) return pages.give(picture);
+    picture = std::move(first);
+    return first_given = true;
+  };
+  if (format.write(output, static_cast<TiffCoding>(tiff_coding), next) != DONE || output.commit() != DONE)
+    return FAILED;
+  return pages.status;
+}
+
+Status usage_fault(const char *text) {
+  complain("%s", text);
+  return USAGE;
+}
+
+Status run() {
+  const PictureFormat *format = format_name.empty() ? format_of_path(out) : format_named(format_name);
+  if (!format) return usage_fault(("the format must be one of " + format_names()).c_str());
+  FaxDocument document;
+  if (open_fax(file, document) != DONE) return FAILED;
+  const Status lost = tell_lost_bytes(document);
+  if (readable_pages(document) == 0) return failure("%s: no page to extract", document.name());
+  std::vector<int32_t> pages;
+  if (select_pages(selection, readable_pages(document), pages) != DONE) return USAGE;
+
+  Progress progress("pages", static_cast<int32_t>(pages.size()));
+  PagesOut all = {document, pages, progress};
+  if (!is_numbered_pattern(out)) {
+    if (pages.size() > 1 && !format->several_pages)
+      return usage_fault("this format holds one page a file: put %d into the name");
+    const Status status = worse(lost, write_file(*format, out, all));
+    return all.given == 0 ? failure("%s: no page could be extracted", document.name()) : status;
+  }
+  Status status = lost;
+  int32_t given = 0;
+  for (const int32_t &page : pages) {
+    PagesOut one = {document, {&page, 1}, progress};
+    status = worse(status, write_file(*format, numbered_name(out, page), one));
+    if (status == FAILED) return FAILED;
+    given += one.given;
+  }
+  return given == 0 ? failure("%s: no page could be extracted", document.name()) : status;
+}
+
+}  // namespace
+
+const Command extract_command = {"extract", "Gets pages out as TIFF, PDF, PNG or PBM", declare, run};
+
+}  // namespace tolvane

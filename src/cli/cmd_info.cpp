@@ -1,0 +1,142 @@
+// tolvane-fax info: what is in fax files, as text for people, as JSON or as CSV for programs.
+#include <CLI/CLI.hpp>
+#include <nlohmann/json.hpp>
+
+#include <cstdio>
+
+#include "cli/commands.h"
+#include "cli/page_survey.h"
+#include "faxfile/session_params.h"
+#include "faxfile/usorbport.h"
+
+namespace tolvane {
+namespace {
+[[gnu::used]] const char SCCS_ID[] = "@(#)|cmd_info|9|01|1|0|0|11/22/26|21:40:00";
+
+using nlohmann::ordered_json;
+
+constexpr int JSON_SCHEMA = 1;  // rises when a field goes or changes its meaning
+
+std::vector<std::string> files;
+bool as_json;
+bool as_csv;
+
+void declare(CLI::App &usage) {
+  usage.add_option("FILE", files, "fax files; - is standard input")->required();
+  CLI::Option *json = usage.add_flag("--json", as_json, "one JSON object a line for each file");
+  usage.add_flag("--csv", as_csv, "one line for each page, with a line of names first")->excludes(json);
+}
+
+/// A header value as one line of text: a line break in it is stored as a carriage return.
+std::string shown(std::string text) {
+  for (size_t at = 0; (at = text.find('\r', at)) != text.npos; at += 2) text.replace(at, 1, "\\n");
+  return text;
+}
+
+const char *resolution_name(const FaxDocument &document) {
+  return document.resolution < 0 ? "not told, shown as normal" : VRtostring(document.resolution);
+}
+
+void print_text(const FaxDocument &document, const std::vector<PageFacts> &pages) {
+  printf("file:        %s\n", document.name());
+  printf("size:        %lld bytes\n", static_cast<long long>(file_size(document.fd)));
+  printf("coding:      %s\n", coding_name(document.coding));
+  printf("resolution:  %s\n", resolution_name(document));
+  printf("pages:       %d, %d of its own and %d from other files\n", readable_pages(document), document.record_count(),
+         readable_pages(document) - document.record_count());
+  printf("header:\n");
+  for (const std::string &line : document.lines) printf("  %s\n", shown(line).c_str());
+  printf("\n%5s  %6s  %6s  %8s  %6s  %7s  %s\n", "page", "record", "coding", "bytes", "lines", "damaged", "file");
+  for (const PageFacts &page : pages) {
+    if (!page.readable) {
+      printf("%5d  cannot be had\n", page.page);
+      continue;
+    }
+    printf("%5d  %6d  %6s  %8lld  %6d  %7d  %s\n", page.page, page.source_page, coding_name(page.coding),
+           static_cast<long long>(page.bytes), page.lines, page.damaged_lines, page.source.c_str());
+  }
+}
+
+ordered_json damage_object(const LineDamage &place) {
+  return {{"line", place.line}, {"what", damage_text(place.kind)}};
+}
+
+ordered_json page_object(const PageFacts &page) {
+  ordered_json object = {{"page", page.page}, {"readable", page.readable}};
+  if (!page.source.empty()) object.update({{"file", page.source}, {"record", page.source_page}});
+  if (!page.readable) return object;
+  ordered_json damage = ordered_json::array();
+  for (const LineDamage &place : page.damage) damage.push_back(damage_object(place));
+  object.update({{"coding", coding_name(page.coding)},
+                 {"bytes", page.bytes},
+                 {"lines", page.lines},
+                 {"damaged_lines", page.damaged_lines},
+                 {"damage", damage}});
+  return object;
+}
+
+void print_json(const FaxDocument &document, const std::vector<PageFacts> &pages) {
+  ordered_json header = ordered_json::array();
+  for (const std::string &line : document.lines) {
+    const size_t colon = line.find(':');
+    ordered_json entry = {{"name", line.substr(0, colon)}, {"value", nullptr}};
+    if (colon != line.npos) entry["value"] = line.substr(colon + 1);
+    header.push_back(entry);
+  }
+  ordered_json object = {
+      {"schema", JSON_SCHEMA},
+      {"file", document.name()},
+      {"size", file_size(document.fd)},
+      {"coding", coding_name(document.coding)},
+      {"resolution", document.resolution < 0 ? ordered_json() : ordered_json(VRtostring(document.resolution))},
+      {"own_pages", document.record_count()},
+      {"lost_bytes", document.lost_bytes},
+      {"header", header},
+      {"pages", ordered_json::array()}};
+  for (const PageFacts &page : pages) object["pages"].push_back(page_object(page));
+  // Header text has no stated character set; what is not UTF-8 becomes a replacement character.
+  puts(object.dump(-1, ' ', false, ordered_json::error_handler_t::replace).c_str());
+}
+
+/// A field of a CSV line (RFC 4180).
+std::string csv_field(const std::string &text) {
+  if (text.find_first_of(",\"\r\n") == text.npos) return text;
+  std::string quoted = "\"";
+  for (const char character : text) quoted.append(character == '"' ? 2 : 1, character);
+  return quoted + '"';
+}
+
+void print_csv(const FaxDocument &document, const std::vector<PageFacts> &pages) {
+  for (const PageFacts &page : pages) {
+    const std::string place = csv_field(document.name()) + ',' + std::to_string(page.page) + ',' +
+                              csv_field(page.source) + ',' + std::to_string(page.source_page);
+    if (page.readable)
+      printf("%s,%s,%lld,%d,%d\n", place.c_str(), coding_name(page.coding), static_cast<long long>(page.bytes),
+             page.lines, page.damaged_lines);
+    else
+      printf("%s,,,,\n", place.c_str());
+  }
+}
+
+Status run() {
+  if (as_csv) puts("file,page,source,record,coding,bytes,lines,damaged_lines");
+  Status status = DONE;
+  for (size_t i = 0; i < files.size(); ++i) {
+    FaxDocument document;
+    std::vector<PageFacts> pages;
+    if (open_fax(files[i], document) != DONE) {
+      status = FAILED;
+      continue;
+    }
+    status = worse(status, survey_pages(document, pages));
+    if (!as_json && !as_csv && i > 0) putchar('\n');
+    (as_json ? print_json : as_csv ? print_csv : print_text)(document, pages);
+  }
+  return status;
+}
+
+}  // namespace
+
+const Command info_command = {"info", "Tells what is in fax files, page by page", declare, run};
+
+}  // namespace tolvane

@@ -1,0 +1,96 @@
+// tolvane-fax render: the picture of a page as the viewer shows it, by the viewer's own code. Unlike extract it shows a
+// page in the coding and resolution of the document, at a scale of the viewer, with every line that the decoder gives.
+#include <CLI/CLI.hpp>
+
+#include "cli/commands.h"
+#include "cli/fax_lines.h"
+#include "cli/options.h"
+#include "cli/page_coding.h"
+#include "cli/page_survey.h"
+#include "cli/page_writers.h"
+#include "view/rasteriser.h"
+#include "view/small_database.h"
+#include "view/view_state.h"
+
+namespace tolvane {
+namespace {
+[[gnu::used]] const char SCCS_ID[] = "@(#)|cmd_render|9|01|1|0|0|11/22/26|21:40:00";
+
+std::string file;
+std::string out;
+std::string format_name;
+int32_t page_wanted = 1;
+int32_t scale_index;
+int32_t degrees;
+
+void declare(CLI::App &usage) {
+  usage.add_option("FILE", file, "the fax file; - is standard input")->required();
+  usage.add_option("OUT", out, "the file to make; - is standard output")->required();
+  usage.add_option("-p,--page", page_wanted, "the page, 1 unless given")->check(CLI::PositiveNumber);
+  add_choice(usage, "--scale", scale_index, {{"100", 0}, {"75", 1}, {"50", 2}}, "percent, 100 unless given");
+  add_choice(usage, "--orientation", degrees, {{"0", 0}, {"90", 90}, {"180", 180}, {"270", 270}},
+             "degrees, 0 unless given: 90 has the top of the page at the left");
+  usage.add_option("-f,--format", format_name, "the format, by the ending of OUT unless given")
+      ->type_name(format_names());
+}
+
+/// Sets what the rasteriser reads: the resolution as the viewer's own header reader finds it.
+void set_view(const FaxDocument &document) {
+  tn_extract_header_info(("/dev/fd/" + std::to_string(document.fd)).c_str());
+  High_res = decimal_value(Resolution);
+  Reduced = scale_index;
+  orientation = degrees;
+}
+
+/// Decodes the page into a picture as the viewer does.
+PagePicture rendered(const FaxPage &page, int32_t coding) {
+  const ScaleSizes sizes = scale_sizes(Reduced);
+  std::vector<uint8_t> block(BITMAP_SIZE);
+  decode_picture(page.record.data(), static_cast<uint32_t>(page.record.size()), coding, block.data(), sizes.Xsize,
+                 sizes.Ysize);
+  const Extents extents = page_extents(picture_lines());
+  // At 100% a picture pixel is two fax pixels across and one line of normal resolution down.
+  const bool upright = orientation == 0 || orientation == 180;
+  const double across = FAX_X_DPI / sizes.divisor, down = 2 * lines_per_inch(0) / sizes.divisor;
+  PagePicture picture = {extents.Dx, extents.Dy, upright ? across : down, upright ? down : across, {}};
+  picture.rows.resize(static_cast<size_t>(picture.height) * picture.row_bytes());
+  for (int32_t row = 0; row < picture.height; ++row)
+    copy_picture_row(block.data(), extents, row, &picture.rows[static_cast<size_t>(row) * picture.row_bytes()]);
+  return picture;
+}
+
+Status run() {
+  const PictureFormat *format = format_name.empty() ? format_of_path(out) : format_named(format_name);
+  if (!format) {
+    complain("the format must be one of %s", format_names().c_str());
+    return USAGE;
+  }
+  FaxDocument document;
+  FaxPage page;
+  if (open_fax(file, document) != DONE || read_fax_page(document, page_wanted, page) != DONE) return FAILED;
+  DecodedPage decoded;
+  if (!decode_page(page.record, document.coding, decoded))
+    return failure("%s: pages in %s cannot be decoded", document.name(), coding_name(document.coding));
+  const Status damage = tell_damage(document.name(), page_wanted, decoded);
+  set_view(document);
+  PagePicture picture = rendered(page, document.coding);
+  if (picture.width == 0 || picture.height == 0)
+    return failure("%s: page %d has no lines to show", document.name(), page_wanted);
+
+  OutputFile output;
+  if (output.open(out) != DONE) return FAILED;
+  bool given = false;
+  const auto next = [&](PagePicture &wanted) {
+    if (given) return false;
+    wanted = std::move(picture);
+    return given = true;
+  };
+  if (format->write(output, TiffCoding::g4, next) != DONE || output.commit() != DONE) return FAILED;
+  return damage;
+}
+
+}  // namespace
+
+const Command render_command = {"render", "Makes the picture that the viewer shows of a page", declare, run};
+
+}  // namespace tolvane

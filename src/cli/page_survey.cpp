@@ -1,0 +1,46 @@
+// One walk over the pages of a document, for the commands that report on it.
+#include "cli/page_survey.h"
+
+namespace tolvane {
+namespace {
+[[gnu::used]] const char SCCS_ID[] = "@(#)|page_survey|9|01|1|0|0|11/22/26|21:40:00";
+
+Status survey_page(const FaxDocument &document, PageFacts &facts) {
+  FaxPage found;
+  const Status read = read_fax_page(document, facts.page, found);
+  facts.source = found.source;
+  facts.source_page = found.source_page;
+  facts.coding = found.coding;
+  if (read != DONE) return DAMAGED;
+  facts.readable = true;
+  facts.bytes = std::ssize(found.record);
+  DecodedPage decoded;
+  if (!decode_page(found.record, found.coding, decoded)) {
+    complain("%s: page %d: pages in %s cannot be decoded", document.name(), facts.page, coding_name(found.coding));
+    return DAMAGED;
+  }
+  facts.lines = decoded.coded_lines();
+  facts.damaged_lines = decoded.damaged_lines();
+  facts.damage = decoded.damage;
+  return tell_damage(document.name(), facts.page, decoded);
+}
+
+}  // namespace
+
+int32_t readable_pages(const FaxDocument &document) {
+  return document.inclusions_usable ? document.page_count() : document.record_count();
+}
+
+Status survey_pages(const FaxDocument &document, std::vector<PageFacts> &pages) {
+  const int32_t count = readable_pages(document);
+  Progress progress("pages", count);
+  Status status = tell_lost_bytes(document);
+  for (int32_t page = 1; page <= count; ++page) {
+    pages.emplace_back().page = page;
+    status = worse(status, survey_page(document, pages.back()));
+    progress.step();
+  }
+  return status;
+}
+
+}  // namespace tolvane

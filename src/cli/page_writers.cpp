@@ -1,0 +1,49 @@
+// The table of the formats that pages are written in.
+#include "cli/page_writers.h"
+
+#include <strings.h>
+
+namespace tolvane {
+namespace {
+[[gnu::used]] const char SCCS_ID[] = "@(#)|page_writers|9|01|1|0|0|11/22/26|21:40:00";
+
+/// A writer to which the coding of TIFF means nothing.
+template <Status (*write)(const OutputFile &, const picture_source &)>
+Status without_coding(const OutputFile &output, TiffCoding, const picture_source &next) {
+  return write(output, next);
+}
+
+const PictureFormat formats[] = {
+    {"tiff", {".tif", ".tiff"}, true, write_tiff},
+    {"pdf", {".pdf"}, true, without_coding<write_pdf>},
+    {"png", {".png"}, false, without_coding<write_png>},
+    {"pbm", {".pbm"}, true, without_coding<write_pbm>},
+};
+
+}  // namespace
+
+const PictureFormat *format_named(const std::string &name) {
+  for (const PictureFormat &format : formats) {
+    if (name == format.name) return &format;
+  }
+  return nullptr;
+}
+
+const PictureFormat *format_of_path(const std::string &path) {
+  const size_t dot = path.rfind('.');
+  if (dot == path.npos) return nullptr;
+  for (const PictureFormat &format : formats) {
+    for (const char *ending : format.endings) {
+      if (strcasecmp(path.c_str() + dot, ending) == 0) return &format;
+    }
+  }
+  return nullptr;
+}
+
+std::string format_names() {
+  std::string names;
+  for (const PictureFormat &format : formats) names += (names.empty() ? "" : "|") + std::string(format.name);
+  return names;
+}
+
+}  // namespace tolvane

@@ -1,0 +1,58 @@
+// The writers of foreign page formats. Each pulls black and white pictures, one at a time, and writes a whole file.
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <string>
+#include <vector>
+
+#include "files.h"
+#include "report.h"
+
+namespace tolvane {
+
+/// A black and white picture.
+struct PagePicture {
+  int32_t width = 0;
+  int32_t height = 0;  ///< 1 at least
+  double x_dpi = 0;    ///< pixels an inch
+  double y_dpi = 0;
+  std::vector<uint8_t> rows;  ///< (width + 7) / 8 bytes a row; pixel 0 is bit 7 of byte 0, 1 is black
+
+  size_t row_bytes() const { return (static_cast<size_t>(width) + 7) / 8; }
+};
+
+/// Gives the next picture; false when there are no more.
+using picture_source = std::function<bool(PagePicture &picture)>;
+
+/// How a page is coded in TIFF.
+enum class TiffCoding : int32_t { g3, g4 };
+
+/// Multi-page TIFF in ITU-T T.6 (G4) or one-dimensional T.4 (G3), one strip a page (libtiff).
+Status write_tiff(const OutputFile &output, TiffCoding coding, const picture_source &next);
+/// PDF whose pages are the picture in G4, in their true size on paper (libqpdf).
+Status write_pdf(const OutputFile &output, const picture_source &next);
+/// Packed PBM (P4), one picture behind the other.
+Status write_pbm(const OutputFile &output, const picture_source &next);
+/// PNG of one bit a pixel, with its density. Only the first picture is taken: the format holds no more (libpng).
+Status write_png(const OutputFile &output, const picture_source &next);
+
+/// A picture as one strip of ITU-T T.6 data, first pixel in the highest bit, closed by EOFB. Empty on failure.
+std::string g4_data(const PagePicture &picture);
+
+/// A format by its name and by the endings of file names.
+struct PictureFormat {
+  const char *name;
+  std::vector<const char *> endings;
+  bool several_pages;  ///< in one file
+  Status (*write)(const OutputFile &output, TiffCoding coding, const picture_source &next);
+};
+
+/// The format of a name, or the one that the ending of a path tells; null if there is none.
+const PictureFormat *format_named(const std::string &name);
+const PictureFormat *format_of_path(const std::string &path);
+
+/// The names of all formats for a usage text: "tiff|png|...".
+std::string format_names();
+
+}  // namespace tolvane

@@ -1,0 +1,23 @@
+// PBM: a short text and the rows as they are. Its pixels have no size, so one that has square pixels is asked for.
+#include <errno.h>
+
+#include "cli/page_writers.h"
+#include "support/handle.h"
+
+namespace tolvane {
+namespace {
+[[gnu::used]] const char SCCS_ID[] = "@(#)|write_pbm|9|01|1|0|0|11/22/26|21:40:00";
+}
+
+Status write_pbm(const OutputFile &output, const picture_source &next) {
+  PagePicture picture;
+  while (next(picture)) {
+    const std::string head = "P4\n" + std::to_string(picture.width) + " " + std::to_string(picture.height) + "\n";
+    if (!write_fully(output.fd(), head.data(), head.size()) ||
+        !write_fully(output.fd(), picture.rows.data(), picture.rows.size()))
+      return system_failure(output.name());
+  }
+  return DONE;
+}
+
+}  // namespace tolvane

@@ -1,0 +1,65 @@
+// PNG. libpng leaves a failed operation by a jump, so nothing with a destructor lives in the procedure that it may jump
+// out of.
+#include <png.h>
+#include <stdio.h>
+#include <unistd.h>
+
+#include <cmath>
+
+#include "cli/page_writers.h"
+
+namespace tolvane {
+namespace {
+[[gnu::used]] const char SCCS_ID[] = "@(#)|write_png|9|01|1|0|0|11/22/26|21:40:00";
+
+constexpr double INCH = 0.0254;  // metres
+
+void keep_message(png_structp png, png_const_charp text) {
+  static_cast<std::string *>(png_get_error_ptr(png))->assign(text);
+  png_longjmp(png, 1);
+}
+
+void no_warning(png_structp, png_const_charp) {}
+
+png_uint_32 per_metre(double dpi) {
+  return static_cast<png_uint_32>(std::lround(dpi / INCH));
+}
+
+/// Writes the picture. False after libpng jumped out of its work.
+bool write_picture(png_structp png, png_infop info, const PagePicture &picture) {
+  if (setjmp(png_jmpbuf(png))) return false;
+  png_set_IHDR(png, info, static_cast<png_uint_32>(picture.width), static_cast<png_uint_32>(picture.height), 1,
+               PNG_COLOR_TYPE_GRAY, PNG_INTERLACE_NONE, PNG_COMPRESSION_TYPE_DEFAULT, PNG_FILTER_TYPE_DEFAULT);
+  png_set_pHYs(png, info, per_metre(picture.x_dpi), per_metre(picture.y_dpi), PNG_RESOLUTION_METER);
+  png_set_filter(png, PNG_FILTER_TYPE_BASE, PNG_FILTER_NONE);
+  png_write_info(png, info);
+  png_set_invert_mono(png);  // black is 0 there
+  for (int32_t row = 0; row < picture.height; ++row)
+    png_write_row(png, &picture.rows[static_cast<size_t>(row) * picture.row_bytes()]);
+  png_write_end(png, info);
+  return true;
+}
+
+}  // namespace
+
+Status write_png(const OutputFile &output, const picture_source &next) {
+  PagePicture picture;
+  if (!next(picture)) return DONE;
+  std::string message = "out of memory";
+  png_structp png = png_create_write_struct(PNG_LIBPNG_VER_STRING, &message, keep_message, no_warning);
+  png_infop info = png ? png_create_info_struct(png) : nullptr;
+  FILE *stream = info ? fdopen(dup(output.fd()), "w") : nullptr;
+  bool written = false;
+  if (stream) {
+    png_init_io(png, stream);
+    written = write_picture(png, info, picture);
+    if (fclose(stream) != 0 && written) {
+      written = false;
+      message = "it cannot be written";
+    }
+  }
+  png_destroy_write_struct(&png, &info);
+  return written ? DONE : failure("%s: %s", output.name(), message.c_str());
+}
+
+}  // namespace tolvane
