@@ -8,7 +8,6 @@
 #include "cli/options.h"
 #include "cli/page_coding.h"
 #include "faxfile/header_lines.h"
-#include "faxfile/page_writer.h"
 #include "faxfile/usorbport.h"
 #include "support/handle.h"
 #include "t4/line.h"
@@ -17,16 +16,18 @@ namespace tolvane {
 namespace {
 [[gnu::used]] const char SCCS_ID[] = "@(#)|adding|9|01|1|0|0|11/22/26|22:40:00";
 
+constexpr double HIGHEST_DPI = 100000;
+
 std::vector<Choice> raw_codings() {
   return {{"g3", COMP_MH}, {"g3-2d", COMP_MR}, {"g4", COMP_MMR}, {"mh", COMP_MH}, {"mr", COMP_MR}, {"mmr", COMP_MMR}};
 }
 
 /// "300" or "204x98".
 bool store_dpi(const std::string &text, SourceOptions &source) {
-  char *end = nullptr;
-  source.x_dpi = source.y_dpi = strtod(text.c_str(), &end);
-  if (*end == 'x') source.y_dpi = strtod(end + 1, &end);
-  return *end == 0 && source.x_dpi >= 1 && source.y_dpi >= 1 && source.x_dpi <= 100000 && source.y_dpi <= 100000;
+  const size_t cross = std::min(text.find('x'), text.size());
+  const std::string across = text.substr(0, cross), down = cross < text.size() ? text.substr(cross + 1) : across;
+  return CLI::detail::lexical_cast(across, source.x_dpi) && CLI::detail::lexical_cast(down, source.y_dpi) &&
+         source.x_dpi >= 1 && source.y_dpi >= 1 && source.x_dpi <= HIGHEST_DPI && source.y_dpi <= HIGHEST_DPI;
 }
 
 /// Moves inclusions behind `place` up by the number of new pages.
@@ -65,8 +66,7 @@ void declare_page_input(CLI::App &usage, PageInput &input) {
       .add_option_function<std::string>(
           "--source-dpi",
           [&source](const std::string &text) {
-            if (!store_dpi(text, source))
-              throw CLI::ValidationError("--source-dpi takes a number or two, as in 204x98");
+            if (!store_dpi(text, source)) throw CLI::ValidationError("--source-dpi", "a number, or two as in 204x98");
           },
           "pixels an inch of PAGES, in place of what the files say")
       ->type_name("X[xY]");
@@ -92,11 +92,8 @@ Status code_pages(const PageInput &input, int32_t coding, int32_t resolution, in
       if (!make_fax_lines(page, source.fit, lines))
         return failure("%s: a page would have more than %d lines", input_name(file).c_str(), LONGEST_PAGE);
       if (++count > MOST_RECORDS) return failure("more than %d pages in one file", MOST_RECORDS);
-      const std::vector<uint8_t> record = encode_page(lines, coding, resolution);
       progress.step();
-      return FaxFileAppendEncodedPage(fd, record.data(), static_cast<int32_t>(record.size())) == FAXFILE_OK
-                 ? DONE
-                 : system_failure("spool file");
+      return append_record(fd, encode_page(lines, coding, resolution));
     });
     status = worse(status, read);
     if (status == FAILED) return FAILED;

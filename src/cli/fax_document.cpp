@@ -12,6 +12,7 @@
 
 #include "cli/page_coding.h"
 #include "faxfile/header_lines.h"
+#include "faxfile/page_writer.h"
 #include "faxfile/pages.h"
 #include "faxfile/session_params.h"
 #include "faxfile/usorbport.h"
@@ -224,6 +225,13 @@ Status check_header(const char *name, const std::vector<std::string> &lines) {
     if (hides_inclusion(line)) return failure("%s: \"INCLUDE:\" inside a value would be taken for an inclusion", name);
   }
   return DONE;
+}
+
+Status append_record(int fd, std::span<const uint8_t> data) {
+  constexpr uint8_t nothing[1] = {};  // the library takes no null for the data of an empty page
+  const uint8_t *bytes = data.empty() ? nothing : data.data();
+  if (FaxFileAppendEncodedPage(fd, bytes, static_cast<int32_t>(data.size())) == FAXFILE_OK) return DONE;
+  return system_failure("coded pages");
 }
 
 Status write_fax(const OutputFile &output, const std::vector<std::string> &lines, std::span<const RecordRange> ranges) {

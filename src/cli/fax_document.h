@@ -108,6 +108,9 @@ Status set_page_counts(const char *name, std::vector<std::string> &lines, int32_
 /// of order.
 Status check_header(const char *name, const std::vector<std::string> &lines);
 
+/// Adds a page record at the end of an open file. DONE, or FAILED after a complaint.
+Status append_record(int fd, std::span<const uint8_t> data);
+
 /// A stretch of whole page records of an open file.
 struct RecordRange {
   int fd;

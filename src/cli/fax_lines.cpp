@@ -12,11 +12,8 @@ namespace {
 
 constexpr double NOMINAL = 0.045;  // 200 for 204 lines and 196 for 200: 4 percent together
 
-double snapped(double scale) {
-  for (const double simple : {0.5, 1.0, 2.0}) {
-    if (std::abs(scale / simple - 1) < NOMINAL) return simple;
-  }
-  return scale;
+bool is_nominally(double scale, double simple) {
+  return std::abs(scale / simple - 1) < NOMINAL;
 }
 
 /// The source pixels that make up one pixel of the result: a first and a last one that count in part, and all between.
@@ -102,9 +99,12 @@ FitScale fit_scale(int32_t width, double x_dpi, double y_dpi, const FitOptions &
   FitScale scale = {FAX_X_DPI / x_dpi, lines_per_inch(options.resolution) / y_dpi};
   const double enlarged = FAX_WIDTH / (width * scale.x);
   if (options.fill_width || enlarged < 1) scale = {scale.x * enlarged, scale.y * enlarged};
-  const double simple = snapped(scale.x);
-  const bool fits = std::lround(width * simple) <= FAX_WIDTH;
-  return {fits && !options.fill_width ? simple : scale.x, snapped(scale.y)};
+  const bool fits = width <= FAX_WIDTH && (!options.fill_width || width == FAX_WIDTH);
+  if (!fits || !is_nominally(scale.x, 1)) return scale;
+  for (const double simple : {0.5, 1.0, 2.0}) {
+    if (is_nominally(scale.y, simple)) scale.y = simple;
+  }
+  return {1, scale.y};
 }
 
 bool make_fax_lines(const GreyPage &page, const FitOptions &options, std::vector<uint8_t> &lines) {

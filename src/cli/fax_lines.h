@@ -40,9 +40,10 @@ struct FitScale {
 };
 
 /// The scale at which a picture keeps its proportions on paper. A picture 1728 pixels wide of unknown resolution is
-/// taken as a fax page, pixel by pixel; another one as having 204 pixels an inch both ways. A scale within 4.5 percent
-/// of 1/2, 1 or 2 becomes that: senders name 200 x 200 and 200 x 100 for what is 204 x 196 and 204 x 98 (ITU-T T.30),
-/// and their pixels must pass unchanged.
+/// taken as a fax page, pixel by pixel; another one as having 204 pixels an inch both ways. Where the pixels of a line
+/// are within 4.5 percent of those of a fax, they stay as they are, and lines within 4.5 percent of a half, of as many
+/// or of twice as many are merged, kept or doubled: 200 x 200 and 200 x 100 are used for what is 204 x 196 and 204 x
+/// 98 (ITU-T T.30).
 FitScale fit_scale(int32_t width, double x_dpi, double y_dpi, const FitOptions &options);
 
 /// Turns a picture into lines of LINE_BYTES bytes. Reductions average the pixels that fall together.

@@ -48,8 +48,8 @@ Status close_output(Status status) {
 }  // namespace tolvane
 
 int main(int argc, char **argv) {
-  // A reader that went away is a failed write with a message, and half-made files are removed.
-  signal(SIGPIPE, SIG_IGN);
+  // A reader that went away and a limit on the size of files are failed writes with a message: half-made files go.
+  for (const int failed_write : {SIGPIPE, SIGXFSZ}) signal(failed_write, SIG_IGN);
   try {
     return tolvane::close_output(tolvane::run_command_line(argc, argv));
   } catch (const std::bad_alloc &) {

@@ -16,11 +16,11 @@ CLI::Option *add_choice(CLI::App &usage, const char *names, int32_t &target, con
                         const char *help) {
   std::string words;
   for (const Choice &choice : choices) words += (words.empty() ? "" : "|") + choice.first;
-  const auto store = [&target, choices, words](const CLI::results_t &given) {
+  const auto store = [&target, choices, words, name = std::string(names)](const CLI::results_t &given) {
     const auto found = std::find_if(choices.begin(), choices.end(), [&](const Choice &choice) {
       return choice.first == CLI::detail::to_lower(given[0]);
     });
-    if (found == choices.end()) throw CLI::ValidationError("\"" + given[0] + "\" is not one of " + words);
+    if (found == choices.end()) throw CLI::ValidationError(name, "\"" + given[0] + "\" is not one of " + words);
     target = found->second;
     return true;
   };

@@ -21,7 +21,8 @@ std::span<const uint8_t> lines_to_code;  // given to the encoder in one batch, t
 std::vector<uint8_t> *coded;
 
 DecodedPage *decoding;
-int32_t runs_of_line;  // runs since the last end of line
+int32_t runs_of_line;   // runs since the last end of line
+int32_t lines_skipped;  // by MR, after damaged ones
 
 int32_t give_lines(const uint8_t **lines, int32_t *count) {
   if (lines_to_code.empty()) return -1;
@@ -49,7 +50,8 @@ void take_line(const uint8_t *line, uint32_t size) {
 }
 
 void take_damage(Damage kind) {
-  decoding->damage.push_back({decoding->coded_lines() + 1, kind});
+  decoding->damage.push_back({decoding->line_count() + lines_skipped + 1, kind});
+  if (kind == Damage::skipped_line) ++lines_skipped;
 }
 
 bool bit_at(std::span<const uint8_t> record, size_t bit) {
@@ -131,7 +133,7 @@ bool decode_page(std::span<const uint8_t> record, int32_t coding, DecodedPage &p
   if (coding != COMP_MH && coding != COMP_MR && coding != COMP_MMR) return false;
   if (record.empty()) return true;
   decoding = &page;
-  runs_of_line = 0;
+  runs_of_line = lines_skipped = 0;
   t4dec_set_pixel_width(FAX_WIDTH);
   t4dec_set_damage_callback(take_damage);
   if (coding == COMP_MH) decode_MH(record);

@@ -6,7 +6,6 @@
 
 #include "cli/fax_lines.h"
 #include "cli/page_coding.h"
-#include "faxfile/page_writer.h"
 #include "faxfile/usorbport.h"
 
 namespace tolvane {
@@ -53,9 +52,7 @@ Status Transcoder::add(const FaxDocument &document, int32_t page) {
   if (found.coding != coding_ || resolution != resolution_)
     found.record = encode_page(decoded.lines, coding_, resolution_);
   if (++count_ > MOST_RECORDS) return failure("more than %d pages in one file", MOST_RECORDS);
-  return FaxFileAppendEncodedPage(fd_, found.record.data(), static_cast<int32_t>(found.record.size())) == FAXFILE_OK
-             ? status
-             : system_failure("spool file");
+  return append_record(fd_, found.record) == DONE ? status : FAILED;
 }
 
 RecordRange Transcoder::records() const {

@@ -1,0 +1,44 @@
+// The real tolvane-fax as a child process, and what it made, taken apart without the library.
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "helpers/tiff_pages.h"
+
+struct ToolRun {
+  int status;
+  std::string out, err;
+};
+
+/// Runs any command to its end, with `input` on its standard input.
+ToolRun run_command(const std::vector<std::string> &command, const std::string &input = {},
+                    const std::vector<std::string> &environment = {}, const std::string &directory = {});
+
+/// Runs `tolvane-fax` with these words, in `directory` if it is not empty.
+ToolRun fax_tool(std::vector<std::string> words, const std::string &directory = {}, const std::string &input = {});
+
+/// A fax file: header text without its last byte, and the records.
+struct FaxParts {
+  std::string header;
+  std::vector<std::string> records;
+  bool operator==(const FaxParts &) const = default;
+};
+
+/// Takes a fax file apart; fails the test if the bytes are not exactly those of one.
+FaxParts fax_parts(const std::string &bytes);
+
+/// The picture that libtiff decodes of a record of `height` lines in the coding "mh", "mr" or "mmr".
+Picture seen_by_libtiff(const std::string &record, const std::string &coding, uint32_t height);
+
+/// The lines of a record in MH: its EOLs.
+uint32_t mh_lines(const std::string &record);
+
+/// A page of runs at random lengths; some lines start black, and the last one ends so.
+Picture random_page(uint32_t seed, uint32_t height);
+
+/// The picture as a packed PBM file.
+std::string pbm(const Picture &picture);
+
+/// The picture in a packed PBM file.
+Picture from_pbm(const std::string &bytes);
