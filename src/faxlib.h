@@ -1,5 +1,5 @@
-// Everything of the fax file library: fax files and their headers, the T.4 and T.6 codec, the converter, and the support
-// library under them. No X11. debug_alloc.h stays out: it redefines the names of memory and file calls.
+// Everything of the fax file library: fax files and their headers, the T.4 and T.6 codec, the converter, and the
+// support library under them. No X11. debug_alloc.h stays out: it redefines the names of memory and file calls.
 #pragma once
 
 #include "file.h"

@@ -223,7 +223,7 @@ TEST_F(File, UniqueNamesCountUp) {
   fs::create_directory("i_d_order");
   const std::string open = "open(\"" + here_ + "/i_d_order\") failed: ";
   EXPECT_THAT(build_unique_DOS_name(path, nullptr), EndsWith("aaa.fax"));
-  EXPECT_EQ(trace_.take(), open + "Is a directory. Setting extension back to 0.\n" + open + "File exists.\n");
+  EXPECT_EQ(trace_.take(), open + "Is a directory. Setting extension back to 0.\n" + open + "Is a directory.\n");
   setenv("SORBEXTMP", std::string(40, 'y').c_str(), 1);  // one byte too many for the counter file's path
   EXPECT_THAT(build_unique_DOS_name(path, nullptr), EndsWith("aaa.fax"));
   EXPECT_THAT(trace_.take(), EndsWith("failed: File name too long.\n"));

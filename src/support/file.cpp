@@ -433,9 +433,9 @@ int32_t take_counter(const char *path) {
   return counter < 0 || counter >= COUNTER_WRAP ? 0 : counter;
 }
 
-// O_EXCL: the directory is everyone's, and what stands under the name meanwhile is not ours to write into.
+// The directory is everyone's: a link or a FIFO that someone else puts under the name is not written to.
 Descriptor create_counter(const char *path) {
-  Descriptor file(open(path, O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666));
+  Descriptor file(open(path, O_WRONLY | O_CREAT | O_TRUNC | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC, 0666));
   if (!file) trprintf("open(\"%s\") failed: %s.\n", path, strerror(errno));
   return file;
 }
