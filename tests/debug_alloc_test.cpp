@@ -2,33 +2,20 @@
 // no file is left, and nothing was freed or closed that the layer did not know.
 #include <fcntl.h>
 #include <gmock/gmock.h>
-#include <string.h>
+#include <tolvane/faxlib.h>
 #include <unistd.h>
 
 #include <fstream>
-#include <vector>
 
-#include "faxfile/fax_header.h"
-#include "faxfile/page_writer.h"
-#include "faxfile/pages.h"
-#include "faxfile/sorbfile.h"
-#include "faxfile/usorbport.h"
 #include "helpers/fax_bytes.h"
 #include "helpers/temp_dir.h"
-#include "support/file.h"
-#include "support/ks_functions.h"
-#include "support/rev.h"
-#include "support/strlib.h"
-#include "support/trace_config.h"
-#include "t4/t4dec.h"
-#include "t4/t4dec_convert.h"
 
 using namespace tolvane;
 
 static std::string left_behind() {
   std::string all;
   for (const malloc_record *each : malloc_array)
-    if (each) all += std::string(each->fname, strnlen(each->fname, 16)) + " ";
+    if (each) all += std::string(each->fname, strnlen(each->fname, sizeof each->fname)) + " ";
   for (const open_record *each : open_array)
     if (each) all += std::string("open ") + each->path + " ";
   return all;

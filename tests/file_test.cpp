@@ -41,58 +41,52 @@ class File : public testing::Test {
   TraceCapture trace_;
 };
 
-TEST_F(File, FixPathMakesFullAndMkpathClean) {
+TEST_F(File, PathsAndNamesAsTexts) {
   const std::string longest(PATH_LIMIT - here_.size() - 1, 'x'), limit = "/" + std::string(PATH_LIMIT - 1, 'x');
-  const std::string too_long = "is_valid_path: Invalid path (exceeds MAXPATHLEN of 4096 bytes): [" + limit + "x].\n";
   const auto refused = [](const std::string &path) { return "mkpath: Invalid path: [" + path + "].\n"; };
-  const auto fix = [](const char *path) {
-    std::string buffer = path;
-    buffer.resize(PATH_LIMIT + 1);
-    return fix_path(buffer.data());
+  const auto invalid = [&](const std::string &why, const std::string &path) {
+    return "(null)is_valid_path: Invalid path" + why + ": [" + path + "].\n" + refused(path);
   };
-  const std::tuple<char *(*)(const char *), std::string, std::string, std::string> cases[] = {
-      {fix, "x", here_ + "/x", ""},
-      {fix, "./x", here_ + "/x", ""},
-      {fix, ".././x", here_ + "/./x", ""},  // only the first such step goes
-      {fix, "/a/../x", "/a/../x", ""},
-      {fix, longest, here_ + "/" + longest, ""},
-      {fix, longest + "x", "(null)", "fix_path: path too large\n"},
-      {mkpath, "/a/./b//c/../d/", "/a/b/d", ""},
-      {mkpath, "/a/..", "/", ""},
-      {mkpath, "/a/../../b", "(null)", refused("/a/../../b")},
-      {mkpath, "", here_, ""},
-      {mkpath, "no/../\xc3\xa9 ", here_ + "/\xc3\xa9", ""},
-      {mkpath, "/a b", "(null)", "is_valid_path: Invalid path: [/a b].\n" + refused("/a b")},
-      {mkpath, "\x7f", "(null)", "is_valid_path: Invalid path: [\x7f].\n" + refused("\x7f")},
-      {mkpath, limit, limit, ""},
-      {mkpath, limit + "x", "(null)", too_long + refused(limit + "x")},
-      {mkpath, limit.substr(1), "(null)", "mkpath: path too large\n"}};
-  for (const auto &[operation, path, result, trace] : cases) {
-    EXPECT_EQ(owned(operation(path.c_str())), result);
-    EXPECT_EQ(trace_.take(), trace);
-  }
+  const auto fix = [](char *path) { return owned(fix_path(path)); };
+  const auto mk = [](char *path) { return owned(mkpath(path)); };
+  const auto base = [](char *path) { return std::string(tolvane::basename(path)); };
+  const auto directory = [](char *path) { return std::string(tolvane::dirname(path)); };
+  const auto filter = [](char *text) { return std::string(posix_file_name_filter(std::string(text).c_str(), text)); };
+  const auto base_26 = [](char *text) { return std::string(int_to_base_26(atoi(text))); };
+  using Rows = std::vector<std::pair<std::string, std::string>>;  // a text, and the result with what is traced
+  const std::pair<std::string (*)(char *), Rows> groups[] = {
+      {fix,
+       {{"x", here_ + "/x"},
+        {"./x", here_ + "/x"},
+        {".././x", here_ + "/./x"},
+        {"/a/../x", "/a/../x"},
+        {longest, here_ + "/" + longest},
+        {longest + "x", "(null)fix_path: path too large\n"}}},
+      {mk,
+       {{"/a/./b//c/../d/", "/a/b/d"},
+        {"/a/..", "/"},
+        {"/a/../../b", "(null)" + refused("/a/../../b")},
+        {"", here_},
+        {"no/../\xc3\xa9 ", here_ + "/\xc3\xa9"},
+        {limit, limit},
+        {limit.substr(1), "(null)mkpath: path too large\n"},
+        {limit + "x", invalid(" (exceeds MAXPATHLEN of 4096 bytes)", limit + "x")},
+        {"/a b", invalid("", "/a b")},
+        {"\x7f", invalid("", "\x7f")}}},
+      {base, {{"", "."}, {"/", "/"}, {"a/b/", "b"}, {"/a", "a"}, {"a//", ""}}},
+      {directory, {{"", "."}, {"/", "/"}, {"a", "."}, {"a/b/", "a/b"}, {"/a", "/"}, {"/a/b", "/a"}}},
+      {filter, {{"a Qq-Z_9.fax", "a__q-Z_9.fax"}, {"\xc3\xa9/\\\x7f", "___"}}},
+      {base_26, {{"0", "aaa"}, {"25", "aaz"}, {"26", "aba"}, {"17576", "baaa"}, {"2147483647", "gytisyx"}}}};
+  for (const auto &[operation, rows] : groups)
+    for (const auto &[text, result] : rows) {
+      std::string buffer = text;
+      buffer.resize(PATH_LIMIT + 10);
+      const std::string got = operation(buffer.data());
+      EXPECT_EQ(got + trace_.take(), result) << text;
+    }
   EXPECT_TRUE(is_valid_path("\" \t\"") && is_valid_path(" \"/a\" "));
-}
-
-TEST_F(File, BasenameAndDirnameWorkInPlace) {
-  const std::tuple<std::string, std::string, std::string> cases[] = {
-      {"", ".", "."},       {"/", "/", "/"},  {"a", "a", "."},     {"a/b", "b", "a"},
-      {"a/b/", "b", "a/b"}, {"/a", "a", "/"}, {"/a/b", "b", "/a"}, {"a//", "", "a/"}};
-  for (const auto &[path, base, directory] : cases) {
-    EXPECT_EQ(tolvane::basename(std::string(path).data()), base);
-    EXPECT_EQ(tolvane::dirname(std::string(path).data()), directory);
-  }
   EXPECT_EQ(std::string(tolvane::basename(nullptr)) + tolvane::dirname(nullptr), "..");
   EXPECT_TRUE(is_relative_path(nullptr) && is_relative_path("") && is_full_path("/") && !is_full_path("a/"));
-}
-
-TEST_F(File, NamesForAnyFileSystem) {
-  char output[32];
-  for (const auto &[text, name] : {std::pair{"", ""}, {"a Qq-Z_9.fax", "a__q-Z_9.fax"}, {"\xc3\xa9/\\\x7f", "___"}})
-    EXPECT_STREQ(posix_file_name_filter(text, output), name);
-  for (const auto &[number, digits] :
-       {std::pair{0, "aaa"}, {25, "aaz"}, {26, "aba"}, {17576, "baaa"}, {INT32_MAX, "gytisyx"}})
-    EXPECT_STREQ(int_to_base_26(number), digits);
 }
 
 TEST_F(File, FindsAtHomeThenHereThenOnThePath) {
