@@ -119,9 +119,6 @@ void merge_below_user_resources(Display *display, const char *scope, const char 
 }
 
 void add_key_actions(XtAppContext context) {
-  // Xt's own converter caches the tables, and those that a destroyed window leaves in its cache are broken.
-  XtAppSetTypeConverter(context, XmRString, XtRAcceleratorTable, XtCvtStringToAcceleratorTable, nullptr, 0, XtCacheNone,
-                        nullptr);
   struct {
     const char *name;
     XtActionProc run;

@@ -4,15 +4,8 @@
 
 #include <unistd.h>
 
-#include <algorithm>
-#include <thread>
-
-#include "app/app_state.h"
 #include "app/tolvane.h"
 #include "helpers/temp_dir.h"
-#include "view/view_state.h"
-
-using namespace tolvane;
 
 namespace {
 
@@ -24,18 +17,6 @@ const std::string USAGE =
 const char *const KEYSYMS_WARNING = "\nWarning! Couldn't find file 'XKeysymDB' in any of the usual locations.\n\n";
 
 using Words = std::vector<std::string>;
-
-/// Runs the program to its end, which must come by itself.
-void expect_end(const Words &arguments, const Words &environment, const std::string &directory, int status,
-                const std::string &output, const std::string &errors) {
-  SCOPED_TRACE(testing::PrintToString(arguments));
-  Words command{VIEWER_PROGRAM};
-  command.insert(command.end(), arguments.begin(), arguments.end());
-  ChildProcess program(command, environment, directory);
-  EXPECT_EQ(program.wait(), status);
-  EXPECT_EQ(program.output(), output);
-  EXPECT_EQ(program.errors(), errors);
-}
 
 std::string too_long(const std::string &what, int limit) {
   return "tolvane: " + what + " longer than " + std::to_string(limit) + " bytes\n";
@@ -74,39 +55,29 @@ TEST(Start, EndsThatNeedNoWindow) {
       {{"text"}, display, 1, "File 'text' is not a fax !\n"},
   };
   for (const auto &[arguments, environment, status, errors] : rows) {
-    Words all = environment;
-    all.emplace_back("XKEYSYMDB=none");
-    expect_end(arguments, all, dir.string(), status, "", errors);
+    Words command{VIEWER_PROGRAM}, settings = environment;
+    command.insert(command.end(), arguments.begin(), arguments.end());
+    settings.emplace_back("XKEYSYMDB=none");
+    ChildProcess program(command, settings, dir.string());
+    EXPECT_EQ(program.wait(), status) << testing::PrintToString(arguments);
+    EXPECT_EQ(program.output(), "");
+    EXPECT_EQ(program.errors(), errors);
   }
 }
 
 TEST(Start, EndsOfARunningViewer) {
   const TempDir dir;
   const std::string document = dir.write("one.fax", marked_document(1, 1));
-  struct {
-    const char *name;
-    void (*end)(Viewer &);
-    int status;
-    const char *errors;
-  } const rows[] = {
-      {"window manager", [](Viewer &viewer) { close_window(viewer.window()); }, 0, ""},
-      {"Dismiss",
-       [](Viewer &viewer) {
-         const Area area = area_of(viewer.window());
-         click(area.x + 55, area.y + area.height - 20);
-       },
-       0, ""},
-      {"SIGINT", [](Viewer &viewer) { viewer.program.kill(SIGINT); }, 0, ""},
-      {"SIGSEGV", [](Viewer &viewer) { viewer.program.kill(SIGSEGV); }, 11, "Exiting with error code 11\n"},
-      {"SIGBUS", [](Viewer &viewer) { viewer.program.kill(SIGBUS); }, 7, "Exiting with error code 7\n"},
-  };
-  for (const auto &[name, end, status, errors] : rows) {
-    SCOPED_TRACE(name);
+  for (const int end : {0, 1, SIGINT, SIGSEGV, SIGBUS}) {
     Viewer viewer({document}, {"XKEYSYMDB=none"});
     EXPECT_EQ(viewer.shows("1 100% 0 top"), "1 100% 0 top");
-    end(viewer);
-    EXPECT_EQ(viewer.program.wait(), status);
-    EXPECT_EQ(viewer.program.errors(), errors);
+    const Area area = area_of(viewer.window());
+    if (end == 0) close_window(viewer.window());
+    if (end == 1) click(area.x + 55, area.y + area.height - 20);  // "Dismiss"
+    if (end > 1) viewer.program.kill(end);
+    const bool fault = end > SIGINT;
+    EXPECT_EQ(viewer.program.wait(), fault ? end : 0);
+    EXPECT_EQ(viewer.program.errors(), fault ? "Exiting with error code " + std::to_string(end) + "\n" : "");
   }
 }
 
@@ -145,19 +116,8 @@ TEST(Start, TheTraceOfARunningViewerIsSwitchedByAFile) {
   viewer.program.write("rotate_90\nsaypage\n");
   EXPECT_EQ(viewer.replies(3), "OK\npage==1\nOK\n");
   const std::string trace = read_file(dir.path("trace_tolvane"));
-  for (const char *line : {"read page 1 of one.fax", "decoded page 1: 2201 lines", "command 'saypage'"})
+  for (const char *line : {"read page 1 of one.fax", "decoded page 1: 2101 lines", "command 'saypage'"})
     EXPECT_NE(trace.find(line), std::string::npos) << line << " is not in\n" << trace;
-}
-
-TEST(Start, EmbeddedTheArgumentsEndNothing) {
-  Api = 1;
-  const char *rows[][3] = {{"-p"}, {"-s"}, {"name-g"}, {"-r50"}};
-  for (const auto &row : rows) {
-    set_fax_filename("");
-    char program[] = "parent";
-    char *arguments[] = {program, const_cast<char *>(row[0])};
-    EXPECT_EQ(do_args(2, arguments), 1) << row[0];
-  }
 }
 
 TEST(Start, TheKeySymbolDataBaseIsTheFirstThatExists) {
@@ -181,7 +141,7 @@ TEST(Start, TheKeySymbolDataBaseIsTheFirstThatExists) {
     set.empty() ? unsetenv("XKEYSYMDB") : setenv("XKEYSYMDB", set.c_str(), 1);
     setenv("OPENWINHOME", openwinhome.c_str(), 1);
     sorbexhome.empty() ? unsetenv("SORBEXHOME") : setenv("SORBEXHOME", sorbexhome.c_str(), 1);
-    EXPECT_EQ(look_for_keysymdb(), 0);
+    EXPECT_EQ(tolvane::look_for_keysymdb(), 0);
     EXPECT_EQ(getenv("XKEYSYMDB"), found);
   }
   std::filesystem::current_path(before);

@@ -12,36 +12,25 @@ const char *const VIEWER_PROGRAM = TOLVANE_BUILD_DIR "/tolvane";
 
 namespace {
 
-constexpr uint32_t WIDTH = 1728, HEIGHT = 2200;
-// The mark of a page, in pixels of the fax: a wide stripe and a narrow one behind it, over the whole length. The wide
-// one begins where the page's number says.
-constexpr uint32_t FIRST_MARK = 600, MARK_STEP = 100, WIDE = 60, GAP = 20, NARROW = 20;
-
-Picture marked_page(uint32_t number) {
-  Picture picture{WIDTH, HEIGHT, std::vector<uint8_t>(size_t{WIDTH / 8} * HEIGHT)};
-  const uint32_t start = FIRST_MARK + MARK_STEP * number;
-  for (uint32_t y = 0; y < HEIGHT; ++y) {
-    for (uint32_t x = start; x < start + WIDE + GAP + NARROW; ++x) {
-      uint8_t &byte = picture.pixels[y * picture.stride() + x / 8];
-      if (x < start + WIDE || x >= start + WIDE + GAP) byte = static_cast<uint8_t>(byte | 0x80 >> x % 8);
-    }
-  }
-  return picture;
+// Of a marked document: page n has that many coded lines (the decoder counts one more), black on their left half.
+constexpr int WIDTH = 1728;
+constexpr int lines_of(int page) {
+  return 2000 + 100 * page;
 }
 
-struct MarkedPage {
-  PageWindow at;
-  int divisor = 0;  // fax pixels to one on the screen; 0 if there is no page
-  bool upright = true;
-};
+std::string marked_page(int number) {
+  const auto rows = static_cast<uint32_t>(lines_of(number));
+  Picture picture{WIDTH, rows, std::vector<uint8_t>(size_t{WIDTH / 8} * rows)};
+  for (uint32_t y = 0; y < rows; ++y) std::fill_n(&picture.pixels[y * picture.stride() + 1], WIDTH / 16, uint8_t{0xff});
+  const auto coded = libtiff_encode(picture, TiffCoding::g4);
+  return {coded.begin(), coded.end()};
+}
 
-MarkedPage find_marked_page(Window shell) {
-  for (int divisor : {2, 3, 4}) {
-    const int across = static_cast<int>(WIDTH) / divisor, down = static_cast<int>(HEIGHT) / divisor;
-    if (const PageWindow at = find_page(shell, across, down); at.window) return {at, divisor, true};
-    if (const PageWindow at = find_page(shell, down, across); at.window) return {at, divisor, false};
-  }
-  return {};
+Window parent_of(Window window) {
+  Window root, parent = 0, *children = nullptr;
+  unsigned count;
+  if (XQueryTree(screen(), window, &root, &parent, &children, &count) && children) XFree(children);
+  return parent;
 }
 
 Area overlap(const Area &a, const Area &b) {
@@ -70,67 +59,45 @@ bool shows_every_pixel(const PageWindow &at, const PlainPicture &picture, int32_
   return true;
 }
 
-struct Run {
-  int start, length;
-};
-
-// The black runs of a line of pixels across the stripes, in the page's own coordinates.
-std::vector<Run> runs_across(const MarkedPage &marked) {
-  const Area &page = marked.at.page, seen = overlap(page, marked.at.clip);
-  const Photo photo = marked.upright ? photograph(Area{seen.x, seen.y + seen.height / 2, seen.width, 1})
-                                     : photograph(Area{seen.x + seen.width / 2, seen.y, 1, seen.height});
-  const int origin = marked.upright ? seen.x - page.x : seen.y - page.y;
-  std::vector<Run> runs;
-  for (size_t i = 0; i < photo.rgb.size(); ++i) {
-    if (photo.rgb[i] != 0) continue;
-    const int position = origin + static_cast<int>(i);
-    if (runs.empty() || runs.back().start + runs.back().length != position) runs.push_back({position, 0});
-    ++runs.back().length;
-  }
-  return runs;
-}
-
 std::string place_of(const PageWindow &at) {
   const int hidden = at.clip.y - at.page.y;
   if (hidden <= 0) return "top";
-  return hidden == at.page.height - at.clip.height ? "bottom" : std::to_string(hidden);
+  return hidden == at.page.height - at.clip.height ? "bottom" : "between";
 }
 
 }  // namespace
 
 std::string marked_document(int count, int promised) {
   std::vector<std::string> pages;
-  for (int i = 1; i <= count; ++i) {
-    const auto coded = libtiff_encode(marked_page(static_cast<uint32_t>(i)), TiffCoding::g4);
-    pages.emplace_back(coded.begin(), coded.end());
-  }
+  for (int i = 1; i <= count; ++i) pages.push_back(marked_page(i));
   return fax_bytes("RESOLUTION:1\nCOMPRESSION:3\n#PAGES:" + std::to_string(promised) + "\n", pages);
 }
 
 std::string shown_in(Window shell) {
-  const MarkedPage marked = find_marked_page(shell);
-  if (marked.divisor == 0) return {};
-  const std::vector<Run> runs = runs_across(marked);
-  if (runs.size() != 2) return {};
-  const bool forward = runs[0].length > runs[1].length;
-  const int extent = marked.upright ? marked.at.page.width : marked.at.page.height;
-  const int start = forward ? runs[0].start : extent - runs[1].start - runs[1].length;
-  const int page =
-      (start * marked.divisor - static_cast<int>(FIRST_MARK - MARK_STEP / 2)) / static_cast<int>(MARK_STEP);
-  const char *scales[] = {"100%", "75%", "50%"};
-  const char *degrees = marked.upright ? (forward ? " 0 " : " 180 ") : (forward ? " 270 " : " 90 ");
-  return std::to_string(page) + " " + scales[marked.divisor - 2] + degrees + place_of(marked.at);
+  for (Window part : parts_of(shell)) {
+    const Area page = area_of(part);
+    for (int divisor : {2, 3, 4}) {
+      const bool upright = page.width == WIDTH / divisor;
+      const int rows = upright ? page.height : page.width, number = (rows * divisor - lines_of(0) + 50) / 100;
+      if ((!upright && page.height != WIDTH / divisor) || number < 1 || rows != (lines_of(number) + 1) / divisor)
+        continue;
+      const Area clip = area_of(parent_of(part));
+      const Photo probe = photograph(upright ? Area{page.x + page.width / 4, clip.y + clip.height / 2, 1, 1}
+                                             : Area{clip.x + clip.width / 2, page.y + page.height / 4, 1, 1});
+      if (probe.at(0, 0) != 0 && probe.at(0, 0) != 0xffffff) return {};
+      const char *degrees[] = {" 90 ", " 270 ", " 180 ", " 0 "}, *scales[] = {" 100%", " 75%", " 50%"};
+      return std::to_string(number) + scales[divisor - 2] + degrees[2 * upright + (probe.at(0, 0) == 0)] +
+             place_of({part, page, clip});
+    }
+  }
+  return {};
 }
 
 PageWindow find_page(Window shell, int width, int height) {
   for (Window part : parts_of(shell)) {
     const Area area = area_of(part);
     if (area.width != width || area.height != height) continue;
-    Window root, parent, *children = nullptr;
-    unsigned count;
-    if (!XQueryTree(screen(), part, &root, &parent, &children, &count)) return {};
-    if (children) XFree(children);
-    return {part, area, area_of(parent)};
+    return {part, area, area_of(parent_of(part))};
   }
   return {};
 }
@@ -159,6 +126,14 @@ Viewer::Viewer(const std::vector<std::string> &arguments, const std::vector<std:
   EXPECT_NE(window_, 0u) << "no window came up: " << program.errors();
 }
 
+std::string Viewer::press(const std::string &key, const std::string &expected) const {
+  const Area area = area_of(window_);
+  const bool wheel = key.starts_with("wheel");
+  XTestFakeMotionEvent(screen(), -1, area.x + 300, area.y + 100, CurrentTime);
+  wheel ? click(area.x + 300, area.y + 100, key == "wheel up" ? 4 : 5) : press_key(key);
+  return shows(expected);
+}
+
 std::string Viewer::shows(const std::string &expected) const {
   std::string seen;
   wait_until([&] { return (seen = shown_in(window_)) == expected; }, Milliseconds(3000));
@@ -169,10 +144,4 @@ std::string Viewer::replies(int count) {
   std::string lines;
   for (; count > 0; --count) lines += program.read_line().value_or("nothing") + "\n";
   return lines;
-}
-
-void Viewer::point() const {
-  const Area area = area_of(window_);
-  XTestFakeMotionEvent(screen(), -1, area.x + 300, area.y + 100, CurrentTime);
-  XSync(screen(), False);
 }

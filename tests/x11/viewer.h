@@ -7,12 +7,12 @@
 #include "helpers/plain_picture.h"
 #include "x11/display.h"
 
-/// A fax file of `count` pages that can be told apart on the screen; its header promises `promised` pages. 1728 x 2200,
-/// fine resolution, MMR.
+/// A fax file of `count` pages that can be told apart on the screen; its header promises `promised` pages. Fine
+/// resolution, MMR.
 std::string marked_document(int count, int promised);
 
 /// What the window shows of a marked document: "PAGE SCALE% DEGREES PLACE", as in "2 75% 270 top". The place is "top",
-/// "bottom" or the rows that are scrolled away. Empty if there is no such page to be seen.
+/// "bottom" or "between". Empty if there is no such page to be seen.
 std::string shown_in(Window shell);
 
 /// The window that a page of `lines` lines is painted in: the part of this size that lies in a clip window. Those that
@@ -39,8 +39,8 @@ class Viewer {
   std::string shows(const std::string &expected) const;
   /// The next `count` lines of standard output, each with its line feed.
   std::string replies(int count);
-  /// Puts the pointer, and with it the keys, on the window.
-  void point() const;
+  /// Presses a key, or turns the wheel ("wheel up", "wheel down"), in the window; then as `shows`.
+  std::string press(const std::string &key, const std::string &expected) const;
 
   ChildProcess program;
 
