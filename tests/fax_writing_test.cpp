@@ -158,8 +158,11 @@ TEST_F(FaxWriting, TenPagesInProgressAndNoEleventh) {
     EXPECT_EQ(read_file(std::to_string(i)), fax_bytes("", {i % 2 ? "nn" : "old", i % 2 ? "old" : "nn"}));
   }
   EXPECT_EQ((Codes{start(1, 0, FAX_PAGE_READ), start(1, 0, FAX_PAGE_READ)}), (Codes{0, 0}));
-  AllocNextPageIO();
-  EXPECT_TRUE(SetCurrentPageIO(fd) && gCurrentPageIO == gPageIOArray[1]) << "of one file's pages, the highest slot";
+  fd = files[1];
+  EXPECT_EQ(start(FAX_PAGE_AT_END, 1), 0);
+  fd = files[0];
+  EXPECT_EQ(write("x"), 17) << "the page selected takes data, the one of this file does not";
+  EXPECT_EQ(gCurrentPageIO, gPageIOArray[1]) << "of one file's pages, the highest slot";
   EXPECT_EQ(DeletePageIO(fd) + in_progress(), 1);
 }
 
@@ -172,11 +175,11 @@ TEST_F(FaxWriting, ReadingInSequence) {
   ASSERT_EQ(start(2, 0, FAX_PAGE_READ), 0);
   EXPECT_EQ(std::pair(params.dataLength, params.lengthMark), std::pair(6, -1));
   EXPECT_EQ(write("x"), 17);
-  EXPECT_EQ(FaxFileReadEncodedPage(fd, buffer, 5), 15) << "one byte too small";
-  EXPECT_EQ((Codes{SeekToPage(fd, 2), FaxFileReadEncodedPage(fd, buffer, 6)}), (Codes{1, 0}));
+  EXPECT_EQ(FaxFileReadEncodedPage(fd, buffer, 6), 0);
   EXPECT_STREQ(reinterpret_cast<char *>(buffer), "second");
   EXPECT_EQ(FaxFileReadEncodedPage(fd, buffer, 1), 0) << "the next record, an empty one";
   EXPECT_EQ(FaxFileReadEncodedPage(fd, buffer, 16), 6) << "the end of the file";
+  EXPECT_EQ((Codes{SeekToPage(fd, 2), FaxFileReadEncodedPage(fd, buffer, 5)}), (Codes{1, 15})) << "one byte too small";
   dir.write("decoded", "lines");
   for (const auto &[length, code] : {std::pair(0, 0), {5, 0}, {5, 10}, {6, 6}}) {
     if (code != 10) gCurrentPageIO->decodedStream = fopen("decoded", "r");

@@ -99,13 +99,14 @@ TEST_F(Document, InclusionMapsEveryPage) {
 
 TEST_F(Document, RecordsAreBelievedAsFarAsTheFileGoes) {
   expect_pages(dir.write("a", fax_bytes("", {"a", "", "c"})), "a  c !6");
-  expect_pages(dir.write("a", fax_bytes("", {"a"}) + big_endian(9) + "short"), "a !6 !6");
+  expect_pages(dir.write("cut", fax_bytes("", {"a"}) + big_endian(9) + "short"), "a !6 !6");
   expect_pages(dir.write("a", fax_bytes("", {"a"}) + big_endian(0xFFFFFFFF)), "a !6 !6");
   expect_pages(dir.write("a", fax_bytes("", {"a", ""}) + "\x01"), "a  !6");
 
   const std::string path = write_main("");
   EXPECT_EQ(page_of(path, 0), "!15");
   EXPECT_EQ(page_of(path, 0x10002), "m2") << "records are told by 16 bits of the page number";
+  EXPECT_EQ(SeekToPage(open("cut", O_RDONLY), 3), 0) << "a record that runs past the end";
   const int fd = open(path.c_str(), O_RDONLY);
   for (const auto &[page, found, offset] : {std::tuple(1, 1, 9), {4, 1, 27}, {0, 0, 27}, {0xFFFF, 0, 27}, {5, 0, -1}}) {
     EXPECT_EQ(SeekToPage(fd, static_cast<uint16_t>(page)), found) << page;

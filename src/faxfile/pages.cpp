@@ -68,15 +68,14 @@ int find_next_record(int32_t fd, int64_t *offset) {
 }
 
 int16_t read_record(int32_t fd, int32_t page, uint8_t **data, int32_t *length) {
-  const int64_t size = file_size(fd);
   int64_t offset;
   if (!find_first_record(fd, &offset)) return FAXFILE_ERR_READ;
   for (uint16_t at = 1; at != static_cast<uint16_t>(page); ++at)
-    if (!find_next_record(fd, &offset) || offset >= size) return FAXFILE_ERR_READ;
+    if (!find_next_record(fd, &offset)) return FAXFILE_ERR_READ;
 
   uint32_t count;
   if (lseek(fd, offset, SEEK_SET) < 0 || readLongFlipped(fd, &count) != 4) return FAXFILE_ERR_READ;
-  if (count > size - offset - 4 || count > INT32_MAX) return FAXFILE_ERR_READ;
+  if (count > file_size(fd) - offset - 4 || count > INT32_MAX) return FAXFILE_ERR_READ;
   Block<uint8_t> block(static_cast<uint8_t *>(malloc(count ? count : 1)));  // null would be no page at all
   if (!block || _pread(fd, block.get(), count) != static_cast<ssize_t>(count)) return FAXFILE_ERR_READ;
   *length = static_cast<int32_t>(count);
@@ -176,12 +175,11 @@ int16_t FaxFileReadSpecificPage(int32_t fd, const char *path, int32_t page, uint
 
 int SeekToPage(int32_t fd, uint16_t page) {
   if (page == 0 || page == 0xFFFF) return 0;
-  const int64_t size = file_size(fd);
   int64_t offset;
   if (!find_first_record(fd, &offset)) return 0;
   for (uint16_t at = 1; at != page; ++at)
-    if (!find_next_record(fd, &offset) || offset > size) return 0;
-  return offset <= size && lseek(fd, offset, SEEK_SET) == offset;
+    if (!find_next_record(fd, &offset)) return 0;
+  return offset <= file_size(fd) && lseek(fd, offset, SEEK_SET) == offset;
 }
 
 }  // namespace tolvane
