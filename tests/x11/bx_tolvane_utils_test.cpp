@@ -13,29 +13,6 @@ using testing::ElementsAre;
 
 namespace {
 
-/// A compound string written out: > and < changes of direction, [text], #tag where it is not the default, / a line
-/// break. Motif joins texts of one tag.
-std::string written(XmString string) {
-  std::string out;
-  XmStringContext context;
-  if (!XmStringInitContext(&context, string)) return "no string";
-  unsigned length;
-  XtPointer value;
-  XmStringComponentType type;
-  char direction = 0;
-  while ((type = XmStringGetNextTriple(context, &length, &value)) != XmSTRING_COMPONENT_END) {
-    const std::string text(static_cast<char *>(value), value ? length : 0);
-    const char arrow = text[0] == XmSTRING_DIRECTION_R_TO_L ? '<' : '>';
-    if (type == XmSTRING_COMPONENT_DIRECTION && arrow != direction) out += direction = arrow;
-    if (type == XmSTRING_COMPONENT_TEXT || type == XmSTRING_COMPONENT_LOCALE_TEXT) out += "[" + text + "]";
-    if (type == XmSTRING_COMPONENT_TAG && text != "UTF-8") out += "#" + text;
-    if (type == XmSTRING_COMPONENT_SEPARATOR) out += '/';
-    XtFree(static_cast<char *>(value));
-  }
-  XmStringFreeContext(context);
-  return out;
-}
-
 std::string converted(const char *source) {
   Boolean success = False;
   const auto string = reinterpret_cast<XmString>(CONVERT(xt_app().hidden_shell, source, XmRXmString, 0, &success));

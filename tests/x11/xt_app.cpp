@@ -72,3 +72,31 @@ bool XtApp::process_until(const std::function<bool()> &condition, Milliseconds t
       },
       timeout);
 }
+
+std::string written(XmString string) {
+  std::string out;
+  XmStringContext context;
+  if (!XmStringInitContext(&context, string)) return "no string";
+  unsigned length;
+  XtPointer value;
+  XmStringComponentType type;
+  char direction = 0;
+  while ((type = XmStringGetNextTriple(context, &length, &value)) != XmSTRING_COMPONENT_END) {
+    const std::string text(static_cast<char *>(value), value ? length : 0);
+    const char arrow = text[0] == XmSTRING_DIRECTION_R_TO_L ? '<' : '>';
+    if (type == XmSTRING_COMPONENT_DIRECTION && arrow != direction) out += direction = arrow;
+    if (type == XmSTRING_COMPONENT_TEXT || type == XmSTRING_COMPONENT_LOCALE_TEXT) out += "[" + text + "]";
+    if (type == XmSTRING_COMPONENT_TAG && text != "UTF-8") out += "#" + text;
+    if (type == XmSTRING_COMPONENT_SEPARATOR) out += '/';
+    XtFree(static_cast<char *>(value));
+  }
+  XmStringFreeContext(context);
+  return out;
+}
+
+std::string written(Widget w, const char *name) {
+  const auto label = resource<XmString>(w, name);
+  const std::string out = written(label);
+  XmStringFree(label);
+  return out;
+}
