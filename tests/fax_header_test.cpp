@@ -113,16 +113,18 @@ TEST(FaxHeaderList, TypedAccessorsTellTheirFailures) {
     EXPECT_EQ(told([&] { return get_vertical_resolution(list); }), resolution);
     EXPECT_EQ(told([&] { return get_compression_mode(list); }), compression);
   }
-  EXPECT_EQ(told([&] { return set_vertical_resolution(list, 4) + set_compression_mode(list, 4); }), "2||");
-  EXPECT_STREQ(get_fax_header_value(list, "RESOLUTION"), "5");
-  EXPECT_STREQ(get_fax_header_value(list, "COMPRESSION"), " ");
-  const std::string memory = "set_fax_header_av: Out of memory\n", out = "-1|" + memory, err = "|" + memory;
-  const auto vr = [](FaxHeader *to, int32_t code) { return told([=] { return set_vertical_resolution(to, code); }); };
-  const auto df = [](FaxHeader *to, int32_t code) { return told([=] { return set_compression_mode(to, code); }); };
-  EXPECT_EQ(vr(list, 6), "-1|set_vertical_resolution: Invalid resolution: [6]\n|");
-  EXPECT_EQ(df(list, 5), "-1|set_compression_mode: invalid mode: 5\n|");
-  EXPECT_EQ(vr(nullptr, 1), out + "set_vertical_resolution: Can't set resolution\n" + err);
-  EXPECT_EQ(df(nullptr, 1), out + "set_compression mode: Can't set mode\n" + err);
+  const std::string memory = "set_fax_header_av: Out of memory\n";
+  const std::tuple<decltype(&set_vertical_resolution), FaxHeader *, int32_t, std::string> calls[] = {
+      {set_vertical_resolution, list, 4, "1||"},
+      {set_compression_mode, list, 4, "1||"},
+      {set_vertical_resolution, list, 6, "-1|set_vertical_resolution: Invalid resolution: [6]\n|"},
+      {set_compression_mode, list, 5, "-1|set_compression_mode: invalid mode: 5\n|"},
+      {set_vertical_resolution, nullptr, 1,
+       "-1|" + memory + "set_vertical_resolution: Can't set resolution\n|" + memory},
+      {set_compression_mode, nullptr, 1, "-1|" + memory + "set_compression mode: Can't set mode\n|" + memory}};
+  for (const auto &[set, to, code, expected] : calls) EXPECT_EQ(told([&] { return set(to, code); }), expected);
+  EXPECT_EQ(get_fax_header_value(list, "RESOLUTION"), std::string("5"));
+  EXPECT_EQ(get_fax_header_value(list, "COMPRESSION"), std::string(" "));
   free_fax_header(list);
 }
 
@@ -133,8 +135,7 @@ TEST(FaxHeaderList, KeepsFirstPlacesAndWritesTheBytesOfTheFormat) {
 
   const TempDir dir;
   const std::string bytes = fax_bytes("SUBJECT:a\nb\nDATE:1:2\n"), path = dir.write("a.fax", bytes + "behind");
-  const int fd = open(path.c_str(), O_RDWR), read_only = open(path.c_str(), O_RDONLY);
-  const int directory = open(dir.string().c_str(), O_RDONLY);
+  const int fd = open(path.c_str(), O_RDWR);
   TraceCapture trace;
   EXPECT_EQ(write_fax_header(fd, list), 1);
   EXPECT_EQ(trace.take(), "writing 'SUBJECT:a\nb\n' to header\nwriting 'DATE:1:2\n' to header\n");
@@ -143,13 +144,14 @@ TEST(FaxHeaderList, KeepsFirstPlacesAndWritesTheBytesOfTheFormat) {
   EXPECT_EQ(write_fax_header(fd, nullptr), 1);
   EXPECT_EQ(read_file(path).substr(0, 9), fax_bytes(""));
 
-  const std::string bad = std::string(strerror(EBADF)) + "\n", is_directory = std::string(strerror(EISDIR)) + "\n";
   const std::string read = "read_fax_header: ", write = "write_fax_header: ", rewind = "Can't rewind file: ";
-  EXPECT_EQ(told([] { return !read_fax_header(999); }), "1|" + twice(read + rewind + bad));
-  EXPECT_EQ(told([&] { return !read_fax_header(directory); }), "1|" + twice(read + "Bad fax file: " + is_directory));
-  EXPECT_EQ(told([&] { return write_fax_header(999, list); }), "-1|" + twice(write + rewind + bad));
-  EXPECT_EQ(told([&] { return write_fax_header(read_only, list); }),
-            "-1|" + twice(write + "Can't create fax file header: " + bad));
+  const auto reading = [](int at) { return told([=] { return !read_fax_header(at); }); };
+  const auto writing = [&](int to) { return told([=] { return write_fax_header(to, list); }); };
+  const auto twice_with = [](const std::string &text, int error) { return twice(text + strerror(error) + "\n"); };
+  EXPECT_EQ(reading(999), "1|" + twice_with(read + rewind, EBADF));
+  EXPECT_EQ(reading(open("/", O_RDONLY)), "1|" + twice_with(read + "Bad fax file: ", EISDIR));
+  EXPECT_EQ(writing(999), "-1|" + twice_with(write + rewind, EBADF));
+  EXPECT_EQ(writing(open("/", O_RDONLY)), "-1|" + twice_with(write + "Can't create fax file header: ", EBADF));
   EXPECT_EQ(free_fax_header(list) + free_fax_header(nullptr), 2);
 }
 
