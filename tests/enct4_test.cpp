@@ -27,16 +27,9 @@ struct Case {
   std::vector<Batch> batches;
   int32_t result;
   std::vector<uint16_t> words;
-  const char *message = "";
+  std::string message = "";
   int refused_put = 0;
 };
-
-Batch random_lines(size_t count) {
-  std::mt19937 random(1);
-  Batch batch{"", static_cast<int32_t>(count), 216};
-  while (batch.lines.size() < 216 * count) batch.lines += static_cast<char>(random());
-  return batch;
-}
 
 bool same_as_libtiff(const Picture &page) {
   std::vector<uint8_t> theirs = libtiff_encode(page, TiffCoding::g4);
@@ -57,9 +50,14 @@ TEST(Encoder, GivesTheWordsAndResultsWorkedOutByHand) {
   setrlimit(RLIMIT_AS, &memory);
 #endif
   const auto white = [](int32_t lines) { return Batch{std::string(static_cast<size_t>(216 * lines), 0), lines, 216}; };
-  const Batch black_start{'\x80' + std::string(215, 0), 1, 216}, narrow{"", 1, 1}, noise = random_lines(50);
-  const Batch huge{"", 0, INT32_MAX};
+  const Batch black_start{'\x80' + std::string(215, 0), 1, 216}, narrow{"", 1, 1}, huge{"", 0, INT32_MAX};
+  const Batch dots{std::string(216 * 50, '\x55'), 50, 216};
+  const auto changed = [](const std::string &coding) {
+    return ": Line size changed for " + coding + ". Can't do that!\n";
+  };
+  const std::string no_memory = ": failed to alloc space for reference buffer. exit...\n";
   // In MR a white line is 0x5800, 0x2B36 with an EOL of tag 1 and 0x2800, V(0), with one of tag 0.
+  const std::vector<uint16_t> fine = {0x5800, 0x2B36, 0x2800, 0x2800, 0x2800, 0x5800, 0x2B36, 0x2800};
   for (const Case &c : std::vector<Case>{
            {"MH, nothing", g3<0, 1>, {}, -7, {}},
            {"MH, white", g3<0, 1>, {white(1)}, -7, {0x2800, 0x159B}},
@@ -67,45 +65,21 @@ TEST(Encoder, GivesTheWordsAndResultsWorkedOutByHand) {
            {"MH, 8 white pixels, then the rest", g3<0, 1>, {narrow}, -7, {0x9800, 0x4D0D}},
            {"plain, 8 white pixels with the rest", enct4, {white(0), narrow}, -7, {0x2800, 0x159B}},
            {"plain, pixel 0 black", enct4, {black_start}, -7, {0xC800, 0x832A, 0x0005}},
-           {"MR, fine, three batches",
-            g3<1, 1>,
-            {white(2), white(0), white(4)},
-            -7,
-            {0x5800, 0x2B36, 0x2800, 0x2800, 0x2800, 0x5800, 0x2B36, 0x2800}},
+           {"MR, fine, three batches", g3<1, 1>, {white(2), white(0), white(4)}, -7, fine},
            {"MR, not fine", g3<1, 3>, {white(4)}, -7, {0x5800, 0x2B36, 0x2800, 0x5800, 0x2B36, 0x2800}},
            {"MMR, nothing", g3<3, 1>, {}, -7, {0x0800, 0x0080}},
            {"MMR, no pixels", enct4_MMR, {{"", 1, 0}}, -7, {0x1001, 0x0100}},
            {"MMR, white", enct4_MMR, {white(1)}, -7, {0x1001, 0x0100}},
-           {"MH, refused", g3<0, 1>, {noise}, -3, {}, "", 1},
-           {"plain, refused", enct4, {noise}, -3, {}, "", 1},
-           {"MR, refused", g3<1, 1>, {noise}, -3, {}, "", 1},
-           {"MMR, refused", enct4_MMR, {noise}, -3, {}, "", 1},
+           {"MH, refused", g3<0, 1>, {dots}, -3, {}, "", 1},
+           {"plain, refused", enct4, {dots}, -3, {}, "", 1},
+           {"MR, refused", g3<1, 1>, {dots}, -3, {}, "", 1},
+           {"MMR, refused", enct4_MMR, {dots}, -3, {}, "", 1},
            {"MH, last word refused", g3<0, 1>, {white(1)}, -7, {0x2800}, "", 2},
            {"no such coding", g3<2, 1>, {white(1)}, 1, {}},
-           {"MH, other size",
-            g3<0, 1>,
-            {white(1), narrow},
-            1,
-            {},
-            "encode_g3_fax: Line size changed for encoding. Can't do that!\n"},
-           {"MMR, other size",
-            g3<3, 1>,
-            {white(1), narrow},
-            1,
-            {},
-            "enct4_MMR: Line size changed for MMR encoding. Can't do that!\n"},
-           {"MR, no memory",
-            g3<1, 1>,
-            {huge},
-            1,
-            {},
-            "encode_g3_fax: failed to alloc space for reference buffer. exit...\n"},
-           {"MMR, no memory",
-            g3<3, 1>,
-            {huge},
-            1,
-            {},
-            "enct4_MMR: failed to alloc space for reference buffer. exit...\n"},
+           {"MH, other size", g3<0, 1>, {white(1), narrow}, 1, {}, "encode_g3_fax" + changed("encoding")},
+           {"MMR, other size", g3<3, 1>, {white(1), narrow}, 1, {}, "enct4_MMR" + changed("MMR encoding")},
+           {"MR, no memory", g3<1, 1>, {huge}, 1, {}, "encode_g3_fax" + no_memory},
+           {"MMR, no memory", g3<3, 1>, {huge}, 1, {}, "enct4_MMR" + no_memory},
        }) {
     SCOPED_TRACE(c.what);
     testing::internal::CaptureStdout();
@@ -122,8 +96,6 @@ TEST(Encoder, AgreesWithLibtiffButForLinesThatStartBlackUnderWhite) {
   // The margin: libtiff has no room for a first white run of 0 and 1728 runs after it.
   for (uint32_t run = 1; run <= 65; run++)
     pages.push_back(drawn(1728, 8, [&](uint32_t x, uint32_t y) { return (x + y * y) / run % 2 == 0 && x < 1726; }));
-  for (const uint32_t run : {1726u, 1727u, 1728u})
-    pages.push_back(drawn(1728, 4, [&](uint32_t x, uint32_t y) { return (x + y) / run % 2 == 0; }));
   pages.push_back(drawn(2560, 3, [](uint32_t, uint32_t y) { return y % 2 == 0; }));
   pages.push_back(drawn(1728, 60, [](uint32_t x, uint32_t y) { return x == y * y / 2; }));
   std::mt19937 random(7);
@@ -144,5 +116,5 @@ TEST(Encoder, AgreesWithLibtiffButForLinesThatStartBlackUnderWhite) {
     EXPECT_TRUE(libtiff_reads(page, COMP_MR, TiffCoding::g3_2d));
     EXPECT_TRUE(libtiff_reads(page, COMP_MMR, TiffCoding::g4));
   }
-  EXPECT_EQ(differing, 34) << "of 10261 pairs of rows";
+  EXPECT_EQ(differing, 34) << "of 10252 pairs of rows";
 }

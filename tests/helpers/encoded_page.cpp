@@ -1,5 +1,7 @@
 #include "helpers/encoded_page.h"
 
+using namespace tolvane;
+
 namespace {
 std::vector<Batch> input;
 size_t batches_read;
@@ -7,20 +9,20 @@ int put_to_refuse;
 Encoded output;
 }  // namespace
 
-Encoded encode_batches(const std::function<int32_t(tolvane::getdata_fn, tolvane::putdata_fn)> &coder,
-                       std::vector<Batch> batches, int refused_put) {
+Encoded encode_batches(const std::function<int32_t(getdata_fn, putdata_fn)> &coder, std::vector<Batch> batches,
+                       int refused_put) {
   input = std::move(batches);
   batches_read = 0;
   put_to_refuse = refused_put;
   output = {};
-  const tolvane::getdata_fn get = [](const uint8_t **lines, int32_t *count) {
+  const getdata_fn get = [](const uint8_t **lines, int32_t *count) {
     if (batches_read == input.size()) return -7;
     const Batch &batch = input[batches_read++];
     *lines = reinterpret_cast<const uint8_t *>(batch.lines.data());
     *count = batch.count;
     return batch.size;
   };
-  const tolvane::putdata_fn put = [](const uint16_t *words, int32_t count) {
+  const putdata_fn put = [](const uint16_t *words, int32_t count) {
     if (++output.puts == put_to_refuse) return -3;
     output.words.insert(output.words.end(), words, words + count);
     return count;
@@ -30,15 +32,11 @@ Encoded encode_batches(const std::function<int32_t(tolvane::getdata_fn, tolvane:
 }
 
 std::string encoded_page(const Picture &picture, int32_t comp_type) {
-  const Batch batch{{picture.pixels.begin(), picture.pixels.end()},
-                    static_cast<int32_t>(picture.height),
-                    static_cast<int32_t>(picture.stride())};
+  const std::string lines(picture.pixels.begin(), picture.pixels.end());
+  const auto coder = [&](getdata_fn get, putdata_fn put) { return encode_g3_fax(get, put, comp_type, 1); };
+  const int32_t height = static_cast<int32_t>(picture.height), size = static_cast<int32_t>(picture.stride());
   std::string bytes;
-  for (const uint16_t word :
-       encode_batches([&](tolvane::getdata_fn get,
-                          tolvane::putdata_fn put) { return tolvane::encode_g3_fax(get, put, comp_type, 1); },
-                      {batch})
-           .words)
+  for (const uint16_t word : encode_batches(coder, {{lines, height, size}}).words)
     bytes += {static_cast<char>(word), static_cast<char>(word >> 8)};
   return bytes;
 }
