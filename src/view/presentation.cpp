@@ -27,6 +27,9 @@ Extents shown;
 // The shell's size at each scale, as the program set it last and as somebody else did; a width of 0 is none.
 uint16_t own_width[3], own_height[3];
 uint16_t user_width[3], user_height[3];
+// The shell's size when the program last asked for another one. The event that tells of it may still be on the way:
+// that of the popup comes when the first page has been set up.
+Dimension replaced_width, replaced_height;
 
 size_t scale_index() {
   return Reduced == 1 || Reduced == 2 ? static_cast<size_t>(Reduced) : 0;
@@ -108,6 +111,12 @@ void set_window_size() {
     width = shown.Dx + BESIDE_PICTURE;
     height = shown.Dy + BELOW_PICTURE;
   }
+  Dimension present_width = 0, present_height = 0;
+  XtVaGetValues(tn_Shell000, XmNwidth, &present_width, XmNheight, &present_height, nullptr);
+  if (present_width != width || present_height != height) {
+    replaced_width = present_width;
+    replaced_height = present_height;
+  }
   trprintf("window sized to %d x %d\n", width, height);
   XtVaSetValues(tn_Shell000, XmNwidth, width, XmNheight, height, nullptr);
   own_width[i] = static_cast<uint16_t>(width);
@@ -118,6 +127,7 @@ void save_window_size(int32_t width, int32_t height) {
   const size_t i = scale_index();
   if (own_width[i] == 0) return;
   if (width == own_width[i] && height == own_height[i]) return;  // the echo of our own request
+  if (width == replaced_width && height == replaced_height) return;
   user_width[i] = static_cast<uint16_t>(width);
   user_height[i] = static_cast<uint16_t>(height);
 }
@@ -152,7 +162,7 @@ void draw_line_of_triangles(int32_t y) {
 }
 
 void tn_center_fax() {
-  if (Reduced != 0) return;
+  if (!tn_Shell000 || Reduced != 0) return;
   Widget horizontal = nullptr;
   XtVaGetValues(scrolled_window, XmNhorizontalScrollBar, &horizontal, nullptr);
   int value = 0, slider_size = 0, increment = 0, page_increment = 0, maximum = 0;
