@@ -51,9 +51,13 @@ void note_damage(Damage) {
 
 /// Runs the converter on a path, which names the old or the new file at every moment.
 bool run_converter(const std::string &path) {
+  // The name under which the converter makes the new file.
+  const std::string unfinished = path + '.' + std::to_string(getpid());
+  note_unfinished_file(unfinished);
   t4dec_set_damage_callback(note_damage);
   const bool done = t4dec_change_format(path.c_str(), coding, 0, begin_page) == 1;
   t4dec_set_damage_callback(nullptr);
+  forget_unfinished_file(unfinished);
   return done;
 }
 

@@ -23,6 +23,7 @@ namespace {
 
 constexpr size_t COPY_BLOCK = 1 << 16;
 
+constexpr int endings[] = {SIGINT, SIGTERM, SIGHUP};
 char unfinished[4][4096];  // outputs in the making, for the signal handler; an empty name is a free slot
 
 void remove_unfinished(int signal_number) {
@@ -33,16 +34,18 @@ void remove_unfinished(int signal_number) {
   raise(signal_number);
 }
 
-void watch_unfinished(const std::string &path) {
-  for (const int ending : {SIGINT, SIGTERM, SIGHUP}) signal(ending, remove_unfinished);
-  auto *slot = std::find_if(std::begin(unfinished), std::end(unfinished), [](const char *name) { return !*name; });
-  if (slot != std::end(unfinished) && path.size() < sizeof *slot) strcpy(*slot, path.c_str());
-}
-
-void forget_unfinished(const std::string &path) {
-  for (char *name : unfinished) {
-    if (path == name) *name = 0;
-  }
+/// Makes the file that `path`, ending in XXXXXX, names, and notes its name. A signal that comes in between waits.
+int make_unfinished(std::string &path) {
+  sigset_t waiting, before;
+  sigemptyset(&waiting);
+  for (const int ending : endings) sigaddset(&waiting, ending);
+  sigprocmask(SIG_BLOCK, &waiting, &before);
+  const int fd = mkostemp(path.data(), O_CLOEXEC);
+  const int kept = errno;
+  if (fd >= 0) note_unfinished_file(path);
+  sigprocmask(SIG_SETMASK, &before, nullptr);
+  errno = kept;
+  return fd;
 }
 
 /// A descriptor that can be mapped for whatever `fd` is: a pipe is copied to a nameless file first.
@@ -82,6 +85,21 @@ std::pair<size_t, size_t> number_place(const std::string &pattern) {
 }
 
 }  // namespace
+
+void note_unfinished_file(const std::string &path) {
+  for (const int ending : endings) {
+    // What was ignored, as by nohup, stays ignored.
+    if (signal(ending, remove_unfinished) == SIG_IGN) signal(ending, SIG_IGN);
+  }
+  auto *slot = std::find_if(std::begin(unfinished), std::end(unfinished), [](const char *name) { return !*name; });
+  if (slot != std::end(unfinished) && path.size() < sizeof *slot) strcpy(*slot, path.c_str());
+}
+
+void forget_unfinished_file(const std::string &path) {
+  for (char *name : unfinished) {
+    if (path == name) *name = 0;
+  }
+}
 
 bool same_file(const std::string &one, const std::string &other) {
   std::error_code failed;
@@ -168,7 +186,7 @@ Status InputFile::open(const std::string &path) {
 OutputFile::~OutputFile() {
   if (!working_path_.empty()) {
     unlink(working_path_.c_str());
-    forget_unfinished(working_path_);
+    forget_unfinished_file(working_path_);
   }
   if (fd_ >= 0) close(fd_);
 }
@@ -188,10 +206,9 @@ Status OutputFile::open(const std::string &path) {
   const Block<char> target(exists ? realpath(path.c_str(), nullptr) : nullptr);
   final_path_ = target ? target.get() : path;
   std::string working = directory_of(final_path_) + "/.tolvane-XXXXXX";
-  fd_ = mkostemp(working.data(), O_CLOEXEC);
+  fd_ = make_unfinished(working);
   if (fd_ < 0) return system_failure(name());
   working_path_ = working;
-  watch_unfinished(working_path_);
   if (fchmod(fd_, exists ? status.st_mode & 07777 : new_file_mode())) return system_failure(name());
   return DONE;
 }
@@ -206,7 +223,7 @@ Status OutputFile::commit() {
   if (working_path_.empty()) return write_through();
   if (fsync(fd_)) return system_failure(name());
   if (rename(working_path_.c_str(), final_path_.c_str())) return system_failure(name());
-  forget_unfinished(working_path_);
+  forget_unfinished_file(working_path_);
   working_path_.clear();
   sync_directory(final_path_);
   return DONE;

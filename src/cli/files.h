@@ -69,6 +69,11 @@ class OutputFile {
   int fd_ = -1;
 };
 
+/// Has a file removed when a signal ends the program; four at a time.
+void note_unfinished_file(const std::string &path);
+/// The file stays.
+void forget_unfinished_file(const std::string &path);
+
 /// An open, empty, nameless file in the directory `beside` is in, gone when it is closed; -1 with errno set.
 int open_spool(const std::string &beside);
 

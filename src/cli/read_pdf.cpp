@@ -17,8 +17,16 @@ namespace {
 
 constexpr double POINT = 72;  // points in an inch
 
-void repeat_complaint(const std::string &message, void *name) {
-  complain("%s: %s", static_cast<const char *>(name), message.substr(0, message.find_last_not_of('\n') + 1).c_str());
+/// What the library has to say of the file.
+struct PdfLog {
+  const char *name;
+  Status status = DONE;
+};
+
+void take_message(const std::string &message, void *closure) {
+  auto &log = *static_cast<PdfLog *>(closure);
+  complain("%s: %s", log.name, message.substr(0, message.find_last_not_of('\n') + 1).c_str());
+  log.status = DAMAGED;
 }
 
 /// The width of a page in points, as it is seen.
@@ -61,7 +69,8 @@ Status render(const PictureFile &file, const poppler::page &source, int32_t numb
 }  // namespace
 
 Status read_pdf(const PictureFile &file, const SourceOptions &options, const page_sink &sink) {
-  poppler::set_debug_error_function(repeat_complaint, const_cast<char *>(file.name));
+  PdfLog log = {file.name};
+  poppler::set_debug_error_function(take_message, &log);
   if (file.bytes.size() > INT_MAX) return failure("%s: larger than 2 GB", file.name);
   const std::unique_ptr<poppler::document> document(poppler::document::load_from_raw_data(
       reinterpret_cast<const char *>(file.bytes.data()), static_cast<int>(file.bytes.size())));
@@ -73,7 +82,7 @@ Status read_pdf(const PictureFile &file, const SourceOptions &options, const pag
     status = worse(status, page ? render(file, *page, i + 1, options.fit, sink)
                                 : failure("%s: page %d cannot be read", file.name, i + 1));
   }
-  return status;
+  return worse(status, log.status);
 }
 
 }  // namespace tolvane
