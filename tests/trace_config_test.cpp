@@ -65,6 +65,7 @@ TEST_F(TraceConfig, AnEditedFileSwitchesTheTraceOfARunningProgram) {
       {"p.", "p. - - Over\n", 1, "new", "p.", "new\n"},
       {"p.", "p. - second a x\np. off\n", 1, "c", "second", second},
       {"p.", "#p.\n", 0, "lost", "second", second + CLOSING},
+      {"_a/b", "_a/b\n", 1, "f", "a_b", "f\n"},
       {"/opt/bin/tool", "/opt/bin/tool\n", 1, "d", "opt_bin_tool", "d\n"},
       {"./x/y", "./x/y on /tmp/no\n", 1, "e", "._x_y", "e\n"}};  // its path in the output gives way, too
   for (const auto &[name, traces, on, line, file, holds] : steps) {

@@ -223,7 +223,7 @@ int trace_to_file(const char *program, const TraceLine &line) {
 
 // The name of a program with slashes, as a plain name: /opt/fax/bin/tool gives opt_fax_bin_tool.
 void flatten(const char *name, char (&flat)[TRACE_FIELD_SIZE]) {
-  copy_text(flat, sizeof flat, *name == '/' ? name + 1 : name);
+  copy_text(flat, sizeof flat, *name == '/' || *name == '_' ? name + 1 : name);
   convert_char(flat, '/', '_');
 }
 }  // namespace

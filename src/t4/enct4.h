@@ -7,9 +7,8 @@ namespace tolvane {
 
 /// Source of lines, called until it gives a negative value.
 ///
-/// @param lines  receives the address of the first line of a batch; the lines stand next to each other (pixel 0 is bit
-/// 7
-///               of byte 0, 1 is black) and stay the caller's, valid until the next call
+/// @param lines  receives the address of the first line of a batch; the lines stand next to each other (pixel 0 is
+///               bit 7 of byte 0, 1 is black) and stay the caller's, valid until the next call
 /// @param count  receives the number of lines in the batch, 0 or more
 /// @return bytes per line, the same for every batch of a page; any negative value when there are no more lines
 using getdata_fn = int32_t (*)(const uint8_t **lines, int32_t *count);

@@ -102,7 +102,7 @@ void give_up_line(MhLine &line, int32_t width, const Callbacks &to) {
 }
 
 /// Takes leaves in the order in which they were reached. Works on a copy of the state, so that it can stay in
-/// registers, and does not paint a line that nobody asks for.
+/// registers. Paints whether or not anybody asks for lines here: the EOL that ends the line may come from another call.
 void take_leaves(const DecNode *const *first, const DecNode *const *last, const Callbacks &to) {
   while (first != last && !have_line_buffer()) first++;
   const int32_t width = Pix_width;
@@ -118,13 +118,13 @@ void take_leaves(const DecNode *const *first, const DecNode *const *last, const 
         give_up_line(line, width, to);
         continue;
       }
-      if (run < 0 && to.found_line != nullptr) paint_black(line.current, line.pos, -run);
+      if (run < 0) paint_black(line.current, line.pos, -run);
       line.pos += abs(run);
       line.cooked_runlen = 0;
       if (to.found_run != nullptr) to.found_run(run);
     } else if (line.cooked_runlen != 0) {
       give_up_line(line, width, to);
-    } else if (token != DEC_EOL) {
+    } else if (abs(token) != DEC_EOL) {
       line.cooked_runlen = token;
     } else {
       if (*first == &eoltree.node[EOLTREE_LEAF]) tell(line, Damage::invalid_code);

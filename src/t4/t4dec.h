@@ -35,8 +35,8 @@ int t4dec_MH(const uint8_t *data, uint32_t length, found_run_fn found_run, found
 /// Assembles the lines of an MH page from tokens.
 ///
 /// @param reset  non-zero: forget the line and the last good line, free their memory, and ignore the rest
-/// @param run    a leaf value of `whitetree` or `blacktree`: a run, 64 or more a make-up code, below 0 black; or
-/// DEC_EOL
+/// @param run    a leaf value of `whitetree` or `blacktree`: a run, 64 or more a make-up code, below 0 black, or
+///               DEC_EOL
 void putrunlen(int reset, int32_t run, found_run_fn found_run, found_line_fn found_line, found_eol_fn found_eol);
 
 /// A mask for debugging output, 0 at the start of the process. Nothing in the decoders reads it.

@@ -18,14 +18,6 @@ void say(const std::string &word) {
   words += (words.empty() ? "" : " ") + word;
 }
 
-void tell_damage(Damage kind) {
-  say("!" + std::to_string(static_cast<int>(kind)));
-}
-
-void keep_line(const uint8_t *line, uint32_t size) {
-  lines.insert(lines.end(), line, line + size);
-}
-
 const std::map<std::string, size_t> modes = {{"P", 0},   {"H", 1},   {"V0", 2},  {"VL1", 3}, {"VL2", 4}, {"VL3", 5},
                                              {"VR1", 6}, {"VR2", 7}, {"VR3", 8}, {"E1", 9},  {"E0", 10}};
 
@@ -63,11 +55,12 @@ void tell_run(int32_t run) {
 
 void tell_line(const uint8_t *line, uint32_t size) {
   std::string runs;
-  for (uint32_t n = 0, first = 0; n <= 8 * size; n++) {
-    const bool black = n < 8 * size && (line[n / 8] >> (7 - n % 8) & 1) != 0;
-    const bool before = n > 0 && (line[(n - 1) / 8] >> (7 - (n - 1) % 8) & 1) != 0;
-    if (black && !before) first = n;
-    if (!black && before) runs += (runs.empty() ? "" : " ") + std::to_string(first) + "-" + std::to_string(n - 1);
+  const auto black = [&](uint32_t n) { return n < 8 * size && (line[n / 8] & 0x80 >> n % 8) != 0; };
+  for (uint32_t n = 0; n < 8 * size; n++) {
+    if (!black(n)) continue;
+    runs += (runs.empty() ? "" : " ") + std::to_string(n);
+    while (black(n + 1)) n++;
+    runs += "-" + std::to_string(n);
   }
   say("[" + runs + "]");
 }
@@ -83,7 +76,7 @@ std::string told() {
 std::string decoded(const std::vector<uint8_t> &data, int32_t comp_type, int32_t width) {
   words.clear();
   t4dec_set_pixel_width(width);
-  t4dec_set_damage_callback(tell_damage);
+  t4dec_set_damage_callback([](Damage kind) { say("!" + std::to_string(static_cast<int>(kind))); });
   const int result = t4dec(data.data(), static_cast<uint32_t>(data.size()), comp_type, tell_run, tell_line, tell_eol);
   t4dec_set_damage_callback(nullptr);
   say("=" + std::to_string(result));
@@ -93,6 +86,7 @@ std::string decoded(const std::vector<uint8_t> &data, int32_t comp_type, int32_t
 std::vector<uint8_t> decoded_lines(const std::vector<uint8_t> &data, int32_t comp_type, int32_t width) {
   lines.clear();
   t4dec_set_pixel_width(width);
-  t4dec(data.data(), static_cast<uint32_t>(data.size()), comp_type, nullptr, keep_line, nullptr);
+  const auto keep = [](const uint8_t *line, uint32_t size) { lines.insert(lines.end(), line, line + size); };
+  t4dec(data.data(), static_cast<uint32_t>(data.size()), comp_type, nullptr, keep, nullptr);
   return std::exchange(lines, {});
 }
