@@ -8,41 +8,49 @@
 
 using namespace tolvane;
 using testing::MatchesRegex;
+using namespace testing::internal;
 
 template <typename Call>
 static std::string errors_of(Call call) {
-  testing::internal::CaptureStderr();
+  CaptureStderr();
   call();
-  return testing::internal::GetCapturedStderr();
+  return GetCapturedStderr();
 }
 
 static std::string report_of(void (*report)()) {
-  testing::internal::CaptureStdout();
+  CaptureStdout();
   report();
-  return testing::internal::GetCapturedStdout();
+  return GetCapturedStdout();
 }
 
 static char *block_of(unsigned size, int line = 1) {
-  return static_cast<char *>(dmalloc(size, "a.cpp", line));
+  return static_cast<char *>(dmalloc(size, "a_long_source_name.cpp", line));
 }
 
 static const std::string WHEN = "[A-Z][a-z][a-z] [ 0-9][0-9] [0-9][0-9]:[0-9][0-9]: ";
 
-TEST(DebugAllocator, LaysABlockOutBetweenGuards) {
+TEST(DebugAllocator, LaysBlocksOutBetweenGuardsAndMovesWhatFits) {
   for (const unsigned size : {0u, 1u, 37u}) {
     char *block = block_of(size);
     EXPECT_EQ(std::string(block - 4, size + 8), "zzzz" + std::string(size, '\0') + "zzzz");
     EXPECT_EQ(block[-8], find_block(block));
   }
   EXPECT_EQ(dfree(malloc_array[1]->addr, "a.cpp", 8), 1);
-  EXPECT_EQ(find_block(block_of(5)), 1) << "the lowest empty slot is the next one";
-  EXPECT_EQ(block_of(0x80000000u), nullptr);
-  EXPECT_EQ(report_of(dmalloc_status) + std::to_string(Total_allocated), "42");
+  char *block = block_of(2);
+  EXPECT_EQ(find_block(block), 1) << "the lowest empty slot is the next one";
+  block[0] = block[1] = 'a';
+  for (const auto &[size, layout] : {std::pair(4, std::string("aa\0\0zzzz", 8)), {1, "azzzz"}}) {
+    block = static_cast<char *>(drealloc(block, size, "b.cpp", size));
+    EXPECT_EQ(std::string(block, layout.size()), layout);
+    EXPECT_EQ(malloc_array[find_block(block)]->line_no, size);
+  }
+  EXPECT_TRUE(!block_of(0x80000000u) && !drealloc(block, -1, "b.cpp", 4));
+  EXPECT_EQ(report_of(dmalloc_status) + std::to_string(Total_allocated), "38") << "the old block stays";
 }
 
 TEST(DebugAllocator, TellsOverrunsOfOneByteAndReleasesTheBlock) {
   for (const int offset : {-1, -4, 10, 13}) {  // the guards' own bytes, in front of the block and behind it
-    char *block = static_cast<char *>(dmalloc(10, "a_long_source_name.cpp", 123));
+    char *block = block_of(10, 123);
     block[offset] = 'y';
     EXPECT_THAT(report_of(dmalloc_status),
                 MatchesRegex("\aa_long_source_na,   line  123,   " + WHEN + "    10 bytes  CORRUPTED!\n"));
@@ -59,44 +67,25 @@ TEST(DebugAllocator, ReportsSortByAgeAndFreesStillFindTheirBlocks) {
   blocks[0][-8] = blocks[2][-8] = 99;  // an index above any slot filled
   EXPECT_EQ(dfree(blocks[1], "a.cpp", 9), 1);
   EXPECT_THAT(report_of(dmalloc_status), MatchesRegex("[^\n]*line    3[^\n]*\n[^\n]*line    1[^\n]*\n"));
-  EXPECT_TRUE(find_block(blocks[2]) == 0 && find_block(blocks[0]) == 1);
+  EXPECT_EQ(find_block(blocks[0]), 1);
   EXPECT_EQ(dfree(blocks[0], "a.cpp", 2), 1) << "the index in the block does not decide";
-}
-
-TEST(DebugAllocator, TellsPointersItDoesNotKnow) {
-  void *freed = block_of(3);
-  EXPECT_EQ(dfree(freed, "a.cpp", 2), 1);
-  const std::pair<void *, std::string> cases[] = {{freed, "couldn't find pointer to free!"},
-                                                  {nullptr, "trying to free NULL pointer"}};
-  for (const auto &[pointer, what] : cases) {
+  for (const auto &[pointer, what] : {std::pair<void *, std::string>{blocks[1], "couldn't find pointer to free!"},
+                                      {nullptr, "trying to free NULL pointer"}}) {
     const std::string told = "\a\nError in dfree: " + what + " (b.cpp, 5)\n";
     EXPECT_EQ(errors_of([p = pointer] { EXPECT_EQ(dfree(p, "b.cpp", 5), 0); }), told);
     EXPECT_EQ(errors_of([p = pointer] { EXPECT_EQ(dfree(drealloc(p, 4, "b.cpp", 5), "b.cpp", 6), 1); }), told);
   }
 }
 
-TEST(DebugAllocator, ReallocMovesWhatFits) {
-  char *block = block_of(2);
-  block[0] = 'a';
-  block[1] = 'b';
-  for (const auto &[size, layout] : {std::pair(4, std::string("ab\0\0zzzz", 8)), {1, "azzzz"}}) {
-    block = static_cast<char *>(drealloc(block, size, "b.cpp", size));
-    EXPECT_EQ(std::string(block, layout.size()), layout);
-    EXPECT_EQ(malloc_array[find_block(block)]->line_no, size);
-  }
-  EXPECT_EQ(drealloc(block, -1, "b.cpp", 4), nullptr);
-  EXPECT_EQ(dfree(block, "b.cpp", 5), 1) << "the old block stays";
-}
-
 TEST(DebugAllocator, FullTablesAreToldOnceAndNotOverrun) {
   malloc_record block{};
   open_record file{};
-  for (malloc_record *&slot : malloc_array) slot = &block;
-  for (open_record *&slot : open_array) slot = &file;
-  EXPECT_EQ(errors_of([] {
-              for (int i = 0; i < 2; ++i) free(block_of(4) - 8);
-              for (int i = 0; i < 2; ++i) close(dopen("/dev/null", O_RDONLY, 0, "a.cpp", 7));
-            }),
+  std::fill(std::begin(malloc_array), std::end(malloc_array), &block);
+  std::fill(std::begin(open_array), std::end(open_array), &file);
+  const auto fill = [] {
+    for (int i = 0; i < 2; ++i) free(block_of(4) - 8), close(dopen("/dev/null", O_RDONLY, 0, "a.cpp", 7));
+  };
+  EXPECT_EQ(errors_of(fill),
             "\a\nError in dmalloc: all 100000 records are in use, going on without\n"
             "\a\nError in dopen: all 2000 records are in use, going on without\n");
   EXPECT_EQ(Total_allocated, 0);
@@ -115,15 +104,16 @@ TEST(OpenLedger, KnowsWhatIsOpen) {
   for (open_record &each : boundaries) open_array[Max_open_indx += 1] = &each;
   std::ostringstream address;
   address << stream;
-  EXPECT_THAT(
-      report_of(dopen_status),
-      MatchesRegex("       three.cpp,   line    3,   " + WHEN + address.str() + "\na_long_source_na,   line    2,   " +
-                   WHEN + std::to_string(opened) + "\n         one.cpp,   line    1,   " + WHEN +
-                   std::to_string(created) + "\n               h,   line    1,   " + WHEN + "2000" +
-                   "\n               h,   line    2,   " + WHEN + "0x7d1\n"));
+  const auto line = [](const std::string &fname, int number, const std::string &handle) {
+    return fname + ",   line    " + std::to_string(number) + ",   " + WHEN + handle + "\n";
+  };
+  EXPECT_THAT(report_of(dopen_status), MatchesRegex(line("       three.cpp", 3, address.str()) +
+                                                    line("a_long_source_na", 2, std::to_string(opened)) +
+                                                    line("         one.cpp", 1, std::to_string(created)) +
+                                                    line(" {15}h", 1, "2000") + line(" {15}h", 2, "0x7d1")));
   open_array[3] = open_array[4] = nullptr;
-  EXPECT_EQ(
-      errors_of([&] { EXPECT_EQ(dclose(created, "x", 5) + dclose(opened, "x", 6) + dfclose(stream, "x", 7), 0); }), "");
+  const auto close_all = [&] { return dclose(created, "x", 5) + dclose(opened, "x", 6) + dfclose(stream, "x", 7); };
+  EXPECT_EQ(errors_of([&] { EXPECT_EQ(close_all(), 0); }), "");
   EXPECT_EQ(report_of(dopen_status), "");
   // What is not there is told, and closed all the same.
   const int fd = open("/dev/null", O_RDONLY);

@@ -1,61 +1,18 @@
 #include "helpers/tiff_pages.h"
 
-#include <algorithm>
-#include <cstring>
+#include <sys/mman.h>
+#include <unistd.h>
 
 namespace {
 
-/// A TIFF file in memory: libtiff gives this back in every call.
-struct MemoryFile {
-  std::vector<uint8_t> *bytes;
-  toff_t at = 0;
-};
-
-tmsize_t read_memory(thandle_t handle, void *buffer, tmsize_t size) {
-  auto *file = static_cast<MemoryFile *>(handle);
-  const size_t left = file->bytes->size() - std::min<size_t>(file->at, file->bytes->size());
-  const size_t count = std::min<size_t>(left, static_cast<size_t>(size));
-  if (count != 0) std::memcpy(buffer, file->bytes->data() + file->at, count);
-  file->at += count;
-  return static_cast<tmsize_t>(count);
+int memory_file() {
+  return memfd_create("tiff", MFD_CLOEXEC);
 }
 
-tmsize_t write_memory(thandle_t handle, void *buffer, tmsize_t size) {
-  auto *file = static_cast<MemoryFile *>(handle);
-  const size_t count = static_cast<size_t>(size);
-  file->bytes->resize(std::max<size_t>(file->bytes->size(), file->at + count));
-  std::memcpy(file->bytes->data() + file->at, buffer, count);
-  file->at += count;
-  return size;
-}
-
-toff_t seek_memory(thandle_t handle, toff_t offset, int whence) {
-  auto *file = static_cast<MemoryFile *>(handle);
-  const toff_t base = whence == SEEK_CUR ? file->at : whence == SEEK_END ? file->bytes->size() : 0;
-  return file->at = base + offset;
-}
-
-int close_memory(thandle_t handle) {
-  delete static_cast<MemoryFile *>(handle);
-  return 0;
-}
-
-toff_t memory_size(thandle_t handle) {
-  return static_cast<MemoryFile *>(handle)->bytes->size();
-}
-
-int map_memory(thandle_t handle, void **base, toff_t *size) {
-  auto *file = static_cast<MemoryFile *>(handle);
-  *base = file->bytes->data();
-  *size = file->bytes->size();
-  return 1;
-}
-
-void unmap_memory(thandle_t, void *, toff_t) {}
-
-TIFF *open_memory(std::vector<uint8_t> *bytes, const char *mode) {
-  return TIFFClientOpen("memory", mode, new MemoryFile{bytes}, read_memory, write_memory, seek_memory, close_memory,
-                        memory_size, map_memory, unmap_memory);
+/// Opens a file in memory; libtiff closes what it is given, so it gets a descriptor of its own.
+TIFF *open_memory(int memory, const char *mode) {
+  lseek(memory, 0, SEEK_SET);
+  return TIFFFdOpen(dup(memory), "memory", mode);
 }
 
 void describe_page(TIFF *tiff, TiffCoding coding, uint32_t width, uint32_t height) {
@@ -96,27 +53,31 @@ Picture every_row(const Picture &picture, uint32_t step) {
 }
 
 std::vector<uint8_t> libtiff_encode(const Picture &picture, TiffCoding coding) {
-  std::vector<uint8_t> file;
-  TIFF *tiff = open_memory(&file, "w");
+  const int memory = memory_file();
+  TIFF *tiff = open_memory(memory, "w");
   describe_page(tiff, coding, picture.width, picture.height);
   std::vector<uint8_t> pixels = picture.pixels;  // libtiff takes no const buffer
   TIFFWriteEncodedStrip(tiff, 0, pixels.data(), static_cast<tmsize_t>(pixels.size()));
   TIFFClose(tiff);
 
-  tiff = open_memory(&file, "r");
+  tiff = open_memory(memory, "r");
   std::vector<uint8_t> data(TIFFRawStripSize64(tiff, 0));
   TIFFReadRawStrip(tiff, 0, data.data(), static_cast<tmsize_t>(data.size()));
   TIFFClose(tiff);
+  close(memory);
   return data;
 }
 
 TiffPage::TiffPage(const std::vector<uint8_t> &data, TiffCoding coding, uint32_t width, uint32_t height)
-    : file_(std::make_unique<std::vector<uint8_t>>()), tiff_(open_memory(file_.get(), "w"), TIFFClose) {
+    : tiff_(nullptr, TIFFClose) {
+  const int memory = memory_file();
+  tiff_.reset(open_memory(memory, "w"));
   describe_page(tiff_.get(), coding, width, height);
   std::vector<uint8_t> copy = data;
   TIFFWriteRawStrip(tiff_.get(), 0, copy.data(), static_cast<tmsize_t>(copy.size()));
   tiff_.reset();  // the file is complete when it is closed
-  tiff_.reset(open_memory(file_.get(), "r"));
+  tiff_.reset(open_memory(memory, "r"));
+  close(memory);
 }
 
 tmsize_t TiffPage::decode(uint8_t *pixels, size_t size) const {

@@ -41,7 +41,6 @@ class TiffPage {
   tmsize_t decode(uint8_t *pixels, size_t size) const;
 
  private:
-  std::unique_ptr<std::vector<uint8_t>> file_;
   std::unique_ptr<TIFF, void (*)(TIFF *)> tiff_;
 };
 
