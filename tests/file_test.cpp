@@ -26,7 +26,7 @@ class File : public testing::Test {
     for (const char *name : {"SORBEXHOME", "SORBEXTMP"}) unsetenv(name);
     umask(022);
   }
-  std::string make(const std::string &name, const std::string &bytes = "", mode_t mode = 0644) {
+  std::string make(const std::string &name, mode_t mode = 0644, const std::string &bytes = "") {
     fs::create_directories(fs::path(dir_.path(name)).parent_path());
     EXPECT_EQ(chmod(dir_.write(name, bytes).c_str(), mode), 0);
     return dir_.path(name);
@@ -41,12 +41,16 @@ class File : public testing::Test {
   TraceCapture trace_;
 };
 
-TEST_F(File, PathsAndNamesAsTexts) {
+TEST_F(File, PathsAndNamesAsTextsOverTheFirstWorkingDirectory) {
+  char cwd[PATH_LIMIT + 1];
+  testing::internal::CaptureStderr();
+  EXPECT_EQ(ks_getcwd(cwd, 2), nullptr);
+  EXPECT_EQ(testing::internal::GetCapturedStderr(), "ks_getcwd: getcwd: Numerical result out of range\n");
+  EXPECT_EQ(ks_getcwd(cwd, sizeof cwd), here_);
+  ASSERT_EQ(chdir("/"), 0);
+  EXPECT_EQ(ks_getcwd(cwd, 1), here_);
   const std::string longest(PATH_LIMIT - here_.size() - 1, 'x'), limit = "/" + std::string(PATH_LIMIT - 1, 'x');
-  const auto refused = [](const std::string &path) { return "mkpath: Invalid path: [" + path + "].\n"; };
-  const auto invalid = [&](const std::string &why, const std::string &path) {
-    return "(null)is_valid_path: Invalid path" + why + ": [" + path + "].\n" + refused(path);
-  };
+  const std::string refused = "mkpath: Invalid path: [", invalid = "(null)is_valid_path: Invalid path";
   using Rows = std::vector<std::pair<std::string, std::string>>;  // a text, and the result with what is traced
   const std::pair<std::string (*)(char *), Rows> groups[] = {
       {[](char *path) { return owned(fix_path(path)); },
@@ -59,14 +63,14 @@ TEST_F(File, PathsAndNamesAsTexts) {
       {[](char *path) { return owned(mkpath(path)); },
        {{"/a/./b//c/../d/", "/a/b/d"},
         {"/a/..", "/"},
-        {"/a/../../b", "(null)" + refused("/a/../../b")},
+        {"/a/../../b", "(null)" + refused + "/a/../../b].\n"},
         {"", here_},
         {"no/../\xc3\xa9 ", here_ + "/\xc3\xa9"},
         {limit, limit},
         {limit.substr(1), "(null)mkpath: path too large\n"},
-        {limit + "x", invalid(" (exceeds MAXPATHLEN of 4096 bytes)", limit + "x")},
-        {"/a b", invalid("", "/a b")},
-        {"\x7f", invalid("", "\x7f")}}},
+        {limit + "x", invalid + " (exceeds MAXPATHLEN of 4096 bytes): [" + limit + "x].\n" + refused + limit + "x].\n"},
+        {"/a b", invalid + ": [/a b].\n" + refused + "/a b].\n"},
+        {"\x7f", invalid + ": [\x7f].\n" + refused + "\x7f].\n"}}},
       {[](char *path) { return std::string(tolvane::basename(path)); },
        {{"", "."}, {"/", "/"}, {"a/b/", "b"}, {"/a", "a"}, {"a//", ""}}},
       {[](char *path) { return std::string(tolvane::dirname(path)); },
@@ -88,8 +92,7 @@ TEST_F(File, PathsAndNamesAsTexts) {
 }
 
 TEST_F(File, FindsAtHomeThenHereThenOnThePath) {
-  const std::string home = make("home/tool", "", 0755), local = make("tool", "", 0755),
-                    path = make("bin/tool", "", 0755);
+  const std::string home = make("home/tool", 0755), local = make("tool", 0755), path = make("bin/tool", 0755);
   fs::create_directories("dir/tool");  // no program
   setenv("PATH", (":" + dir_.path("dir") + ":" + dir_.path("bin")).c_str(), 1);
   setenv("SORBEXHOME", dir_.path("home").c_str(), 1);
@@ -114,10 +117,10 @@ TEST_F(File, AccessIsDecidedByOneClass) {
   ASSERT_EQ(chmod(here_.c_str(), 0755), 0);
   make("f");
   for (const auto &[user, owner, group, mode, permissions, granted] : cases) {
-    ASSERT_EQ(chown("f", owner, group) + chmod("f", mode) + setegid(asker) + seteuid(user), 0);
+    ASSERT_EQ(seteuid(0) + chown("f", owner, group) + chmod("f", mode) + setegid(asker) + seteuid(user), 0);
     EXPECT_EQ(check_file_access("f", permissions), granted) << std::oct << mode;
-    ASSERT_EQ(seteuid(0), 0);
   }
+  ASSERT_EQ(seteuid(0), 0);
   EXPECT_EQ(trace_.take(), "check_access: Invalid permission: [z]\n");
   EXPECT_TRUE(check_dir_access(".", "rwx") && !check_dir_access("f", ""));
   EXPECT_FALSE(is_readable_file("missing") || is_executable_file("f/x"));
@@ -125,9 +128,9 @@ TEST_F(File, AccessIsDecidedByOneClass) {
 }
 
 TEST_F(File, CopyAndMoveLeaveEverythingAsItWasWhenTheyFail) {
-  make("source", std::string(20000, 'x'));
-  make("target", "old");
-  make("dir/source", "inner");
+  make("source", 0644, std::string(20000, 'x'));
+  make("target", 0644, "old");
+  make("dir/source", 0644, "inner");
   fs::create_directory("dir2");
   ASSERT_EQ(link("source", "twin") + mkfifo("fifo", 0644), 0);
   signal(SIGXFSZ, SIG_IGN);
@@ -162,8 +165,8 @@ TEST_F(File, CopyAndMoveKeepBytesAndSettleModes) {
   std::string bytes(3 * 8192 + 77, 'x');
   for (size_t i = 0; i < bytes.size(); ++i) bytes[i] = static_cast<char>(i * i >> 5);
   const std::string other = "/dev/shm/tolvane-test-" + std::to_string(getpid());  // another file system
-  make("named", "", 0600);
-  make("dir/source", "old", 0600);
+  make("named", 0600);
+  make("dir/source", 0600, "old");
   fs::create_directory("dir2");
   const std::tuple<int (*)(const char *, const char *), const char *, const char *, std::string, mode_t> cases[] = {
       {copy, "source", "fresh", "fresh", 0750},
@@ -174,7 +177,7 @@ TEST_F(File, CopyAndMoveKeepBytesAndSettleModes) {
       {ks_move, "./source", "dir2", "dir2/source", 0750},
       {ks_move, "source", other.c_str(), other, 0750}};
   for (const auto &[operation, source, target, file, mode] : cases) {
-    make(source, bytes, 0750);
+    make(source, 0750, bytes);
     EXPECT_EQ(operation(source, target), 1) << trace_.take();
     EXPECT_TRUE(read_file(file) == bytes && fs::status(file).permissions() == fs::perms(mode)) << file;
     EXPECT_EQ(fs::exists(source), operation == copy);
@@ -183,6 +186,7 @@ TEST_F(File, CopyAndMoveKeepBytesAndSettleModes) {
 }
 
 TEST_F(File, UniqueNamesCountUp) {
+  EXPECT_STREQ(get_temp_dir(), "/tmp");
   setenv("SORBEXTMP", here_.c_str(), 1);
   char stem[16];
   const time_t now = time(nullptr);
@@ -200,7 +204,7 @@ TEST_F(File, UniqueNamesCountUp) {
   char path[64];
   for (const auto &[counter, in, extension, directory, rest, stored] : cases) {
     unlink("i_d_order");
-    if (counter) make("i_d_order", counter);
+    if (counter) make("i_d_order", 0644, counter);
     EXPECT_EQ(build_unique_DOS_name(strcpy(path, in), extension), directory + stem + rest);
     EXPECT_EQ(read_file("i_d_order"), stored);
   }
@@ -212,15 +216,4 @@ TEST_F(File, UniqueNamesCountUp) {
   setenv("SORBEXTMP", std::string(40, 'y').c_str(), 1);  // one byte too many for the counter file's path
   EXPECT_THAT(build_unique_DOS_name(path, nullptr), EndsWith("aaa.fax"));
   EXPECT_THAT(trace_.take(), EndsWith("failed: File name too long.\n"));
-}
-
-TEST_F(File, TheFirstWorkingDirectoryIsKept) {
-  char buffer[PATH_LIMIT + 1];
-  testing::internal::CaptureStderr();
-  EXPECT_EQ(ks_getcwd(buffer, 2), nullptr);
-  EXPECT_EQ(testing::internal::GetCapturedStderr(), "ks_getcwd: getcwd: Numerical result out of range\n");
-  EXPECT_EQ(ks_getcwd(buffer, sizeof buffer), here_);
-  ASSERT_EQ(chdir("/"), 0);
-  EXPECT_EQ(ks_getcwd(buffer, 1), here_);
-  EXPECT_STREQ(get_temp_dir(), "/tmp");
 }

@@ -139,28 +139,25 @@ TEST_F(TraceConfig, StandardStreamsAndTheFallback) {
 
 TEST_F(TraceConfig, TheEnvironmentMakesItTellItsWay) {
   setenv("TRACECONFIG", "", 1);
-  const auto told = [](int ret, const std::string &found, const std::string &then) {
-    return "open_trace_file(a_b)\ncheck_trace_config_file('/a/b')\nlooking for file 'exec/TRACES'\nlooking for file "
-           "'TRACES'\n" +
-           found + "open_trace_file(a_b): ret=" + std::to_string(ret) + "\n" + then;
-  };
-  const auto line = [&](const std::string &on, const std::string &output, const std::string &then) {
-    return told(0, "found trace config line '/a/b " + on + output + "'\n",
-                "open_trace_file(a_b): 1 on_off=\"" + on + "\"\n" + then);
-  };
-  const std::string on = "open_trace_file(a_b): Trace_on\ntrace file is 'work/trace_";
-  const std::pair<const char *, std::string> steps[] = {
-      {nullptr, told(1, "couldn't find a TRACES file\n", "").substr(sizeof "open_trace_file(a_b)")},
-      {"q\n", told(2, "no trace config line for '/a/b'\n", "")},
-      {"/a/b on\n", line("on", "", on + "a_b'\n")},
-      {nullptr, told(3, "", "open_trace_file(a_b): no change\n")},
-      {"/a/b no\n", line("no", "", "open_trace_file(a_b): Same config file\n")},
-      {"/a/b on r\n", line("on", " r", CLOSING_OLD + on + "r'\n")},
-      {"/a/b off\n", line("off", "", CLOSING + "open_trace_file(a_b): turn off\n")}};
-  for (const auto &[traces, expected] : steps) {  // the first finds the variable behind its own first line
+  const std::string self = "open_trace_file(a_b): ", found = "found trace config line '/a/b ",
+                    on = self + "Trace_on\ntrace file is 'work/trace_",
+                    looked =
+                        "check_trace_config_file('/a/b')\nlooking for file 'exec/TRACES'\nlooking for file 'TRACES'\n";
+  // TRACES, what is told of it, the result of that, and what is told then.
+  const std::tuple<const char *, std::string, int, std::string> steps[] = {
+      {nullptr, "couldn't find a TRACES file\n", 1, ""},
+      {"q\n", "no trace config line for '/a/b'\n", 2, ""},
+      {"/a/b on\n", found + "on'\n", 0, self + "1 on_off=\"on\"\n" + on + "a_b'\n"},
+      {nullptr, "", 3, self + "no change\n"},
+      {"/a/b no\n", found + "no'\n", 0, self + "1 on_off=\"no\"\n" + self + "Same config file\n"},
+      {"/a/b on r\n", found + "on r'\n", 0, self + "1 on_off=\"on\"\n" + CLOSING_OLD + on + "r'\n"},
+      {"/a/b off\n", found + "off'\n", 0, self + "1 on_off=\"off\"\n" + CLOSING + self + "turn off\n"}};
+  for (const auto &[traces, of_file, ret, then] : steps) {
     edit(traces);
     testing::internal::CaptureStdout();
     EXPECT_EQ(open_trace_file("/a/b"), 1);
-    EXPECT_EQ(testing::internal::GetCapturedStdout(), expected);
+    // The variable is seen behind the very first line.
+    EXPECT_EQ(testing::internal::GetCapturedStdout(), (ret == 1 ? "" : "open_trace_file(a_b)\n") + looked + of_file +
+                                                          self + "ret=" + std::to_string(ret) + "\n" + then);
   }
 }
