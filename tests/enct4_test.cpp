@@ -75,6 +75,7 @@ TEST(Encoder, GivesTheWordsAndResultsWorkedOutByHand) {
            {"MR, refused", g3<1, 1>, {dots}, -3, {}, "", 1},
            {"MMR, refused", enct4_MMR, {dots}, -3, {}, "", 1},
            {"MH, last word refused", g3<0, 1>, {white(1)}, -7, {0x2800}, "", 2},
+           {"MH, all refused at the end", g3<0, 1>, {white(1)}, -7, {}, "", 1},
            {"no such coding", g3<2, 1>, {white(1)}, 1, {}},
            {"MH, other size", g3<0, 1>, {white(1), narrow}, 1, {}, "encode_g3_fax" + changed("encoding")},
            {"MMR, other size", g3<3, 1>, {white(1), narrow}, 1, {}, "enct4_MMR" + changed("MMR encoding")},
@@ -96,7 +97,7 @@ TEST(Encoder, AgreesWithLibtiffButForLinesThatStartBlackUnderWhite) {
   // The margin: libtiff has no room for a first white run of 0 and 1728 runs after it.
   for (uint32_t run = 1; run <= 65; run++)
     pages.push_back(drawn(1728, 8, [&](uint32_t x, uint32_t y) { return (x + y * y) / run % 2 == 0 && x < 1726; }));
-  pages.push_back(drawn(2560, 3, [](uint32_t, uint32_t y) { return y % 2 == 0; }));
+  pages.push_back(drawn(2560, 41, [](uint32_t x, uint32_t y) { return x < 64 * y; }));  // all make-up codes
   pages.push_back(drawn(1728, 60, [](uint32_t x, uint32_t y) { return x == y * y / 2; }));
   std::mt19937 random(7);
   for (const uint32_t rarity : {2u, 3u, 9u, 60u})
