@@ -88,12 +88,12 @@ static void support() {
   char **pieces, name[100] = "x";
   EXPECT_EQ(split("a:b", ':', &pieces), 2);
   const std::vector<void *> given{pieces, find_executable("sh"), mkpath("x/../y"), mkpath("/.."), find_file("no such")};
-  for (void *each : given)
-    if (each) dfree(each, "test", 0);
   EXPECT_TRUE(copy("b.fax", "c.fax") && ks_move("c.fax", build_unique_DOS_name(name, nullptr)) && !copy(name, name));
   std::ofstream("TRACES") << "test\n";
   EXPECT_EQ(tr_init(".", ".") + open_trace_file("test") + tr_close(), 3);
   EXPECT_STREQ(rev_module("@(#)|m|9|01|2|0|0|07/26/99|14:48:54"), "m");
+  for (void *each : given)
+    if (each) dfree(each, "test", 0);
 }
 
 TEST(DebugAlloc, TheLibraryFreesWhatItAllocatesAndClosesWhatItOpens) {
