@@ -59,11 +59,16 @@ set(CPACK_DEBIAN_RUNTIME_PACKAGE_NAME tolvane)
 set(CPACK_DEBIAN_RUNTIME_PACKAGE_SECTION x11)
 set(CPACK_DEBIAN_RUNTIME_PACKAGE_CONTROL_EXTRA ${PROJECT_SOURCE_DIR}/packaging/conffiles)
 set(CPACK_DEBIAN_RUNTIME_PACKAGE_RECOMMENDS "xfonts-75dpi | xfonts-100dpi")
-set(CPACK_COMPONENT_RUNTIME_DESCRIPTION
-  "viewer and command line tool for stored fax documents\n tolvane shows the pages of a fax file, one at a time, at three scales and four\n orientations. tolvane-fax makes fax files from TIFF, PNG, PBM and PDF, looks\n into them, repairs and converts them, and gets their pages out again.")
+# The project's own description goes in front, as the first line of both.
+set(CPACK_DEBIAN_RUNTIME_DESCRIPTION
+  "tolvane shows the pages of a fax file, one at a time, at three scales and in
+four orientations. tolvane-fax makes fax files of TIFF, PNG, PBM and PDF, looks
+into them, checks and converts them, and gets their pages out again.")
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_NAME tolvane-dev)
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_SECTION libdevel)
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_DEPENDS "libmotif-dev, libxt-dev, libx11-dev")
-set(CPACK_COMPONENT_DEVELOPMENT_DESCRIPTION
-  "development files of the fax file library and the fax viewer\n Headers, static libraries, a CMake package and pkg-config files for programs\n that read and write fax files, or hold the viewer's window inside their own.")
+set(CPACK_DEBIAN_DEVELOPMENT_DESCRIPTION
+  "These are the development files: headers, static libraries, a CMake package and
+pkg-config files for programs that read and write fax files, or hold the
+viewer's window inside their own.")
 include(CPack)

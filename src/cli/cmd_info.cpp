@@ -5,6 +5,7 @@
 #include <cstdio>
 
 #include "cli/commands.h"
+#include "cli/fax_lines.h"
 #include "cli/page_survey.h"
 #include "faxfile/session_params.h"
 #include "faxfile/usorbport.h"
@@ -88,7 +89,7 @@ void print_json(const FaxDocument &document, const std::vector<PageFacts> &pages
       {"file", document.name()},
       {"size", file_size(document.fd)},
       {"coding", coding_name(document.coding)},
-      {"resolution", document.resolution < 0 ? ordered_json() : ordered_json(VRtostring(document.resolution))},
+      {"lines_per_inch", document.resolution < 0 ? ordered_json() : ordered_json(lines_per_inch(document.resolution))},
       {"own_pages", document.record_count()},
       {"lost_bytes", document.lost_bytes},
       {"header", header},

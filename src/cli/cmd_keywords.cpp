@@ -4,6 +4,8 @@
 #include <CLI/CLI.hpp>
 
 #include <algorithm>
+#include <cstring>
+#include <utility>
 
 #include "cli/commands.h"
 #include "cli/fax_document.h"
@@ -14,6 +16,8 @@
 namespace tolvane {
 namespace {
 [[gnu::used]] const char SCCS_ID[] = "@(#)|cmd_keywords|9|01|1|0|0|11/22/26|22:40:00";
+
+constexpr size_t HELP_WIDTH = 100;  // columns of a help text
 
 std::string file;
 std::vector<std::string> words;  // the operands behind FILE: names, or NAME=VALUE
@@ -118,8 +122,20 @@ constexpr Action actions[] = {
 
 const Action *chosen;
 
+/// The names that there are, for `--help`; the completion of the shell takes them from there.
+std::string name_list() {
+  std::string text = "Names:", line;
+  for (const char *name : faxFileKeywordList) {
+    if (line.size() + strlen(name) > HELP_WIDTH) text += "\n " + std::exchange(line, "");
+    line += std::string(" ") + name + ',';
+  }
+  line.pop_back();
+  return text + "\n " + line;
+}
+
 void declare(CLI::App &usage) {
   usage.require_subcommand(1);
+  usage.footer(name_list() + "\n\n" + usage.get_footer());
   for (const Action &action : actions) {
     CLI::App *parser = usage.add_subcommand(action.name, action.summary);
     parser->callback([&action] { chosen = &action; });
