@@ -1,13 +1,14 @@
 #!/usr/bin/env bash
-# Installs into a directory of its own, moves it, and builds against it as a stranger would: the programs of
-# docs/library.md as printed, through CMake, and the examples through pkg-config.
+# Installs into a directory of its own, moves it, and uses it as a stranger would: builds the programs of
+# docs/library.md as printed, through CMake, and the examples through pkg-config; runs the installed programs.
 #   install_test.sh BUILD_DIR
 set -euo pipefail
 source_dir=$(cd "$(dirname "$0")/.." && pwd)
 work=$(mktemp -d)
-trap 'rm -rf "$work"' EXIT
+server=''
+trap '[ -z "$server" ] || kill "$server"; rm -rf "$work"' EXIT
 
-cmake --install "$1" --component development --prefix "$work/first" >/dev/null
+cmake --install "$1" --prefix "$work/first" >/dev/null
 mv "$work/first" "$work/prefix"
 
 # The blocks of the page in their order: CMakeLists.txt, the pkg-config line, blank.cpp, list.cpp.
@@ -36,4 +37,41 @@ for example in make_fax:tolvane-fax parent:tolvane-view; do
   g++ -std=c++20 "$source_dir/examples/$name.cpp" -o "$name" "${flags[@]}"
 done
 ./make_fax .
-! ldd make_fax | grep -i x11
+if ldd make_fax | grep -i x11; then exit 1; fi
+
+PATH=$work/prefix/bin:$PATH
+tolvane-fax create charts.fax "$source_dir"/bench/charts/itu[15].tif
+tolvane-fax info --csv charts.fax | grep -q '^charts.fax,2,charts.fax,2,MMR,.*,2376,0$'
+Xvfb -displayfd 3 -screen 0 1280x1024x24 3>display 2>/dev/null &
+server=$!
+timeout 20 sh -c 'until [ -s display ]; do sleep 0.1; done'
+mkfifo commands
+DISPLAY=:$(<display) tolvane charts.fax <commands >replies 2>/dev/null &
+viewer=$!
+printf 'gopage 2\nsaypage\n' >commands
+timeout 20 sh -c 'until grep -qx page==2 replies; do sleep 0.1; done'
+kill -INT "$viewer"
+wait "$viewer"
+
+# By its first bytes, whatever its name.
+export XDG_DATA_HOME=$work/home XDG_DATA_DIRS=$work/prefix/share
+update-mime-database "$XDG_DATA_DIRS/mime"
+mv charts.fax charts
+gio info -a standard::content-type charts | grep -q ': image/x-tolvane-fax$'
+desktop-file-validate "$XDG_DATA_DIRS/applications/tolvane.desktop"
+for page in 1/tolvane 1/tolvane-fax 5/tolvane-fax 7/tolvane-commands 7/tolvane-embedding; do
+  zcat "$XDG_DATA_DIRS/man/man${page%/*}/${page#*/}.${page%/*}.gz" | grep -q '^\.TH'
+done
+
+# What the shell offers behind a line.
+bash 2>/dev/null <<'END' | diff - <(printf '%s\n' 'check create convert' 'mh mr mmr' 'SENDER_VOICE#=')
+. /usr/share/bash-completion/bash_completion
+. "$XDG_DATA_DIRS/bash-completion/completions/tolvane-fax"
+for COMP_LINE in 'tolvane-fax c' 'tolvane-fax convert --to m' 'tolvane-fax keywords set a.fax SENDER_V'; do
+  COMP_POINT=${#COMP_LINE}
+  read -ra COMP_WORDS <<<"$COMP_LINE"
+  COMP_CWORD=$((${#COMP_WORDS[@]} - 1))
+  _tolvane_fax tolvane-fax
+  echo "${COMPREPLY[*]}"
+done
+END

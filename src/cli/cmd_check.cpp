@@ -81,8 +81,8 @@ Status check_file(const std::string &path) {
   status = worse(status, check_included(document, pages));
   int64_t lines = 0;
   for (const PageFacts &page : pages) lines += page.lines;
-  printf("%s: %s, %zu pages, %lld lines\n", document.name(), status == DONE ? "good" : "damaged", pages.size(),
-         static_cast<long long>(lines));
+  printf("%s: %s, %zu page%s, %lld lines\n", document.name(), status == DONE ? "good" : "damaged", pages.size(),
+         pages.size() == 1 ? "" : "s", static_cast<long long>(lines));
   return status;
 }
 

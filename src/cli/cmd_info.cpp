@@ -2,6 +2,7 @@
 #include <CLI/CLI.hpp>
 #include <nlohmann/json.hpp>
 
+#include <cmath>
 #include <cstdio>
 
 #include "cli/commands.h"
@@ -84,16 +85,16 @@ void print_json(const FaxDocument &document, const std::vector<PageFacts> &pages
     if (colon != line.npos) entry["value"] = line.substr(colon + 1);
     header.push_back(entry);
   }
-  ordered_json object = {
-      {"schema", JSON_SCHEMA},
-      {"file", document.name()},
-      {"size", file_size(document.fd)},
-      {"coding", coding_name(document.coding)},
-      {"lines_per_inch", document.resolution < 0 ? ordered_json() : ordered_json(lines_per_inch(document.resolution))},
-      {"own_pages", document.record_count()},
-      {"lost_bytes", document.lost_bytes},
-      {"header", header},
-      {"pages", ordered_json::array()}};
+  ordered_json object = {{"schema", JSON_SCHEMA},
+                         {"file", document.name()},
+                         {"size", file_size(document.fd)},
+                         {"coding", coding_name(document.coding)},
+                         {"lines_per_inch", nullptr},
+                         {"own_pages", document.record_count()},
+                         {"lost_bytes", document.lost_bytes},
+                         {"header", header},
+                         {"pages", ordered_json::array()}};
+  if (document.resolution >= 0) object["lines_per_inch"] = std::lround(lines_per_inch(document.resolution));
   for (const PageFacts &page : pages) object["pages"].push_back(page_object(page));
   // Header text has no stated character set; what is not UTF-8 becomes a replacement character.
   puts(object.dump(-1, ' ', false, ordered_json::error_handler_t::replace).c_str());

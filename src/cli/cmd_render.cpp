@@ -35,11 +35,13 @@ void declare(CLI::App &usage) {
 }
 
 /// Sets what the rasteriser reads: the resolution as the viewer's own header reader finds it.
-void set_view(const FaxDocument &document) {
-  tn_extract_header_info(("/dev/fd/" + std::to_string(document.fd)).c_str());
+Status set_view(const FaxDocument &document) {
+  if (!tn_extract_header_info(("/dev/fd/" + std::to_string(document.fd)).c_str()))
+    return failure("%s: the viewer cannot read its header", document.name());
   High_res = decimal_value(Resolution);
   Reduced = scale_index;
   orientation = degrees;
+  return DONE;
 }
 
 /// Decodes the page into a picture as the viewer does.
@@ -72,7 +74,7 @@ Status run() {
   if (!decode_page(page.record, document.coding, decoded))
     return failure("%s: pages in %s cannot be decoded", document.name(), coding_name(document.coding));
   const Status damage = tell_damage(document.name(), page_wanted, decoded);
-  set_view(document);
+  if (set_view(document) != DONE) return FAILED;
   PagePicture picture = rendered(page, document.coding);
   if (picture.width == 0 || picture.height == 0)
     return failure("%s: page %d has no lines to show", document.name(), page_wanted);

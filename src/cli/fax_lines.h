@@ -14,8 +14,8 @@ constexpr int32_t LONGEST_PAGE = 32767;       ///< lines of the longest page tha
 constexpr int32_t WIDEST_PICTURE = 16384;     ///< pixels across of the widest picture that is read
 constexpr int64_t LARGEST_PICTURE = int64_t{1} << 27;  ///< pixels of the largest picture that is read
 
-/// Lines an inch at a vertical resolution code: 98 for 0 (normal), 196 for 1 (fine), 300, 400 and 600 for 2 to 4. What is
-/// no code is shown as normal, and so it counts here.
+/// Lines an inch at a vertical resolution code: 98 for 0 (normal), 196 for 1 (fine), 300, 400 and 600 for 2 to 4. What
+/// is no code is shown as normal, and so it counts here.
 double lines_per_inch(int32_t resolution);
 
 /// A picture as it was read: one byte per pixel, 0 black to 255 white, rows from the top, no padding.

@@ -3,6 +3,7 @@
 #include <qpdf/qpdf-c.h>
 #include <stdio.h>
 
+#include <cmath>
 #include <cstdarg>
 #include <memory>
 #include <utility>
@@ -24,6 +25,12 @@ constexpr double POINTS = 72;  // in an inch
   vsnprintf(text, sizeof text, format, arguments);
   va_end(arguments);
   return text;
+}
+
+/// The size in points of so many pixels, cut behind the fourth decimal: a page the least bit larger than its pixels is
+/// rendered with one more, and all of them blurred.
+double paper_size(int32_t pixels, double dpi) {
+  return std::floor(pixels / dpi * POINTS * 1e4) / 1e4;
 }
 
 struct CloseQpdf {
@@ -55,14 +62,14 @@ qpdf_oh picture_object(qpdf_data pdf, const PagePicture &picture, const std::str
 }
 
 void add_page(qpdf_data pdf, const PagePicture &picture, const std::string &g4) {
-  const double width = picture.width / picture.x_dpi * POINTS;
-  const double height = picture.height / picture.y_dpi * POINTS;
+  const double width = paper_size(picture.width, picture.x_dpi);
+  const double height = paper_size(picture.height, picture.y_dpi);
   const qpdf_oh page =
-      qpdf_oh_parse(pdf, formatted("<< /Type /Page /MediaBox [ 0 0 %.2f %.2f ] >>", width, height).c_str());
+      qpdf_oh_parse(pdf, formatted("<< /Type /Page /MediaBox [ 0 0 %.4f %.4f ] >>", width, height).c_str());
   const qpdf_oh resources = qpdf_oh_parse(pdf, "<< /XObject << >> >>");
   qpdf_oh_replace_key(pdf, qpdf_oh_get_key(pdf, resources, "/XObject"), "/Page", picture_object(pdf, picture, g4));
   qpdf_oh_replace_key(pdf, page, "/Resources", resources);
-  const std::string drawing = formatted("%.2f 0 0 %.2f 0 0 cm /Page Do\n", width, height);
+  const std::string drawing = formatted("%.4f 0 0 %.4f 0 0 cm /Page Do\n", width, height);
   qpdf_oh_replace_key(pdf, page, "/Contents", new_stream(pdf, drawing, "null", "null"));
   qpdf_add_page(pdf, pdf, qpdf_make_indirect_object(pdf, page), QPDF_FALSE);
 }
