@@ -12,9 +12,8 @@
 std::vector<uint8_t> coded(const std::string &words);
 
 /// Decodes lines of `width` pixels with `t4dec` and tells what came, in words: "+5" a white run, "-5" a black one, "0"
-/// one of no pixels,
-/// "[2-4 7-7]" a line with these pixels black, "/" the end of a line, "!0" a kind of damage by its number, and in the
-/// end "=1", the result.
+/// one of no pixels, "[2-4 7-7]" a line with these pixels black, "/" the end of a line, "!0" a kind of damage by its
+/// number, and in the end "=1", the result.
 std::string decoded(const std::vector<uint8_t> &data, int32_t comp_type, int32_t width = 1728);
 
 /// The words of the callbacks since the last call; for streams fed by hand through the callbacks below.
