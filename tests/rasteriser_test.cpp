@@ -37,12 +37,11 @@ void start(Block &block, const PlainPicture &picture) {
 }  // namespace
 
 TEST(Rasteriser, PutsThePixelWhereTheTableSays) {
-  struct Row {
+  struct {
     PlainPicture settings;
     size_t byte;
     uint8_t mask;
-  };
-  Row rows[] = {
+  } rows[] = {
       {{0, 0, false}, 1080, 0x20},    {{0, 0, true}, 540, 0x20},     {{1, 0, false}, 432, 0x40},
       {{0, 90, false}, 375397, 0x20}, {{1, 90, true}, 166460, 0x10}, {{2, 180, false}, 188135, 0x02},
       {{0, 270, true}, 1307, 0x10},   {{1, 270, false}, 1015, 0x08}, {{2, 270, false}, 653, 0x10},
@@ -96,14 +95,13 @@ TEST(Rasteriser, PaintsAndShowsTheSameBitsAsThePlainRules) {
 
 TEST(Rasteriser, ClearsTheBlockAndDropsAnOddByte) {
   const std::vector<uint8_t> page = coded("EOL w0 b2 EOL 00000000");  // 5 bytes, and one
-  struct Row {
+  const struct {
     uint32_t length;
     int32_t coding, lines;
     bool blank;
-  };
-  const Row rows[] = {{0, COMP_MH, 0, true}, {1, COMP_MH, 0, true},  {4, COMP_UMMR, 0, true}, {4, -1, 0, true},
-                      {2, COMP_MH, 1, true}, {5, COMP_MH, 1, false}, {6, COMP_MH, 2, false}};
-  for (const Row &row : rows) {
+  } rows[] = {{0, COMP_MH, 0, true}, {1, COMP_MH, 0, true},  {4, COMP_UMMR, 0, true}, {4, -1, 0, true},
+              {2, COMP_MH, 1, true}, {5, COMP_MH, 1, false}, {6, COMP_MH, 2, false}};
+  for (const auto &row : rows) {
     Block block;
     const PlainPicture upright{0, 0, false};
     start(block, upright);

@@ -1,3 +1,4 @@
+// The controls of the window inside this process, which stands for the parent program, with a document of three pages.
 #include "x11/viewer.h"
 #include "x11/xt_app.h"
 
@@ -12,28 +13,13 @@
 
 using namespace tolvane;
 
-namespace {
-
-/// The window inside a parent program, with a document of three pages.
-class Controls : public testing::Test {
- protected:
-  void SetUp() override {
-    std::string program = "parent", document = dir_.write("three.fax", marked_document(3, 3));
-    char *arguments[] = {program.data(), document.data(), nullptr};
-    ASSERT_EQ(tn_open_view(app_.display, 2, arguments), 0);
-    ASSERT_TRUE(app_.process_until([] { return tn_window_is_up() == 1; }));
-  }
-  void TearDown() override {
-    if (tn_Shell000) XtDestroyWidget(tn_Shell000);
-    app_.process_pending();
-  }
-  TempDir dir_;
-  XtApp &app_ = xt_app();
-};
-
-}  // namespace
-
-TEST_F(Controls, TurnPagesScalesAndOrientations) {
+TEST(Controls, TurnPagesScalesAndOrientationsAndLeaveNoWindowBehind) {
+  const TempDir dir;
+  XtApp &app = xt_app();
+  std::string program = "parent", document = dir.write("three.fax", marked_document(3, 3));
+  char *arguments[] = {program.data(), document.data(), nullptr};
+  ASSERT_EQ(tn_open_view(app.display, 2, arguments), 0);
+  ASSERT_TRUE(app.process_until([] { return tn_window_is_up() == 1; }));
   const struct {
     Widget control;
     int32_t page, degrees, scale;
@@ -43,27 +29,22 @@ TEST_F(Controls, TurnPagesScalesAndOrientations) {
       {scale_50, 0, 0, 2},   {scale_100, 0, 0, 0},  {view_right, 0, 270, 0},
   };
   for (const auto &step : clicks) {
-    SCOPED_TRACE(XtName(step.control));
     click(step.control);
-    app_.process_pending();
-    EXPECT_EQ(page_number, step.page);
-    EXPECT_EQ(orientation, step.degrees);
-    EXPECT_EQ(Reduced, step.scale);
+    EXPECT_TRUE(app.process_until([&] {
+      return page_number == step.page && orientation == step.degrees && Reduced == step.scale;
+    })) << XtName(step.control);
   }
   XmArrowButtonCallbackStruct no_click{XmCR_ACTIVATE, nullptr, 0};
   XtCallCallbacks(view_left, XmNactivateCallback, &no_click);
   EXPECT_EQ(orientation, 270);
   const Area slider = area_of(scale);
   drag(slider.x + 8, slider.y + 22, slider.x + 90, slider.y + 22);
-  app_.process_pending();
-  EXPECT_EQ(page_number, 2);
+  EXPECT_TRUE(app.process_until([] { return page_number == 2; }));
   bx_prev_page_cb(nullptr, nullptr, nullptr);
   EXPECT_EQ(page_number, 1);
   bx_next_page_cb(nullptr, nullptr, nullptr);
   EXPECT_EQ(page_number, 2);
-}
 
-TEST_F(Controls, LeaveNoWindowBehind) {
   static std::string news;
   tn_assign_callback_func(
       [](int32_t code) { news += std::to_string(code) + (tn_Shell000 || bitmap ? " too early" : " gone"); });

@@ -19,8 +19,7 @@ namespace {
 
 // In the order of creation: name, class, parent, managed, handle, label (_ is a blank, / a line break); for children of
 // the form what holds their top, bottom, left and right side: a neighbour, with "=" one that it is flush with, and the
-// offset; resources,
-// where H is highlightThickness=0 and M marginHeight=3.
+// offset; resources, where H is highlightThickness=0 and M marginHeight=3.
 const char WIDGETS[] = R"(dismiss_print_buttons XmRowColumn tolvane_form + h - | - form+5 form+25 - | rowColumnType=0
 fax_menubar XmRowColumn tolvane_form - h - | form+5 - form+5 - | marginWidth=0 marginHeight=0 rowColumnType=1
 fax_ops XmRowColumn tolvane_form - h - | - form+3 form+6 - | spacing=5 entryAlignment=1 packing=1 rowColumnType=0
@@ -60,26 +59,7 @@ tn_route XmPushButton fax_menu + h Route_Fax(es)... | |
 print_button XmPushButton dismiss_print_buttons + h Print | | H M
 dismiss_button XmPushButton dismiss_print_buttons + h Dismiss | | H M)";
 
-struct Row {
-  std::string name, type, parent, managed, handle, label, sides[4], resources;
-};
-
-std::vector<Row> rows() {
-  std::vector<Row> all;
-  std::istringstream lines(WIDGETS);
-  for (std::string line; std::getline(lines, line);) {
-    Row row;
-    std::string sides;
-    std::istringstream words(line);
-    words >> row.name >> row.type >> row.parent >> row.managed >> row.handle >> row.label;
-    words.ignore(3);
-    std::getline(words, sides, '|');
-    std::getline(words, row.resources);
-    std::istringstream(sides) >> row.sides[0] >> row.sides[1] >> row.sides[2] >> row.sides[3];
-    all.push_back(row);
-  }
-  return all;
-}
+const char *const SIDES[] = {"top", "bottom", "left", "right"};
 
 /// A numeric resource, which the widget holds in 1, 2 or 4 bytes: the low ones, as on all hosts of ours.
 std::string number(Widget w, const std::string &name) {
@@ -102,8 +82,7 @@ std::string side_of(Widget w, const std::string &side) {
          offset;
 }
 
-class MainWindow : public testing::Test {
- protected:
+struct MainWindow : testing::Test {
   XtApp &app_ = xt_app();
   Widget shell_ = app_.make_shell("TolVane");
   Widget form_ = Createtolvane_form(shell_);
@@ -130,26 +109,27 @@ TEST_F(MainWindow, HasTheWidgetsInOrderWithTheirResources) {
   EXPECT_EQ(number(form_, XmNmarginHeight) + number(form_, XmNresizePolicy), "31");
   std::map<Widget, std::string> children;
   std::string with_handle, handles;
-  for (const Row &row : rows()) {
-    SCOPED_TRACE(row.name);
-    Widget w = find(row.name);
+  std::istringstream lines(WIDGETS);
+  for (std::string line; std::getline(lines, line);) {
+    SCOPED_TRACE(line);
+    std::istringstream words(line);
+    std::string name, type, parent, managed, handle, label, word;
+    words >> name >> type >> parent >> managed >> handle >> label >> word;
+    Widget w = find(name);
     ASSERT_TRUE(w);
-    children[XtParent(w)] += " " + row.name;
-    if (row.handle == "h") with_handle += " " + row.name;
-    EXPECT_EQ(XtClass(w)->core_class.class_name, row.type);
-    EXPECT_EQ(XtName(XtParent(w)), row.parent);
-    EXPECT_EQ(XtIsManaged(w), row.managed == "+");
-    EXPECT_EQ(row.label == "-" ? "-" : label_of(w), row.label);
-    std::istringstream words(row.resources);
-    for (std::string word; words >> word;) {
+    children[XtParent(w)] += " " + name;
+    if (handle == "h") with_handle += " " + name;
+    EXPECT_EQ(XtClass(w)->core_class.class_name, type);
+    EXPECT_EQ(XtName(XtParent(w)), parent);
+    EXPECT_EQ(XtIsManaged(w), managed == "+");
+    EXPECT_EQ(label == "-" ? "-" : label_of(w), label);
+    for (const char *const *side = SIDES; words >> word && word != "|"; side++) EXPECT_EQ(side_of(w, *side), word);
+    while (words >> word) {
       if (word == "H") word = "highlightThickness=0";
       if (word == "M") word = "marginHeight=3";
       const size_t equals = word.find('=');
-      EXPECT_EQ(number(w, word.substr(0, equals)), word.substr(equals + 1)) << word;
+      EXPECT_EQ(number(w, word.substr(0, equals)), word.substr(equals + 1));
     }
-    const char *const sides[] = {"top", "bottom", "left", "right"};
-    for (size_t i = 0; i < 4; i++)
-      EXPECT_EQ(row.sides[i].empty() ? "" : side_of(w, sides[i]), row.sides[i]) << sides[i];
   }
   for (const auto &[parent, expected] : children) {
     const auto list = resource<WidgetList>(parent, XmNchildren);
@@ -173,19 +153,17 @@ TEST_F(MainWindow, LaysTheColumnOutBesideThePage) {
   XtManageChild(form_);
   XtPopup(shell_, XtGrabNone);
   ASSERT_TRUE(app_.process_until([&] { return is_viewable(XtWindow(drawing_area)); }));
-  const int arrows = place_of(prev_chunk)[1], cross = place_of(view_up)[1];
-  const struct {
-    Widget widget;
-    std::array<int, 4> place;
-  } places[] = {{scale, {5, place_of(scale)[1], 94, 30}}, {prev_chunk, {10, arrows, 35, 35}},
-                {next_chunk, {55, arrows, 35, 35}},       {view_up, {37, cross, 32, 32}},
-                {view_left, {5, cross + 32, 32, 32}},     {view_right, {69, cross + 32, 32, 32}},
-                {view_down, {37, cross + 64, 32, 32}},    {res_textfield, {22, cross + 104, 76, 20}}};
+  const int slider = place_of(scale)[1], arrows = place_of(prev_chunk)[1], cross = place_of(view_up)[1];
+  const std::pair<Widget, std::array<int, 4>> places[] = {
+      {scale, {5, slider, 94, 30}},          {prev_chunk, {10, arrows, 35, 35}},
+      {next_chunk, {55, arrows, 35, 35}},    {view_up, {37, cross, 32, 32}},
+      {view_left, {5, cross + 32, 32, 32}},  {view_right, {69, cross + 32, 32, 32}},
+      {view_down, {37, cross + 64, 32, 32}}, {res_textfield, {22, cross + 104, 76, 20}}};
   for (const int larger : {0, 200}) {
-    resize_window(XtWindow(shell_), 940 + larger, 735 + larger);
+    XtVaSetValues(shell_, XmNwidth, 940 + larger, XmNheight, 735 + larger, nullptr);
     const std::array<int, 4> page = {104, 0, 836 + larger, 735 + larger};
-    EXPECT_TRUE(app_.process_until([&] { return place_of(scrolled_window) == page; }, Milliseconds(3000)));
-    for (const auto &row : places) EXPECT_EQ(place_of(row.widget), row.place) << XtName(row.widget);
+    EXPECT_TRUE(app_.process_until([&] { return place_of(scrolled_window) == page; }));
+    for (const auto &[widget, place] : places) EXPECT_EQ(place_of(widget), place) << XtName(widget);
     const auto buttons = place_of(dismiss_print_buttons);
     EXPECT_EQ(buttons[1] + buttons[3], 730 + larger);
   }

@@ -34,71 +34,55 @@ std::vector<std::string> table_of(const char *source) {
 
 }  // namespace
 
-TEST(LabelLanguage, TurnsSegmentsIntoDirectionsTextsAndLineBreaks) {
-  const struct {
-    const char *source, *expected;
-  } rows[] = {
+TEST(LabelLanguage, TurnsSegmentsIntoDirectionsTextsAndLineBreaksAndSplitsTables) {
+  const std::pair<const char *, const char *> rows[] = {
       {"two\nlines", ">[two]/[lines]"},
-      {":\"one colon\"", ">[:\"one colon\"]"},
+      {R"(:"one colon")", R"(>[:"one colon"])"},
       {"::", ">"},
       {"::Hello", ">[Hello]"},
       {":::t\"Save Fax\"\"(don't send)\"", ">[Save Fax]/[(don't send)]"},
-      {":::f\"a\"", ">[a]"},
-      {":::T\"a\":0\"b\":1\"c\":F\"d\"", ">[a]/[bc]/[d]"},
-      {":::t:r\"a\"\"b\"", "><[a]/>[b]"},
-      {":::R\"a\":f:L\"b\"", "><[a]>[b]"},
-      {":::r:t\"a\"", "><>[a]/"},         // a second colon starts the next segment
-      {":::t:x\"a\":t\"b\"", ">/[ab]/"},  // as does one that no direction follows
-      {":::z\"a\"", ">[a]"},
-      {"::#bold\"a\"", "#bold>[a]"},
-      {"::#b:t\"a\"\"c\"", "#b>[a]/[c]"},
-      {":::t#b\"a\"\"c\"", "#b>[a]/[c]"},
-      {"::\"a\"#bold", ">[a]"},  // a tag belongs to the text behind it
-      {"::#x#b\"a\"", "#b>[a]"},
-      {"::#\"a\"", ">[a]"},
-      {"::#a\\:b\"c\"", "#a\\:b>[c]"},
-      {"::#b ,\"a\"", "#b ,>[a]"},
-      {":::t ,\"a\"", ">[a]/"},
-      {"::\"a\\\"b\"", ">[a\\\"b]"},
-      {"::\"a:b#c\"", ">[a:b#c]"},
-      {"::\"\"", ">"},
-      {"::\"\"#b\"a\"", "#b>[a]"},
+      {R"(:::f"a")", ">[a]"},
+      {R"(:::T"a":0"b":1"c":F"d")", ">[a]/[bc]/[d]"},
+      {R"(:::t:r"a""b")", "><[a]/>[b]"},
+      {R"(:::R"a":f:L"b")", "><[a]>[b]"},
+      {R"(:::r:t"a")", "><>[a]/"},       // a second colon starts the next segment
+      {R"(:::t:x"a":t"b")", ">/[ab]/"},  // as does one that no direction follows
+      {R"(:::z"a")", ">[a]"},
+      {R"(::#b:t"a""c")", "#b>[a]/[c]"},
+      {R"(:::t#b"a""c")", "#b>[a]/[c]"},
+      {R"(::"a"#bold)", ">[a]"},  // a tag belongs to the text behind it
+      {R"(::#x#b"a")", "#b>[a]"},
+      {R"(::#"a")", ">[a]"},
+      {R"(::#a\:b"c")", R"(#a\:b>[c])"},
+      {R"(::#b ,"a")", "#b ,>[a]"},
+      {R"(:::t ,"a")", ">[a]/"},
+      {R"(::"a\"b")", R"(>[a\"b])"},
+      {R"(::"a:b#c")", ">[a:b#c]"},
+      {R"(::""#b"a")", "#b>[a]"},  // no text, and yet the end of a segment
       {"::#tag", ">"},
       {":::t", ">/"},
-      {"::#b\"a\"b\"c\"", "#b>[a][b\"c\"]"},  // a tail without separator is one plain text
-      {"::\\\"x\"", ">[\\\"x\"]"},
-      {"::\"never closed\\", ">[never closed\\]"},
+      {R"(::#b"a"b"c")", R"(#b>[a][b"c"])"},  // a tail without separator is one plain text
+      {R"(::\"x")", R"(>[\"x"])"},
+      {R"(::"never closed\)", R"(>[never closed\])"},
       {"::#b\"gr\xc3\xbc\xc3\x9f\"\"e\"", "#b>[gr\xc3\xbc\xc3\x9f][e]"},
       {"::\"\xff\xfe\xc3\":t\"\xe9\"", ">[\xff\xfe\xc3\xe9]/"},  // no characters: the bytes stay
-      {"::\xc3", ">[\xc3]"},
-  };
+      {"::\xc3", ">[\xc3]"}};
+  const std::pair<const char *, std::vector<std::string>> tables[] = {
+      {"", {}},
+      {R"(a,"b,c",d\,e)", {">[a]", R"(>["b,c"])", R"(>[d\,e])"}},
+      {R"(::"a","b")", {">[a]", R"(>["b"])"}},
+      {"a\n\"b\nc\"", {">[a]", ">[\"b]/[c\"]"}},
+      {R"(,::#t"x",)", {">[]", "#t>[x]", ">[]"}},
+      {R"(a\"b,c)", {R"(>[a\"b])", ">[c]"}},
+      {"\xc3\xbc,\\\xc3\xbc,b", {">[\xc3\xbc]", ">[\\\xc3\xbc]", ">[b]"}},
+      {"a\\\xff,\xff\xc3,b\\", {">[a\\\xff]", ">[\xff\xc3]", ">[b\\]"}}};
   for (const char *locale : {"C", "C.UTF-8"}) {
     ASSERT_TRUE(setlocale(LC_ALL, locale));
-    for (const auto &row : rows) EXPECT_EQ(converted(row.source), row.expected) << row.source << " in " << locale;
+    for (const auto &[source, expected] : rows) EXPECT_EQ(converted(source), expected) << source << " in " << locale;
+    for (const auto &[source, expected] : tables) EXPECT_EQ(table_of(source), expected) << source << " in " << locale;
   }
   EXPECT_EQ(StringToXmString(nullptr), nullptr);
   EXPECT_EQ(converted(("::\"" + std::string(5000, 'x') + "\"").c_str()), ">[" + std::string(5000, 'x') + "]");
-}
-
-TEST(LabelLanguage, SplitsTables) {
-  const struct {
-    const char *source;
-    std::vector<std::string> expected;
-  } rows[] = {
-      {"", {}},
-      {"a,\"b,c\",d\\,e", {">[a]", ">[\"b,c\"]", ">[d\\,e]"}},
-      {"::\"a\",\"b\"", {">[a]", ">[\"b\"]"}},
-      {"a\n\"b\nc\"", {">[a]", ">[\"b]/[c\"]"}},
-      {"a,", {">[a]", ">[]"}},
-      {",::#t\"x\"", {">[]", "#t>[x]"}},
-      {"a\\\"b,c", {">[a\\\"b]", ">[c]"}},
-      {"\xc3\xbc,\\\xc3\xbc,b", {">[\xc3\xbc]", ">[\\\xc3\xbc]", ">[b]"}},
-      {"a\\\xff,\xff\xc3,b\\", {">[a\\\xff]", ">[\xff\xc3]", ">[b\\]"}},
-  };
-  for (const char *locale : {"C", "C.UTF-8"}) {
-    ASSERT_TRUE(setlocale(LC_ALL, locale));
-    for (const auto &row : rows) EXPECT_EQ(table_of(row.source), row.expected) << row.source << " in " << locale;
-  }
 }
 
 TEST(LabelLanguage, ConverterWarnsOfArgumentsAndOfTooSmallATarget) {

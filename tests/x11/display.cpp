@@ -1,9 +1,9 @@
 #include "x11/display.h"
 
-#include <algorithm>
-#include <cctype>
+#include <gmock/gmock.h>
+
 #include <cstdlib>
-#include <cstring>
+#include <span>
 #include <thread>
 
 #include <X11/StringDefs.h>
@@ -17,50 +17,47 @@ namespace {
 Display *connection;
 int keyboard_event;  // the type under which the server tells of the bell
 
-// Windows go while we look at them, which is no reason to end.
-int ignore_error(Display *, XErrorEvent *) {
-  return 0;
-}
-
-// Looks at the server from outside: errors of this connection alone are passed over, the program's own stay fatal.
+// Windows go while we look at them: errors of this connection alone are passed over, the program's own stay fatal.
 XErrorHandler usual_handler;
 int handle_error(Display *from, XErrorEvent *error) {
-  return from == connection ? ignore_error(from, error) : usual_handler(from, error);
+  return from == connection ? 0 : usual_handler(from, error);
 }
 
-std::string title_of(Window window) {
-  char *name = nullptr;
-  if (!XFetchName(connection, window, &name) || !name) return {};
-  std::string title = name;
-  XFree(name);
-  return title;
-}
+struct TestDisplay : testing::Environment {
+  // Large enough for the longest page at full scale, so that a whole picture can be photographed.
+  ChildProcess server{{"Xvfb", "-displayfd", "1", "-screen", "0", "3800x3800x24", "-nolisten", "tcp", "-noreset"}};
 
-void collect_parts(Window window, std::vector<Window> &found) {
-  Window root, parent, *children = nullptr;
-  unsigned count = 0;
-  if (!XQueryTree(connection, window, &root, &parent, &children, &count)) return;
-  for (unsigned i = 0; i < count; i++) {
-    if (!is_viewable(children[i])) continue;
-    found.push_back(children[i]);
-    collect_parts(children[i], found);
+  void SetUp() override {
+    const auto number = server.read_line(PATIENCE);
+    ASSERT_TRUE(number) << "Xvfb did not start: " << server.errors();
+    setenv("DISPLAY", (":" + *number).c_str(), 1);
+    unsetenv("XENVIRONMENT");
+    connection = XOpenDisplay(nullptr);
+    ASSERT_TRUE(connection);
+    XkbQueryExtension(connection, nullptr, &keyboard_event, nullptr, nullptr, nullptr);
+    XkbSelectEvents(connection, XkbUseCoreKbd, XkbBellNotifyMask, XkbBellNotifyMask);
+    usual_handler = XSetErrorHandler(handle_error);
   }
-  if (children) XFree(children);
-}
+  void TearDown() override {
+    if (connection) XCloseDisplay(connection);
+    server.kill(SIGTERM);  // asked to go, not killed, the server takes its lock file with it
+    server.wait();
+  }
+};
 
 bool window_manager_runs() {
-  Atom type;
-  int format;
-  unsigned long items, left;
-  unsigned char *value = nullptr;
-  const Atom info = XInternAtom(connection, "_MOTIF_WM_INFO", False);
-  XGetWindowProperty(connection, DefaultRootWindow(connection), info, 0, 2, False, info, &type, &format, &items, &left,
-                     &value);
-  if (value) XFree(value);
-  return items > 0;
+  XWindowAttributes root;
+  XGetWindowAttributes(connection, DefaultRootWindow(connection), &root);
+  return root.all_event_masks & SubstructureRedirectMask;
 }
 
 }  // namespace
+
+int main(int argc, char **argv) {
+  testing::InitGoogleMock(&argc, argv);
+  testing::AddGlobalTestEnvironment(new TestDisplay);
+  return RUN_ALL_TESTS();
+}
 
 bool wait_until(const std::function<bool()> &condition, Milliseconds timeout) {
   const auto deadline = std::chrono::steady_clock::now() + timeout;
@@ -69,29 +66,6 @@ bool wait_until(const std::function<bool()> &condition, Milliseconds timeout) {
     std::this_thread::sleep_for(Milliseconds(5));
   }
   return true;
-}
-
-void TestDisplay::SetUp() {
-  const std::string size = std::to_string(SCREEN_WIDTH) + "x" + std::to_string(SCREEN_HEIGHT) + "x24";
-  server_ = std::make_unique<ChildProcess>(
-      std::vector<std::string>{"Xvfb", "-displayfd", "1", "-screen", "0", size, "-nolisten", "tcp", "-noreset"});
-  const auto number = server_->read_line(Milliseconds(30000));
-  ASSERT_TRUE(number) << "Xvfb did not start: " << server_->errors();
-  setenv("DISPLAY", (":" + *number).c_str(), 1);
-  unsetenv("XENVIRONMENT");
-  connection = XOpenDisplay(nullptr);
-  ASSERT_TRUE(connection);
-  XkbQueryExtension(connection, nullptr, &keyboard_event, nullptr, nullptr, nullptr);
-  XkbSelectEvents(connection, XkbUseCoreKbd, XkbBellNotifyMask, XkbBellNotifyMask);
-  usual_handler = XSetErrorHandler(handle_error);
-}
-
-void TestDisplay::TearDown() {
-  if (connection) XCloseDisplay(connection);
-  connection = nullptr;
-  // Asked to go, not killed, the server takes its lock file with it.
-  if (server_) server_->kill(SIGTERM);
-  if (server_) server_->wait();
 }
 
 Display *screen() {
@@ -105,26 +79,36 @@ WindowManager::WindowManager() : mwm_({"mwm"}) {
 WindowManager::~WindowManager() {
   mwm_.kill();
   mwm_.wait();
-  XDeleteProperty(connection, DefaultRootWindow(connection), XInternAtom(connection, "_MOTIF_WM_INFO", False));
-  XSync(connection, False);
+  wait_until([] { return !window_manager_runs(); });
 }
 
 std::vector<Window> parts_of(Window window) {
   std::vector<Window> found;
-  collect_parts(window, found);
+  Window root, parent, *children = nullptr;
+  unsigned count = 0;
+  if (!XQueryTree(connection, window, &root, &parent, &children, &count)) return found;
+  for (const Window part : std::span(children, count)) {
+    if (!is_viewable(part)) continue;
+    found.push_back(part);
+    const std::vector<Window> inner = parts_of(part);
+    found.insert(found.end(), inner.begin(), inner.end());
+  }
+  if (children) XFree(children);
   return found;
 }
 
 Window find_window(const std::string &title, Milliseconds timeout) {
   Window found = 0;
-  wait_until(
-      [&] {
-        for (Window window : parts_of(DefaultRootWindow(connection))) {
-          if (title_of(window) == title) found = window;
-        }
-        return found != 0;
-      },
-      timeout);
+  const auto look = [&] {
+    for (const Window window : parts_of(DefaultRootWindow(connection))) {
+      char *name = nullptr;
+      if (!XFetchName(connection, window, &name) || !name) continue;
+      if (title == name) found = window;
+      XFree(name);
+    }
+    return found != 0;
+  };
+  wait_until(look, timeout);
   return found;
 }
 
@@ -152,9 +136,16 @@ bool is_viewable(Window window) {
   return XGetWindowAttributes(connection, window, &attributes) && attributes.map_state == IsViewable;
 }
 
-void resize_window(Window window, int width, int height) {
-  XResizeWindow(connection, window, static_cast<unsigned>(width), static_cast<unsigned>(height));
-  XSync(connection, False);
+void resize_window(Window shell, int width, int height) {
+  XResizeWindow(connection, shell, static_cast<unsigned>(width), static_cast<unsigned>(height));
+  EXPECT_TRUE(wait_until([&] { return has_size(shell, width, height); }));
+}
+
+bool has_size(Window shell, int width, int height) {
+  const std::vector<Window> parts = parts_of(shell);
+  for (const Window window : {shell, parts.empty() ? 0 : parts.front()})
+    if (const Area area = area_of(window); area.width != width || area.height != height) return false;
+  return true;
 }
 
 void close_window(Window window) {
@@ -168,25 +159,24 @@ void close_window(Window window) {
   XSync(connection, False);
 }
 
-Photo photograph(Area area) {
-  const int left = std::max(area.x, 0), top = std::max(area.y, 0);
-  Photo picture;
-  picture.width = std::max(std::min(area.x + area.width, TestDisplay::SCREEN_WIDTH) - left, 0);
-  picture.height = std::max(std::min(area.y + area.height, TestDisplay::SCREEN_HEIGHT) - top, 0);
-  if (picture.width == 0 || picture.height == 0) return {};
-  XImage *image = XGetImage(connection, DefaultRootWindow(connection), left, top, static_cast<unsigned>(picture.width),
-                            static_cast<unsigned>(picture.height), AllPlanes, ZPixmap);
+std::vector<uint32_t> photograph(const Area &area) {
+  XImage *image = XGetImage(connection, DefaultRootWindow(connection), area.x, area.y,
+                            static_cast<unsigned>(area.width), static_cast<unsigned>(area.height), AllPlanes, ZPixmap);
   if (!image) return {};
-  picture.rgb.resize(static_cast<size_t>(picture.width) * static_cast<size_t>(picture.height));
-  for (int y = 0; y < picture.height; y++) {
-    // Depth 24: a pixel is a 32-bit word in the host's order, with a byte that means nothing.
-    uint32_t *row = &picture.rgb[static_cast<size_t>(y) * static_cast<size_t>(picture.width)];
-    memcpy(row, image->data + static_cast<ptrdiff_t>(y) * image->bytes_per_line,
-           static_cast<size_t>(picture.width) * sizeof *row);
-    std::for_each_n(row, picture.width, [](uint32_t &pixel) { pixel &= 0xffffff; });
-  }
+  // Depth 24: a pixel is a 32-bit word in the host's order, with a byte that means nothing.
+  const auto *words = reinterpret_cast<const uint32_t *>(image->data);
+  std::vector<uint32_t> pixels(words, words + static_cast<ptrdiff_t>(area.width) * area.height);
+  for (uint32_t &pixel : pixels) pixel &= 0xffffff;
   XDestroyImage(image);
-  return picture;
+  return pixels;
+}
+
+void drag(int from_x, int from_y, int to_x, int to_y, unsigned button) {
+  XTestFakeMotionEvent(connection, -1, from_x, from_y, CurrentTime);
+  XTestFakeButtonEvent(connection, button, True, CurrentTime);
+  XTestFakeMotionEvent(connection, -1, to_x, to_y, CurrentTime);
+  XTestFakeButtonEvent(connection, button, False, CurrentTime);
+  XSync(connection, False);
 }
 
 void click(int x, int y, unsigned button) {
@@ -198,12 +188,20 @@ void click(Widget widget) {
   click(area.x + area.width / 2, area.y + area.height / 2);
 }
 
-void move_pointer(int x, int y) {
-  XTestFakeMotionEvent(connection, -1, x, y, CurrentTime);
+void press_key(const std::string &name) {
+  const KeySym symbol = XStringToKeysym(name.c_str());
+  const unsigned code = XKeysymToKeycode(connection, symbol);
+  const unsigned shift = XKeysymToKeycode(connection, XK_Shift_L);
+  // The plus sign and the capitals stand on the shifted level of their key.
+  const bool shifted = XkbKeycodeToKeysym(connection, static_cast<KeyCode>(code), 0, 0) != symbol;
+  if (shifted) XTestFakeKeyEvent(connection, shift, True, CurrentTime);
+  for (const int pressed : {True, False}) XTestFakeKeyEvent(connection, code, pressed, CurrentTime);
+  if (shifted) XTestFakeKeyEvent(connection, shift, False, CurrentTime);
   XSync(connection, False);
 }
 
-std::string cursor_name() {
+std::string cursor_in(const Area &area) {
+  XTestFakeMotionEvent(connection, -1, area.x + area.width / 2, area.y + area.height / 2, CurrentTime);
   XFixesCursorImage *image = XFixesGetCursorImage(connection);
   const std::string name = image->name;
   XFree(image);
@@ -213,30 +211,7 @@ std::string cursor_name() {
 int bells_rung() {
   XSync(connection, False);
   int count = 0;
-  XEvent event;
-  while (XCheckTypedEvent(connection, keyboard_event, &event)) {
+  for (XEvent event; XCheckTypedEvent(connection, keyboard_event, &event);)
     count += reinterpret_cast<XkbAnyEvent *>(&event)->xkb_type == XkbBellNotify;
-  }
   return count;
-}
-
-void drag(int from_x, int from_y, int to_x, int to_y, unsigned button) {
-  XTestFakeMotionEvent(connection, -1, from_x, from_y, CurrentTime);
-  XTestFakeButtonEvent(connection, button, True, CurrentTime);
-  XTestFakeMotionEvent(connection, -1, to_x, to_y, CurrentTime);
-  XTestFakeButtonEvent(connection, button, False, CurrentTime);
-  XSync(connection, False);
-}
-
-void press_key(const std::string &name) {
-  const KeySym symbol = XStringToKeysym(name.c_str());
-  const unsigned code = XKeysymToKeycode(connection, symbol);
-  // The plus sign and the capitals stand on the shifted level of their key.
-  const bool shifted = XkbKeycodeToKeysym(connection, static_cast<KeyCode>(code), 0, 0) != symbol;
-  const unsigned shift = XKeysymToKeycode(connection, XStringToKeysym("Shift_L"));
-  if (shifted) XTestFakeKeyEvent(connection, shift, True, CurrentTime);
-  XTestFakeKeyEvent(connection, code, True, CurrentTime);
-  XTestFakeKeyEvent(connection, code, False, CurrentTime);
-  if (shifted) XTestFakeKeyEvent(connection, shift, False, CurrentTime);
-  XSync(connection, False);
 }

@@ -11,11 +11,6 @@
 namespace {
 
 struct Keys : testing::Test {
-  using Press = std::pair<const char *, const char *>;
-  static void press(const Viewer &viewer, const std::vector<Press> &presses) {
-    for (const auto &[key, shown] : presses) EXPECT_EQ(viewer.press(key, shown), shown) << key;
-  }
-
   const TempDir dir;
   const std::string document = dir.write("four.fax", marked_document(4, 4));
 };
@@ -30,38 +25,39 @@ std::string bare(std::string text) {
 }  // namespace
 
 TEST_F(Keys, EachKeyDoesItsWork) {
+  const std::pair<const char *, const char *> presses[] = {{"Page_Down", "2 100% 0 top"},
+                                                           {"n", "3 100% 0 top"},
+                                                           {"N", "2 100% 0 top"},
+                                                           {"Page_Up", "1 100% 0 top"},
+                                                           {"Page_Up", "1 100% 0 top"},
+                                                           {"End", "4 100% 0 top"},
+                                                           {"n", "4 100% 0 top"},
+                                                           {"Home", "1 100% 0 top"},
+                                                           {"space", "1 100% 0 bottom"},
+                                                           {"space", "2 100% 0 top"},
+                                                           {"BackSpace", "1 100% 0 bottom"},
+                                                           {"BackSpace", "1 100% 0 top"},
+                                                           {"Down", "1 100% 0 between"},
+                                                           {"Up", "1 100% 0 top"},
+                                                           {"wheel down", "1 100% 0 between"},
+                                                           {"n", "2 100% 0 between"},
+                                                           {"wheel up", "2 100% 0 top"},
+                                                           {"Home", "1 100% 0 top"},
+                                                           {"plus", "1 100% 0 top"},
+                                                           {"minus", "1 75% 0 top"},
+                                                           {"KP_Subtract", "1 50% 0 top"},
+                                                           {"minus", "1 50% 0 top"},
+                                                           {"KP_Add", "1 75% 0 top"},
+                                                           {"r", "1 75% 270 top"},
+                                                           {"r", "1 75% 180 top"},
+                                                           {"R", "1 75% 270 top"},
+                                                           {"R", "1 75% 0 top"},
+                                                           {"R", "1 75% 90 top"}};
   const Viewer viewer({document});
-  press(viewer, {{"Page_Down", "2 100% 0 top"},
-                 {"n", "3 100% 0 top"},
-                 {"N", "2 100% 0 top"},
-                 {"Page_Up", "1 100% 0 top"},
-                 {"Page_Up", "1 100% 0 top"},
-                 {"End", "4 100% 0 top"},
-                 {"n", "4 100% 0 top"},
-                 {"Home", "1 100% 0 top"},
-                 {"space", "1 100% 0 bottom"},
-                 {"space", "2 100% 0 top"},
-                 {"BackSpace", "1 100% 0 bottom"},
-                 {"BackSpace", "1 100% 0 top"},
-                 {"Down", "1 100% 0 between"},
-                 {"Up", "1 100% 0 top"},
-                 {"wheel down", "1 100% 0 between"},
-                 {"n", "2 100% 0 between"},
-                 {"wheel up", "2 100% 0 top"},
-                 {"Home", "1 100% 0 top"},
-                 {"plus", "1 100% 0 top"},
-                 {"minus", "1 75% 0 top"},
-                 {"KP_Subtract", "1 50% 0 top"},
-                 {"minus", "1 50% 0 top"},
-                 {"KP_Add", "1 75% 0 top"},
-                 {"r", "1 75% 270 top"},
-                 {"r", "1 75% 180 top"},
-                 {"R", "1 75% 270 top"},
-                 {"R", "1 75% 0 top"},
-                 {"R", "1 75% 90 top"}});
+  for (const auto &[key, shown] : presses) viewer.press(key, shown);
   const Area area = area_of(viewer.window());
   click(area.x + 48, area.y + 182);  // the toggle "100%": had the keys left it on, it would do nothing
-  EXPECT_EQ(viewer.shows("1 100% 90 top"), "1 100% 90 top");
+  viewer.expect("1 100% 90 top");
 }
 
 TEST_F(Keys, AUsersResourcesStandAboveTheDefaults) {
@@ -71,12 +67,12 @@ Tolvane*HorScrollBar.accelerators:
 Tolvane*tolvane_form.accelerators: #override \n <Key>osfRight: tn-next-page() \n <Key>q: tn-dismiss()
 )");
   Viewer viewer({document}, {"XENVIRONMENT=" + resources});
-  press(viewer, {{"Right", "2 100% 0 top"},
-                 {"n", "2 100% 0 top"},
-                 {"x", "2 100% 0 bottom"},
-                 {"Up", "2 100% 0 between"},
-                 {"q", ""}});  // what the user leaves alone stays
-  EXPECT_EQ(viewer.program.wait(), 0);
+  viewer.press("Right", "2 100% 0 top");
+  viewer.press("n", "2 100% 0 top");
+  viewer.press("x", "2 100% 0 bottom");
+  viewer.press("Up", "2 100% 0 between");  // what the user leaves alone stays
+  viewer.press("q", "");
+  EXPECT_EQ(viewer.program.wait(PATIENCE), 0);
 }
 
 TEST_F(Keys, TheInstalledResourceFileRepeatsTheDefaults) {

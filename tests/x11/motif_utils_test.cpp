@@ -8,7 +8,6 @@
 
 using namespace tolvane;
 using testing::ElementsAre;
-using testing::IsEmpty;
 
 namespace {
 
@@ -18,8 +17,7 @@ void count_call(Widget, XtPointer, XtPointer) {
 }
 
 /// A window with one child for each test, on the screen.
-class Helpers : public testing::Test {
- protected:
+struct Helpers : testing::Test {
   template <typename... Resources>
   Widget show(const char *name, WidgetClass type, Resources... resources) {
     shell_ = app_.make_shell("helpers");
@@ -47,16 +45,11 @@ class Helpers : public testing::Test {
   Widget shell_ = nullptr;
 };
 
-std::vector<int> selected(Widget list) {
-  int *positions = nullptr, count = 0;
-  if (!XmListGetSelectedPos(list, &positions, &count)) return {};
-  const std::vector<int> result(positions, positions + count);
-  XtFree(reinterpret_cast<char *>(positions));
-  return result;
-}
-
-void press(unsigned char button) {
-  click(XmMessageBoxGetChild(question_popup, button));
+std::string selected(Widget list) {
+  std::string positions;
+  for (int i = 1; i <= resource<int>(list, XmNitemCount); i++)
+    if (XmListPosSelected(list, i)) positions += std::to_string(i) + " ";
+  return positions;
 }
 
 std::string text(const char *s) {
@@ -107,10 +100,10 @@ TEST_F(Helpers, NameTheChoiceOfAnOptionMenu) {
   const std::string longest(120, 'n');
   Widget first = XtCreateManagedWidget("first", xmPushButtonWidgetClass, menu, nullptr, 0);
   Widget second = XtCreateManagedWidget(longest.c_str(), xmPushButtonWidgetClass, menu, nullptr, 0);
-  XtVaSetValues(option, XmNmenuHistory, first, nullptr);
-  EXPECT_EQ(text(get_menu_choice(option)), "first");
-  XtVaSetValues(option, XmNmenuHistory, second, nullptr);
-  EXPECT_EQ(text(get_menu_choice(option)), longest.substr(0, 99));
+  for (Widget choice : {first, second}) {
+    XtVaSetValues(option, XmNmenuHistory, choice, nullptr);
+    EXPECT_EQ(text(get_menu_choice(option)), std::string(XtName(choice)).substr(0, 99));
+  }
 }
 
 TEST_F(Helpers, ReadListItems) {
@@ -152,7 +145,7 @@ TEST_F(Helpers, KeepSelectionsUnderEveryPolicy) {
     select_all_items(list);
     for (const char *item : {"a", "b", "c", "d"}) add_item_to_list(list, item);
     select_all_items(list);
-    EXPECT_THAT(selected(list), ElementsAre(1, 2, 3, 4));
+    EXPECT_EQ(selected(list), "1 2 3 4 ");
     EXPECT_EQ(numb_selected_items(list), 4);
     save_selected_items(list);
     XmListDeselectPos(list, 1);
@@ -162,9 +155,9 @@ TEST_F(Helpers, KeepSelectionsUnderEveryPolicy) {
     for (const char *item : {"e", "f", "g"}) add_item_to_list(list, item);
     XmListSelectPos(list, 1, False);
     restore_selected_items(list);
-    EXPECT_THAT(selected(list), ElementsAre(2));  // there is no fourth any more
+    EXPECT_EQ(selected(list), "2 ");  // there is no fourth any more
     restore_selected_items(list);
-    EXPECT_THAT(selected(list), IsEmpty());
+    EXPECT_EQ(selected(list), "");
     EXPECT_EQ(resource<unsigned char>(list, XmNselectionPolicy), policy);
     EXPECT_EQ(calls, 0);
     XtDestroyWidget(shell_);
@@ -178,14 +171,12 @@ TEST_F(Helpers, AskUntilTheUserAnswers) {
     const char *yes, *no;
     void (*act)(Window);
     int expected;
-  } rows[] = {{"Yes", "No", [](Window) { press(XmDIALOG_OK_BUTTON); }, 1},
-              {"Go on", "Stop", [](Window) { press(XmDIALOG_CANCEL_BUTTON); }, 0},
-              {"Yes", "No", close_window, 0},
-              {"Once more", "No", [](Window) { press(XmDIALOG_OK_BUTTON); }, 1}};
+  } rows[] = {{"Yes", "No", [](Window) { click(XmMessageBoxGetChild(question_popup, XmDIALOG_OK_BUTTON)); }, 1},
+              {"Go on", "Stop", [](Window) { click(XmMessageBoxGetChild(question_popup, XmDIALOG_CANCEL_BUTTON)); }, 0},
+              {"Yes", "No", close_window, 0}};
   WindowManager manager;
   for (const auto &row : rows) {
-    // The question runs a loop of its own: the user comes by a timer in it.
-    act = row.act;
+    act = row.act;  // the question runs a loop of its own: the user comes by a timer in it
     XtAppAddTimeOut(
         app_.context, 50, [](XtPointer, XtIntervalId *) { act(find_window("Sorbex: Notice")); }, nullptr);
     EXPECT_EQ(AskUser("Send it?\nReally?", row.yes, row.no), row.expected);
@@ -256,15 +247,11 @@ TEST_F(Helpers, ServeTheScreen) {
   Widget area = show("area", xmDrawingAreaWidgetClass, XmNwidth, 100, XmNheight, 100);
   show_clock_cursor(area);  // without a window there is nothing to show it on
   realise();
-  const auto cursor_at = [](Area place) {
-    move_pointer(place.x + 50, place.y + 50);
-    return cursor_name();
-  };
-  const std::string before = cursor_at(area_of(area));
+  const std::string before = cursor_in(area_of(area));
   show_clock_cursor(area);
-  EXPECT_EQ(cursor_at(area_of(area)), "watch");
+  EXPECT_EQ(cursor_in(area_of(area)), "watch");
   restore_cursor(area);
-  EXPECT_EQ(cursor_at(area_of(area)), before);
+  EXPECT_EQ(cursor_in(area_of(area)), before);
 
   EXPECT_EQ(color_to_pixel("#123456"), 0x123456u);
   app_.warnings.clear();
@@ -274,7 +261,7 @@ TEST_F(Helpers, ServeTheScreen) {
   set_background(area, "#00ff00");
   flush_display();
   app_.process_pending();
-  EXPECT_EQ(photograph(area_of(area)).at(50, 50), 0x00ff00u);
+  EXPECT_EQ(photograph(area_of(area))[5050], 0x00ff00u);
 
   bells_rung();
   bell();
@@ -284,8 +271,6 @@ TEST_F(Helpers, ServeTheScreen) {
   app_.process_pending();
   XtAppAddTimeOut(
       app_.context, 0, [](XtPointer, XtIntervalId *) { calls++; }, nullptr);
-  const auto start = std::chrono::steady_clock::now();
   wait_for_screen_update(0);
   EXPECT_EQ(calls, 1);
-  EXPECT_LT(std::chrono::steady_clock::now() - start, Milliseconds(500));
 }

@@ -11,23 +11,9 @@
 
 namespace {
 
-/// Clicks on one of the buttons whose middle lies in `where`, counted from the top.
-void click_button(Window window, Area where, size_t index) {
-  std::vector<Area> buttons;
-  for (Window part : parts_of(window)) {
-    const Area area = area_of(part);
-    const int x = area.x + area.width / 2 - where.x, y = area.y + area.height / 2 - where.y;
-    if (area.height > 10 && area.height < 50 && x >= 0 && x < where.width && y >= 0 && y < where.height)
-      buttons.push_back({x + where.x, y + where.y, 0, 0});
-  }
-  std::sort(buttons.begin(), buttons.end(), [](const Area &a, const Area &b) { return a.y < b.y; });
-  ASSERT_LT(index, buttons.size());
-  click(buttons[index].x, buttons[index].y);
-}
-
 /// The pulldown menu, which alone has no frame by the window manager.
 Window find_menu() {
-  for (Window window : parts_of(DefaultRootWindow(screen()))) {
+  for (const Window window : parts_of(DefaultRootWindow(screen()))) {
     XWindowAttributes attributes;
     if (XGetWindowAttributes(screen(), window, &attributes) && attributes.override_redirect && attributes.height > 150)
       return window;
@@ -35,8 +21,13 @@ Window find_menu() {
   return 0;
 }
 
-class Parent : public testing::Test {
- protected:
+/// Clicks on an entry of a column of equal ones.
+void click_entry(Window column, int entry, int entries, int above = 0) {
+  const Area area = area_of(column);
+  click(area.x + area.width / 2, area.y + above + (area.height - above) * (2 * entry + 1) / (2 * entries));
+}
+
+struct Parent : testing::Test {
   enum Button { OPEN_PREVIEW, OPEN_SECOND, PREVIEW_FACE, VIEWER_FACE, TAKE_AWAY, RAISE, DISMISS, DESTROY, IS_UP, QUIT };
 
   void start(const std::string &second) {
@@ -46,24 +37,16 @@ class Parent : public testing::Test {
     own = find_window("Fax Parent");
     expect("opened: 0, event 2: window mapped", "1 100% 0 top");
   }
-  void push(Button button) const { click_button(own, area_of(own), button); }
+  void push(Button button) const { click_entry(own, button, QUIT + 1); }
   Window shell() const {
     const Window preview = find_window("Sorbex KT Fax Preview", Milliseconds(0));
     return preview ? preview : find_window("Sorbex KT Fax Viewer", Milliseconds(0));
   }
-  /// A button at the foot of the embedded window's column.
-  void push_below(size_t index) const {
-    const Area area = area_of(shell());
-    click_button(shell(), {area.x, area.y + area.height - 125, 110, 125}, index);
-  }
-  void choose(size_t entry) const {
+  void choose(int entry) const {
     const Area area = area_of(shell());
     click(area.x + 40, area.y + 17);
     ASSERT_TRUE(wait_until(find_menu));
-    const Window menu = find_menu();
-    Area entries = area_of(menu);
-    entries.y += 10;  // below the line to tear the menu off by
-    click_button(menu, entries, entry);
+    click_entry(find_menu(), entry, 8, 10);  // below the line to tear the menu off by
   }
   void key(const char *name) const {
     const Area area = area_of(shell());
@@ -81,11 +64,11 @@ class Parent : public testing::Test {
     SCOPED_TRACE(heard + " and " + shown);
     for (size_t at = 0, end; at < heard.size(); at = end + 2) {
       end = std::min(heard.find(", ", at), heard.size());
-      EXPECT_EQ(program->read_line().value_or("nothing"), heard.substr(at, end - at));
+      EXPECT_EQ(program->read_line(PATIENCE).value_or("nothing"), heard.substr(at, end - at));
     }
     push(IS_UP);
-    EXPECT_EQ(program->read_line().value_or("nothing"), up ? "up: 1" : "up: 0");
-    EXPECT_TRUE(wait_until([&] { return shown_in(shell()) == shown; }, Milliseconds(3000))) << shown_in(shell());
+    EXPECT_EQ(program->read_line(PATIENCE).value_or("nothing"), up ? "up: 1" : "up: 0");
+    EXPECT_TRUE(wait_until([&] { return shown_in(shell()) == shown; })) << shown_in(shell());
   }
 
   const TempDir dir;
@@ -100,32 +83,31 @@ const std::string OPENED = "opened: 0, event 2: window mapped", GONE = "event 1:
 
 TEST_F(Parent, HearsOfEveryButtonAndMenuEntry) {
   start(marked_document(2, 2));
-  push_below(0);
+  press_button(shell(), 0);
   expect("event 3: send", "1 100% 0 top");
   key("p");  // keys of buttons that this face does not offer
   key("q");
   expect("", "1 100% 0 top");
-  push_below(1);
+  press_button(shell(), 1);
   expect("event 4: save, " + GONE, "", false);
   push(OPEN_PREVIEW);
   expect(OPENED, "1 100% 0 top");
-  push_below(2);
+  press_button(shell(), 2);
   expect("event 5: discard, " + GONE, "", false);
   push(OPEN_SECOND);
   expect(OPENED, "1 100% 0 top");
-  const char *const events[] = {"event 6: print",        "event 7: properties", "event 8: attach",
-                                "event 9: delete",       "event 10: rename",    "event 11: to original",
-                                "event 12: to selected", "event 13: route"};
-  for (size_t entry = 0; entry < 8; ++entry) {
-    choose(entry);
-    expect(events[entry], "1 100% 0 top");
+  int entry = 0;
+  for (const char *event : {"6: print", "7: properties", "8: attach", "9: delete", "10: rename", "11: to original",
+                            "12: to selected", "13: route"}) {
+    choose(entry++);
+    expect(std::string("event ") + event, "1 100% 0 top");
   }
   key("p");
   expect("event 6: print", "1 100% 0 top");
-  push_below(0);
+  press_button(shell(), 0);
   expect(GONE, "", false);
   push(QUIT);
-  EXPECT_EQ(program->wait(), 0);
+  EXPECT_EQ(program->wait(PATIENCE), 0);
 }
 
 TEST_F(Parent, HidesRaisesDestroysAndBuildsAnew) {

@@ -21,8 +21,7 @@ void write_recorder(const TempDir &dir, const std::string &name) {
   std::filesystem::permissions(path, std::filesystem::perms::owner_all);
 }
 
-class PrintHandOff : public testing::Test {
- protected:
+struct PrintHandOff : testing::Test {
   void SetUp() override {
     setenv("RECORD", record.c_str(), 1);
     setenv("SORBEXHOME", home.string().c_str(), 1);
@@ -31,11 +30,11 @@ class PrintHandOff : public testing::Test {
   void TearDown() override { setenv("PATH", old_path.c_str(), 1); }
 
   /// What the print program was called by and given, or what was said instead.
-  std::string print(const std::string &file, const char *server, const char *printer) const {
+  std::string print(const std::string &file, const std::string &server, const std::string &printer) const {
     std::filesystem::remove(record);
     set_fax_filename(file.c_str());
-    strcpy(Server_name, server);
-    strcpy(Printer_name, printer);
+    strcpy(Server_name, server.c_str());
+    strcpy(Printer_name, printer.c_str());
     testing::internal::CaptureStderr();
     const int result = tn_call_ormbrix();
     const std::string errors = testing::internal::GetCapturedStderr();
@@ -67,17 +66,17 @@ TEST_F(PrintHandOff, NamesArriveAsTheyAreAndStartNothing) {
       "two  blanks.fax", "a\"b\".fax",  "it's.fax", "$HOME.fax",   "$(" + trap + ").fax", "`" + trap + "`.fax",
       "back\\slash\\",   "\"; " + trap, "a\nb.fax", "x & " + trap, "\\$(" + trap + ")",   "*?[a]!~#",
   };
-  const char *const server = "h-1.example:631", *const printer = "lp@a/b_c+d%e,f=g";
-  write_recorder(elsewhere, "ormbrix2");
-  for (const std::string &file : files)
+  const std::string server = "h-1.example:631", printer = "lp@a/b_c+d%e,f=g", names = server + "><" + printer;
+  for (const std::string &file : files) {
+    std::filesystem::remove(elsewhere.path("tolvane_print"));
+    write_recorder(elsewhere, "ormbrix2");
     EXPECT_EQ(print(file, server, printer),
               elsewhere.path("ormbrix2") + "<-s><" + server + "><-pr><" + printer + "><" + file + ">");
-  write_recorder(elsewhere, "tolvane_print");
-  for (const std::string &file : files)
-    EXPECT_EQ(print(file, server, printer),
-              elsewhere.path("tolvane_print") + "<" + file + "><" + server + "><" + printer + ">");
-  for (const char *bad : {"a b", "a;b", "$(id)", "`id`", "a\"b", "a\\b", "a|b", "a\nb", "\xE4"}) {
-    const std::string refusal = std::string(" name '") + bad + "' cannot be given to the print program\n";
+    write_recorder(elsewhere, "tolvane_print");
+    EXPECT_EQ(print(file, server, printer), elsewhere.path("tolvane_print") + "<" + file + "><" + names + ">");
+  }
+  for (const std::string bad : {"a b", "a;b", "$(id)", "`id`", "a\"b", "a\\b", "a|b", "a\nb", "\xE4"}) {
+    const std::string refusal = " name '" + bad + "' cannot be given to the print program\n";
     EXPECT_EQ(print("a.fax", bad, ""), "tolvane: server" + refusal);
     EXPECT_EQ(print("a.fax", "host", bad), "tolvane: printer" + refusal);
   }
@@ -107,14 +106,13 @@ TEST_F(PrintHandOff, TheButtonAndTheKeyPrintTheFileShown) {
   notes.write("one.fax", marked_document(1, 1));
   notes.write("two.fax", marked_document(2, 2));
   Viewer viewer({"-s", "host", "-p", "lp", "one.fax"}, {}, notes.string());
-  EXPECT_EQ(viewer.shows("1 100% 0 top"), "1 100% 0 top");
-  const Area area = area_of(viewer.window());
-  click(area.x + 55, area.y + area.height - 52);
-  const std::string first = notes.path("tolvane_print") + "<one.fax><host><lp>";
-  EXPECT_TRUE(wait_until([&] { return read_file(record) == first; })) << read_file(record);
+  const auto expect = [&](const std::string &printed) {
+    EXPECT_TRUE(wait_until([&] { return read_file(record) == notes.path("tolvane_print") + printed; }));
+  };
+  press_button(viewer.window(), 0);
+  expect("<one.fax><host><lp>");
   viewer.program.write("newfile two.fax\n");
   EXPECT_EQ(viewer.replies(1), "OK\n");
   viewer.press("p", "1 100% 0 top");
-  const std::string second = notes.path("tolvane_print") + "<two.fax><host><lp>";
-  EXPECT_TRUE(wait_until([&] { return read_file(record) == second; })) << read_file(record);
+  expect("<two.fax><host><lp>");
 }

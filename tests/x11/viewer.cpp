@@ -1,12 +1,9 @@
 #include "x11/viewer.h"
 
 #include <algorithm>
-#include <cstdlib>
 
 #include "helpers/fax_bytes.h"
 #include "helpers/tiff_pages.h"
-
-#include <X11/extensions/XTest.h>
 
 const char *const VIEWER_PROGRAM = TOLVANE_BUILD_DIR "/tolvane";
 
@@ -26,16 +23,11 @@ std::string marked_page(int number) {
   return {coded.begin(), coded.end()};
 }
 
-Window parent_of(Window window) {
+Area clip_of(Window window) {
   Window root, parent = 0, *children = nullptr;
   unsigned count;
   if (XQueryTree(screen(), window, &root, &parent, &children, &count) && children) XFree(children);
-  return parent;
-}
-
-Area overlap(const Area &a, const Area &b) {
-  const int left = std::max(a.x, b.x), top = std::max(a.y, b.y);
-  return {left, top, std::min(a.x + a.width, b.x + b.width) - left, std::min(a.y + a.height, b.y + b.height) - top};
+  return area_of(parent);
 }
 
 // 100 triangles, 15 pixels apart, 10 wide and 5 high, on the row `marker`.
@@ -44,25 +36,25 @@ bool in_marker(int x, int y, int marker) {
   return x < 1500 && from_top >= 0 && from_top < 5 && -from_top <= from_middle && from_middle < from_top;
 }
 
-bool shows_every_pixel(const PageWindow &at, const PlainPicture &picture, int32_t lines, int marker) {
-  const Area visible = overlap(at.page, at.clip);
-  const Photo photo = photograph(visible);
-  if (photo.width != visible.width || photo.height != visible.height) return false;
-  for (int i = 0; i < photo.height; i++) {
-    for (int j = 0; j < photo.width; j++) {
-      const int y = visible.y - at.page.y + i, x = visible.x - at.page.x + j;
+bool shows_every_pixel(const PageWindow &at, const PlainPicture &picture, int32_t lines, bool marker) {
+  const int left = std::max(at.page.x, at.clip.x), top = std::max(at.page.y, at.clip.y);
+  const int right = std::min(at.page.x + at.page.width, at.clip.x + at.clip.width);
+  const int bottom = std::min(at.page.y + at.page.height, at.clip.y + at.clip.height);
+  const std::vector<uint32_t> photo = photograph({left, top, right - left, bottom - top});
+  size_t pixel = 0;
+  for (int y = top - at.page.y; !photo.empty() && y < bottom - at.page.y; y++) {
+    for (int x = left - at.page.x; x < right - at.page.x; x++, pixel++) {
       const uint32_t painted = picture.black(lines, y, x) ? 0x000000 : 0xffffff;
-      // An exclusive or with 1.
-      if (photo.at(j, i) != (painted ^ (marker > 0 && in_marker(x, y, marker) ? 1u : 0u))) return false;
+      // The marker is an exclusive or with 1.
+      if (photo[pixel] != (painted ^ (marker && in_marker(x, y, at.clip.height) ? 1u : 0u))) return false;
     }
   }
-  return true;
+  return !photo.empty();
 }
 
-std::string place_of(const PageWindow &at) {
-  const int hidden = at.clip.y - at.page.y;
-  if (hidden <= 0) return "top";
-  return hidden == at.page.height - at.clip.height ? "bottom" : "between";
+std::string place_of(const Area &page, const Area &clip) {
+  const int hidden = clip.y - page.y;
+  return hidden <= 0 ? "top" : hidden == page.height - clip.height ? "bottom" : "between";
 }
 
 }  // namespace
@@ -74,41 +66,55 @@ std::string marked_document(int count, int promised) {
 }
 
 std::string shown_in(Window shell) {
-  for (Window part : parts_of(shell)) {
-    const Area page = area_of(part);
-    for (int divisor : {2, 3, 4}) {
+  for (const Window part : parts_of(shell)) {
+    const Area page = area_of(part), clip = clip_of(part);
+    for (const int divisor : {2, 3, 4}) {
       const bool upright = page.width == WIDTH / divisor;
       const int rows = upright ? page.height : page.width, number = (rows * divisor - lines_of(0) + 50) / 100;
       if ((!upright && page.height != WIDTH / divisor) || number < 1 || rows != (lines_of(number) + 1) / divisor)
         continue;
-      const Area clip = area_of(parent_of(part));
-      const Photo probe = photograph(upright ? Area{page.x + page.width / 4, clip.y + clip.height / 2, 1, 1}
-                                             : Area{clip.x + clip.width / 2, page.y + page.height / 4, 1, 1});
-      if (probe.at(0, 0) != 0 && probe.at(0, 0) != 0xffffff) return {};
+      const auto probe = photograph(upright ? Area{page.x + page.width / 4, clip.y + clip.height / 2, 1, 1}
+                                            : Area{clip.x + clip.width / 2, page.y + page.height / 4, 1, 1});
+      if (probe.empty() || (probe[0] != 0 && probe[0] != 0xffffff)) return {};
       const char *degrees[] = {" 90 ", " 270 ", " 180 ", " 0 "}, *scales[] = {" 100%", " 75%", " 50%"};
-      return std::to_string(number) + scales[divisor - 2] + degrees[2 * upright + (probe.at(0, 0) == 0)] +
-             place_of({part, page, clip});
+      return std::to_string(number) + scales[divisor - 2] + degrees[2 * upright + (probe[0] == 0)] +
+             place_of(page, clip);
     }
   }
   return {};
 }
 
-PageWindow find_page(Window shell, int width, int height) {
-  for (Window part : parts_of(shell)) {
-    const Area area = area_of(part);
-    if (area.width != width || area.height != height) continue;
-    return {part, area, area_of(parent_of(part))};
-  }
-  return {};
-}
-
-PageWindow page_shown(Window shell, const PlainPicture &picture, int32_t lines, int marker) {
+PageWindow page_shown(Window shell, const PlainPicture &picture, int32_t lines, bool marker,
+                      const std::function<bool(const PageWindow &)> &fits) {
   PageWindow at;
   const bool shown = wait_until([&] {
-    at = find_page(shell, picture.width(lines), picture.height(lines));
-    return at.window && shows_every_pixel(at, picture, lines, marker);
+    for (const Window part : parts_of(shell)) {
+      const Area area = area_of(part);
+      if (area.width != picture.width(lines) || area.height != picture.height(lines)) continue;
+      at = {part, area, clip_of(part)};
+      return fits(at) && shows_every_pixel(at, picture, lines, marker);
+    }
+    return false;
   });
   return shown ? at : PageWindow();
+}
+
+void press_button(Window shell, size_t index) {
+  std::vector<Area> buttons;
+  const auto laid_out = [&] {
+    buttons.clear();
+    const Area window = area_of(shell);
+    const int foot = window.y + window.height;
+    for (const Window part : parts_of(shell)) {
+      const Area area = area_of(part);
+      if (area.x < window.x + 80 && area.width < 110 && area.height > 10 && area.height < 50 && area.y > foot - 125)
+        buttons.push_back(area);
+    }
+    std::ranges::sort(buttons, {}, &Area::y);
+    return index < buttons.size() && buttons.back().y + buttons.back().height < foot;
+  };
+  ASSERT_TRUE(wait_until(laid_out));
+  click(buttons[index].x + buttons[index].width / 2, buttons[index].y + buttons[index].height / 2);
 }
 
 Viewer::Viewer(const std::vector<std::string> &arguments, const std::vector<std::string> &environment,
@@ -126,22 +132,26 @@ Viewer::Viewer(const std::vector<std::string> &arguments, const std::vector<std:
   EXPECT_NE(window_, 0u) << "no window came up: " << program.errors();
 }
 
-std::string Viewer::press(const std::string &key, const std::string &expected) const {
-  const Area area = area_of(window_);
-  const bool wheel = key.starts_with("wheel");
-  XTestFakeMotionEvent(screen(), -1, area.x + 300, area.y + 100, CurrentTime);
-  wheel ? click(area.x + 300, area.y + 100, key == "wheel up" ? 4 : 5) : press_key(key);
-  return shows(expected);
+void Viewer::expect(const std::string &shown) const {
+  std::string seen;
+  EXPECT_TRUE(wait_until([&] { return (seen = shown_in(window_)) == shown; })) << seen << ", not " << shown;
 }
 
-std::string Viewer::shows(const std::string &expected) const {
-  std::string seen;
-  wait_until([&] { return (seen = shown_in(window_)) == expected; }, Milliseconds(3000));
-  return seen;
+void Viewer::command(const std::string &words) {
+  program.write(words + "\n");
+  for (const char c : words + " ") EXPECT_TRUE(c != ' ' || program.read_line(PATIENCE) == "OK") << words;
 }
 
 std::string Viewer::replies(int count) {
   std::string lines;
-  for (; count > 0; --count) lines += program.read_line().value_or("nothing") + "\n";
+  for (; count > 0; --count) lines += program.read_line(PATIENCE).value_or("nothing") + "\n";
   return lines;
+}
+
+void Viewer::press(const std::string &key, const std::string &shown) const {
+  const Area area = area_of(window_);
+  click(area.x + 300, area.y + 100, key == "wheel up" ? 4 : key == "wheel down" ? 5 : 1);
+  if (!key.starts_with("wheel")) press_key(key);
+  SCOPED_TRACE(key);
+  expect(shown);
 }

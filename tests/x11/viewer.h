@@ -7,6 +7,8 @@
 #include "helpers/plain_picture.h"
 #include "x11/display.h"
 
+extern const char *const VIEWER_PROGRAM;
+
 /// A fax file of `count` pages that can be told apart on the screen; its header promises `promised` pages. Fine
 /// resolution, MMR.
 std::string marked_document(int count, int promised);
@@ -15,18 +17,21 @@ std::string marked_document(int count, int promised);
 /// "bottom" or "between". Empty if there is no such page to be seen.
 std::string shown_in(Window shell);
 
-/// The window that a page of `lines` lines is painted in: the part of this size that lies in a clip window. Those that
-/// are scrolled away stand outside `clip`.
+/// The window that a page is painted in and the one that clips it. What is scrolled away stands outside `clip`.
 struct PageWindow {
   Window window = 0;  ///< 0 if there is none
   Area page, clip;
 };
-PageWindow find_page(Window shell, int width, int height);
-
 /// Waits until the window shows the picture of a page of `lines` lines, every pixel of it that is not scrolled away.
-/// @param marker  the row on which the marker of the reading steps stands, 0 for none
-/// @return where the page stands then; no window if it never came to that
-PageWindow page_shown(Window shell, const PlainPicture &picture, int32_t lines, int marker = 0);
+/// @param marker  whether the marker of the reading steps stands where the view from the top of the page ended
+/// @param fits    what is asked besides of where the page stands
+/// @return where the page stands; no window if it never came to that
+PageWindow page_shown(Window shell, const PlainPicture &picture, int32_t lines, bool marker,
+                      const std::function<bool(const PageWindow &)> &fits);
+
+/// Clicks on the button number `index` from the top among those at the foot of the viewer's column of controls, once
+/// they stand where the window's size puts them.
+void press_button(Window shell, size_t index);
 
 class Viewer {
  public:
@@ -35,17 +40,17 @@ class Viewer {
                   const std::string &directory = {});
 
   Window window() const { return window_; }
-  /// What the window shows, once that is `expected`, or in the end.
-  std::string shows(const std::string &expected) const;
+  /// Expects that the window comes to show this.
+  void expect(const std::string &shown) const;
+  /// Gives commands, one blank apart, in one write and expects an "OK" for each.
+  void command(const std::string &words);
   /// The next `count` lines of standard output, each with its line feed.
   std::string replies(int count);
-  /// Presses a key, or turns the wheel ("wheel up", "wheel down"), in the window; then as `shows`.
-  std::string press(const std::string &key, const std::string &expected) const;
+  /// Presses a key, or turns the wheel ("wheel up", "wheel down"), in the window, and expects what it then shows.
+  void press(const std::string &key, const std::string &shown) const;
 
   ChildProcess program;
 
  private:
   Window window_;
 };
-
-extern const char *const VIEWER_PROGRAM;

@@ -1,16 +1,13 @@
 #include "x11/xt_app.h"
 
+#include "app/app_state.h"
+#include "app/open_view.h"
 #include "ui/bx_tolvane_utils.h"
 #include "ui/motif_utils.h"
 
 #include <X11/Shell.h>
 
 namespace {
-
-char background[] = "*background:\t\t#dd9e8d";
-char font_list[] = "*fontList:\t\t-*-helvetica-bold-r-*-*-*-120-*-*-*-*-iso8859-1";
-char margin_height[] = "*marginHeight:\t\t3";
-char *fallbacks[] = {background, font_list, margin_height, nullptr};
 
 void keep_warning(char *message) {
   xt_app().warnings.emplace_back(message);
@@ -28,14 +25,11 @@ void keep_message(char *, char *, char *, char *text, char **words, Cardinal *co
 
 XtApp open_app() {
   XtApp app;
-  XtToolkitInitialize();
-  app.context = XtCreateApplicationContext();
-  XtAppSetFallbackResources(app.context, fallbacks);
+  int argc = 0;
+  app.display = tolvane::open_display(&argc, nullptr);
+  app.context = tolvane::tn_context;
   XtAppSetWarningHandler(app.context, keep_warning);
   XtAppSetWarningMsgHandler(app.context, keep_message);
-  int argc = 0;
-  app.display = XtOpenDisplay(app.context, nullptr, "tolvane", "Tolvane", nullptr, 0, &argc, nullptr);
-  if (!app.display) return app;
   tolvane::RegisterBxConverters(app.context);
   app.hidden_shell = XtAppCreateShell("tolvane", "Tolvane", applicationShellWidgetClass, app.display, nullptr, 0);
   tolvane::register_motif_utils_variables(app.display, app.context, app.hidden_shell);
@@ -64,13 +58,11 @@ void XtApp::process_pending() const {
   }
 }
 
-bool XtApp::process_until(const std::function<bool()> &condition, Milliseconds timeout) const {
-  return wait_until(
-      [&] {
-        process_pending();
-        return condition();
-      },
-      timeout);
+bool XtApp::process_until(const std::function<bool()> &condition) const {
+  return wait_until([&] {
+    process_pending();
+    return condition();
+  });
 }
 
 std::string written(XmString string) {

@@ -21,7 +21,7 @@ struct XtApp {
   Widget make_shell(const char *title) const;
 
   /// Serves events until `condition` holds or the time is over.
-  bool process_until(const std::function<bool()> &condition, Milliseconds timeout = Milliseconds(10000)) const;
+  bool process_until(const std::function<bool()> &condition) const;
   /// Serves what is pending, and what the server has sent by the time it has answered.
   void process_pending() const;
 };
