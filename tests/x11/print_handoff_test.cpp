@@ -109,6 +109,7 @@ TEST_F(PrintHandOff, TheButtonAndTheKeyPrintTheFileShown) {
   const auto expect = [&](const std::string &printed) {
     EXPECT_TRUE(wait_until([&] { return read_file(record) == notes.path("tolvane_print") + printed; }));
   };
+  viewer.command("x");  // answered once the start is over
   press_button(viewer.window(), 0);
   expect("<one.fax><host><lp>");
   viewer.program.write("newfile two.fax\n");
