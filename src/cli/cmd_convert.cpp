@@ -18,6 +18,7 @@
 #include "faxfile/header_lines.h"
 #include "faxfile/session_params.h"
 #include "faxfile/usorbport.h"
+#include "support/handle.h"
 #include "t4/damage.h"
 #include "t4/t4dec_convert.h"
 
@@ -30,7 +31,9 @@ int32_t coding = -1;
 int32_t jobs = 1;
 
 void declare(CLI::App &usage) {
-  usage.add_option("FILE", files, "the fax files to convert, in place")->required();
+  usage.add_option("FILE", files, "the fax files to convert, in place")->required()->check([](const std::string &path) {
+    return path == "-" ? "files are converted in place: standard input cannot be" : "";
+  });
   add_coding(usage, "--to", coding, "the coding that their pages get")->required();
   usage.add_option("-j,--jobs", jobs, "files that are converted at a time, 1 unless given")->check(CLI::Range(1, 1024));
 }
@@ -49,13 +52,15 @@ void note_damage(Damage) {
   if (damaged_pages.empty() || damaged_pages.back() != page_in_work) damaged_pages.push_back(page_in_work);
 }
 
-/// Runs the converter on a path, which names the old or the new file at every moment.
+/// Runs the converter on a path, which names the old or the new file at every moment. A link keeps pointing: it is its
+/// target that is replaced.
 bool run_converter(const std::string &path) {
+  const Block<char> target(realpath(path.c_str(), nullptr));
   // The name under which the converter makes the new file.
   const std::string unfinished = path + '.' + std::to_string(getpid());
   note_unfinished_file(unfinished);
   t4dec_set_damage_callback(note_damage);
-  const bool done = t4dec_change_format(path.c_str(), coding, 0, begin_page) == 1;
+  const bool done = t4dec_change_format(target ? target.get() : path.c_str(), coding, 0, begin_page) == 1;
   t4dec_set_damage_callback(nullptr);
   forget_unfinished_file(unfinished);
   return done;

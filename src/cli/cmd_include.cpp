@@ -7,6 +7,7 @@
 #include "cli/page_coding.h"
 #include "faxfile/header_lines.h"
 #include "faxfile/pages.h"
+#include "faxfile/session_params.h"
 
 namespace tolvane {
 namespace {
@@ -42,9 +43,9 @@ Status check_included(const FaxDocument &document) {
   FaxDocument included;
   if (open_fax(directory_of(document.path) + '/' + included_name, included) != DONE) return FAILED;
   if (included.coding != document.coding || written_resolution(included) != written_resolution(document))
-    return failure("%s is coded in %s at resolution %d, but %s in %s at %d: convert one of them first", included.name(),
-                   coding_name(included.coding), written_resolution(included), document.name(),
-                   coding_name(document.coding), written_resolution(document));
+    return failure("%s is in %s, %s, but %s in %s, %s: bring one of them to the other's with merge", included.name(),
+                   coding_name(included.coding), VRtostring(written_resolution(included)), document.name(),
+                   coding_name(document.coding), VRtostring(written_resolution(document)));
   if (count > included.page_count())
     return failure("%s has %d pages, not %d", included.name(), included.page_count(), count);
   if (leads_back(document, included)) return failure("%s leads back to %s", included.name(), document.name());

@@ -158,7 +158,7 @@ Status run() {
   if (open_fax(file, document) != DONE) return FAILED;
   const HeaderLines before = document.lines;
   if (const Status status = chosen->act(document); status != DONE || !chosen->edits) return status;
-  if (document.lines == before) return DONE;
+  if (document.lines == before && file != "-") return DONE;
   OutputFile output;
   if (check_header(document.name(), document.lines) != DONE || output.open(file) != DONE) return FAILED;
   return write_fax_header_lines(document, output);

@@ -2,6 +2,8 @@
 // page in the coding and resolution of the document, at a scale of the viewer, with every line that the decoder gives.
 #include <CLI/CLI.hpp>
 
+#include <climits>
+
 #include "cli/commands.h"
 #include "cli/fax_lines.h"
 #include "cli/options.h"
@@ -26,7 +28,7 @@ int32_t degrees;
 void declare(CLI::App &usage) {
   usage.add_option("FILE", file, "the fax file; - is standard input")->required();
   usage.add_option("OUT", out, "the file to make; - is standard output")->required();
-  usage.add_option("-p,--page", page_wanted, "the page, 1 unless given")->check(CLI::PositiveNumber);
+  usage.add_option("-p,--page", page_wanted, "the page, 1 unless given")->check(CLI::Range(1, INT_MAX));
   add_choice(usage, "--scale", scale_index, {{"100", 0}, {"75", 1}, {"50", 2}}, "percent, 100 unless given");
   add_choice(usage, "--orientation", degrees, {{"0", 0}, {"90", 90}, {"180", 180}, {"270", 270}},
              "degrees, 0 unless given: 90 has the top of the page at the left");

@@ -3,6 +3,9 @@
 // they throw ends here and nowhere else, after the handles on the way have removed half-made files.
 #include <CLI/CLI.hpp>
 
+#include <fcntl.h>
+#include <unistd.h>
+
 #include <csignal>
 #include <cstdio>
 #include <new>
@@ -39,6 +42,14 @@ Status run_command_line(int argc, char **argv) {
   return chosen->run();
 }
 
+/// Takes the places of standard channels that were closed at the start with a device that fails as they would. Else a
+/// file of ours would take one, and diagnostics would end up among its bytes.
+void fill_standard_channels() {
+  for (const int channel : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
+    if (fcntl(channel, F_GETFD) < 0) open("/dev/null", channel == STDIN_FILENO ? O_WRONLY : O_RDONLY);
+  }
+}
+
 /// Results that never reached standard output were not given, whatever the command thinks.
 Status close_output(Status status) {
   return fflush(stdout) || ferror(stdout) ? worse(status, system_failure("standard output")) : status;
@@ -50,6 +61,7 @@ Status close_output(Status status) {
 int main(int argc, char **argv) {
   // A reader that went away and a limit on the size of files are failed writes with a message: half-made files go.
   for (const int failed_write : {SIGPIPE, SIGXFSZ}) signal(failed_write, SIG_IGN);
+  tolvane::fill_standard_channels();
   try {
     return tolvane::close_output(tolvane::run_command_line(argc, argv));
   } catch (const std::bad_alloc &) {

@@ -22,8 +22,7 @@ struct Inclusion {
 /// Reads the lines of a header, whatever they hold. Text behind the last line feed is a line too.
 ///
 /// @return a FaxFile code: 0 with the file at its first page record; 10 if it is no fax file, or its header is cut
-/// short
-///         or not closed; 6 if it can't be read
+///         short or not closed; 6 if it can't be read
 int16_t read_header_lines(int32_t fd, HeaderLines &lines);
 
 /// Writes preamble and header text at the file position: that of a new file, whose pages follow.

@@ -17,8 +17,8 @@ extern int32_t fl_trace_on;
 ///
 /// @param fd      fax file, open for reading; left at any position
 /// @param path    the path under which `fd` was opened
-/// @param page    page of the document from 1, included pages counted in; a file's own pages are found by the low 16
-/// bits
+/// @param page    page of the document from 1, included pages counted in; a file's own pages are found by
+///                the low 16 bits
 /// @param data    address of a null pointer; receives the coded bytes, a block from `malloc` that the caller frees
 /// @param length  receives the number of coded bytes, 0 for an empty page
 /// @return 0; 15 for a bad argument, an included file that can't be opened or read, is no regular file, or includes

@@ -29,8 +29,8 @@ int16_t FaxFileClose(int32_t fd);
 ///
 /// @param value  must not be null; may be empty
 /// @return 0; 15 for a bad argument; 10 if the file is no whole fax file; 6 if it can't be read; 5 if the pages can't
-/// be
-///         spooled, with the file untouched; 7 if a write failed, with the file put back as it was as far as it can be
+///         be spooled, with the file untouched; 7 if a write failed, with the file put back as it was as far as
+///         it can be
 int16_t FaxFileAddKeyword(int32_t fd, int16_t keyword, const char *value);
 
 /// Deletes the first line of a keyword, if there is one, and appends the new line behind the last. At every moment
@@ -44,8 +44,7 @@ int16_t FaxFileModifyKeyword(const char *path, int16_t keyword, const char *valu
 /// every moment `path` names the whole old or the whole new file; descriptors opened before go on showing the old one.
 ///
 /// @return 0; 15 for a bad argument; 8, 10, 6 if the file can't be opened, is no whole fax file with a header of at
-/// most
-///         65535 bytes, or can't be read; 4 without memory; 5 if the pages can't be spooled or the new file not be
+///         most 65535 bytes, or can't be read; 4 without memory; 5 if the pages can't be spooled or the new file not be
 ///         made; 12 without a name for it; 7 if a write failed or it could not take its place. On failure the old file
 ///         stands untouched and no new one stays
 int16_t FaxFileDeleteKeyword(const char *path, int16_t keyword);

@@ -98,7 +98,7 @@ extern Widget question_popup;
 
 /// Callback of the dialog's buttons.
 /// @param client_data  an `int` that becomes 1 for the OK button, 0 for the cancel button and is left by any other
-/// reason
+///                     reason
 void response(Widget w, XtPointer client_data, XtPointer call_data);
 
 /// Puts a question in a modal dialog and serves events until it is answered, so that callbacks of the rest of the
