@@ -10,7 +10,6 @@
 #include "helpers/temp_dir.h"
 
 using testing::HasSubstr;
-using testing::Not;
 using testing::StartsWith;
 
 namespace {
@@ -24,55 +23,45 @@ std::string pbm_head(uint32_t width, uint32_t height) {
 }  // namespace
 
 TEST(Faults, BadPagesAreNamedAndNothingIsMade) {
-  const TempDir dir;
-  const std::string tiff = read_file(TOLVANE_SOURCE_DIR "/bench/charts/itu4.tif");
-  ASSERT_EQ(run_command({"convert", "-size", "300x300", "-strip", "xc:gray", dir.path("a.png")}).status, 0);
-  ASSERT_EQ(
-      run_command({"convert", "-size", "300x300", "xc:gray", "-depth", "8", "-compress", "None", dir.path("a.tif")})
-          .status,
-      0);
-  const std::string png = read_file(dir.path("a.png")), grey = read_file(dir.path("a.tif"));
-  std::filesystem::remove(dir.path("a.png"));
-  std::filesystem::remove(dir.path("a.tif"));
-  std::string bad_line = tiff;
-  bad_line[20000] = static_cast<char>(bad_line[20000] ^ 0x5A);
+  const TempDir dir, made;
+  const std::string convert = "convert -size 300x300 -strip xc:gray -depth 8 -compress ", names = "Zip a.png; ";
+  run_command({"sh", "-c", convert + names + convert + "None a.tif"}, {}, {}, made.string());
+  const std::string png = read_file(made.path("a.png")), grey = read_file(made.path("a.tif"));
+  const std::string tiff = read_file(TOLVANE_SOURCE_DIR "/bench/charts/itu4.tif"), page = pbm(random_page(1, 2));
   const struct {
     std::string bytes;
     int status;
-    const char *complaint;
-    std::vector<std::string> options;
+    const char *complaint, *options = "";
   } cases[] = {
-      {"", 2, "empty", {}},
-      {"a text file\n", 2, "not a TIFF, PBM, PNG or PDF", {}},
-      {fax_bytes("DATE:1\n"), 2, "merge", {}},
-      {tiff.substr(0, 4), 2, "in.page: ", {}},
-      {tiff.substr(0, tiff.size() / 2), 2, "in.page: ", {}},
-      {grey.substr(0, 8) + std::string(500, '\0'), 2, "in.page: ", {}},
-      {bad_line, 3, "in.page: page 1: line ", {}},
-      {png.substr(0, png.size() - 30), 2, "in.page: ", {}},
-      {png.substr(0, 20), 2, "in.page: ", {}},
-      {"%PDF-1.4\nnothing", 2, "not a PDF", {}},
-      {pbm_head(20000, 10) + std::string(25000, '\0'), 2, "20000 x 10 pixels", {}},
-      {pbm_head(10000, 100000), 2, "10000 x 100000 pixels", {}},
-      {pbm_head(10, 60000) + std::string(120000, '\0'), 2, "more than 32767 lines", {}},
-      {pbm_head(8, 0), 2, "8 x 0 pixels", {}},
-      {pbm_head(4000000000U, 4000000000U), 2, "pixels", {}},
-      {pbm_head(1728, 2) + "x", 2, "ends before", {}},
-      {pbm(random_page(1, 2)) + "P7", 2, "where page 2 begins", {}},
-      {"P1 2 2 1 0 2 0", 2, "ends before", {}},
-      {std::string(40, '\0'), 2, "no line", {"--raw", "g3"}},
-      {encoded_page(random_page(1, 90), 0).substr(0, 2000) + "\x12\x34\x56\x78", 3, "page 1: line ", {"--raw", "g3"}},
-      {pbm(random_page(1, 2)), 1, "--width", {"--width", "1000"}},
-      {pbm(random_page(1, 2)), 1, "--coding", {"--coding", "g5"}},
-      {pbm(random_page(1, 2)), 1, "--source-dpi", {"--source-dpi", "0x98"}},
-      {pbm(random_page(1, 2)), 1, "NAME=VALUE", {"-k", "SUBJECT"}},
-      {pbm(random_page(1, 2)), 1, "set by the program itself", {"-k", "#PAGES=3"}},
+      {"", 2, "empty"},
+      {"a text file\n", 2, "not a TIFF, PBM, PNG or PDF"},
+      {fax_bytes("DATE:1\n"), 2, "merge"},
+      {tiff.substr(0, 4), 2, "in.page: "},
+      {tiff.substr(0, tiff.size() / 2), 2, "in.page: "},
+      {grey.substr(0, 8) + std::string(500, '\0'), 2, "in.page: "},
+      {spoilt(tiff, 1), 3, "in.page: page 1: line "},
+      {png.substr(0, png.size() - 30), 2, "in.page: "},
+      {png.substr(0, 20), 2, "in.page: "},
+      {"%PDF-1.4\nnothing", 2, "not a PDF"},
+      {pbm_head(20000, 10) + std::string(25000, '\0'), 2, "20000 x 10 pixels"},
+      {pbm_head(10000, 100000), 2, "10000 x 100000 pixels"},
+      {pbm_head(10, 60000) + std::string(120000, '\0'), 2, "more than 32767 lines"},
+      {pbm_head(8, 0), 2, "8 x 0 pixels"},
+      {pbm_head(4000000000U, 4000000000U), 2, "pixels"},
+      {pbm_head(1728, 2) + "x", 2, "ends before"},
+      {page + "P7", 2, "where page 2 begins"},
+      {"P1 2 2 1 0 2 0", 2, "ends before"},
+      {std::string(40, '\0'), 2, "no line", "--raw g3"},
+      {encoded_page(random_page(1, 90), 0).substr(0, 2000) + "\x12\x34\x56\x78", 3, "page 1: line ", "--raw g3"},
+      {page, 1, "--width", "--width 1000"},
+      {page, 1, "--coding", "--coding g5"},
+      {page, 1, "--source-dpi", "--source-dpi 0x98"},
+      {page, 1, "NAME=VALUE", "-k SUBJECT"},
+      {page, 1, "set by the program itself", "-k '#PAGES=3'"},
   };
   for (const auto &row : cases) {
     dir.write("in.page", row.bytes);
-    std::vector<std::string> words = {"create", "out.fax", "in.page"};
-    words.insert(words.end(), row.options.begin(), row.options.end());
-    const ToolRun run = fax_tool(words, dir.string());
+    const ToolRun run = tolvane_fax("create out.fax in.page " + std::string(row.options), dir.string());
     EXPECT_EQ(run.status, row.status) << row.complaint << ": " << run.err;
     EXPECT_THAT(run.err, HasSubstr(row.complaint));
     EXPECT_EQ(run.out, "");
@@ -84,54 +73,52 @@ TEST(Faults, BadPagesAreNamedAndNothingIsMade) {
 // A limit on the size of files fails writes as a full disk does, at a size that the test can choose.
 TEST(Faults, AFullDiskLosesNothing) {
   const TempDir dir;
-  const std::string charts = TOLVANE_SOURCE_DIR "/bench/charts/", fax = dir.path("a.fax");
-  ASSERT_EQ(fax_tool({"create", fax, charts + "itu1.tif"}).status, 0);
-  const std::string before = read_file(fax);
-  const std::string commands[] = {
-      "create '" + fax + "' " + charts + "itu4.tif",
-      "create '" + dir.path("new.fax") + "' " + charts + "itu4.tif",
-      "append '" + fax + "' " + charts + "itu1.tif",
-      "insert 1 '" + fax + "' " + charts + "itu4.tif",
-      "convert --to mh '" + fax + "'",
-      "keywords set '" + fax + "' SUBJECT=x",
-      "merge '" + dir.path("new.fax") + "' '" + fax + "' '" + fax + "'",
-      "split '" + fax + "' '" + dir.path("%d.fax") + "'",
-  };
-  for (const std::string &command : commands) {
-    const ToolRun run = run_command({"sh", "-c", "ulimit -f 16; exec " + tool + " " + command});
-    EXPECT_EQ(run.status, 2) << command << run.err;
-    EXPECT_NE(run.err, "") << command;
-    EXPECT_TRUE(read_file(fax) == before) << command;
-    EXPECT_EQ(dir.entries(), 1) << command;
+  ASSERT_EQ(tolvane_fax("create a.fax $charts/itu1.tif", dir.string()).status, 0);
+  const std::string before = read_file(dir.path("a.fax"));
+  for (const std::string line :
+       {"create a.fax $charts/itu4.tif", "create new.fax $charts/itu4.tif", "append a.fax $charts/itu1.tif",
+        "insert 1 a.fax $charts/itu4.tif", "convert --to mh a.fax", "keywords set a.fax SUBJECT=x",
+        "merge new.fax a.fax a.fax", "split a.fax %d.fax", "extract a.fax x.pdf", "extract a.fax x.tif",
+        "extract a.fax x.png", "extract a.fax x.pbm"}) {
+    const ToolRun run =
+        run_command({"sh", "-c", "ulimit -f 16; exec " + tool + " " + line}, {}, {charts_variable()}, dir.string());
+    EXPECT_EQ(run.status, 2) << line << run.err;
+    EXPECT_NE(run.err, "") << line;
+    EXPECT_TRUE(read_file(dir.path("a.fax")) == before) << line;
+    EXPECT_EQ(dir.entries(), 1) << line;
   }
-  EXPECT_EQ(fax_tool({"create", "/dev/full", charts + "itu1.tif"}).status, 2);
-  EXPECT_EQ(run_command({"sh", "-c", tool + " keywords list '" + fax + "' >/dev/full"}).status, 2);
+  EXPECT_EQ(tolvane_fax("create /dev/full $charts/itu1.tif").status, 2);
+  for (const char *channel : {"/dev/full", "&-"})
+    EXPECT_EQ(tolvane_fax("keywords list a.fax >" + std::string(channel), dir.string()).status, 2) << channel;
+}
+
+// A file of the tool's own would take the place of a channel that is closed.
+TEST(Faults, ClosedStandardChannelsStayOutOfTheFiles) {
+  const TempDir dir;
+  dir.write("bad.tif", spoilt(read_file(TOLVANE_SOURCE_DIR "/bench/charts/itu4.tif"), 1));
+  EXPECT_EQ(tolvane_fax("create bad.fax bad.tif 2>&-", dir.string()).status, 3);
+  EXPECT_EQ(tolvane_fax("check bad.fax <&-", dir.string()).out, "bad.fax: good, 1 pages, 2376 lines\n");
 }
 
 TEST(Faults, RightsAndKindsOfFiles) {
   const TempDir dir;
-  const std::string page = dir.write("page.pbm", pbm(random_page(1, 3)));
-  EXPECT_THAT(fax_tool({"create", dir.path("no/out.fax"), page}).err, HasSubstr("No such file or directory"));
-  EXPECT_THAT(fax_tool({"create", dir.string(), page}).err, HasSubstr("Is a directory"));
-  EXPECT_THAT(fax_tool({"create", dir.path("x.fax"), dir.string()}).err, HasSubstr("Is a directory"));
-  // A link keeps pointing at the file that is replaced.
-  const std::string target = dir.write("target.fax", "old"), link = dir.path("link.fax");
-  ASSERT_EQ(symlink("target.fax", link.c_str()), 0);
-  EXPECT_EQ(fax_tool({"create", link, page}).status, 0);
-  EXPECT_TRUE(std::filesystem::is_symlink(link));
+  const std::string page = dir.write("page.pbm", pbm(random_page(1, 3))), target = dir.write("target.fax", "old");
+  for (const auto &[line, complaint] : {std::pair("create no/out.fax page.pbm", "No such file or directory"),
+                                        {"create . page.pbm", "Is a directory"},
+                                        {"create x.fax .", "Is a directory"}})
+    EXPECT_THAT(tolvane_fax(line, dir.string()).err, HasSubstr(complaint));
+  std::filesystem::create_symlink("target.fax", dir.path("link.fax"));
+  EXPECT_EQ(tolvane_fax("create link.fax page.pbm", dir.string()).status, 0);
+  EXPECT_TRUE(std::filesystem::is_symlink(dir.path("link.fax"))) << "it keeps pointing at the file that is replaced";
   EXPECT_EQ(fax_parts(read_file(target)).records.size(), 1U);
   // The super-user may read and write everything, so somebody else has to try.
   std::filesystem::copy_file(tool, dir.path("tool"));
-  std::vector<std::string> somebody = {dir.path("tool")};
-  if (geteuid() == 0) somebody = {"setpriv", "--reuid=65534", "--regid=65534", "--clear-groups", dir.path("tool")};
+  const std::string somebody = geteuid() ? "" : "setpriv --reuid=65534 --regid=65534 --clear-groups ";
   chmod(dir.string().c_str(), 0777);
   chmod(page.c_str(), 0);
   chmod(target.c_str(), 0444);
-  for (const std::vector<std::string> &words :
-       {std::vector<std::string>{"create", "y.fax", page}, {"keywords", "set", target, "DATE=1"}}) {
-    std::vector<std::string> command = somebody;
-    command.insert(command.end(), words.begin(), words.end());
-    const ToolRun run = run_command(command, {}, {}, dir.string());
+  for (const char *line : {"create y.fax page.pbm", "keywords set target.fax DATE=1"}) {
+    const ToolRun run = run_command({"sh", "-c", somebody + "./tool " + line}, {}, {}, dir.string());
     EXPECT_EQ(run.status, 2);
     EXPECT_THAT(run.err, HasSubstr("Permission denied"));
   }
@@ -150,41 +137,34 @@ TEST(Faults, ASignalLeavesNoHalfMadeFile) {
 }
 
 TEST(Faults, UsageHelpAndVersion) {
-  const struct {
-    std::vector<std::string> words;
-    int status;
-    const char *out, *err;
-  } cases[] = {
-      {{}, 1, "", "subcommand is required"},
-      {{"frobnicate"}, 1, "", "subcommand is required"},
-      {{"create"}, 1, "", "OUT is required"},
-      {{"create", "--nonsense", "x", "y"}, 1, "", "nonsense"},
-      {{"convert", "x.fax"}, 1, "", "--to is required"},
-      {{"--help"}, 0, "Exit status: 0 done, 1 usage, 2 failed, 3 done with damage found.", ""},
-      {{"merge", "--help"}, 0, "--inclusions resolve|keep", ""},
-      {{"--version"}, 0, "tolvane-fax 9.", ""},
+  const std::tuple<const char *, int, const char *> cases[] = {
+      {"", 1, "subcommand is required"},
+      {"frobnicate", 1, "subcommand is required"},
+      {"create", 1, "OUT is required"},
+      {"create --nonsense x y", 1, "nonsense"},
+      {"convert x.fax", 1, "--to is required"},
+      {"--help", 0, "Exit status: 0 done, 1 usage, 2 failed, 3 done with damage found."},
+      {"merge --help", 0, "--inclusions resolve|keep"},
+      {"--version", 0, "tolvane-fax 9."},
   };
-  for (const auto &row : cases) {
-    const ToolRun run = fax_tool(row.words);
-    EXPECT_EQ(run.status, row.status) << run.err;
-    EXPECT_THAT(run.out, HasSubstr(row.out));
-    EXPECT_THAT(run.err, HasSubstr(row.err));
-    EXPECT_EQ(run.out.empty(), row.status != 0);
+  for (const auto &[line, status, text] : cases) {
+    const ToolRun run = tolvane_fax(line);
+    EXPECT_EQ(run.status, status) << run.err;
+    EXPECT_THAT(status ? run.err : run.out, HasSubstr(text));
+    EXPECT_EQ(status ? run.out : run.err, "");
   }
 }
 
 // On a terminal, which `script` gives: colour unless NO_COLOR is set, and progress of long work unless it is quiet.
 TEST(Faults, TerminalsGetColourAndProgress) {
   const TempDir dir;
-  const auto on_terminal = [&](const std::string &command, const std::vector<std::string> &environment = {}) {
-    return run_command({"script", "-qec", command, "/dev/null"}, "", environment).out;
+  const auto on_terminal = [&](const std::string &words, const std::vector<std::string> &environment = {}) {
+    return run_command({"script", "-qec", tool + words, "/dev/null"}, "", environment, dir.string()).out;
   };
-  const std::string bad = tool + " keywords list /dev/null";
-  EXPECT_THAT(on_terminal(bad), StartsWith("\033[1;31mtolvane-fax:\033[0m /dev/null"));
-  EXPECT_THAT(on_terminal(bad, {"NO_COLOR=1"}), StartsWith("tolvane-fax: /dev/null"));
-  const std::string page = dir.path("page.fax"), out = " '" + dir.path("out.fax") + "' ";
-  ASSERT_EQ(fax_tool({"create", page, TOLVANE_SOURCE_DIR "/bench/charts/itu7.tif"}).status, 0);
-  const std::string merge = " merge --coding mr" + out + "$(yes '" + page + "' | head -300)";
-  EXPECT_THAT(on_terminal(tool + merge), HasSubstr(" of 300 pages, "));
-  EXPECT_EQ(on_terminal(tool + " --quiet" + merge), "");
+  EXPECT_THAT(on_terminal(" keywords list /dev/null"), StartsWith("\033[1;31mtolvane-fax:\033[0m /dev/null"));
+  EXPECT_THAT(on_terminal(" keywords list /dev/null", {"NO_COLOR=1"}), StartsWith("tolvane-fax: /dev/null"));
+  ASSERT_EQ(tolvane_fax("create page.fax $charts/itu7.tif", dir.string()).status, 0);
+  const std::string merge = " merge --coding mr out.fax $(yes page.fax | head -300)";
+  EXPECT_THAT(on_terminal(merge), HasSubstr(" of 300 pages, "));
+  EXPECT_EQ(on_terminal(" --quiet" + merge), "");
 }

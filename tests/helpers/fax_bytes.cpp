@@ -24,3 +24,8 @@ std::string blank_page(int lines) {
   for (; lines > 0; lines -= 4) page += std::string("\x00\x08\x80\x00\x08\x80", 6);  // 000000000001 four times
   return page;
 }
+
+std::string spoilt(std::string bytes, size_t count) {
+  for (size_t i = bytes.size() / 2; count > 0; ++i, --count) bytes[i] = static_cast<char>(~bytes[i]);
+  return bytes;
+}

@@ -15,3 +15,6 @@ std::string coded_chart(const std::string &chart, uint32_t step);
 
 /// An MH page of that many blank lines, a multiple of 4.
 std::string blank_page(int lines);
+
+/// The bytes with `count` of them, from the middle on, inverted.
+std::string spoilt(std::string bytes, size_t count);

@@ -32,6 +32,15 @@ ToolRun fax_tool(std::vector<std::string> words, const std::string &directory, c
   return run_command(words, input, {}, directory);
 }
 
+std::string charts_variable() {
+  return "charts=" TOLVANE_SOURCE_DIR "/bench/charts";
+}
+
+ToolRun tolvane_fax(const std::string &line, const std::string &directory, const std::string &input) {
+  const std::string command = "exec " TOLVANE_BUILD_DIR "/tolvane-fax " + line;
+  return run_command({"sh", "-c", command}, input, {charts_variable()}, directory);
+}
+
 FaxParts fax_parts(const std::string &bytes) {
   FaxParts parts;
   const size_t header = bytes.size() < 9 ? 0 : word_at(bytes, 4);

@@ -18,6 +18,12 @@ ToolRun run_command(const std::vector<std::string> &command, const std::string &
 /// Runs `tolvane-fax` with these words, in `directory` if it is not empty.
 ToolRun fax_tool(std::vector<std::string> words, const std::string &directory = {}, const std::string &input = {});
 
+/// The environment variable `charts`, the directory of the ITU charts.
+std::string charts_variable();
+
+/// Runs `tolvane-fax LINE` by the shell, with `charts` in its environment.
+ToolRun tolvane_fax(const std::string &line, const std::string &directory = {}, const std::string &input = {});
+
 /// A fax file: header text without its last byte, and the records.
 struct FaxParts {
   std::string header;
