@@ -8,22 +8,22 @@
 #include "helpers/temp_dir.h"
 
 using testing::HasSubstr;
+using Convert = ToolTest;
 
-TEST(Convert, SeveralFilesInSeveralProcesses) {
-  const TempDir dir;
+TEST_F(Convert, SeveralFilesInSeveralProcesses) {
   const std::vector<std::string> files = {"0", "1", "2", "3"};
   for (const std::string &file : files) {
     const std::string coding = file < "2" ? "mr " : "mmr ";
-    ASSERT_EQ(tolvane_fax("create --coding " + coding + file + " $charts/itu7.tif", dir.string()).status, 0);
+    ASSERT_EQ(run("create --coding " + coding + file + " $charts/itu7.tif").status, 0);
     chmod(dir.path(file).c_str(), 0600);
   }
   std::filesystem::create_symlink("0", dir.path("link"));
-  const ToolRun run = tolvane_fax("convert --jobs 3 --to mh link 1 2 3", dir.string());
-  EXPECT_EQ(std::to_string(run.status) + run.out + run.err, "0");
+  const ToolRun done = run("convert --jobs 3 --to mh link 1 2 3");
+  EXPECT_EQ(std::to_string(done.status) + done.out + done.err, "0");
   for (const std::string &file : files) {
-    const FaxParts parts = fax_parts(read_file(dir.path(file)));
-    EXPECT_EQ(parts.header, "#PAGES:1\nRESOLUTION:1\nCOMPRESSION:0\n");
-    EXPECT_EQ(seen_by_libtiff(parts.records.at(0), "mh", 2376), load_chart("itu7"));
+    const FaxParts made = parts(file);
+    EXPECT_EQ(made.header, "#PAGES:1\nRESOLUTION:1\nCOMPRESSION:0\n");
+    EXPECT_EQ(seen_by_libtiff(made.records.at(0), "mh", 2376), load_chart("itu7"));
     EXPECT_EQ(std::filesystem::status(dir.path(file)).permissions(), std::filesystem::perms(0600));
   }
   EXPECT_TRUE(std::filesystem::is_symlink(dir.path("link"))) << "it is its target that is converted";
@@ -31,8 +31,7 @@ TEST(Convert, SeveralFilesInSeveralProcesses) {
 }
 
 // The library's converter believes #PAGES and keeps one line of each name.
-TEST(Convert, NoPageAndNoHeaderLineIsLost) {
-  const TempDir dir;
+TEST_F(Convert, NoPageAndNoHeaderLineIsLost) {
   const Picture pictures[] = {random_page(1, 9), random_page(2, 5)};
   const std::vector<std::string> pages = {encoded_page(pictures[0], 3), encoded_page(pictures[1], 3)};
   const std::string counted = "#PAGES:2\nRESOLUTION:1\nCOMPRESSION:",
@@ -52,19 +51,16 @@ TEST(Convert, NoPageAndNoHeaderLineIsLost) {
   dir.write("cover.fax", fax_bytes("#PAGES:1\nRESOLUTION:1\nCOMPRESSION:3\n", {pages[0]}));
   for (const auto &row : cases) {
     dir.write("file.fax", fax_bytes(row.before, pages));
-    const ToolRun run = tolvane_fax("convert --to mh file.fax", dir.string());
-    EXPECT_EQ(run.status, 0) << run.err;
-    EXPECT_THAT(run.err, HasSubstr(row.complaint));
-    const FaxParts parts = fax_parts(read_file(dir.path("file.fax")));
-    EXPECT_EQ(parts.header, row.after);
-    ASSERT_EQ(parts.records.size(), 2U);
-    for (size_t i = 0; i < 2; ++i) EXPECT_EQ(seen_by_libtiff(parts.records[i], "mh", pictures[i].height), pictures[i]);
+    complains("convert --to mh file.fax", 0, row.complaint);
+    const FaxParts made = parts("file.fax");
+    EXPECT_EQ(made.header, row.after);
+    ASSERT_EQ(made.records.size(), 2U);
+    for (size_t i = 0; i < 2; ++i) EXPECT_EQ(seen_by_libtiff(made.records[i], "mh", pictures[i].height), pictures[i]);
     EXPECT_EQ(dir.entries(), 2);
   }
 }
 
-TEST(Convert, AFileIsConvertedWholeOrNotAtAll) {
-  const TempDir dir;
+TEST_F(Convert, AFileIsConvertedWholeOrNotAtAll) {
   const std::string good = encoded_page(random_page(6, 9), 3), in_mr = encoded_page(random_page(6, 9), 1);
   const Picture page = random_page(5, 60);
   const std::string bad = spoilt(encoded_page(page, 3), 8);
@@ -89,13 +85,10 @@ TEST(Convert, AFileIsConvertedWholeOrNotAtAll) {
   for (const auto &row : cases) {
     dir.write("file.fax", row.bytes);
     dir.write("other.fax", fax_bytes(one + modes + "3\n", {good}));
-    const ToolRun run = tolvane_fax("convert --to mr file.fax other.fax", dir.string());
-    EXPECT_EQ(run.status, row.status) << run.err;
-    EXPECT_EQ(run.out, "");
-    EXPECT_THAT(run.err, HasSubstr(row.complaint));
-    EXPECT_EQ(read_file(dir.path("file.fax")) != row.bytes, row.converted) << run.err;
-    EXPECT_THAT(read_file(dir.path("other.fax")), HasSubstr("COMPRESSION:1\n"));
+    complains("convert --to mr file.fax other.fax", row.status, row.complaint);
+    EXPECT_EQ(bytes("file.fax") != row.bytes, row.converted) << row.complaint;
+    EXPECT_THAT(bytes("other.fax"), HasSubstr("COMPRESSION:1\n"));
     EXPECT_EQ(dir.entries(), 2);
   }
-  EXPECT_THAT(tolvane_fax("convert --to mr -").err, HasSubstr("in place"));
+  complains("convert --to mr -", 1, "in place");
 }

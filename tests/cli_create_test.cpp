@@ -1,21 +1,14 @@
 // `create` on real pages: what comes in comes out, judged by libtiff, ImageMagick and poppler's own renderer.
-#include <gmock/gmock.h>
-
 #include "helpers/encoded_page.h"
 #include "helpers/fax_tool.h"
 #include "helpers/temp_dir.h"
 
 namespace {
 
-class Create : public testing::Test {
+class Create : public ToolTest {
  protected:
-  ToolRun run(const std::string &line, const std::string &input = {}) const {
-    return tolvane_fax(line, dir.string(), input);
-  }
   /// Runs a line of other programs in the test's directory.
-  void prepare(const std::string &line) const {
-    EXPECT_EQ(run_command({"sh", "-c", line}, {}, {charts_variable()}, dir.string()).status, 0) << line;
-  }
+  void prepare(const std::string &line) const { EXPECT_EQ(shell(line).status, 0) << line; }
   /// The first page of a fax, however many lines it has. It is judged in MH: libtiff reads lines of MMR that start
   /// black under a line that starts white in another way.
   Picture first_page(const std::string &fax) const {
@@ -24,7 +17,6 @@ class Create : public testing::Test {
     const std::string record = fax_parts(in_mh.out).records.at(0);
     return seen_by_libtiff(record, "mh", mh_lines(record));
   }
-  const TempDir dir;
 };
 
 uint32_t black_pixels(const std::vector<uint8_t> &pixels) {

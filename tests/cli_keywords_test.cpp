@@ -1,11 +1,9 @@
 // `keywords`: only the lines of the name given change, whatever else holds that name.
-#include <gmock/gmock.h>
-
 #include "helpers/fax_bytes.h"
 #include "helpers/fax_tool.h"
 #include "helpers/temp_dir.h"
 
-using testing::HasSubstr;
+using Keywords = ToolTest;
 
 namespace {
 const std::string front = "SENDER_ADDRESS2:b\nINCLUDE_PAGES:0\n", subject = "SUBJECT:old DATE:\n",
@@ -15,8 +13,7 @@ const std::string header = front + subject + folders + dates + address;
 const std::vector<std::string> records = {"first", std::string(70000, 'x')};
 }  // namespace
 
-TEST(Keywords, EditsTouchTheLinesOfTheirNameAlone) {
-  const TempDir dir;
+TEST_F(Keywords, EditsTouchTheLinesOfTheirNameAlone) {
   dir.write("from.fax", fax_bytes("#PAGES:9\nDATE:new\nSALUTATION:Hi\nDATE:newer\nRESOLUTION:1\n"));
   const struct {
     const char *words;
@@ -37,17 +34,15 @@ TEST(Keywords, EditsTouchTheLinesOfTheirNameAlone) {
   };
   for (const auto &row : cases) {
     dir.write("f", fax_bytes(header, records) + "cut");
-    const ToolRun run = tolvane_fax("keywords " + std::string(row.words), dir.string());
-    EXPECT_EQ(run.status, 0) << run.err;
-    EXPECT_TRUE(read_file(dir.path("f")) == fax_bytes(row.after, records) + "cut") << row.words;
+    complains("keywords " + std::string(row.words), 0, "");
+    EXPECT_TRUE(bytes("f") == fax_bytes(row.after, records) + "cut") << row.words;
     EXPECT_EQ(dir.entries(), 2);
   }
-  const std::string bytes = fax_bytes(header, records);
-  EXPECT_TRUE(tolvane_fax("keywords delete - SALUTATION", {}, bytes).out == bytes)
-      << "a filter gives what is unchanged";
+  const std::string unchanged = fax_bytes(header, records);
+  EXPECT_TRUE(run("keywords delete - SALUTATION", unchanged).out == unchanged) << "a filter gives what is unchanged";
 }
 
-TEST(Keywords, ValuesArePrintedWithTheirLineBreaks) {
+TEST_F(Keywords, ValuesArePrintedWithTheirLineBreaks) {
   const std::string listed = front + subject + "FOLDERS:a\n\tb\n" + dates + address;
   const std::tuple<const char *, int, std::string> cases[] = {
       {"list -", 0, listed},
@@ -57,15 +52,14 @@ TEST(Keywords, ValuesArePrintedWithTheirLineBreaks) {
       {"get - INCLUDE", 2, ""},
   };
   for (const auto &[words, status, out] : cases) {
-    const ToolRun run = tolvane_fax("keywords " + std::string(words), {}, fax_bytes(header, records));
-    EXPECT_EQ(run.status, status) << run.err;
-    EXPECT_EQ(run.out, out);
-    EXPECT_EQ(run.err.empty(), status == 0);
+    const ToolRun done = run("keywords " + std::string(words), fax_bytes(header, records));
+    EXPECT_EQ(done.status, status) << done.err;
+    EXPECT_EQ(done.out, out);
+    EXPECT_EQ(done.err.empty(), status == 0);
   }
 }
 
-TEST(Keywords, WhatReadersCouldNotReadIsRefused) {
-  const TempDir dir;
+TEST_F(Keywords, WhatReadersCouldNotReadIsRefused) {
   std::string many;
   for (int i = 0; i < 90; ++i) many += "KEYWORDS:" + std::to_string(i) + "\n";
   const std::string before = fax_bytes(header + "INCLUDE:a.fax 3 1\n" + many, records);
@@ -87,10 +81,8 @@ TEST(Keywords, WhatReadersCouldNotReadIsRefused) {
       {"set f SUBJECT=" + std::string(10000, 'x'), 2, "10000"},
   };
   for (const auto &[words, status, complaint] : cases) {
-    const ToolRun run = tolvane_fax("keywords " + words, dir.string());
-    EXPECT_EQ(run.status, status) << words << run.err;
-    EXPECT_THAT(run.err, HasSubstr(complaint));
-    EXPECT_TRUE(read_file(dir.path("f")) == before);
+    complains("keywords " + words, status, complaint);
+    EXPECT_TRUE(bytes("f") == before);
     EXPECT_EQ(dir.entries(), 1);
   }
 }

@@ -37,7 +37,7 @@ std::string heights(const std::string &bytes) {
   return all;
 }
 
-class Output : public testing::Test {
+class Output : public ToolTest {
  protected:
   /// A page with lines of every kind, then one of real life.
   Picture pages(uint32_t step) {
@@ -47,11 +47,6 @@ class Output : public testing::Test {
     return all;
   }
   ToolRun run(const Words &words, const std::string &input = {}) { return fax_tool(words, dir.string(), input); }
-  ToolRun shell(const std::string &command) {
-    return run_command({"sh", "-c", command}, {}, {"tool=" TOLVANE_BUILD_DIR "/tolvane-fax"}, dir.string());
-  }
-
-  TempDir dir;
 };
 
 }  // namespace

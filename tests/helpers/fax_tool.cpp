@@ -32,13 +32,17 @@ ToolRun fax_tool(std::vector<std::string> words, const std::string &directory, c
   return run_command(words, input, {}, directory);
 }
 
-std::string charts_variable() {
-  return "charts=" TOLVANE_SOURCE_DIR "/bench/charts";
+ToolRun ToolTest::shell(const std::string &command, const std::string &input) const {
+  return run_command({"sh", "-c", command}, input,
+                     {"tool=" TOLVANE_BUILD_DIR "/tolvane-fax", "charts=" TOLVANE_SOURCE_DIR "/bench/charts"},
+                     dir.string());
 }
 
-ToolRun tolvane_fax(const std::string &line, const std::string &directory, const std::string &input) {
-  const std::string command = "exec " TOLVANE_BUILD_DIR "/tolvane-fax " + line;
-  return run_command({"sh", "-c", command}, input, {charts_variable()}, directory);
+void ToolTest::complains(const std::string &line, int status, const std::string &complaint) const {
+  const ToolRun done = run(line);
+  EXPECT_EQ(done.status, status) << line << "\n" << done.err;
+  EXPECT_NE(done.err.find(complaint), std::string::npos) << line << "\n" << done.err;
+  EXPECT_EQ(done.out, "") << line;
 }
 
 FaxParts fax_parts(const std::string &bytes) {

@@ -1,9 +1,12 @@
 // The real tolvane-fax as a child process, and what it made, taken apart without the library.
 #pragma once
 
+#include <gtest/gtest.h>
+
 #include <string>
 #include <vector>
 
+#include "helpers/temp_dir.h"
 #include "helpers/tiff_pages.h"
 
 struct ToolRun {
@@ -18,21 +21,31 @@ ToolRun run_command(const std::vector<std::string> &command, const std::string &
 /// Runs `tolvane-fax` with these words, in `directory` if it is not empty.
 ToolRun fax_tool(std::vector<std::string> words, const std::string &directory = {}, const std::string &input = {});
 
-/// The environment variable `charts`, the directory of the ITU charts.
-std::string charts_variable();
-
-/// Runs `tolvane-fax LINE` by the shell, with `charts` in its environment.
-ToolRun tolvane_fax(const std::string &line, const std::string &directory = {}, const std::string &input = {});
-
 /// A fax file: header text without its last byte, and the records.
 struct FaxParts {
   std::string header;
   std::vector<std::string> records;
-  bool operator==(const FaxParts &) const = default;
 };
 
 /// Takes a fax file apart; fails the test if the bytes are not exactly those of one.
 FaxParts fax_parts(const std::string &bytes);
+
+/// A test that types lines to a shell in a directory of its own.
+class ToolTest : public testing::Test {
+ protected:
+  /// Runs a command of the shell; $tool is the program, $charts the directory of the ITU charts.
+  ToolRun shell(const std::string &command, const std::string &input = {}) const;
+  /// Runs `tolvane-fax LINE`.
+  ToolRun run(const std::string &line, const std::string &input = {}) const {
+    return shell("exec $tool " + line, input);
+  }
+  /// Runs a line that ends with this status, tells `complaint` on standard error and nothing on standard output.
+  void complains(const std::string &line, int status, const std::string &complaint) const;
+  std::string bytes(const std::string &name) const { return read_file(dir.path(name)); }
+  FaxParts parts(const std::string &name) const { return fax_parts(bytes(name)); }
+
+  const TempDir dir;
+};
 
 /// The picture that libtiff decodes of a record of `height` lines in the coding "mh", "mr" or "mmr".
 Picture seen_by_libtiff(const std::string &record, const std::string &coding, uint32_t height);
