@@ -94,7 +94,6 @@ Status convert_directly(const FaxDocument &document) {
   struct stat status;
   if (fstat(document.fd, &status)) return system_failure(document.name());
   if (!run_converter(document.path)) return FAILED;
-  // The converter makes a file of the mode 0644.
   return chmod(document.path.c_str(), status.st_mode & 07777) ? system_failure(document.name()) : DONE;
 }
 
@@ -145,6 +144,8 @@ pid_t start_worker(const std::string &path) {
   if (worker != 0) return worker;
   // The library tells of some failures on standard output, too; that belongs to results alone.
   dup2(STDERR_FILENO, STDOUT_FILENO);
+  // The converter's new file has other permission bits than the old one until they are set: nobody else may look in.
+  umask(077);
   Status status = FAILED;
   try {
     status = convert_file(path);
