@@ -27,11 +27,6 @@ ToolRun run_command(const std::vector<std::string> &command, const std::string &
   return {status, child.output(), child.errors()};
 }
 
-ToolRun fax_tool(std::vector<std::string> words, const std::string &directory, const std::string &input) {
-  words.insert(words.begin(), TOLVANE_BUILD_DIR "/tolvane-fax");
-  return run_command(words, input, {}, directory);
-}
-
 ToolRun ToolTest::shell(const std::string &command, const std::string &input) const {
   return run_command({"sh", "-c", command}, input,
                      {"tool=" TOLVANE_BUILD_DIR "/tolvane-fax", "charts=" TOLVANE_SOURCE_DIR "/bench/charts"},

@@ -18,9 +18,6 @@ struct ToolRun {
 ToolRun run_command(const std::vector<std::string> &command, const std::string &input = {},
                     const std::vector<std::string> &environment = {}, const std::string &directory = {});
 
-/// Runs `tolvane-fax` with these words, in `directory` if it is not empty.
-ToolRun fax_tool(std::vector<std::string> words, const std::string &directory = {}, const std::string &input = {});
-
 /// A fax file: header text without its last byte, and the records.
 struct FaxParts {
   std::string header;
