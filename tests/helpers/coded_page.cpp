@@ -38,21 +38,6 @@ std::string code_bits(const std::string &word) {
   return bits;
 }
 
-}  // namespace
-
-std::vector<uint8_t> coded(const std::string &text) {
-  std::istringstream in(text);
-  std::string bits;
-  for (std::string word; in >> word;) bits += code_bits(word);
-  std::vector<uint8_t> data((bits.size() + 7) / 8);
-  for (size_t n = 0; n < bits.size(); n++) data[n / 8] = static_cast<uint8_t>(data[n / 8] | (bits[n] - '0') << n % 8);
-  return data;
-}
-
-void tell_run(int32_t run) {
-  say((run > 0 ? "+" : "") + std::to_string(run));
-}
-
 void tell_line(const uint8_t *line, uint32_t size) {
   std::string runs;
   const auto black = [&](uint32_t n) { return n < 8 * size && (line[n / 8] & 0x80 >> n % 8) != 0; };
@@ -65,22 +50,27 @@ void tell_line(const uint8_t *line, uint32_t size) {
   say("[" + runs + "]");
 }
 
-void tell_eol() {
-  say("/");
-}
+}  // namespace
 
-std::string told() {
-  return std::exchange(words, "");
+std::vector<uint8_t> coded(const std::string &text) {
+  std::istringstream in(text);
+  std::string bits;
+  for (std::string word; in >> word;) bits += code_bits(word);
+  std::vector<uint8_t> data((bits.size() + 7) / 8);
+  for (size_t n = 0; n < bits.size(); n++) data[n / 8] = static_cast<uint8_t>(data[n / 8] | (bits[n] - '0') << n % 8);
+  return data;
 }
 
 std::string decoded(const std::vector<uint8_t> &data, int32_t comp_type, int32_t width) {
   words.clear();
   t4dec_set_pixel_width(width);
   t4dec_set_damage_callback([](Damage kind) { say("!" + std::to_string(static_cast<int>(kind))); });
+  const auto tell_run = [](int32_t run) { say((run > 0 ? "+" : "") + std::to_string(run)); };
+  const auto tell_eol = [] { say("/"); };
   const int result = t4dec(data.data(), static_cast<uint32_t>(data.size()), comp_type, tell_run, tell_line, tell_eol);
   t4dec_set_damage_callback(nullptr);
   say("=" + std::to_string(result));
-  return told();
+  return std::exchange(words, "");
 }
 
 std::vector<uint8_t> decoded_lines(const std::vector<uint8_t> &data, int32_t comp_type, int32_t width) {

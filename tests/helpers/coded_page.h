@@ -16,11 +16,5 @@ std::vector<uint8_t> coded(const std::string &words);
 /// number, and in the end "=1", the result.
 std::string decoded(const std::vector<uint8_t> &data, int32_t comp_type, int32_t width = 1728);
 
-/// The words of the callbacks since the last call; for streams fed by hand through the callbacks below.
-std::string told();
-void tell_run(int32_t run);
-void tell_line(const uint8_t *line, uint32_t size);
-void tell_eol();
-
 /// The lines that a decode gives, one after the other.
 std::vector<uint8_t> decoded_lines(const std::vector<uint8_t> &data, int32_t comp_type, int32_t width = 1728);

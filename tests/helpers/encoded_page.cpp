@@ -5,7 +5,7 @@ using namespace tolvane;
 namespace {
 std::vector<Batch> input;
 size_t batches_read;
-int put_to_refuse;
+int puts_to_refusal;
 Encoded output;
 }  // namespace
 
@@ -13,7 +13,7 @@ Encoded encode_batches(const std::function<int32_t(getdata_fn, putdata_fn)> &cod
                        int refused_put) {
   input = std::move(batches);
   batches_read = 0;
-  put_to_refuse = refused_put;
+  puts_to_refusal = refused_put;
   output = {};
   const getdata_fn get = [](const uint8_t **lines, int32_t *count) {
     if (batches_read == input.size()) return -7;
@@ -23,7 +23,7 @@ Encoded encode_batches(const std::function<int32_t(getdata_fn, putdata_fn)> &cod
     return batch.size;
   };
   const putdata_fn put = [](const uint16_t *words, int32_t count) {
-    if (++output.puts == put_to_refuse) return -3;
+    if (--puts_to_refusal == 0) return -3;
     output.words.insert(output.words.end(), words, words + count);
     return count;
   };

@@ -13,7 +13,6 @@ struct Batch {
 struct Encoded {
   int32_t result;
   std::vector<uint16_t> words;
-  int puts;  ///< calls of the output callback
 };
 
 /// Runs an entry point of the encoder over the batches; the input ends with -7. Call `refused_put` of the output

@@ -5,10 +5,6 @@
 
 namespace {
 
-int memory_file() {
-  return memfd_create("tiff", MFD_CLOEXEC);
-}
-
 /// Opens a file in memory; libtiff closes what it is given, so it gets a descriptor of its own.
 TIFF *open_memory(int memory, const char *mode) {
   lseek(memory, 0, SEEK_SET);
@@ -53,7 +49,7 @@ Picture every_row(const Picture &picture, uint32_t step) {
 }
 
 std::vector<uint8_t> libtiff_encode(const Picture &picture, TiffCoding coding) {
-  const int memory = memory_file();
+  const int memory = memfd_create("tiff", MFD_CLOEXEC);
   TIFF *tiff = open_memory(memory, "w");
   describe_page(tiff, coding, picture.width, picture.height);
   std::vector<uint8_t> pixels = picture.pixels;  // libtiff takes no const buffer
@@ -70,7 +66,7 @@ std::vector<uint8_t> libtiff_encode(const Picture &picture, TiffCoding coding) {
 
 TiffPage::TiffPage(const std::vector<uint8_t> &data, TiffCoding coding, uint32_t width, uint32_t height)
     : tiff_(nullptr, TIFFClose) {
-  const int memory = memory_file();
+  const int memory = memfd_create("tiff", MFD_CLOEXEC);
   tiff_.reset(open_memory(memory, "w"));
   describe_page(tiff_.get(), coding, width, height);
   std::vector<uint8_t> copy = data;
@@ -78,10 +74,6 @@ TiffPage::TiffPage(const std::vector<uint8_t> &data, TiffCoding coding, uint32_t
   tiff_.reset();  // the file is complete when it is closed
   tiff_.reset(open_memory(memory, "r"));
   close(memory);
-}
-
-tmsize_t TiffPage::decode(uint8_t *pixels, size_t size) const {
-  return TIFFReadEncodedStrip(tiff_.get(), 0, pixels, static_cast<tmsize_t>(size));
 }
 
 Picture libtiff_decode(const std::vector<uint8_t> &data, TiffCoding coding, uint32_t width, uint32_t height) {

@@ -38,7 +38,9 @@ class TiffPage {
   TiffPage(const std::vector<uint8_t> &data, TiffCoding coding, uint32_t width, uint32_t height);
 
   /// Decodes the page into `picture`, whose pixels are `size` bytes; gives the bytes decoded, below 0 for an error.
-  tmsize_t decode(uint8_t *pixels, size_t size) const;
+  tmsize_t decode(uint8_t *pixels, size_t size) const {
+    return TIFFReadEncodedStrip(tiff_.get(), 0, pixels, static_cast<tmsize_t>(size));
+  }
 
  private:
   std::unique_ptr<TIFF, void (*)(TIFF *)> tiff_;
