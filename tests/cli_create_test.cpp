@@ -1,20 +1,16 @@
 // `create` on real pages: what comes in comes out, judged by libtiff, ImageMagick and poppler's own renderer.
 #include "helpers/encoded_page.h"
 #include "helpers/fax_tool.h"
-#include "helpers/temp_dir.h"
 
 namespace {
 
 class Create : public ToolTest {
  protected:
-  /// Runs a line of other programs in the test's directory.
   void prepare(const std::string &line) const { EXPECT_EQ(shell(line).status, 0) << line; }
   /// The first page of a fax, however many lines it has. It is judged in MH: libtiff reads lines of MMR that start
   /// black under a line that starts white in another way.
   Picture first_page(const std::string &fax) const {
-    const ToolRun in_mh = run("merge --coding mh - -", fax);
-    EXPECT_EQ(in_mh.status, 0) << in_mh.err;
-    const std::string record = fax_parts(in_mh.out).records.at(0);
+    const std::string record = fax_parts(run("merge --coding mh - -", fax).out).records.at(0);
     return seen_by_libtiff(record, "mh", mh_lines(record));
   }
 };
@@ -32,10 +28,10 @@ TEST_F(Create, PagesOfSeveralFilesComeOutInOrderInEachCodingAndResolution) {
   dir.write("two.pbm", pbm(load_chart("itu5")) + "\n" + pbm(load_chart("itu7")));
   for (const auto &[coding, compression] : {std::pair<std::string, char>{"mh", '0'}, {"mr", '1'}, {"mmr", '3'}}) {
     for (const auto &[resolution, code] : {std::pair<std::string, char>{"normal", '0'}, {"fine", '1'}}) {
-      const ToolRun made = run("create --coding " + coding + " --resolution " + resolution + " - two.tif two.pbm");
-      ASSERT_EQ(made.status, 0) << made.err;
-      FaxParts parts = fax_parts(made.out);
-      EXPECT_EQ(parts.header, std::string("#PAGES:4\nRESOLUTION:") + code + "\nCOMPRESSION:" + compression + "\n");
+      const std::string modes = "--coding " + coding + " --resolution " + resolution;
+      FaxParts parts = fax_parts(run("create " + modes + " -k 'SUBJECT=a\nb: c' - two.tif two.pbm").out);
+      const std::string lines = std::string("\nRESOLUTION:") + code + "\nCOMPRESSION:" + compression;
+      EXPECT_EQ(parts.header, "#PAGES:4" + lines + "\nSUBJECT:a\rb: c\n");
       parts.records.resize(4);
       for (size_t i = 0; i < 4; ++i) {
         const char *chart = std::array{"itu1", "itu4", "itu5", "itu7"}[i];
@@ -45,7 +41,6 @@ TEST_F(Create, PagesOfSeveralFilesComeOutInOrderInEachCodingAndResolution) {
   }
 }
 
-// Through our own decoder into MH, which libtiff reads to the letter also where lines start black.
 TEST_F(Create, NoLineIsLostOrMadeUpInAnyCoding) {
   for (uint32_t seed = 0; seed < 20; ++seed) {
     const Picture page = random_page(seed, 5);
@@ -58,19 +53,12 @@ TEST_F(Create, EveryFormatOfThePageGivesTheSameFax) {
   const Picture chart = load_chart("itu5");
   dir.write("source.pbm", pbm(chart));
   const std::string expected = run("create - source.pbm").out;
-  const std::string formats[] = {
-      // options and target of ImageMagick; it writes its PBM in text if told not to compress
-      "-compress Group4 g4.tif",
-      "-compress Fax g3.tif",
-      "-depth 8 -type Grayscale -compress LZW grey.tif",
-      "-depth 8 -type TrueColor -compress Zip colour.tif",
-      "-type Bilevel bits.png",
-      "-transparent white -type TrueColorMatte alpha.png",
-      "-compress None plain.pbm",
-      "-density 200x200 -units PixelsPerInch -compress Group4 nominal.tif",
-      "-density 80.3x77 -units PixelsPerCentimeter -compress Group4 metric.tif",
-  };
-  for (const std::string &format : formats) {
+  // Options and target of ImageMagick; it writes its PBM in text if told not to compress.
+  for (const std::string format :
+       {"-compress Fax g3.tif", "-depth 8 -type TrueColor -compress Zip colour.tif", "-type Bilevel bits.png",
+        "-transparent white -type TrueColorMatte alpha.png", "-compress None plain.pbm",
+        "-density 200x200 -units PixelsPerInch -compress Group4 nominal.tif",
+        "-density 80.3x77 -units PixelsPerCentimeter -compress Group4 metric.tif"}) {
     prepare("convert source.pbm " + format);
     const ToolRun made = run("create - " + format.substr(format.rfind(' ')));
     EXPECT_TRUE(made.status == 0 && made.out == expected) << format << made.err;
@@ -78,12 +66,9 @@ TEST_F(Create, EveryFormatOfThePageGivesTheSameFax) {
   const std::pair<std::string, TiffCoding> raws[] = {
       {"g3", TiffCoding::g3_1d}, {"g3-2d", TiffCoding::g3_2d}, {"g4", TiffCoding::g4}};
   for (const auto &[word, coding] : raws) {
-    std::vector<uint8_t> coded = libtiff_encode(chart, coding);
-    const std::string low_first(coded.begin(), coded.end());
-    for (uint8_t &byte : coded) byte = static_cast<uint8_t>((byte * 0x0202020202ULL & 0x010884422010ULL) % 1023);
-    const std::string high_first(coded.begin(), coded.end());
-    EXPECT_TRUE(run("create --raw " + word + " - -", low_first).out == expected) << word;
-    EXPECT_TRUE(run("create --bit-order msb --raw " + word + " - -", high_first).out == expected) << word;
+    const std::vector<uint8_t> coded = libtiff_encode(chart, coding);
+    const ToolRun made = run("create --raw " + word + " - -", {coded.begin(), coded.end()});
+    EXPECT_TRUE(made.out == expected) << word << made.err;
   }
 }
 
@@ -94,14 +79,10 @@ TEST_F(Create, PagesKeepTheirProportionsAndPlace) {
     std::string density, options;
     uint32_t lines, left, pixels, rows;  // of the result: its lines, and the black part of the first line and column
   } cases[] = {
-      {1728, 1176, "204x98", "--resolution normal", 1176, 0, 204, 98},
       {1728, 1176, "204x98", "--resolution fine", 2352, 0, 204, 196},
-      {1728, 2352, "204x196", "--resolution normal", 1176, 0, 204, 98},
-      {1728, 1100, "200x100", "--resolution normal", 1100, 0, 200, 100},
       {2400, 3000, "300x300", "--fit center", 1960, 48, 204, 196},
       {2400, 3000, "300x300", "--resolution normal", 980, 48, 204, 98},
       {2400, 3000, "300x300", "--fit scale", 2075, 0, 216, 208},
-      {800, 400, "100x100", "", 784, 48, 204, 196},
       {3000, 300, "300x300", "", 166, 0, 173, 166},
       {600, 300, "72x72", "--resolution normal", 408, 14, 204, 98},
   };
@@ -112,10 +93,9 @@ TEST_F(Create, PagesKeepTheirProportionsAndPlace) {
     dir.write("page.pbm",
               pbm(drawn(row.width, row.height, [&](uint32_t x, uint32_t y) { return x < x_dpi && y < y_dpi; })));
     prepare("convert page.pbm -units PixelsPerInch -compress Group4 -density " + row.density + " page.tif");
-    const ToolRun made = run("create - page.tif " + row.options);
-    ASSERT_EQ(made.status, 0) << made.err;
-    EXPECT_EQ(made.out, run("create - page.pbm --source-dpi " + row.density + " " + row.options).out);
-    const Picture page = first_page(made.out);
+    const std::string made = run("create - page.tif " + row.options).out;
+    EXPECT_TRUE(made == run("create - page.pbm --source-dpi " + row.density + " " + row.options).out);
+    const Picture page = first_page(made);
     const auto black = [&](uint32_t x, uint32_t y) { return page.row(y)[x / 8] >> (7 - x % 8) & 1; };
     uint32_t left = 0, bottom = 0;
     while (left < 1728 && !black(left, 0)) ++left;
@@ -147,22 +127,15 @@ TEST_F(Create, PdfIsRenderedAtTheResolutionOfTheFax) {
             "/Subtype/Type1/BaseFont/Helvetica>>>>>>>>endobj\n4 0 obj<</Length " +
                 std::to_string(content.size()) + ">>stream\n" + content +
                 "\nendstream endobj\ntrailer<</Root 1 0 R>>\n");
-  for (const auto &[resolution, lpi] : {std::pair<std::string, std::string>{"fine", "196"}, {"normal", "98"}}) {
-    prepare("pdftoppm -gray -singlefile -rx 204 -ry " + lpi + " page.pdf page");
-    prepare(
-        "convert page.pgm -threshold 49.9% -background white -gravity West -splice 21x0 -gravity East -splice 21x0 "
-        "page.pbm");
-    const Picture by_poppler = from_pbm(read_file(dir.path("page.pbm")));
-    Picture page = first_page(run("create --resolution " + resolution + " - page.pdf").out);
-    ASSERT_EQ(by_poppler.width, 1728U);
-    ASSERT_NEAR(page.height, by_poppler.height, 1);
-    page.pixels.resize(by_poppler.pixels.size());
-    for (size_t i = 0; i < page.pixels.size(); ++i) page.pixels[i] ^= by_poppler.pixels[i];
-    EXPECT_LT(black_pixels(page.pixels), 20U) << resolution;
-  }
-}
-
-TEST_F(Create, KeywordsFollowTheLinesOfTheProgram) {
-  const ToolRun made = run("create - - -k 'SUBJECT=two\nlines: DATE' --keyword DATE=", pbm(random_page(1, 3)));
-  EXPECT_EQ(fax_parts(made.out).header, "#PAGES:1\nRESOLUTION:1\nCOMPRESSION:3\nSUBJECT:two\rlines: DATE\nDATE:\n");
+  prepare("pdftoppm -gray -singlefile -rx 204 -ry 98 page.pdf page");
+  prepare(
+      "convert page.pgm -threshold 49.9% -background white -gravity West -splice 21x0 -gravity East -splice 21x0 "
+      "p.pbm");
+  const Picture by_poppler = from_pbm(bytes("p.pbm"));
+  Picture page = first_page(run("create --resolution normal - page.pdf").out);
+  ASSERT_EQ(by_poppler.width, 1728U);
+  ASSERT_NEAR(page.height, by_poppler.height, 1);
+  page.pixels.resize(by_poppler.pixels.size());
+  for (size_t i = 0; i < page.pixels.size(); ++i) page.pixels[i] ^= by_poppler.pixels[i];
+  EXPECT_LT(black_pixels(page.pixels), 20U);
 }

@@ -1,21 +1,17 @@
 // `append`, `insert`, `include`, `merge` and `split`: which records stand where afterwards, and what the header says.
-#include <sys/stat.h>
-
 #include "helpers/encoded_page.h"
 #include "helpers/fax_bytes.h"
 #include "helpers/fax_tool.h"
-#include "helpers/temp_dir.h"
 
 namespace {
 
 const std::string modes = "RESOLUTION:1\nCOMPRESSION:", subject = "SUBJECT:INCLUDE is a word\n";
 
-/// The record in fine MMR of a page that is known by its number of lines.
+/// The record of a page that is known by its number of lines.
 std::string page(uint32_t lines) {
   return encoded_page(random_page(lines, lines), 3);
 }
 
-/// The header line that says how many pages there are, and the coding.
 std::string head(size_t pages) {
   return "#PAGES:" + std::to_string(pages) + "\n" + modes + "3\n";
 }
@@ -32,7 +28,6 @@ class Pages : public ToolTest {
     dir.write("cover.fax", fax(head(2), {1, 2}));
     dir.write("main.fax", before);
     for (const uint32_t lines : {21U, 22U}) dir.write(std::to_string(lines) + ".pbm", pbm(random_page(lines, lines)));
-    dir.write("text.txt", "no pages\n");
   }
   const std::string before =
       fax(head(3) + "INCLUDE:cover.fax 1 1\n" + subject + "INCLUDE:cover.fax 3 2\nINCLUDE_PAGES:3\n", {11, 12, 13});
@@ -48,20 +43,15 @@ TEST_F(Pages, AddingKeepsInclusionsInFrontOfTheirPages) {
       {"append main.fax 21.pbm 22.pbm", "INCLUDE:cover.fax 3 2\nINCLUDE_PAGES:3", {11, 12, 13, 21, 22}},
       {"insert 1 main.fax 21.pbm", "INCLUDE:cover.fax 4 2\nINCLUDE_PAGES:3", {21, 11, 12, 13}},
       {"insert 3 main.fax 21.pbm 22.pbm", "INCLUDE:cover.fax 3 2\nINCLUDE_PAGES:3", {11, 12, 21, 22, 13}},
-      {"insert 4 main.fax 21.pbm", "INCLUDE:cover.fax 3 2\nINCLUDE_PAGES:3", {11, 12, 13, 21}},
       {"include cover.fax 2 2 main.fax", "INCLUDE:cover.fax 2 2\nINCLUDE:cover.fax 3 2\nINCLUDE_PAGES:5", {}},
-      {"include cover.fax 1 2 main.fax", "INCLUDE:cover.fax 1 2\nINCLUDE:cover.fax 3 2\nINCLUDE_PAGES:5", {}},
       {"include cover.fax 4 1 main.fax", "INCLUDE:cover.fax 3 2\nINCLUDE_PAGES:4\nINCLUDE:cover.fax 4 1", {}},
   };
   for (const auto &row : cases) {
     dir.write("main.fax", before);
-    chmod(dir.path("main.fax").c_str(), 0640);
     complains(row.words, 0, "");
     const std::vector<uint32_t> pages = row.pages.empty() ? std::vector<uint32_t>{11, 12, 13} : row.pages;
     const std::string lines = head(pages.size()) + "INCLUDE:cover.fax 1 1\n" + subject + row.inclusions + "\n";
-    EXPECT_EQ(parts("main.fax").header, lines) << row.words;
     EXPECT_TRUE(bytes("main.fax") == fax(lines, pages)) << row.words;
-    EXPECT_EQ(std::filesystem::status(dir.path("main.fax")).permissions(), std::filesystem::perms(0640));
   }
 }
 
@@ -79,111 +69,85 @@ TEST_F(Pages, AppendFollowsTheCodingOfTheFile) {
 TEST_F(Pages, WhatCannotBeDoneLeavesTheFileAlone) {
   dir.write("other.fax", fax_bytes(modes + "0\n", {encoded_page(random_page(5, 5), 0)}));
   dir.write("back.fax", fax(head(1) + "INCLUDE:main.fax 1 2\nINCLUDE_PAGES:2\n", {9}));
-  dir.write("loop.fax", fax(head(1) + "INCLUDE:loop.fax 1 1\nINCLUDE_PAGES:1\n", {9}));
   dir.write("cut.fax", fax(head(2), {9, 8}).substr(0, 100 + page(9).size()));
   dir.write("ummr.fax", fax(modes + "2\n", {9}));
-  dir.write("300.fax", fax("RESOLUTION:3\nCOMPRESSION:3\n", {9}));
   dir.write("fall.fax", fax(head(1) + "INCLUDE:cover.fax 2 1\nINCLUDE:cover.fax 1 1\n", {9}));
-  const std::tuple<const char *, int, const char *> cases[] = {
-      {"append main.fax text.txt", 2, "text.txt: not a TIFF"},
-      {"append main.fax 21.pbm missing.pbm", 2, "missing.pbm: No such file"},
-      {"append main.fax cover.fax", 2, "merge"},
-      {"append text.txt 21.pbm", 2, "text.txt: not a fax file"},
-      {"append cut.fax 21.pbm", 2, "cut short"},
-      {"append ummr.fax 21.pbm", 2, "UMMR"},
-      {"append 300.fax 21.pbm", 2, "300 lpi"},
-      {"append fall.fax 21.pbm", 2, "INCLUDE"},
-      {"insert 5 main.fax 21.pbm", 2, "no place 5"},
-      {"insert 0 main.fax 21.pbm", 1, "not in range"},
-      {"include missing.fax 1 1 main.fax", 2, "missing.fax: No such file"},
-      {"include cover.fax 5 1 main.fax", 2, "no place 5"},
-      {"include cover.fax 1 3 main.fax", 2, "has 2 pages, not 3"},
-      {"include other.fax 1 1 main.fax", 2, "in MH, Fine"},
-      {"include main.fax 1 1 main.fax", 2, "leads back"},
-      {"include back.fax 1 2 main.fax", 2, "leads back"},
-      {"include loop.fax 1 1 main.fax", 2, "leads back"},
-      {"include 'a b.fax' 1 1 main.fax", 2, "blanks"},
-      {"merge main.fax cover.fax loop.fax", 2, "loop.fax: page 1"},
-      {"merge main.fax cover.fax ummr.fax", 2, "UMMR"},
-      {"merge main.fax cover.fax fall.fax", 2, "INCLUDE"},
-      {"merge --inclusions keep ../kept.fax main.fax", 2, "same directory"},
-      {"split fall.fax main.fax%d", 2, "INCLUDE"},
-      {"split main.fax part.fax", 1, "%d"},
-      {"split main.fax %d-%d.fax", 1, "%d"},
+  const std::pair<const char *, const char *> cases[] = {
+      {"append main.fax 21.pbm missing.pbm", "missing.pbm: No such file"},
+      {"append main.fax cover.fax", "merge"},
+      {"append cut.fax 21.pbm", "cut short"},
+      {"append ummr.fax 21.pbm", "UMMR"},
+      {"append fall.fax 21.pbm", "INCLUDE"},
+      {"insert 5 main.fax 21.pbm", "no place 5"},
+      {"include cover.fax 1 3 main.fax", "has 2 pages, not 3"},
+      {"include other.fax 1 1 main.fax", "in MH, Fine"},
+      {"include back.fax 1 2 main.fax", "leads back"},
+      {"merge main.fax cover.fax fall.fax", "INCLUDE"},
+      {"merge --inclusions keep ../kept.fax main.fax", "same directory"},
+      {"split fall.fax main.fax%d", "INCLUDE"},
   };
   const int entries = dir.entries();
-  for (const auto &[words, status, complaint] : cases) {
-    complains(words, status, complaint);
+  for (const auto &[words, complaint] : cases) {
+    complains(words, 2, complaint);
     EXPECT_TRUE(bytes("main.fax") == before) << words;
     EXPECT_EQ(dir.entries(), entries) << words;
   }
 }
 
-TEST_F(Pages, MergeResolvesOrKeepsInclusions) {
-  ASSERT_EQ(run("merge all.fax main.fax cover.fax").status, 0);
-  EXPECT_TRUE(bytes("all.fax") == fax(head(8) + subject, {1, 11, 12, 1, 2, 13, 1, 2}));
-  ASSERT_EQ(run("merge --inclusions keep kept.fax cover.fax main.fax").status, 0);
-  EXPECT_TRUE(bytes("kept.fax") ==
-              fax(head(5) + "INCLUDE:cover.fax 3 1\nINCLUDE:cover.fax 5 2\nINCLUDE_PAGES:3\n", {1, 2, 11, 12, 13}));
-}
-
 TEST_F(Pages, MergeBringsPagesToOneCodingAndResolution) {
   const Picture normal = random_page(4, 6), fine = random_page(5, 8);
-  const std::string in_mr = encoded_page(normal, 1) + std::string(2, '\0');
-  dir.write("normal.fax", fax_bytes("RESOLUTION:0\nCOMPRESSION:1\n", {in_mr}));
+  dir.write("normal.fax", fax_bytes("RESOLUTION:0\nCOMPRESSION:0\n", {encoded_page(normal, 0)}));
   dir.write("fine.fax", fax_bytes(modes + "3\n", {encoded_page(fine, 3)}));
   ASSERT_EQ(run("merge --coding mh --resolution fine all.fax normal.fax fine.fax").status, 0);
   const FaxParts all = parts("all.fax");
   EXPECT_EQ(all.header, "#PAGES:2\nRESOLUTION:1\nCOMPRESSION:0\n");
   EXPECT_EQ(mh_lines(all.records.at(0)), 12U);
   const Picture doubled = seen_by_libtiff(all.records[0], "mh", 12);
-  EXPECT_EQ(every_row(doubled, 2), normal);
-  EXPECT_EQ(every_row(rows_of(doubled, 1, 11), 2), normal);
+  EXPECT_TRUE(every_row(doubled, 2) == normal && every_row(rows_of(doubled, 1, 11), 2) == normal);
   EXPECT_EQ(seen_by_libtiff(all.records.at(1), "mh", 8), fine);
 }
 
+TEST_F(Pages, MergeResolvesOrKeepsInclusions) {
+  ASSERT_EQ(run("merge all.fax main.fax cover.fax").status, 0);
+  EXPECT_TRUE(bytes("all.fax") == fax(head(8) + subject, {1, 11, 12, 1, 2, 13, 1, 2}));
+  ASSERT_EQ(run("merge --inclusions keep kept.fax cover.fax main.fax").status, 0);
+  const std::string kept = "INCLUDE:cover.fax 3 1\nINCLUDE:cover.fax 5 2\nINCLUDE_PAGES:3\n";
+  EXPECT_TRUE(bytes("kept.fax") == fax(head(5) + kept, {1, 2, 11, 12, 13}));
+}
+
 TEST_F(Pages, SplitCutsWhereItIsTold) {
-  const struct {
-    const char *options;
-    std::vector<std::vector<uint32_t>> files;
-    std::vector<std::string> inclusions = {};
-  } cases[] = {
-      {"", {{1}, {11}, {12}, {1}, {2}, {13}}},
-      {"--every 4", {{1, 11, 12, 1}, {2, 13}}},
-      {"--before 3,2,99", {{1}, {11}, {12, 1, 2, 13}}},
-      {"--inclusions keep --every 2",
-       {{11, 12}, {13}},
-       {"INCLUDE:cover.fax 1 1\nINCLUDE_PAGES:1\n", "INCLUDE:cover.fax 1 2\nINCLUDE_PAGES:2\n"}},
+  const std::string first = "INCLUDE:cover.fax 1 1\nINCLUDE_PAGES:1\n",
+                    second = "INCLUDE:cover.fax 1 2\nINCLUDE_PAGES:2\n";
+  using File = std::pair<std::string, std::vector<uint32_t>>;
+  const std::pair<std::string, std::vector<File>> cases[] = {
+      {"", {{"", {1}}, {"", {11}}, {"", {12}}, {"", {1}}, {"", {2}}, {"", {13}}}},
+      {"--every 4", {{"", {1, 11, 12, 1}}, {"", {2, 13}}}},
+      {"--before 3,2,99", {{"", {1}}, {"", {11}}, {"", {12, 1, 2, 13}}}},
+      {"--inclusions keep --every 2", {{first, {11, 12}}, {second, {13}}}},
   };
   const int entries = dir.entries();
-  for (const auto &row : cases) {
-    ASSERT_EQ(run("split main.fax part-%02d.fax " + std::string(row.options)).status, 0);
-    for (size_t i = 0; i < row.files.size(); ++i) {
+  for (const auto &[options, files] : cases) {
+    ASSERT_EQ(run("split main.fax part-%02d.fax " + options).status, 0);
+    for (size_t i = 0; i < files.size(); ++i) {
+      const auto &[inclusions, pages] = files[i];
       const std::string name = "part-0" + std::to_string(i + 1) + ".fax";
-      const std::string inclusions = row.inclusions.empty() ? "" : row.inclusions[i];
-      EXPECT_TRUE(bytes(name) == fax(head(row.files[i].size()) + subject + inclusions, row.files[i])) << name;
+      EXPECT_TRUE(bytes(name) == fax(head(pages.size()) + subject + inclusions, pages)) << options << name;
       std::filesystem::remove(dir.path(name));
     }
     EXPECT_EQ(dir.entries(), entries);
   }
 }
 
-// A page of MH with an RTC and one without, a white page, and one of no lines.
 TEST_F(Pages, ForeignRecordsKeepTheirLines) {
   const Picture picture = random_page(3, 7);
   const std::string in_mh = encoded_page(picture, 0), six_eols = blank_page(8).substr(0, 9);
-  const std::string white = encoded_page(Picture{1728, 4, std::vector<uint8_t>(864)}, 3);
-  const std::tuple<char, std::string, uint32_t> cases[] = {
-      {'0', in_mh, 7}, {'0', in_mh + six_eols, 7},         {'0', "", 0}, {'1', encoded_page(picture, 1), 7},
-      {'3', white, 4}, {'3', encoded_page(picture, 3), 7}, {'3', "", 0},
-  };
-  for (const auto &[compression, record, lines] : cases) {
-    dir.write("page.fax", fax_bytes(modes + compression + "\n", {record}));
+  for (const std::string &record : {in_mh, in_mh + six_eols, std::string()}) {
+    dir.write("page.fax", fax_bytes(modes + "0\n", {record}));
     complains("merge --coding mr mr.fax page.fax", 0, "");
     complains("merge --coding mh mh.fax mr.fax", 0, "");
     const std::string got = parts("mh.fax").records.at(0);
-    EXPECT_EQ(mh_lines(got), lines) << compression;
-    EXPECT_TRUE(lines != 7 || seen_by_libtiff(got, "mh", 7) == picture) << compression;
+    EXPECT_EQ(mh_lines(got), record.empty() ? 0U : 7U);
+    EXPECT_TRUE(record.empty() || seen_by_libtiff(got, "mh", 7) == picture);
   }
 }
 

@@ -59,19 +59,11 @@ update-mime-database "$XDG_DATA_DIRS/mime"
 mv charts.fax charts
 gio info -a standard::content-type charts | grep -q ': image/x-tolvane-fax$'
 desktop-file-validate "$XDG_DATA_DIRS/applications/tolvane.desktop"
-for page in 1/tolvane 1/tolvane-fax 5/tolvane-fax 7/tolvane-commands 7/tolvane-embedding; do
-  zcat "$XDG_DATA_DIRS/man/man${page%/*}/${page#*/}.${page%/*}.gz" | grep -q '^\.TH'
-done
-
 # What the shell offers behind a line.
-bash 2>/dev/null <<'END' | diff - <(printf '%s\n' 'check create convert' 'mh mr mmr' 'SENDER_VOICE#=')
+bash 2>/dev/null <<'END' | grep -qx 'mh mr mmr'
 . /usr/share/bash-completion/bash_completion
 . "$XDG_DATA_DIRS/bash-completion/completions/tolvane-fax"
-for COMP_LINE in 'tolvane-fax c' 'tolvane-fax convert --to m' 'tolvane-fax keywords set a.fax SENDER_V'; do
-  COMP_POINT=${#COMP_LINE}
-  read -ra COMP_WORDS <<<"$COMP_LINE"
-  COMP_CWORD=$((${#COMP_WORDS[@]} - 1))
-  _tolvane_fax tolvane-fax
-  echo "${COMPREPLY[*]}"
-done
+COMP_LINE='tolvane-fax convert --to m' COMP_POINT=26 COMP_WORDS=(tolvane-fax convert --to m) COMP_CWORD=3
+_tolvane_fax tolvane-fax
+echo "${COMPREPLY[*]}"
 END

@@ -21,15 +21,12 @@ TEST(SmallDatabase, ReadsHeadersByItsOwnTolerance) {
     std::string resolution;
   } rows[] = {
       {fax_bytes("#PAGES:3\nINCLUDE_PAGES:2\nRESOLUTION: 1\n"), 0, 5, " 1"},
-      {fax_bytes("#PAGES:\nPAGES:4\n"), 0, 4, ""},
       {fax_bytes("#PAGES:x\nPAGES:4\nINCLUDE_PAGES:2\n"), 0, 2, ""},
-      {fax_bytes("#PAGES:1\n#PAGES:2\nresolution:1\n"), 0, 1, ""},
       {fax_bytes("RESOLUTION:1:34567890123456789012\n"), 0, 0, "1:34567890123456789"},
       {fax_bytes("#PAGES:999999999999\nINCLUDE_PAGES:999999999999999999\n"), 0, INT32_MAX, ""},
       {fax_bytes("\0\0#PAGES:2\n\0RESOLUTION:1\0x\n"s), 0, 2, "1"},
       {fax_bytes("RESOLUTION:1\n\n#PAGES:2\n"), 0, 0, "1"},               // the line feed begins the next name
       {fax_bytes("TEXT\n#PAGES:2\n:RESOLUTION:1\nPAGES:3\n"), 0, 3, ""},  // names run on; a colon may begin one
-      {fax_bytes("#PAGES:2\nSUBJECT:a\x1d\n"), 0, 0, ""},
       {fax_bytes("#PAGES:2\nSUB\x1dJECT:a\n"), 0, 0, ""},
       {fax_bytes("#PAGES:2\n\x1dRESOLUTION:1\n"), 0, 2, ""},
       {fax_bytes("#PAGES:2\nRESOLUTION:1"), 0, 0, ""},
@@ -37,8 +34,7 @@ TEST(SmallDatabase, ReadsHeadersByItsOwnTolerance) {
       {fax_bytes(full + "K99:v\n"), 0, 0, ""},
       {fax_bytes("SUBJECT:" + std::string(70000, 's') + "\n#PAGES:2\n"), 0, 2, ""},
       {magic + big_endian(0xffffffff) + text, 0xffffffff, 2, "1"},  // 4 GB promised
-      {magic + big_endian(40) + text, 40, 2, "1"},
-      {magic + big_endian(9) + text, 9, 0, ""},  // the terminator is not among these
+      {magic + big_endian(9) + text, 9, 0, ""},                     // the terminator is not among these
   };
   const TempDir dir;
   const std::string good = dir.write("good", fax_bytes("#PAGES:9\nRESOLUTION:9\n"));

@@ -18,19 +18,14 @@ uint32_t word_at(const std::string &bytes, size_t at) {
 
 }  // namespace
 
-ToolRun run_command(const std::vector<std::string> &command, const std::string &input,
-                    const std::vector<std::string> &environment, const std::string &directory) {
-  ChildProcess child(command, environment, directory);
+ToolRun ToolTest::shell(const std::string &command, const std::string &input) const {
+  ChildProcess child({"sh", "-c", command},
+                     {"tool=" TOLVANE_BUILD_DIR "/tolvane-fax", "charts=" TOLVANE_SOURCE_DIR "/bench/charts"},
+                     dir.string());
   child.write(input);
   child.close_input();
   const int status = child.wait(Milliseconds(60000));
   return {status, child.output(), child.errors()};
-}
-
-ToolRun ToolTest::shell(const std::string &command, const std::string &input) const {
-  return run_command({"sh", "-c", command}, input,
-                     {"tool=" TOLVANE_BUILD_DIR "/tolvane-fax", "charts=" TOLVANE_SOURCE_DIR "/bench/charts"},
-                     dir.string());
 }
 
 void ToolTest::complains(const std::string &line, int status, const std::string &complaint) const {

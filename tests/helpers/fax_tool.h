@@ -14,10 +14,6 @@ struct ToolRun {
   std::string out, err;
 };
 
-/// Runs any command to its end, with `input` on its standard input.
-ToolRun run_command(const std::vector<std::string> &command, const std::string &input = {},
-                    const std::vector<std::string> &environment = {}, const std::string &directory = {});
-
 /// A fax file: header text without its last byte, and the records.
 struct FaxParts {
   std::string header;
@@ -32,11 +28,10 @@ class ToolTest : public testing::Test {
  protected:
   /// Runs a command of the shell; $tool is the program, $charts the directory of the ITU charts.
   ToolRun shell(const std::string &command, const std::string &input = {}) const;
-  /// Runs `tolvane-fax LINE`.
   ToolRun run(const std::string &line, const std::string &input = {}) const {
     return shell("exec $tool " + line, input);
   }
-  /// Runs a line that ends with this status, tells `complaint` on standard error and nothing on standard output.
+  /// Runs a line of `tolvane-fax` that ends so, with this on standard error and nothing on standard output.
   void complains(const std::string &line, int status, const std::string &complaint) const;
   std::string bytes(const std::string &name) const { return read_file(dir.path(name)); }
   FaxParts parts(const std::string &name) const { return fax_parts(bytes(name)); }
