@@ -2,7 +2,6 @@
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
-#include <string.h>
 
 #include <functional>
 
@@ -130,11 +129,6 @@ TEST(FaxHeaderList, KeepsFirstPlacesAndWritesTheBytesOfTheFormat) {
   EXPECT_EQ(write_fax_header(fd, list), 1);
   EXPECT_EQ(lseek(fd, 0, SEEK_CUR), bytes.size());
   EXPECT_EQ(read_file(path), bytes + "behind");
-  const auto twice_with = [](const std::string &text, int error) { return twice(text + strerror(error) + "\n"); };
-  EXPECT_EQ(told([] { return !read_fax_header(open("/", O_RDONLY)); }),
-            "1|" + twice_with("read_fax_header: Bad fax file: ", EISDIR));
-  EXPECT_EQ(told([&] { return write_fax_header(open("/", O_RDONLY), list); }),
-            "-1|" + twice_with("write_fax_header: Can't create fax file header: ", EBADF));
   EXPECT_EQ(free_fax_header(list) + free_fax_header(nullptr), 2);
 }
 
@@ -149,6 +143,5 @@ TEST(SessionParams, EachFamilyMapsItsRowOfCharactersBothWays) {
     EXPECT_EQ(given.substr(0, given.find('.', 1)), "." + characters);
     for (const char character : characters) back += std::to_string(from(character));
     EXPECT_EQ(back, std::string("012345678").substr(0, characters.size()));
-    EXPECT_EQ(from(0) + from('8') + from(256 + '0'), -3);
   }
 }
