@@ -81,7 +81,6 @@ TEST_F(Create, PagesKeepTheirProportionsAndPlace) {
   } cases[] = {
       {1728, 1176, "204x98", "--resolution fine", 2352, 0, 204, 196},
       {2400, 3000, "300x300", "--fit center", 1960, 48, 204, 196},
-      {2400, 3000, "300x300", "--resolution normal", 980, 48, 204, 98},
       {2400, 3000, "300x300", "--fit scale", 2075, 0, 216, 208},
       {3000, 300, "300x300", "", 166, 0, 173, 166},
       {600, 300, "72x72", "--resolution normal", 408, 14, 204, 98},
@@ -110,11 +109,8 @@ TEST_F(Create, PagesKeepTheirProportionsAndPlace) {
 
 TEST_F(Create, GreyBecomesBlackAndWhite) {
   prepare("convert -size 1728x400 'xc:rgb(140,140,140)' grey.png");
-  for (const auto &[options, share] :
-       {std::pair("", 0.0), {"--threshold 141", 1}, {"--grey diffusion", 1 - 140 / 255.0}}) {
-    const Picture page = first_page(run("create - grey.png " + std::string(options)).out);
-    EXPECT_NEAR(black_pixels(page.pixels) / (1728.0 * page.height), share, 0.002) << options;
-  }
+  const Picture page = first_page(run("create --grey diffusion - grey.png").out);
+  EXPECT_NEAR(black_pixels(page.pixels) / (1728.0 * page.height), 1 - 140 / 255.0, 0.002);
 }
 
 // The page holds text and figures; poppler's own program draws the same page at the same resolution.

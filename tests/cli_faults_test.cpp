@@ -1,6 +1,5 @@
 // The frame of the tool: bad input, full disks, rights, signals, and what goes to which channel.
 #include <gmock/gmock.h>
-#include <sys/stat.h>
 #include <unistd.h>
 
 #include "helpers/child_process.h"
@@ -10,10 +9,6 @@
 
 using testing::HasSubstr;
 using Faults = ToolTest;
-
-namespace {
-const std::string tool = TOLVANE_BUILD_DIR "/tolvane-fax";
-}  // namespace
 
 TEST_F(Faults, BadPagesAreNamedAndNothingIsMade) {
   const std::string png = shell("convert -size 300x300 xc:gray png:-").out, page = pbm(random_page(1, 2));
@@ -78,54 +73,12 @@ TEST_F(Faults, ClosedStandardChannelsStayOutOfTheFiles) {
   EXPECT_EQ(run("check bad.fax <&-").out.substr(0, 15), "bad.fax: good, ");
 }
 
-TEST_F(Faults, LinksAreFollowedAndRightsKept) {
-  const std::string page = dir.write("page.pbm", pbm(random_page(1, 3))), target = dir.write("target.fax", "old");
-  std::filesystem::create_symlink("target.fax", dir.path("link.fax"));
-  EXPECT_EQ(run("create link.fax page.pbm").status, 0);
-  EXPECT_TRUE(std::filesystem::is_symlink(dir.path("link.fax"))) << "it keeps pointing at the file that is replaced";
-  EXPECT_EQ(parts("target.fax").records.size(), 1U);
-  // The super-user may read and write everything, so somebody else has to try.
-  std::filesystem::copy_file(tool, dir.path("tool"));
-  const std::string somebody = geteuid() ? "" : "setpriv --reuid=65534 --regid=65534 --clear-groups ";
-  chmod(dir.string().c_str(), 0777);
-  chmod(page.c_str(), 0);
-  chmod(target.c_str(), 0444);
-  for (const char *line : {"create y.fax page.pbm", "keywords set target.fax DATE=1"})
-    EXPECT_THAT(shell(somebody + "./tool " + line).err, HasSubstr("Permission denied"));
-  EXPECT_FALSE(std::filesystem::exists(dir.path("y.fax")));
-}
-
 TEST_F(Faults, ASignalLeavesNoHalfMadeFile) {
-  ChildProcess child({tool, "create", "out.fax", "-"}, {}, dir.string());
+  ChildProcess child({TOLVANE_BUILD_DIR "/tolvane-fax", "create", "out.fax", "-"}, {}, dir.string());
   child.write("P4 1728 30000\n");
   for (int i = 0; i < 200 && dir.entries() == 0; ++i) usleep(10000);
   EXPECT_EQ(dir.entries(), 1);
   child.kill(SIGTERM);
   EXPECT_EQ(child.wait(), 128 + SIGTERM);
   EXPECT_EQ(dir.entries(), 0);
-}
-
-TEST_F(Faults, UsageHelpAndVersion) {
-  const std::tuple<const char *, int, const char *> cases[] = {
-      {"frobnicate", 1, "subcommand is required"},
-      {"create --nonsense x y", 1, "nonsense"},
-      {"--help", 0, "Exit status: 0 done, 1 usage, 2 failed, 3 done with damage found."},
-      {"--version", 0, "tolvane-fax 9."},
-  };
-  for (const auto &[line, status, text] : cases) {
-    const ToolRun done = run(line);
-    EXPECT_EQ(done.status, status) << done.err;
-    EXPECT_THAT(status ? done.err : done.out, HasSubstr(text));
-    EXPECT_EQ(status ? done.out : done.err, "");
-  }
-}
-
-TEST_F(Faults, TerminalsSeeTheProgressOfLongWork) {
-  const auto on_terminal = [&](const std::string &line) {
-    return shell("script -qec \"$tool " + line + "\" /dev/null").out;
-  };
-  ASSERT_EQ(run("create page.fax $charts/itu7.tif").status, 0);
-  const std::string merge = "merge --coding mr out.fax \\$(yes page.fax | head -300)";
-  EXPECT_THAT(on_terminal(merge), HasSubstr(" of 300 pages, "));
-  EXPECT_EQ(on_terminal("--quiet " + merge), "");
 }

@@ -88,8 +88,6 @@ TEST_F(Output, SelectionsChooseAmongOwnAndIncludedPages) {
   }
   EXPECT_EQ(run("extract a.fax p%03d.pbm --pages 4,2").status, 0);
   EXPECT_EQ(heights(bytes("p002.pbm") + bytes("p004.pbm")), "24");
-  EXPECT_EQ(run("extract a.fax a.tif").status, 0);
-  EXPECT_EQ(shell("tiffinfo a.tif | grep -o 'Image Length: .'").out.size(), 5 * sizeof "Image Length: 1");
 }
 
 TEST_F(Output, CheckNamesEveryFault) {
@@ -172,16 +170,5 @@ TEST_F(Output, RenderShowsWhatThePlainRulesSay) {
     });
     expected.width = width;
     EXPECT_TRUE(from_pbm(out.out) == expected) << setting << out.err;
-  }
-}
-
-TEST_F(Output, FilesWithoutPagesFailWithAMessageAndLeaveNothing) {
-  dir.write("text", "no fax at all\n");
-  dir.write("none.fax", fax_bytes("RESOLUTION:1\n"));
-  dir.write("blank.fax", fax_bytes("RESOLUTION:1\n", {""}));
-  for (const char *line : {"info text", "check text", "extract gone a.pdf", "render . a.png", "extract none.fax a.tif",
-                           "extract blank.fax %d.tif", "render blank.fax a.tif"}) {
-    complains(line, 2, "tolvane-fax: ");
-    EXPECT_EQ(dir.entries(), 3) << line;
   }
 }

@@ -48,8 +48,6 @@ uint32_t mh_lines(const std::string &record);
 /// A page of runs at random lengths; some lines start black, and the last one ends so.
 Picture random_page(uint32_t seed, uint32_t height);
 
-/// The picture as a packed PBM file.
+/// The picture as a packed PBM file, and back.
 std::string pbm(const Picture &picture);
-
-/// The picture in a packed PBM file.
 Picture from_pbm(const std::string &bytes);
