@@ -7,7 +7,6 @@
 #include <unistd.h>
 
 #include <array>
-#include <cstdlib>
 #include <stdexcept>
 
 namespace {
@@ -20,104 +19,81 @@ Pipe make_pipe() {
   return ends;
 }
 
-// Runs in the child, between fork and exec.
-[[noreturn]] void become(const std::vector<std::string> &command, const std::vector<std::string> &environment,
-                         const std::string &directory) {
-  signal(SIGPIPE, SIG_DFL);
-  prctl(PR_SET_PDEATHSIG, SIGTERM);
-  for (const std::string &entry : environment) {
-    const size_t equals = entry.find('=');
-    setenv(entry.substr(0, equals).c_str(), entry.substr(equals + 1).c_str(), 1);
-  }
-  std::vector<char *> words;
-  for (const std::string &word : command) words.push_back(const_cast<char *>(word.c_str()));
-  words.push_back(nullptr);
-  if (directory.empty() || chdir(directory.c_str()) == 0) execvp(words[0], words.data());
-  _exit(127);
-}
-
 }  // namespace
 
 ChildProcess::ChildProcess(const std::vector<std::string> &command, const std::vector<std::string> &environment,
                            const std::string &directory) {
+  std::vector<std::string> words{"env", "-C", directory.empty() ? "." : directory};
+  words.insert(words.end(), environment.begin(), environment.end());
+  words.insert(words.end(), command.begin(), command.end());
+  std::vector<char *> arguments;
+  for (std::string &word : words) arguments.push_back(word.data());
+  arguments.push_back(nullptr);
   signal(SIGPIPE, SIG_IGN);
   const Pipe in = make_pipe(), out = make_pipe(), err = make_pipe();
   pid_ = fork();
   if (pid_ == 0) {
-    dup2(in[0], STDIN_FILENO);
-    dup2(out[1], STDOUT_FILENO);
-    dup2(err[1], STDERR_FILENO);
-    become(command, environment, directory);
+    for (int fd : {0, 1, 2}) dup2(fd == 0 ? in[0] : fd == 1 ? out[1] : err[1], fd);
+    signal(SIGPIPE, SIG_DFL);
+    prctl(PR_SET_PDEATHSIG, SIGTERM);
+    execvp("env", arguments.data());
+    _exit(127);
   }
   for (int end : {in[0], out[1], err[1]}) close(end);
   input_ = in[1];
-  output_.fd = out[0];
-  errors_.fd = err[0];
+  streams_[0].fd = out[0];
+  streams_[1].fd = err[0];
 }
 
 ChildProcess::~ChildProcess() {
   kill(SIGKILL);
   wait(Milliseconds(5000));
-  close_input();
-  for (int fd : {output_.fd, errors_.fd}) {
-    if (fd >= 0) close(fd);
-  }
+  for (int fd : {input_, streams_[0].fd, streams_[1].fd}) close(fd);
 }
 
 void ChildProcess::write(std::string_view text) {
-  while (!text.empty()) {
-    const ssize_t written = ::write(input_, text.data(), text.size());
-    if (written <= 0) return;
-    text.remove_prefix(static_cast<size_t>(written));
-  }
+  for (ssize_t written; !text.empty(); text.remove_prefix(static_cast<size_t>(written)))
+    if ((written = ::write(input_, text.data(), text.size())) <= 0) return;
 }
 
 void ChildProcess::close_input() {
-  if (input_ >= 0) close(input_);
+  close(input_);
   input_ = -1;
 }
 
-void ChildProcess::receive(Milliseconds timeout) {
-  pollfd ready[] = {{output_.fd, POLLIN, 0}, {errors_.fd, POLLIN, 0}};
-  if (poll(ready, 2, static_cast<int>(timeout.count())) <= 0) return;
-  Stream *streams[] = {&output_, &errors_};
-  for (int i = 0; i < 2; i++) {
+bool ChildProcess::receive(Milliseconds timeout) {
+  pollfd ready[] = {{streams_[0].fd, POLLIN, 0}, {streams_[1].fd, POLLIN, 0}};
+  if (poll(ready, 2, static_cast<int>(timeout.count())) <= 0) return false;
+  for (size_t i = 0; i < 2; i++) {
     if (!ready[i].revents) continue;
     char piece[4096];
-    const ssize_t size = read(streams[i]->fd, piece, sizeof piece);
+    const ssize_t size = read(streams_[i].fd, piece, sizeof piece);
     if (size > 0) {
-      streams[i]->text.append(piece, static_cast<size_t>(size));
+      streams_[i].text.append(piece, static_cast<size_t>(size));
     } else {
-      close(streams[i]->fd);
-      streams[i]->fd = -1;
+      close(streams_[i].fd);
+      streams_[i].fd = -1;
     }
   }
+  return true;
 }
 
 std::optional<std::string> ChildProcess::read_line(Milliseconds timeout) {
   const auto deadline = std::chrono::steady_clock::now() + timeout;
+  std::string &text = streams_[0].text;
   size_t end;
-  while ((end = output_.text.find('\n')) == std::string::npos) {
-    if (output_.fd < 0 || std::chrono::steady_clock::now() > deadline) return std::nullopt;
+  while ((end = text.find('\n')) == std::string::npos) {
+    if (streams_[0].fd < 0 || std::chrono::steady_clock::now() > deadline) return std::nullopt;
     receive(Milliseconds(20));
   }
-  std::string line = output_.text.substr(0, end);
-  output_.text.erase(0, end + 1);
+  std::string line = text.substr(0, end);
+  text.erase(0, end + 1);
   return line;
 }
 
-const std::string &ChildProcess::output() {
-  size_t before;
-  do {
-    before = output_.text.size() + errors_.text.size();
-    receive(Milliseconds(0));
-  } while (output_.text.size() + errors_.text.size() != before);
-  return output_.text;
-}
-
-const std::string &ChildProcess::errors() {
-  output();
-  return errors_.text;
+const std::string &ChildProcess::received(size_t stream) {
+  while (receive(Milliseconds(0))) continue;
+  return streams_[stream].text;
 }
 
 int ChildProcess::wait(Milliseconds timeout) {
@@ -130,11 +106,9 @@ int ChildProcess::wait(Milliseconds timeout) {
     } else if (std::chrono::steady_clock::now() > deadline) {
       return -1;
     } else {
-      receive(Milliseconds(10));
-      if (output_.fd < 0 && errors_.fd < 0) usleep(2000);
+      receive(Milliseconds(5));  // after both ends are closed a plain pause
     }
   }
-  output();
   return status_;
 }
 

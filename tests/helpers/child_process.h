@@ -30,8 +30,8 @@ class ChildProcess {
   /// The next line of standard output without its line feed; nothing if none has come in time.
   std::optional<std::string> read_line(Milliseconds timeout = Milliseconds(10000));
   /// Everything that has come on standard output and was not taken by `read_line`, and on standard error.
-  const std::string &output();
-  const std::string &errors();
+  const std::string &output() { return received(0); }
+  const std::string &errors() { return received(1); }
 
   /// Waits for the end. The exit status; 128 and the signal for a child that a signal killed; -1 if it still runs.
   int wait(Milliseconds timeout = Milliseconds(10000));
@@ -42,10 +42,11 @@ class ChildProcess {
     int fd = -1;
     std::string text;
   };
-  void receive(Milliseconds timeout);
+  bool receive(Milliseconds timeout);  ///< false if nothing came in time
+  const std::string &received(size_t stream);
 
   pid_t pid_ = -1;
   int input_ = -1;
-  Stream output_, errors_;
+  Stream streams_[2];  // standard output and error
   int status_ = -1;
 };
