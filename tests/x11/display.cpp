@@ -10,7 +10,6 @@
 #include <X11/XKBlib.h>
 #include <X11/Xutil.h>
 #include <X11/extensions/XTest.h>
-#include <X11/extensions/Xfixes.h>
 
 namespace {
 
@@ -198,14 +197,6 @@ void press_key(const std::string &name) {
   for (const int pressed : {True, False}) XTestFakeKeyEvent(connection, code, pressed, CurrentTime);
   if (shifted) XTestFakeKeyEvent(connection, shift, False, CurrentTime);
   XSync(connection, False);
-}
-
-std::string cursor_in(const Area &area) {
-  XTestFakeMotionEvent(connection, -1, area.x + area.width / 2, area.y + area.height / 2, CurrentTime);
-  XFixesCursorImage *image = XFixesGetCursorImage(connection);
-  const std::string name = image->name;
-  XFree(image);
-  return name;
 }
 
 int bells_rung() {

@@ -73,8 +73,5 @@ void click(Widget widget);
 /// the window that has the focus, or to the one under the pointer.
 void press_key(const std::string &name);
 
-/// The name of the cursor that the pointer shows in the middle of an area ("watch").
-std::string cursor_in(const Area &area);
-
 /// How often the bell has rung since the last call.
 int bells_rung();

@@ -2,8 +2,6 @@
 
 #include "x11/viewer.h"
 
-#include <algorithm>
-
 #include "app/key_bindings.h"
 #include "app/open_view.h"
 #include "helpers/temp_dir.h"
@@ -25,37 +23,15 @@ std::string bare(std::string text) {
 }  // namespace
 
 TEST_F(Keys, EachKeyDoesItsWork) {
-  const std::pair<const char *, const char *> presses[] = {{"Page_Down", "2 100% 0 top"},
-                                                           {"n", "3 100% 0 top"},
-                                                           {"N", "2 100% 0 top"},
-                                                           {"Page_Up", "1 100% 0 top"},
-                                                           {"Page_Up", "1 100% 0 top"},
-                                                           {"End", "4 100% 0 top"},
-                                                           {"n", "4 100% 0 top"},
-                                                           {"Home", "1 100% 0 top"},
-                                                           {"space", "1 100% 0 bottom"},
-                                                           {"space", "2 100% 0 top"},
-                                                           {"BackSpace", "1 100% 0 bottom"},
-                                                           {"BackSpace", "1 100% 0 top"},
-                                                           {"Down", "1 100% 0 between"},
-                                                           {"Up", "1 100% 0 top"},
-                                                           {"wheel down", "1 100% 0 between"},
-                                                           {"n", "2 100% 0 between"},
-                                                           {"wheel up", "2 100% 0 top"},
-                                                           {"Home", "1 100% 0 top"},
-                                                           {"plus", "1 100% 0 top"},
-                                                           {"minus", "1 75% 0 top"},
-                                                           {"KP_Subtract", "1 50% 0 top"},
-                                                           {"minus", "1 50% 0 top"},
-                                                           {"KP_Add", "1 75% 0 top"},
-                                                           {"r", "1 75% 270 top"},
-                                                           {"r", "1 75% 180 top"},
-                                                           {"R", "1 75% 270 top"},
-                                                           {"R", "1 75% 0 top"},
-                                                           {"R", "1 75% 90 top"}};
   const Viewer viewer({document});
-  for (const auto &[key, shown] : presses) viewer.press(key, shown);
-  const Area area = area_of(viewer.window());
+  viewer.press(R"(
+      Page_Down 2 100% 0 top     n 3 100% 0 top      N 2 100% 0 top          Page_Up 1 100% 0 top  Page_Up 1 100% 0 top
+      End 4 100% 0 top           n 4 100% 0 top      Home 1 100% 0 top
+      space 1 100% 0 bottom      space 2 100% 0 top  BackSpace 1 100% 0 bottom             BackSpace 1 100% 0 top
+      Down 1 100% 0 between      Up 1 100% 0 top     wheel_down 1 100% 0 between           wheel_up 1 100% 0 top
+      minus 1 75% 0 top          KP_Subtract 1 50% 0 top             minus 1 50% 0 top     KP_Add 1 75% 0 top
+      r 1 75% 270 top            r 1 75% 180 top     R 1 75% 270 top         R 1 75% 0 top         R 1 75% 90 top)");
+  const Area area = area_of(viewer.window);
   click(area.x + 48, area.y + 182);  // the toggle "100%": had the keys left it on, it would do nothing
   viewer.expect("1 100% 90 top");
 }
@@ -67,11 +43,7 @@ Tolvane*HorScrollBar.accelerators:
 Tolvane*tolvane_form.accelerators: #override \n <Key>osfRight: tn-next-page() \n <Key>q: tn-dismiss()
 )");
   Viewer viewer({document}, {"XENVIRONMENT=" + resources});
-  viewer.press("Right", "2 100% 0 top");
-  viewer.press("n", "2 100% 0 top");
-  viewer.press("x", "2 100% 0 bottom");
-  viewer.press("Up", "2 100% 0 between");  // what the user leaves alone stays
-  viewer.press("q", "");
+  viewer.press("Right 2 100% 0 top  n 2 100% 0 top  x 2 100% 0 bottom  Up 2 100% 0 between  q");
   EXPECT_EQ(viewer.program.wait(PATIENCE), 0);
 }
 

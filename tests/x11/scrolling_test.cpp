@@ -21,25 +21,22 @@ TEST(Scrolling, ChunksReadAPageInTwoStopsAndMarkTheOldViewsEnd) {
     int page;
     Place place;
   } rows[] = {
-      {"chunkup", 1, TOP},        // the first page has none before it
-      {"scrollup", 1, TOP},       //
-      {"chunkdown", 1, MARKED},   //
-      {"scrolldown", 1, MARKED},  //
-      {"expose", 1, MARKED},      // a repaint brings the marker back
-      {"chunkup", 1, TOP},        //
-      {"expose", 1, TOP},         // and not one that has gone
-      {"chunkdown", 1, MARKED},   //
-      {"chunkdown", 2, TOP},      //
-      {"chunkdown", 2, MARKED},   //
-      {"chunkdown", 2, MARKED},   // the last page has none behind it
-      {"chunkup", 2, TOP},        //
-      {"chunkup", 1, BOTTOM},     // backward enters a page at its bottom
-      {"chunkup", 1, TOP},        // where there was no marker to take away
-      {"chunkdown", 1, MARKED},   //
-      {"nextpage", 2, BOTTOM},    // a new picture replaces the marker
-      {"chunkup", 2, TOP},        // and no later step brings it back
-      {"resize", 2, TOP},         // now a page fits into the view: one stop each
-      {"chunkup", 1, TOP},        //
+      {"chunkup", 1, TOP},               // the first page has none before it
+      {"scrollup", 1, TOP},              //
+      {"chunkdown", 1, MARKED},          //
+      {"expose", 1, MARKED},             // a repaint brings the marker back
+      {"chunkup", 1, TOP},               //
+      {"expose", 1, TOP},                // and not one that has gone
+      {"chunkdown", 1, MARKED},          //
+      {"chunkdown", 2, TOP},             //
+      {"chunkdown", 2, MARKED},          // the last page has none behind it
+      {"chunkup", 2, TOP},               //
+      {"chunkup", 1, BOTTOM},            // backward enters a page at its bottom
+      {"chunkup chunkdown", 1, MARKED},  //
+      {"nextpage", 2, BOTTOM},           // a new picture replaces the marker
+      {"chunkup", 2, TOP},               // and no later step brings it back
+      {"resize", 2, TOP},                // now a page fits into the view: one stop each
+      {"chunkup", 1, TOP},               //
       {"chunkdown", 2, TOP},
   };
   Window painted = 0;
@@ -47,13 +44,12 @@ TEST(Scrolling, ChunksReadAPageInTwoStopsAndMarkTheOldViewsEnd) {
     if (command == std::string("expose"))
       XClearArea(screen(), painted, 0, 0, 0, 0, True);
     else if (command == std::string("resize"))
-      resize_window(viewer.window(), 1400, 1300);
+      resize_window(viewer.window, 1400, 1300);
     else
       viewer.command(command);
-    painted =
-        page_shown(viewer.window(), pages[page - 1], lines, place == MARKED, [place = place](const PageWindow &at) {
-          return at.clip.y - at.page.y == (place == TOP ? 0 : at.page.height - at.clip.height);
-        }).window;
+    painted = page_shown(viewer.window, pages[page - 1], lines, place == MARKED, [place = place](const PageWindow &at) {
+                return at.clip.y - at.page.y == (place == TOP ? 0 : at.page.height - at.clip.height);
+              }).window;
     ASSERT_TRUE(painted) << command << " to " << page << ", " << place;
   }
 }

@@ -58,37 +58,27 @@ struct StdinCommands : testing::Test {
 TEST_F(StdinCommands, EachWordIsCarriedOutAndAnswered) {
   Viewer viewer({document});
   take_steps(viewer, {{"nextpage\nnextpage\n", "OK\nOK\n", "", "3 100% 0 top"},
-                      {"nextpage", "OK\n", "", "4 100% 0 top"},
                       {" \t nextpage saypage\n", "OK\npage==4\nOK\n", "", "4 100% 0 top"},
                       {"prevpage prevpage\tprevpage\r\nprevpage\n", "OK\nOK\nOK\nOK\n", "", "1 100% 0 top"},
                       {"\n", "", "", "1 100% 0 top"},
                       {"x", "", "", "1 100% 0 top"},
-                      {"x\n", "OK\n", "", "1 100% 0 top"},
                       {"xy saypages\n", "", unknown("xy") + unknown("saypages"), "1 100% 0 top"},
                       {"gopage 3 4 5\n", "OK\n", "", "3 100% 0 top"},
                       {"gopage\n2\n", "OK\n", "", "2 100% 0 top"},
                       {"gopage abc\n", "", MISSING + unknown("abc"), "2 100% 0 top"},
-                      {"gopage", "", MISSING, "2 100% 0 top"},
                       {"gopage 0\ngopage -2\ngopage 5\ngopage 99999999999 saypage\n", "", BAD + BAD + BAD + BAD,
                        "2 100% 0 top"},
                       {"gopage +3x nextpage\nsaypage\n", "OK\npage==3\nOK\n", "", "3 100% 0 top"},
-                      {"rotate_90\n", "OK\n", "", "3 100% 90 top"},
-                      {"rotate_180\n", "OK\n", "", "3 100% 180 top"},
                       {"rotate_270\n", "OK\n", "", "3 100% 270 top"},
                       {"rotate_0 rotate_45\n", "OK\n", unknown("rotate_45"), "3 100% 0 top"},
                       {"fullsize reduced\n", "OK\nOK\n", "", "3 75% 0 top"},
                       {"reduced reduced\n", "OK\nOK\n", "", "3 50% 0 top"},
-                      {"fullsize\n", "OK\n", "", "3 75% 0 top"},
-                      {"fullsize chunkdown\n", "OK\nOK\n", "", "3 100% 0 bottom"},
+                      {"fullsize fullsize chunkdown\n", "OK\nOK\nOK\n", "", "3 100% 0 bottom"},
                       {"chunkdown saypage\n", "OK\npage==3\nOK\n", "", "3 100% 0 bottom"},  // the last that is promised
-                      {"chunkup\n", "OK\n", "", "3 100% 0 top"},
-                      {"chunkup saypage\n", "OK\npage==2\nOK\n", "", "2 100% 0 bottom"},
-                      {"scrolldown chunkup\n", "OK\nOK\n", "", "2 100% 0 top"},
-                      {"scrolldown scrollup scrollup\n", "OK\nOK\nOK\n", "", "2 100% 0 top"}});
-  viewer.press("n", "3 100% 0 top");  // the interpreter's own number stays behind
-  take_steps(viewer, {{"saypage\n", "page==2\nOK\n", "", "3 100% 0 top"},
-                      {"nextpage\n", "OK\n", "", "3 100% 0 top"},
-                      {"scrolldown\n", "OK\n", "", "3 100% 0 between"}});
+                      {"chunkup chunkup saypage\n", "OK\nOK\npage==2\nOK\n", "", "2 100% 0 bottom"},
+                      {"scrolldown chunkup\n", "OK\nOK\n", "", "2 100% 0 top"}});
+  viewer.press("n 3 100% 0 top");  // the interpreter's own number stays behind
+  take_steps(viewer, {{"saypage\n", "page==2\nOK\n", "", "3 100% 0 top"}});
 }
 
 TEST_F(StdinCommands, AReadIsTakenForWhatItIs) {
@@ -105,8 +95,7 @@ TEST_F(StdinCommands, AReadIsTakenForWhatItIs) {
   const long before = ticks_of(viewer.program.pid());
   std::this_thread::sleep_for(Milliseconds(500));
   EXPECT_LT(ticks_of(viewer.program.pid()) - before, 10) << "the end of the input keeps the loop spinning";
-  viewer.press("n", "3 100% 0 top");
-  viewer.press("q", "");
+  viewer.press("n 3 100% 0 top q");
   EXPECT_EQ(viewer.program.wait(PATIENCE), 0);
 }
 
@@ -127,6 +116,5 @@ TEST_F(StdinCommands, AnotherFileKeepsScaleAndOrientation) {
                  {"newfile", "", "tolvane, newfile: missing filename\n", "3 75% 270 top"},
                  {"newfile none\nsaypage\n", no_file + "OK\npage==1\nOK\n", "", "3 75% 270 top"},
                  {"newfile text saypage\nnextpage\n", "OK\nOK\n", bad_fax, "3 75% 270 top"},
-                 {"newfile four.fax\n", "OK\n", "", "1 75% 270 top"},
              });
 }

@@ -1,11 +1,10 @@
 #include "x11/viewer.h"
 
 #include <algorithm>
+#include <sstream>
 
 #include "helpers/fax_bytes.h"
 #include "helpers/tiff_pages.h"
-
-const char *const VIEWER_PROGRAM = TOLVANE_BUILD_DIR "/tolvane";
 
 namespace {
 
@@ -84,6 +83,11 @@ std::string shown_in(Window shell) {
   return {};
 }
 
+void expect_shown(const std::function<Window()> &shell, const std::string &shown) {
+  std::string seen;
+  EXPECT_TRUE(wait_until([&] { return (seen = shown_in(shell())) == shown; })) << seen << ", not " << shown;
+}
+
 PageWindow page_shown(Window shell, const PlainPicture &picture, int32_t lines, bool marker,
                       const std::function<bool(const PageWindow &)> &fits) {
   PageWindow at;
@@ -117,24 +121,21 @@ void press_button(Window shell, size_t index) {
   click(buttons[index].x + buttons[index].width / 2, buttons[index].y + buttons[index].height / 2);
 }
 
+std::vector<std::string> viewer_command(const std::vector<std::string> &arguments) {
+  wait_until([] { return find_window("TolVane", Milliseconds(0)) == 0; });
+  std::vector<std::string> command{TOLVANE_BUILD_DIR "/tolvane"};
+  command.insert(command.end(), arguments.begin(), arguments.end());
+  return command;
+}
+
 Viewer::Viewer(const std::vector<std::string> &arguments, const std::vector<std::string> &environment,
                const std::string &directory)
-    : program(
-          [&] {
-            // The window of a viewer that has just ended must not be taken for the new one's.
-            wait_until([] { return find_window("TolVane", Milliseconds(0)) == 0; });
-            std::vector<std::string> command{VIEWER_PROGRAM};
-            command.insert(command.end(), arguments.begin(), arguments.end());
-            return command;
-          }(),
-          environment, directory),
-      window_(find_window("TolVane")) {
-  EXPECT_NE(window_, 0u) << "no window came up: " << program.errors();
+    : program(viewer_command(arguments), environment, directory), window(find_window("TolVane")) {
+  EXPECT_NE(window, 0u) << "no window came up: " << program.errors();
 }
 
 void Viewer::expect(const std::string &shown) const {
-  std::string seen;
-  EXPECT_TRUE(wait_until([&] { return (seen = shown_in(window_)) == shown; })) << seen << ", not " << shown;
+  expect_shown([this] { return window; }, shown);
 }
 
 void Viewer::command(const std::string &words) {
@@ -148,10 +149,14 @@ std::string Viewer::replies(int count) {
   return lines;
 }
 
-void Viewer::press(const std::string &key, const std::string &shown) const {
-  const Area area = area_of(window_);
-  click(area.x + 300, area.y + 100, key == "wheel up" ? 4 : key == "wheel down" ? 5 : 1);
-  if (!key.starts_with("wheel")) press_key(key);
-  SCOPED_TRACE(key);
-  expect(shown);
+void Viewer::press(const std::string &steps) const {
+  std::istringstream words(steps);
+  for (std::string key, shown, word; words >> key; shown.clear()) {
+    SCOPED_TRACE(key);
+    const Area area = area_of(window);
+    click(area.x + 300, area.y + 100, key == "wheel_up" ? 4 : key == "wheel_down" ? 5 : 1);
+    if (!key.starts_with("wheel")) press_key(key);
+    for (int i = 0; i < 4 && words >> word; i++) shown += (i ? " " : "") + word;
+    expect(shown);
+  }
 }

@@ -7,7 +7,8 @@
 #include "helpers/plain_picture.h"
 #include "x11/display.h"
 
-extern const char *const VIEWER_PROGRAM;
+/// What starts the real program with these arguments, once the window of an earlier one has gone.
+std::vector<std::string> viewer_command(const std::vector<std::string> &arguments);
 
 /// A fax file of `count` pages that can be told apart on the screen; its header promises `promised` pages. Fine
 /// resolution, MMR.
@@ -16,6 +17,8 @@ std::string marked_document(int count, int promised);
 /// What the window shows of a marked document: "PAGE SCALE% DEGREES PLACE", as in "2 75% 270 top". The place is "top",
 /// "bottom" or "between". Empty if there is no such page to be seen.
 std::string shown_in(Window shell);
+/// Expects that the window that `shell` finds comes to show this.
+void expect_shown(const std::function<Window()> &shell, const std::string &shown);
 
 /// The window that a page is painted in and the one that clips it. What is scrolled away stands outside `clip`.
 struct PageWindow {
@@ -39,18 +42,15 @@ class Viewer {
   explicit Viewer(const std::vector<std::string> &arguments, const std::vector<std::string> &environment = {},
                   const std::string &directory = {});
 
-  Window window() const { return window_; }
   /// Expects that the window comes to show this.
   void expect(const std::string &shown) const;
   /// Gives commands, one blank apart, in one write and expects an "OK" for each.
   void command(const std::string &words);
   /// The next `count` lines of standard output, each with its line feed.
   std::string replies(int count);
-  /// Presses a key, or turns the wheel ("wheel up", "wheel down"), in the window, and expects what it then shows.
-  void press(const std::string &key, const std::string &shown) const;
+  /// Takes steps: each a key (or wheel_up, wheel_down) and the four words of what the window then shows.
+  void press(const std::string &steps) const;
 
   ChildProcess program;
-
- private:
-  Window window_;
+  Window window;
 };

@@ -9,18 +9,10 @@
 
 namespace {
 
-void keep_warning(char *message) {
-  xt_app().warnings.emplace_back(message);
-}
-
-// The toolkit's own handler does not format a message for root.
-void keep_message(char *, char *, char *, char *text, char **words, Cardinal *count) {
-  std::string message = text;
-  for (Cardinal i = 0; words && i < *count; i++) {
-    const size_t place = message.find("%s");
-    if (place != std::string::npos) message.replace(place, 2, words[i]);
-  }
-  xt_app().warnings.push_back(message);
+void keep_warning(char *, char *, char *, char *text, char **words, Cardinal *count) {
+  std::string warning = text;
+  for (Cardinal i = 0; words && i < *count; i++) warning += std::string(", ") + words[i];
+  xt_app().warnings.push_back(warning);
 }
 
 XtApp open_app() {
@@ -28,8 +20,8 @@ XtApp open_app() {
   int argc = 0;
   app.display = tolvane::open_display(&argc, nullptr);
   app.context = tolvane::tn_context;
-  XtAppSetWarningHandler(app.context, keep_warning);
-  XtAppSetWarningMsgHandler(app.context, keep_message);
+  XtAppSetWarningHandler(app.context, [](char *warning) { xt_app().warnings.emplace_back(warning); });
+  XtAppSetWarningMsgHandler(app.context, keep_warning);
   tolvane::RegisterBxConverters(app.context);
   app.hidden_shell = XtAppCreateShell("tolvane", "Tolvane", applicationShellWidgetClass, app.display, nullptr, 0);
   tolvane::register_motif_utils_variables(app.display, app.context, app.hidden_shell);
@@ -44,10 +36,8 @@ XtApp &xt_app() {
 }
 
 Widget XtApp::make_shell(const char *title) const {
-  Arg place[] = {{const_cast<char *>(XtNtitle), reinterpret_cast<XtArgVal>(title)},
-                 {const_cast<char *>(XtNx), 150},
-                 {const_cast<char *>(XtNy), 75}};
-  return XtAppCreateShell("tolvane", "Tolvane", applicationShellWidgetClass, display, place, XtNumber(place));
+  return XtVaAppCreateShell("tolvane", "Tolvane", applicationShellWidgetClass, display, XtNtitle, title, XtNx, 150,
+                            XtNy, 75, nullptr);
 }
 
 void XtApp::process_pending() const {

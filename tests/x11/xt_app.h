@@ -14,7 +14,7 @@ struct XtApp {
   Display *display = nullptr;
   /// Never popped up: the parent of dialogs, as in the program.
   Widget hidden_shell = nullptr;
-  /// Every warning of the toolkit since the start, or since a test cleared it.
+  /// Every warning of the toolkit since a test cleared them, each followed by the words that belong into it.
   std::vector<std::string> warnings;
 
   /// A shell of its own for a test's widgets, at the place where the program puts its window.
