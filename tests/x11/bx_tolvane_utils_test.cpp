@@ -105,10 +105,4 @@ TEST(Convert, WidensWhatTheConverterStores) {
     EXPECT_EQ(value, row.value) << row.text;
     EXPECT_EQ(app.warnings.size(), row.good ? 0u : 1u) << row.text;
   }
-  // A value longer than a word comes in a block of its own.
-  Boolean success = False;
-  const auto block = reinterpret_cast<char *>(CONVERT(app.hidden_shell, "longer than a word", XmRString, 0, &success));
-  ASSERT_TRUE(success);
-  EXPECT_STREQ(block, "longer than a word");
-  XtFree(block);
 }

@@ -77,28 +77,6 @@ TEST_F(Pagescope, LoadsAFileAndShowsWhatItsHeaderSays) {
   }
 }
 
-TEST_F(Pagescope, SaysWhatIsWrongWithAFile) {
-  const std::string good = fax_bytes("#PAGES:1\n", {blank_page(4)}), fifo = dir_.path("fifo");
-  const std::string corrupted = "read_fax_header: Bad fax file: Corrupted header\n", absent = dir_.path("absent");
-  mkfifo(fifo.c_str(), 0600);
-  const struct {
-    std::string path, error, output;
-  } rows[] = {
-      {dir_.write("cut.fax", good.substr(0, 12)), corrupted, corrupted},
-      {dir_.write("huge.fax", good.substr(0, 4) + big_endian(0xffffffff) + good.substr(8)), corrupted, corrupted},
-      {fifo, "File '" + fifo + "' is empty !\n", ""},
-      {absent, "", "Problem with file \"" + absent + "\"\n"},
-      {std::string(4096, 'x'), "The name of the fax file is longer than 4095 bytes\n", ""},
-  };
-  for (const auto &[path, error, output] : rows) {
-    testing::internal::CaptureStderr();
-    testing::internal::CaptureStdout();
-    EXPECT_EQ(common(path.c_str()), 1);
-    EXPECT_EQ(testing::internal::GetCapturedStderr(), error);
-    EXPECT_EQ(testing::internal::GetCapturedStdout(), output);
-  }
-}
-
 TEST_F(Pagescope, EachControlDecodesAnewOrLeavesEverythingAsItWas) {
   // More records than the header promises, and a last one that is cut short.
   const std::string bytes = fax_bytes("#PAGES:2\nRESOLUTION:1\n", {blank_page(400), blank_page(800), "", "abcd"});

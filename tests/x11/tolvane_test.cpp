@@ -2,9 +2,9 @@
 
 #include "x11/viewer.h"
 
-#include <unistd.h>
+#include <sys/stat.h>
 
-#include "app/tolvane.h"
+#include "helpers/fax_bytes.h"
 #include "helpers/temp_dir.h"
 
 namespace {
@@ -22,10 +22,13 @@ TEST(Start, EndsThatNeedNoWindow) {
   const TempDir dir;
   dir.write("empty", "abc");
   dir.write("text", "no fax");
+  dir.write("cut", fax_bytes("#PAGES:1\n").substr(0, 12));
+  mkfifo(dir.path("fifo").c_str(), 0600);
+  const std::string corrupted = "read_fax_header: Bad fax file: Corrupted header\n";
   const struct {
     Words arguments;
     int status;
-    std::string errors, display = getenv("DISPLAY");
+    std::string errors, display = getenv("DISPLAY"), output = "";
   } rows[] = {
       {{"-rev"}, 0, "\nTolvane Version  9.2     Release 9.01\n\n", ":4711"},
       {{"-help"}, 1, USAGE, ":4711"},
@@ -41,12 +44,14 @@ TEST(Start, EndsThatNeedNoWindow) {
       {{"-p", std::string(100, 'n'), "text"}, 1, "tolvane: printer name longer than 99 bytes\n"},
       {{"-s", std::string(100, 'n'), "text"}, 1, "tolvane: server name longer than 99 bytes\n"},
       {{"empty"}, 1, "File 'empty' is empty !\n"},
+      {{"fifo"}, 1, "File 'fifo' is empty !\n"},
+      {{"cut"}, 1, corrupted, getenv("DISPLAY"), corrupted},
       {{"text"}, 1, "File 'text' is not a fax !\n"},
   };
-  for (const auto &[arguments, status, errors, display] : rows) {
+  for (const auto &[arguments, status, errors, display, output] : rows) {
     ChildProcess program(viewer_command(arguments), {"XKEYSYMDB=none", "DISPLAY=" + display}, dir.string());
     EXPECT_EQ(program.wait(PATIENCE), status) << testing::PrintToString(arguments);
-    EXPECT_EQ(program.output(), "");
+    EXPECT_EQ(program.output(), output);
     EXPECT_EQ(program.errors(), errors);
   }
 }
@@ -102,29 +107,4 @@ TEST(Start, TheTraceOfARunningViewerIsSwitchedByAFile) {
   const std::string trace = read_file(dir.path("trace_tolvane"));
   for (const char *line : {"read page 1 of one.fax", "decoded page 1: 2101 lines", "command 'saypage'"})
     EXPECT_NE(trace.find(line), std::string::npos) << line << " is not in\n" << trace;
-}
-
-TEST(Start, TheKeySymbolDataBaseIsTheFirstThatExists) {
-  const TempDir home, open_windows, here;
-  if (access("/usr/lib/X11/XKeysymDB", F_OK) == 0) GTEST_SKIP() << "this system has one of its own";
-  home.write("XKeysymDB", "");
-  here.write("XKeysymDB", "");
-  std::filesystem::create_directory(open_windows.path("lib"));
-  open_windows.write("lib/XKeysymDB", "");
-  std::filesystem::current_path(here.string());
-  const std::string rows[][4] = {
-      // XKEYSYMDB, OPENWINHOME, SORBEXHOME and what is found
-      {"/else/where", open_windows.string(), home.string(), "/else/where"},
-      {"", open_windows.string(), home.string(), open_windows.path("lib/XKeysymDB")},
-      {"", here.string(), home.string(), home.path("XKeysymDB")},
-      {"", "/none", "/none", "XKeysymDB"},
-  };
-  for (const auto &[set, openwinhome, sorbexhome, found] : rows) {
-    set.empty() ? unsetenv("XKEYSYMDB") : setenv("XKEYSYMDB", set.c_str(), 1);
-    setenv("OPENWINHOME", openwinhome.c_str(), 1);
-    setenv("SORBEXHOME", sorbexhome.c_str(), 1);
-    EXPECT_EQ(tolvane::look_for_keysymdb(), 0);
-    EXPECT_EQ(getenv("XKEYSYMDB"), found);
-  }
-  std::filesystem::current_path("/");
 }
