@@ -89,6 +89,14 @@ void decode_MH(std::span<const uint8_t> record) {
   for (LineDamage &damage : decoding->damage) damage.line = std::max(damage.line - 1, 1);
 }
 
+/// The decoder leaves the runs undone whose codes end in the last byte, and pages that were not made here need not have
+/// fill behind them: that byte of fill is put there.
+void decode_MR(std::span<const uint8_t> record) {
+  std::vector<uint8_t> data(record.begin(), record.end());
+  data.push_back(0);
+  t4dec(data.data(), static_cast<uint32_t>(data.size()), COMP_MR, nullptr, take_line, nullptr);
+}
+
 /// The decoder gives a white line after the last one, or in its place what there is of an unfinished line.
 void decode_MMR(std::span<const uint8_t> record) {
   const int done = t4dec(record.data(), static_cast<uint32_t>(record.size()), COMP_MMR, nullptr, take_line, nullptr);
@@ -138,8 +146,7 @@ bool decode_page(std::span<const uint8_t> record, int32_t coding, DecodedPage &p
   t4dec_set_damage_callback(take_damage);
   if (coding == COMP_MH) decode_MH(record);
   if (coding == COMP_MMR) decode_MMR(record);
-  if (coding == COMP_MR)
-    t4dec(record.data(), static_cast<uint32_t>(record.size()), COMP_MR, nullptr, take_line, nullptr);
+  if (coding == COMP_MR) decode_MR(record);
   t4dec_set_damage_callback(nullptr);
   return true;
 }
