@@ -30,6 +30,7 @@ struct TestDisplay : testing::Environment {
     const auto number = server.read_line(PATIENCE);
     ASSERT_TRUE(number) << "Xvfb did not start: " << server.errors();
     setenv("DISPLAY", (":" + *number).c_str(), 1);
+    setenv("LANG", "C.UTF-8", 1);  // the toolkit tags texts by it
     unsetenv("XENVIRONMENT");
     connection = XOpenDisplay(nullptr);
     ASSERT_TRUE(connection);
@@ -71,7 +72,9 @@ Display *screen() {
   return connection;
 }
 
-WindowManager::WindowManager() : mwm_({"mwm"}) {
+// The focus moves with clicks alone: a click that meets the manager moving it by itself can be lost.
+WindowManager::WindowManager()
+    : mwm_({"mwm", "-xrm", "Mwm*startupKeyFocus: False", "-xrm", "Mwm*deiconifyKeyFocus: False"}) {
   EXPECT_TRUE(wait_until(window_manager_runs)) << "mwm did not start: " << mwm_.errors();
 }
 
