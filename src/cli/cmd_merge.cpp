@@ -68,7 +68,7 @@ Status run() {
 
   OutputFile output;
   Transcoder pages;
-  if (output.open(out) != DONE || pages.open(output.working_path(), coding, resolution) != DONE) return FAILED;
+  if (output.open(out) != DONE || pages.open(output, coding, resolution) != DONE) return FAILED;
   HeaderLines lines = leading_lines(0, resolution, coding);
   for (const std::string &line : documents.front().lines) {
     if (!is_structural(line)) lines.push_back(line);

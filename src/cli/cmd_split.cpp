@@ -70,7 +70,7 @@ Status write_part(const FaxDocument &document, const std::vector<int32_t> &pages
   OutputFile output;
   Transcoder records;
   if (output.open(name) != DONE ||
-      records.open(output.working_path(), document.coding, written_resolution(document)) != DONE)
+      records.open(output, document.coding, written_resolution(document)) != DONE)
     return FAILED;
   Status status = DONE;
   for (int32_t i = first; i < behind && status != FAILED; ++i)

@@ -56,8 +56,7 @@ Descriptor seekable(Descriptor fd) {
     errno = EISDIR;
     return Descriptor();
   }
-  const char *directory = getenv("TMPDIR");
-  Descriptor spool(open_spool(std::string(directory && *directory ? directory : "/tmp") + "/"));
+  Descriptor spool(open_spool(""));
   if (spool && !copy_bytes(fd.get(), spool.get(), -1)) return Descriptor();
   return spool;
 }
@@ -126,7 +125,9 @@ std::string directory_of(const std::string &path) {
 }
 
 int open_spool(const std::string &beside) {
-  std::string name = directory_of(beside) + "/.tolvane-XXXXXX";
+  const char *temporary = getenv("TMPDIR");
+  if (!temporary || !*temporary) temporary = "/tmp";
+  std::string name = (beside.empty() ? temporary : directory_of(beside)) + "/.tolvane-XXXXXX";
   const int fd = mkostemp(name.data(), O_CLOEXEC);
   if (fd >= 0) unlink(name.c_str());
   return fd;
@@ -198,7 +199,7 @@ Status OutputFile::open(const std::string &path) {
   if (exists && S_ISDIR(status.st_mode)) return failure("%s: %s", name(), strerror(EISDIR));
   if (path == "-" || (exists && !S_ISREG(status.st_mode))) {
     final_path_ = path;
-    fd_ = open_spool("/tmp/");
+    fd_ = open_spool("");
     return fd_ < 0 ? system_failure(name()) : DONE;
   }
   if (exists && access(path.c_str(), W_OK)) return system_failure(name());

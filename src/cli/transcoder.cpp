@@ -31,11 +31,11 @@ Transcoder::~Transcoder() {
   if (fd_ >= 0) close(fd_);
 }
 
-Status Transcoder::open(const std::string &beside, int32_t coding, int32_t resolution) {
+Status Transcoder::open(const OutputFile &output, int32_t coding, int32_t resolution) {
   coding_ = coding;
   resolution_ = resolution;
-  fd_ = open_spool(beside);
-  return fd_ < 0 ? system_failure(beside.c_str()) : DONE;
+  fd_ = open_spool(output.working_path());
+  return fd_ < 0 ? system_failure(output.name()) : DONE;
 }
 
 Status Transcoder::add(const FaxDocument &document, int32_t page) {

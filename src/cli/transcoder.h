@@ -18,8 +18,8 @@ class Transcoder {
   Transcoder(const Transcoder &) = delete;
   Transcoder &operator=(const Transcoder &) = delete;
 
-  /// @param beside  a path in whose directory the nameless file is made
-  Status open(const std::string &beside, int32_t coding, int32_t resolution);
+  /// @param output  the file that the records are for: the nameless one is made beside it
+  Status open(const OutputFile &output, int32_t coding, int32_t resolution);
 
   /// Reads a page of a document and takes it in.
   ///
