@@ -55,12 +55,13 @@ void note_damage(Damage) {
 /// Runs the converter on a path, which names the old or the new file at every moment. A link keeps pointing: it is its
 /// target that is replaced.
 bool run_converter(const std::string &path) {
-  const Block<char> target(realpath(path.c_str(), nullptr));
+  const Block<char> resolved(realpath(path.c_str(), nullptr));
+  const std::string target = resolved ? resolved.get() : path;
   // The name under which the converter makes the new file.
-  const std::string unfinished = path + '.' + std::to_string(getpid());
+  const std::string unfinished = target + '.' + std::to_string(getpid());
   note_unfinished_file(unfinished);
   t4dec_set_damage_callback(note_damage);
-  const bool done = t4dec_change_format(target ? target.get() : path.c_str(), coding, 0, begin_page) == 1;
+  const bool done = t4dec_change_format(target.c_str(), coding, 0, begin_page) == 1;
   t4dec_set_damage_callback(nullptr);
   forget_unfinished_file(unfinished);
   return done;

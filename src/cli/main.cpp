@@ -9,6 +9,8 @@
 #include <csignal>
 #include <cstdio>
 #include <new>
+#include <string>
+#include <vector>
 
 #include "cli/commands.h"
 
@@ -20,6 +22,26 @@ constexpr const Command *commands[] = {
     &info_command,    &check_command,  &create_command, &append_command, &insert_command,  &include_command,
     &extract_command, &render_command, &merge_command,  &split_command,  &convert_command, &keywords_command,
 };
+
+/// Tells what the parser does not take. It misses an operand before it finds a word that it does not know, although
+/// it is the word that is wrong: that is told instead.
+Status usage_fault(const CLI::App &usage, const CLI::ParseError &error) {
+  const std::vector<std::string> unknown = usage.remaining(true);
+  const std::string text = unknown.empty() ? error.what() : "\"" + unknown.front() + "\" was not expected";
+  complain("%s\nRun with --help for more information.", text.c_str());
+  return USAGE;
+}
+
+/// The words of the command line, last one first, as the parser takes them. It would take a word in brackets for a list
+/// of words; a file of such a name is one with its directory in front.
+std::vector<std::string> words_backwards(int argc, char **argv) {
+  std::vector<std::string> words;
+  for (int i = argc - 1; i > 0; --i) {
+    const std::string word = argv[i];
+    words.push_back(word.starts_with('[') && word.ends_with(']') ? "./" + word : word);
+  }
+  return words;
+}
 
 Status run_command_line(int argc, char **argv) {
   CLI::App usage("Makes, changes and reads stored fax documents.", "tolvane-fax");
@@ -35,9 +57,11 @@ Status run_command_line(int argc, char **argv) {
     command->declare(*parser);
   }
   try {
-    usage.parse(argc, argv);
+    usage.parse(words_backwards(argc, argv));
   } catch (const CLI::ParseError &error) {
-    return usage.exit(error) == 0 ? DONE : USAGE;
+    if (error.get_exit_code() != 0) return usage_fault(usage, error);
+    usage.exit(error);
+    return DONE;
   }
   return chosen->run();
 }

@@ -24,7 +24,7 @@ const PictureFormat formats[] = {
 
 const PictureFormat *format_named(const std::string &name) {
   for (const PictureFormat &format : formats) {
-    if (name == format.name) return &format;
+    if (strcasecmp(name.c_str(), format.name) == 0) return &format;
   }
   return nullptr;
 }
