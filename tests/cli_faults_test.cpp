@@ -22,6 +22,7 @@ TEST_F(Faults, BadPagesAreNamedAndNothingIsMade) {
       {fax_bytes("DATE:1\n"), 2, "merge"},
       {tiff.substr(0, tiff.size() / 2), 2, "in.page: "},
       {spoilt(tiff, 1), 3, "in.page: page 1: line "},
+      {spoilt(shell("convert -size 300x300 gradient: -compress JPEG tiff:-").out, 1), 3, "page 1: Corrupt JPEG"},
       {png.substr(0, png.size() / 2), 2, "in.page: "},
       {"%PDF-1.4\nnothing", 2, "not a PDF"},
       {"P4 10000 100000\n", 2, "10000 x 100000 pixels"},
@@ -70,6 +71,7 @@ TEST_F(Faults, AFullDiskLosesNothing) {
 TEST_F(Faults, ClosedStandardChannelsStayOutOfTheFiles) {
   dir.write("bad.tif", spoilt(read_file(TOLVANE_SOURCE_DIR "/bench/charts/itu4.tif"), 1));
   EXPECT_EQ(run("create bad.fax bad.tif 2>&-").status, 3);
+  EXPECT_EQ(shell("TMPDIR=bad.tif $tool create - bad.tif").status, 2) << "what is not complete stays out of the way";
   EXPECT_EQ(run("check bad.fax <&-").out.substr(0, 15), "bad.fax: good, ");
 }
 

@@ -87,10 +87,12 @@ Status code_pages(const PageInput &input, int32_t coding, int32_t resolution, in
   Status status = DONE;
   count = 0;
   for (const std::string &file : input.files) {
+    const int32_t before = count;
     const Status read = read_pages(file, source, [&](GreyPage &&page) {
       std::vector<uint8_t> lines;
       if (!make_fax_lines(page, source.fit, lines))
-        return failure("%s: a page would have more than %d lines", input_name(file).c_str(), LONGEST_PAGE);
+        return failure("%s: page %d would have more than %d lines", input_name(file).c_str(), count - before + 1,
+                       LONGEST_PAGE);
       if (++count > MOST_RECORDS) return failure("more than %d pages in one file", MOST_RECORDS);
       progress.step();
       return append_record(fd, encode_page(lines, coding, resolution));

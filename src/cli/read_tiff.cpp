@@ -70,34 +70,39 @@ int map_memory(thandle_t handle, void **base, toff_t *size) {
 
 void unmap_memory(thandle_t, void *, toff_t) {}
 
+constexpr int32_t NO_LINE = -1;
+
 /// What libtiff has to say while a page is read.
 struct TiffLog {
   explicit TiffLog(const char *file, int32_t first_page = 0) : name(file), page(first_page) {}
 
   const char *name;
   int32_t page;
-  int32_t line = -1;                                    // the coded line being read, from 0; -1: none
+  bool in_pixels = false;                               // pixels are being read: what is said tells of damage
+  int32_t line = NO_LINE;                               // the line being read, from 0, if they are read line by line
   bool empty_line = false;                              // it is an EOL with nothing before it, as in an RTC
-  std::vector<std::pair<int32_t, std::string>> damage;  // damaged lines, from 0, and what was said of them last
-  std::string error;                                    // what was said last, of a line or not
+  std::vector<std::pair<int32_t, std::string>> damage;  // damaged lines and what was said of them first
+  std::string error;                                    // what was said last, of pixels or not
 };
 
-int take_message(TIFF *, void *user_data, const char *module, const char *format, va_list arguments) {
+int take_message(TIFF *, void *user_data, const char *, const char *format, va_list arguments) {
   auto &log = *static_cast<TiffLog *>(user_data);
   char text[512];
   vsnprintf(text, sizeof text, format, arguments);
   log.error = text;
-  if (log.line < 0 || !module || strncmp(module, "Fax", 3) != 0) return 1;
+  if (!log.in_pixels) return 1;
   log.empty_line = strstr(text, "(got 0,") != nullptr;
   if (log.damage.empty() || log.damage.back().first != log.line) log.damage.emplace_back(log.line, text);
   return 1;
 }
 
-/// Tells of the damaged lines of the page, if there are any.
+/// Tells of the damage of the page, if there is any.
 Status told_damage(const TiffLog &log) {
   const size_t told = std::min(log.damage.size(), DAMAGE_TOLD);
-  for (const auto &[line, text] : std::span(log.damage).first(told))
-    complain("%s: page %d: line %d: %s", log.name, log.page, line + 1, text.c_str());
+  for (const auto &[line, text] : std::span(log.damage).first(told)) {
+    const std::string place = line == NO_LINE ? "" : "line " + std::to_string(line + 1) + ": ";
+    complain("%s: page %d: %s%s", log.name, log.page, place.c_str(), text.c_str());
+  }
   if (told < log.damage.size())
     complain("%s: page %d: %zu more damaged lines", log.name, log.page, log.damage.size() - told);
   return log.damage.empty() ? DONE : DAMAGED;
@@ -168,7 +173,7 @@ bool read_bilevel(TIFF *tiff, TiffLog &log, GreyPage &page) {
     if (!read_line(tiff, log, line)) return false;
     add_line(line.data(), photometric == PHOTOMETRIC_MINISWHITE, page);
   }
-  log.line = -1;
+  log.line = NO_LINE;
   return true;
 }
 
@@ -197,8 +202,10 @@ Status read_tiff_page(TIFF *tiff, TiffLog &log, const page_sink &sink) {
   find_density(tiff, page);
   log.error = "no picture";
   log.damage.clear();
-  if (!(is_bilevel(tiff) ? read_bilevel(tiff, log, page) : read_colour(tiff, page)))
-    return failure("%s: page %d cannot be read: %s", log.name, log.page, log.error.c_str());
+  log.in_pixels = true;
+  const bool read = is_bilevel(tiff) ? read_bilevel(tiff, log, page) : read_colour(tiff, page);
+  log.in_pixels = false;
+  if (!read) return failure("%s: page %d cannot be read: %s", log.name, log.page, log.error.c_str());
   return worse(told_damage(log), sink(std::move(page)));
 }
 
@@ -228,6 +235,7 @@ void read_raw_lines(TIFF *tiff, const RawFormat &format, TiffLog &log, GreyPage 
   const int32_t end_code = format.coding == COMP_MMR ? 1 : RTC_EMPTY_LINES;
   std::vector<uint8_t> line(static_cast<size_t>(TIFFScanlineSize(tiff)));
   int32_t empty = 0;
+  log.in_pixels = true;
   for (log.line = 0; log.line < LONGEST_PAGE && empty < end_code && read_line(tiff, log, line); ++log.line) {
     add_line(line.data(), 1, page);
     empty = log.empty_line ? empty + 1 : 0;
@@ -242,6 +250,7 @@ void read_raw_lines(TIFF *tiff, const RawFormat &format, TiffLog &log, GreyPage 
 Status read_tiff(const PictureFile &file, const SourceOptions &, const page_sink &sink) {
   MemoryFile contents = {file.bytes, {}};
   TiffLog log(file.name);
+  log.error = "no picture";
   const TiffHandle tiff = open_tiff(contents, "r", log);
   if (!tiff) return failure("%s: %s", file.name, log.error.c_str());
   Status status = DONE;
