@@ -58,20 +58,22 @@ TEST_F(Pages, AddingKeepsInclusionsInFrontOfTheirPages) {
 TEST_F(Pages, WhatCannotBeDoneLeavesTheFileAlone) {
   dir.write("other.fax", fax_bytes(modes + "0\n", {encoded_page(random_page(5, 5), 0)}));
   dir.write("back.fax", fax(head(1) + "INCLUDE:main.fax 1 2\nINCLUDE_PAGES:2\n", {9}));
-  dir.write("cut.fax", fax(head(2), {9, 8}).substr(0, 100 + page(9).size()));
+  dir.write("cut1.fax", fax(head(2), {9, 8}).substr(0, 100 + page(9).size()));
   dir.write("ummr.fax", fax(modes + "2\n", {9}));
   dir.write("fall.fax", fax(head(1) + "INCLUDE:cover.fax 2 1\nINCLUDE:cover.fax 1 1\n", {9}));
   const std::pair<const char *, const char *> cases[] = {
       {"append main.fax 21.pbm missing.pbm", "missing.pbm: No such file"},
-      {"append cut.fax 21.pbm", "cut short"},
+      {"append cut1.fax 21.pbm", "cut short"},
       {"append fall.fax 21.pbm", "INCLUDE"},
       {"include cover.fax 1 3 main.fax", "has 2 pages, not 3"},
       {"include other.fax 1 1 main.fax", "in MH, Fine"},
       {"include back.fax 1 2 main.fax", "leads back"},
       {"merge main.fax cover.fax fall.fax", "INCLUDE"},
       {"merge --inclusions keep ../kept.fax main.fax", "same directory"},
-      {"split fall.fax main.fax%d", "INCLUDE"},
+      {"split cut1.fax cut%d.fax", "not overwritten"},
+      {"include ../main.fax 1 1 sub/main.fax", "page 1 cannot be had"},
   };
+  shell("mkdir sub; cp main.fax sub");
   const int entries = dir.entries();
   for (const auto &[words, complaint] : cases) {
     complains(words, 2, complaint);

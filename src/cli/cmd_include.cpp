@@ -27,13 +27,17 @@ void declare(CLI::App &usage) {
   usage.add_option("FILE", file, "the fax file that takes the pages")->required();
 }
 
-/// Whether a file, itself or through what it includes, takes pages from the file being changed.
-bool leads_back(const FaxDocument &document, const FaxDocument &included) {
-  for (int32_t page = 1; page <= count; ++page) {
+/// Whether the pages can be had, by way of files that the included one takes some from, and not from the file being
+/// changed: readers look for all of these files beside that one.
+Status check_sources(const FaxDocument &document, FaxDocument &included) {
+  bool leads_back = same_file(included.path, document.path);
+  included.directory = document.directory;
+  for (int32_t page = 1; page <= count && !leads_back; ++page) {
     FaxPage found;
-    if (locate_page(included, page, found) != DONE || same_file(found.source, document.path)) return true;
+    if (locate_page(included, page, found) != DONE) return FAILED;
+    leads_back = same_file(found.source, document.path);
   }
-  return same_file(included.path, document.path);
+  return leads_back ? failure("%s leads back to %s", included.name(), document.name()) : DONE;
 }
 
 /// Whether the pages can be had and be shown as pages of the document: there is one coding and one resolution for all.
@@ -41,15 +45,14 @@ Status check_included(const FaxDocument &document) {
   if (included_name.size() >= INCLUDE_NAME_SIZE || included_name.find_first_of(" \t\n\v\f\r") != std::string::npos)
     return failure("an included name has no blanks and at most %zu characters", INCLUDE_NAME_SIZE - 1);
   FaxDocument included;
-  if (open_fax(directory_of(document.path) + '/' + included_name, included) != DONE) return FAILED;
+  if (open_fax(document.directory + '/' + included_name, included) != DONE) return FAILED;
   if (included.coding != document.coding || written_resolution(included) != written_resolution(document))
     return failure("%s is in %s, %s, but %s in %s, %s: bring one of them to the other's with merge", included.name(),
                    coding_name(included.coding), VRtostring(written_resolution(included)), document.name(),
                    coding_name(document.coding), VRtostring(written_resolution(document)));
   if (count > included.page_count())
     return failure("%s has %d pages, not %d", included.name(), included.page_count(), count);
-  if (leads_back(document, included)) return failure("%s leads back to %s", included.name(), document.name());
-  return DONE;
+  return check_sources(document, included);
 }
 
 /// Where the new line goes: behind those for the same page or one before it.

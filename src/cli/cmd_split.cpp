@@ -3,6 +3,7 @@
 #include <CLI/CLI.hpp>
 
 #include <algorithm>
+#include <set>
 
 #include "cli/commands.h"
 #include "cli/options.h"
@@ -53,15 +54,29 @@ std::vector<int32_t> part_starts(int32_t pages) {
   return starts;
 }
 
-/// The pages of the document that are records of its own, as readers count them.
-std::vector<int32_t> pages_to_split(const FaxDocument &document, Status &status) {
+/// The pages that are split, as readers count them: all, or those that are records of the document's own.
+///
+/// @param sources  receives the files that pages of the document come from
+std::vector<int32_t> pages_to_split(const FaxDocument &document, std::set<std::string> &sources, Status &status) {
   std::vector<int32_t> pages;
   for (int32_t page = 1; page <= document.page_count(); ++page) {
     FaxPage found;
     status = worse(status, locate_page(document, page, found));
+    sources.insert(found.source);
     if (!keep_inclusions || found.source == document.path) pages.push_back(page);
   }
   return pages;
+}
+
+/// Whether no new file takes the place of one that is still to be read.
+Status check_names(const std::set<std::string> &sources, int32_t parts) {
+  for (int32_t part = 1; part <= parts; ++part) {
+    const std::string name = numbered_name(pattern, part);
+    for (const std::string &source : sources) {
+      if (same_file(name, source)) return failure("%s holds pages to split: it is not overwritten", name.c_str());
+    }
+  }
+  return DONE;
 }
 
 /// Writes the pages from `first` to before `behind`, counted among those to split.
@@ -69,8 +84,7 @@ Status write_part(const FaxDocument &document, const std::vector<int32_t> &pages
                   const std::string &name) {
   OutputFile output;
   Transcoder records;
-  if (output.open(name) != DONE ||
-      records.open(output, document.coding, written_resolution(document)) != DONE)
+  if (output.open(name) != DONE || records.open(output, document.coding, written_resolution(document)) != DONE)
     return FAILED;
   Status status = DONE;
   for (int32_t i = first; i < behind && status != FAILED; ++i)
@@ -99,10 +113,11 @@ Status run() {
   if (keep_inclusions && !document.inclusions.empty() && !same_file(directory_of(pattern), directory_of(file)))
     return failure("%s: inclusions can be kept only in files of the same directory", document.name());
   Status status = tell_lost_bytes(document);
-  const std::vector<int32_t> pages = pages_to_split(document, status);
-  if (status == FAILED) return FAILED;
-
+  std::set<std::string> sources;
+  const std::vector<int32_t> pages = pages_to_split(document, sources, status);
   const std::vector<int32_t> starts = part_starts(static_cast<int32_t>(pages.size()));
+  if (status == FAILED || check_names(sources, static_cast<int32_t>(starts.size()) - 1) != DONE) return FAILED;
+
   Progress progress("files", static_cast<int32_t>(starts.size()) - 1);
   for (size_t i = 0; i + 1 < starts.size(); ++i) {
     const std::string name = numbered_name(pattern, static_cast<int32_t>(i) + 1);

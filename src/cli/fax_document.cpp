@@ -114,6 +114,7 @@ FaxDocument::~FaxDocument() {
 
 Status open_fax(const std::string &path, FaxDocument &document) {
   document.path = path;
+  document.directory = directory_of(path);
   document.shown_name = input_name(path);
   Descriptor fd;
   if (open_header(path, fd, document.lines) != DONE) return FAILED;
@@ -163,7 +164,7 @@ Status locate_page(const FaxDocument &document, int32_t page, FaxPage &found) {
       if (!opened) return failure("%s: page %d cannot be had", document.name(), page);
     }
     if (build_inclusion_list(fd, &found.source_page, name) != 0 || !*name) break;
-    found.source = directory_of(document.path) + '/' + name;
+    found.source = document.directory + '/' + name;
     if (depth == DEEPEST_INCLUSION) return failure("%s: page %d: inclusions without end", document.name(), page);
   }
   if (found.source != document.path) return read_source_modes(found);

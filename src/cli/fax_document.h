@@ -34,7 +34,8 @@ struct FaxDocument {
   /// Pages of the document: its records and the pages that come from other files.
   int32_t page_count() const { return record_count() + included_pages; }
 
-  std::string path;                   ///< as given; included files are looked for beside it
+  std::string path;                   ///< as given
+  std::string directory;              ///< where included files are looked for: that of the path
   std::string shown_name;             ///< for messages
   int fd = -1;                        ///< open for reading
   std::vector<std::string> lines;     ///< header lines in order
