@@ -81,14 +81,19 @@ Status check_file(const std::string &path) {
   status = worse(status, check_included(document, pages));
   int64_t lines = 0;
   for (const PageFacts &page : pages) lines += page.lines;
+  wipe_progress();
   printf("%s: %s, %zu page%s, %lld lines\n", document.name(), status == DONE ? "good" : "damaged", pages.size(),
          pages.size() == 1 ? "" : "s", static_cast<long long>(lines));
   return status;
 }
 
 Status run() {
+  Progress progress("files", static_cast<int32_t>(files.size()));
   Status status = DONE;
-  for (const std::string &file : files) status = worse(status, check_file(file));
+  for (const std::string &file : files) {
+    status = worse(status, check_file(file));
+    if (files.size() > 1) progress.step();
+  }
   return status;
 }
 

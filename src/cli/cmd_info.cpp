@@ -122,6 +122,7 @@ void print_csv(const FaxDocument &document, const std::vector<PageFacts> &pages)
 
 Status run() {
   if (as_csv) puts("file,page,source,record,coding,bytes,lines,damaged_lines");
+  Progress progress("files", static_cast<int32_t>(files.size()));
   Status status = DONE;
   for (size_t i = 0; i < files.size(); ++i) {
     FaxDocument document;
@@ -131,8 +132,10 @@ Status run() {
       continue;
     }
     status = worse(status, survey_pages(document, pages));
+    wipe_progress();
     if (!as_json && !as_csv && i > 0) putchar('\n');
     (as_json ? print_json : as_csv ? print_csv : print_text)(document, pages);
+    if (files.size() > 1) progress.step();
   }
   return status;
 }

@@ -147,7 +147,6 @@ void declare(CLI::App &usage) {
   }
 }
 
-/// Whether readers agree about the coding and the pages of the file after an edit.
 Status run() {
   if (chosen->names) {
     for (const std::string &name : words) {

@@ -71,7 +71,12 @@ Status run() {
   }
   FaxDocument document;
   FaxPage page;
-  if (open_fax(file, document) != DONE || read_fax_page(document, page_wanted, page) != DONE) return FAILED;
+  if (open_fax(file, document) != DONE) return FAILED;
+  if (page_wanted > readable_pages(document)) {
+    complain("%s: no page %d: it has %d", document.name(), page_wanted, readable_pages(document));
+    return tell_lost_bytes(document) == DONE ? USAGE : FAILED;
+  }
+  if (read_fax_page(document, page_wanted, page) != DONE) return FAILED;
   DecodedPage decoded;
   if (!decode_page(page.record, document.coding, decoded))
     return failure("%s: pages in %s cannot be decoded", document.name(), coding_name(document.coding));

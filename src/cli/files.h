@@ -74,8 +74,8 @@ void note_unfinished_file(const std::string &path);
 /// The file stays.
 void forget_unfinished_file(const std::string &path);
 
-/// An open, empty, nameless file in the directory `beside` is in, gone when it is closed; -1 with errno set. Beside what
-/// has no path, as standard output, it is in the directory for temporary files.
+/// An open, empty, nameless file in the directory `beside` is in, gone when it is closed; -1 with errno set. Beside
+/// what has no path, as standard output, it is in the directory for temporary files.
 int open_spool(const std::string &beside);
 
 /// Copies bytes between descriptors from their present positions: `count` of them, or all that come if it is negative.

@@ -8,7 +8,7 @@ namespace {
 Status survey_page(const FaxDocument &document, PageFacts &facts) {
   FaxPage found;
   const Status read = read_fax_page(document, facts.page, found);
-  facts.source = found.source;
+  facts.source = input_name(found.source);
   facts.source_page = found.source_page;
   facts.coding = found.coding;
   if (read != DONE) return DAMAGED;

@@ -12,7 +12,7 @@ namespace tolvane {
 
 struct PageFacts {
   int32_t page = 0;         ///< from 1, included pages counted in
-  std::string source;       ///< path of the file that holds the record; empty if that cannot be found out
+  std::string source;       ///< name of the file that holds the record; empty if that cannot be found out
   int32_t source_page = 0;  ///< number of the record in that file
   int32_t coding = 0;       ///< of that file
   bool readable = false;    ///< else nothing below is known

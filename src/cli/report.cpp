@@ -17,11 +17,6 @@ namespace {
 
 bool progress_on_screen = false;
 
-void wipe_progress() {
-  if (progress_on_screen) fputs("\r\033[K", stderr);
-  progress_on_screen = false;
-}
-
 bool coloured() {
   const char *no_color = getenv("NO_COLOR");
   return (!no_color || !*no_color) && isatty(STDERR_FILENO);
@@ -37,6 +32,11 @@ void print_diagnostic(const char *format, va_list arguments) {
 }  // namespace
 
 bool Quiet = false;
+
+void wipe_progress() {
+  if (progress_on_screen) fputs("\r\033[K", stderr);
+  progress_on_screen = false;
+}
 
 Status worse(Status one, Status other) {
   const auto weight = [](Status status) { return status == FAILED ? 3 : status == USAGE ? 2 : status == DAMAGED; };

@@ -36,6 +36,9 @@ constexpr size_t DAMAGE_TOLD = 10;
 /// Complains of what errno says about a file: "name: No space left on device"; gives FAILED.
 Status system_failure(const char *name);
 
+/// Takes the progress line off the terminal, for results that may go to the same one.
+void wipe_progress();
+
 /// Shows how far long work has come: on a terminal only, and not before it has run for a second.
 class Progress {
  public:
