@@ -1,3 +1,6 @@
+// Runs what the other files add, and prints the table of ratios; what is measured stands in those files. The
+// repetitions of all benchmarks come mixed, so that a drift of the machine falls on both sides: a time by itself says
+// nothing.
 #include "bench.h"
 
 #include <benchmark/benchmark.h>

@@ -1,3 +1,6 @@
+// Storage of what the application shares; what each name means stands in the header. The code that fills them is the
+// start-up's: read them only after it.
+
 #include "app/app_state.h"
 
 namespace tolvane {

@@ -1,4 +1,5 @@
-// Who is told of damage; the decoders find it, the listener decides what it means.
+// Who is told of damage; the decoders find it, the listener decides what it means. One listener for the process: a
+// decode tells the one that is set while it runs, so whoever listens takes itself off afterwards.
 
 #include "t4/damage.h"
 

@@ -1,3 +1,6 @@
+// Storage of the widget handles and nothing else: Createtolvane_form and the start-up fill them. `Tolvane_form` and
+// `tolvane_form` are two names of one widget.
+
 #include "ui/widgets.h"
 
 namespace tolvane {
