@@ -254,9 +254,9 @@ void tell(MrState &state, Damage kind) {
   state.told = 1;
 }
 
-Stop take_mr_line(Bits &in, const MrState &state, Lines &lines, int &eols, found_run_fn found_run) {
-  if (state.kind == LineKind::one_dimensional) return take_run_codes(in, lines, eols, found_run);
-  if (state.kind == LineKind::two_dimensional) return take_mr_modes(in, lines, eols, found_run);
+Stop take_mr_line(Bits &in, MrState &state, Lines &lines, found_run_fn found_run) {
+  if (state.kind == LineKind::one_dimensional) return take_run_codes(in, lines, state.eols, found_run);
+  if (state.kind == LineKind::two_dimensional) return take_mr_modes(in, lines, state.eols, found_run);
   const DecNode *leaf = next_leaf(in, eoltree.node);
   return {leaf != nullptr ? Outcome::done : Outcome::data_used_up, leaf};
 }
@@ -295,7 +295,7 @@ int take_mr_eol(MrState &state, Lines &lines, int32_t tag, const Consumer &to) {
 void mr_decode(Bits in, Lines lines, const Consumer &to) {
   MrState state;
   for (;;) {
-    const Stop stop = take_mr_line(in, state, lines, state.eols, to.found_run);
+    const Stop stop = take_mr_line(in, state, lines, to.found_run);
     if (stop.outcome == Outcome::data_used_up) break;
     if (stop.outcome == Outcome::damaged) {
       give_up_mr_line(state, lines, to);
