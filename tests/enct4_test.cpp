@@ -54,7 +54,6 @@ TEST(Encoder, GivesTheWordsAndResultsWorkedOutByHand) {
            {"MR, not fine", g3<1, 3>, {white(4)}, -7, {0x5800, 0x2B36, 0x2800, 0x5800, 0x2B36, 0x2800}},
            {"MMR, white", enct4_MMR, {white(1)}, -7, {0x1001, 0x0100}},
            {"MH, refused", g3<0, 1>, {dots}, -3, {}, "", 1},
-           {"MMR, refused", enct4_MMR, {dots}, -3, {}, "", 1},
            {"MH, last word refused", g3<0, 1>, {white(1)}, -7, {0x2800}, "", 2},
            {"no such coding", g3<2, 1>, {white(1)}, 1, {}},
            {"MMR, other size", g3<3, 1>, {white(1), narrow}, 1, {}, changed_size},

@@ -61,21 +61,22 @@ TEST(ChangeFormat, KeepsEveryCodedLineInEveryOrder) {
 
 TEST(ChangeFormat, LeavesTheSourceAloneUnlessItSucceeds) {
   const std::string page = encoded_page(rows_of(load_chart("itu4"), 300, 200), COMP_MH);
-  const std::string good = fax_bytes(header("2", 0), {page, page});
-  const std::string said = "t4dec_change_format: ", eofb = "\x00\x08\x80\x00"s;
-  const std::string unread = "\n" + said + "Failure reading data from FILE.\n";
+  const std::string good = fax_bytes(header("2", 0), {page, page}), eofb = "\x00\x08\x80\x00"s;
+  const std::string said = "t4dec_change_format: ", unread = "\n" + said + "Failure reading data from FILE.\n";
   signal(SIGXFSZ, SIG_IGN);
   const struct {
     const char *what;
     std::string bytes;
     int32_t compression;
-    std::string message;
-    std::string after = "";  // empty for a failure
+    std::string message, after = "";  // an empty `after` stands for a failure
     rlim_t disk = RLIM_INFINITY;
   } rows[] = {
       {"nothing to do", good, 0, "", good},
       {"no #PAGES, no page", fax_bytes("RESOLUTION:0\n", {eofb}), 3, "", fax_bytes("RESOLUTION:0\nCOMPRESSION:3\n")},
       {"no lines in MMR", fax_bytes(header("2", 0), {"", "\xff"}), 3, "", fax_bytes(header("2", 3), {eofb, eofb})},
+      {"no coding to want", fax_bytes(header("1", 2), {page}), 2, said + "Unsupported compression: 2.\n"},
+      {"no decoder", fax_bytes(header("1", 2), {page}), 3, ""},
+      {"resolution", fax_bytes("RESOLUTION:3\n"), 3, said + "Can't handle type \"3\" resolution yet.\n"},
       {"no fax file", "BAD", 0, "read_fax_header: Bad fax file: Too Small\n" + said + "Bad fax file: FILE\n"},
       {"page missing", fax_bytes(header("3", 0), {page, page}), 3, said + "Short read on data length:  FILE\n"},
       {"page cut", good.substr(0, good.size() - page.size() + 5), 3,
