@@ -5,6 +5,7 @@
 #pragma once
 
 #include <cstdint>
+#include <memory>
 
 namespace tolvane {
 
@@ -26,6 +27,13 @@ FaxHeader *new_fax_header(const char *attr, const char *value);
 ///
 /// @return 1
 int free_fax_header(FaxHeader *list);
+
+struct FreeFaxHeader {
+  void operator()(FaxHeader *list) const { free_fax_header(list); }
+};
+
+/// A list that is freed with the handle.
+using OwnedFaxHeader = std::unique_ptr<FaxHeader, FreeFaxHeader>;
 
 /// Reads the header of a fax file, from offset 0. Empty lines are skipped; a name on several lines takes the value of
 /// the last and the place of the first. A line without a colon or without a name fails the whole header.

@@ -12,7 +12,6 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
-#include <memory>
 #include <string>
 
 #include "faxfile/fax_header.h"
@@ -108,15 +107,11 @@ int32_t fp_putdataf(const uint16_t *words, int32_t count) {
   return 0;
 }
 
-struct FreeHeader {
-  void operator()(FaxHeader *list) const { free_fax_header(list); }
-};
-
 struct Source {
   const char *path;
   Descriptor file{};
   int64_t size = 0;
-  std::unique_ptr<FaxHeader, FreeHeader> header{};
+  OwnedFaxHeader header{};
   int32_t compression = 0;
   int32_t resolution = 0;
   Store page{};

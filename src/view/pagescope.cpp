@@ -24,7 +24,6 @@
 #include <chrono>
 #include <cstdio>
 #include <cstring>
-#include <memory>
 
 #include <Xm/Scale.h>
 #include <Xm/Xm.h>
@@ -36,10 +35,6 @@ namespace {
 Descriptor t4fd;            // the open fax file
 char Local_filename[4096];  // its name, which the page reader needs to find included files
 int32_t comp_type;
-
-struct FreeList {
-  void operator()(FaxHeader *list) const { free_fax_header(list); }
-};
 
 int have_bitmap() {
   if (!bitmap) bitmap = static_cast<uint8_t *>(calloc(BITMAP_SIZE, 1));
@@ -78,7 +73,7 @@ int open_fax(const char *name) {
 
 // Takes the coding of the pages from the header. On failure the file is closed, and the reader has said why.
 int read_coding() {
-  const std::unique_ptr<FaxHeader, FreeList> list(read_fax_header(t4fd.get()));
+  const OwnedFaxHeader list(read_fax_header(t4fd.get()));
   if (!list) {
     t4fd.reset();
     return 0;
