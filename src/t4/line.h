@@ -21,6 +21,13 @@ using found_line_fn = void (*)(const uint8_t *line, uint32_t size);
 /// The line is over, whether or not it was good. The number of calls is the number of lines of the page.
 using found_eol_fn = void (*)();
 
+/// Where the lines of a decode go; each of the three may be null.
+struct LineCallbacks {
+  found_run_fn found_run;
+  found_line_fn found_line;
+  found_eol_fn found_eol;
+};
+
 /// Pixels of a line, one value for the process; a multiple of 8, and 1728 (ITU-T T.4, 2.1) unless set otherwise.
 extern int32_t Pix_width;
 

@@ -40,12 +40,6 @@ struct MhLine {
 
 MhLine mh;
 
-struct Callbacks {
-  found_run_fn found_run;
-  found_line_fn found_line;
-  found_eol_fn found_eol;
-};
-
 /// Sees to it that the lines have the size that `Pix_width` asks for.
 int have_line_buffer() {
   const uint32_t size = (static_cast<uint32_t>(std::max(Pix_width, 0)) + 7) / 8;
@@ -77,7 +71,7 @@ void start_line(MhLine &line) {
   memset(line.current, 0, line.bufsize);
 }
 
-void end_line(MhLine &line, int32_t width, const Callbacks &to) {
+void end_line(MhLine &line, int32_t width, const LineCallbacks &to) {
   if (line.pos >= width) {
     std::swap(line.current, line.last_good);
     if (to.found_line != nullptr) to.found_line(line.last_good, line.bufsize);
@@ -92,7 +86,7 @@ void end_line(MhLine &line, int32_t width, const Callbacks &to) {
 }
 
 /// A run consumer sees the good part and white after it, a line consumer the last good line again.
-void give_up_line(MhLine &line, int32_t width, const Callbacks &to) {
+void give_up_line(MhLine &line, int32_t width, const LineCallbacks &to) {
   tell(line, Damage::overflow);
   if (line.pos < width && to.found_run != nullptr) to.found_run(width - line.pos);
   if (to.found_line != nullptr) to.found_line(line.last_good, line.bufsize);
@@ -103,7 +97,7 @@ void give_up_line(MhLine &line, int32_t width, const Callbacks &to) {
 
 /// Takes leaves in the order in which they were reached. Works on a copy of the state, so that it can stay in
 /// registers. Paints whether or not anybody asks for lines here: the EOL that ends the line may come from another call.
-void take_leaves(const DecNode *const *first, const DecNode *const *last, const Callbacks &to) {
+void take_leaves(const DecNode *const *first, const DecNode *const *last, const LineCallbacks &to) {
   while (first != last && !have_line_buffer()) first++;
   const int32_t width = Pix_width;
   MhLine line = mh;
@@ -177,7 +171,7 @@ int t4dec(const uint8_t *data, uint32_t length, int32_t comp_type, found_run_fn 
 
 int t4dec_MH(const uint8_t *data, uint32_t length, found_run_fn found_run, found_line_fn found_line,
              found_eol_fn found_eol) {
-  const Callbacks to = {found_run, found_line, found_eol};
+  const LineCallbacks to = {found_run, found_line, found_eol};
   putrunlen(1, 0, found_run, found_line, found_eol);
   const DecNode *node = eoltree.node;
   while (length > 0) {

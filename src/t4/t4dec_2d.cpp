@@ -78,12 +78,6 @@ constexpr size_t TAIL = 16;
   return nullptr;
 }
 
-struct Consumer {
-  found_run_fn found_run;
-  found_line_fn found_line;
-  found_eol_fn found_eol;
-};
-
 /// The line being decoded and the one above it.
 struct Lines {
   int32_t width;  ///< pixels
@@ -99,13 +93,13 @@ struct Lines {
   return begin_search<Line::padded>(lines.reference, lines.size, lines.a0, ~lines.black);
 }
 
-inline void give_line(const Lines &lines, const uint8_t *line, const Consumer &to) {
+inline void give_line(const Lines &lines, const uint8_t *line, const LineCallbacks &to) {
   if (to.found_line != nullptr) to.found_line(line, lines.size);
   if (to.found_eol != nullptr) to.found_eol();
 }
 
 /// White padding up to the end of the line.
-inline void give_padding(const Lines &lines, const Consumer &to) {
+inline void give_padding(const Lines &lines, const LineCallbacks &to) {
   if (lines.a0 < lines.width && to.found_run != nullptr) to.found_run(lines.width - lines.a0);
 }
 
@@ -262,7 +256,7 @@ Stop take_mr_line(Bits &in, MrState &state, Lines &lines, found_run_fn found_run
 }
 
 /// The line is damaged: the one above is given in its place, and all up to the next EOL with tag 1 will be skipped.
-void give_up_mr_line(MrState &state, Lines &lines, const Consumer &to) {
+void give_up_mr_line(MrState &state, Lines &lines, const LineCallbacks &to) {
   report_damage(Damage::overflow);
   if (lines.a0 >= 0) {
     give_padding(lines, to);
@@ -275,7 +269,7 @@ void give_up_mr_line(MrState &state, Lines &lines, const Consumer &to) {
 }
 
 /// An EOL and its tag. 0 at the end of an RTC.
-int take_mr_eol(MrState &state, Lines &lines, int32_t tag, const Consumer &to) {
+int take_mr_eol(MrState &state, Lines &lines, int32_t tag, const LineCallbacks &to) {
   if (state.kind == LineKind::hunting && tag == EOL_TAG_0) {
     report_damage(Damage::skipped_line);
     return 1;
@@ -292,7 +286,7 @@ int take_mr_eol(MrState &state, Lines &lines, int32_t tag, const Consumer &to) {
   return 1;
 }
 
-void mr_decode(Bits in, Lines lines, const Consumer &to) {
+void mr_decode(Bits in, Lines lines, const LineCallbacks &to) {
   MrState state;
   for (;;) {
     const Stop stop = take_mr_line(in, state, lines, to.found_run);
@@ -325,7 +319,7 @@ void mr_decode(Bits in, Lines lines, const Consumer &to) {
 /// Acts on the mode codes of MMR up to a leaf that is none, and gives the lines that they fill.
 ///
 /// Once horizontal mode has used up the data, what is left of the last byte is read as mode codes.
-Stop take_mmr_modes(Bits &in, Lines &lines, int &eols, const Consumer &to) {
+Stop take_mmr_modes(Bits &in, Lines &lines, int &eols, const LineCallbacks &to) {
   for (;;) {
     const RunSearch b1 = begin_b1(lines);
     const DecNode *leaf = next_leaf(in, mmr_mode_tree.node);
@@ -343,7 +337,7 @@ Stop take_mmr_modes(Bits &in, Lines &lines, int &eols, const Consumer &to) {
   }
 }
 
-int mmr_decode(Bits in, Lines lines, const Consumer &to) {
+int mmr_decode(Bits in, Lines lines, const LineCallbacks &to) {
   int eols = 0;
   while (eols < EOFB_EOLS) {
     const Stop stop = take_mmr_modes(in, lines, eols, to);
