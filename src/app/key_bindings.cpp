@@ -75,7 +75,8 @@ template <int32_t step>
 void rescale() {
   const Widget toggles[] = {scale_100, scale_75, scale_50};
   const int32_t wanted = Reduced + step;
-  wanted<0 || wanted> 2 ? bell() : set_button_and_notify(toggles[wanted], 1);
+  if (wanted < 0 || wanted > 2) return bell();
+  set_button_and_notify(toggles[wanted], 1);
 }
 
 template <int32_t turn>

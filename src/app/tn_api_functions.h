@@ -1,5 +1,5 @@
 // The interface of an embedding parent program: events out, the window's face, hiding, raising, dismissing. Opening the
-// window is `tn_open_view` in tolvane.h.
+// window is `tn_open_view` in open_view.h.
 #pragma once
 
 #include <cstdint>

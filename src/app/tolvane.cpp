@@ -122,7 +122,7 @@ int do_args(int argc, char **argv) {
       failed = take_name("server name", next, Server_name);
       ++i;
     } else if (strstr(argument, "-g")) {
-      ++i;  // a geometry switch and its value: no window manager of ours reads them
+      ++i;  // taken for a geometry switch: what follows is its value and no file name
     } else if (*argument != '-') {
       failed = take_file_name(argument);
     }

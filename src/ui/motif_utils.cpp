@@ -10,6 +10,7 @@
 #include <cstring>
 #include <memory>
 #include <thread>
+#include <utility>
 
 #include <X11/cursorfont.h>
 #include <Xm/XmAll.h>

@@ -27,6 +27,7 @@ void set_label(Widget w, const char *text);
 /// Sets the value of an `XmScale`; no callback fires.
 void set_scale_value(Widget w, int value);
 
+/// The value of an `XmScale`.
 int get_scale_value(Widget w);
 
 /// Sets or clears an `XmToggleButton`; no callback fires.
@@ -52,12 +53,14 @@ void add_item_to_list(Widget list, const char *text);
 ///         `XmFONTLIST_DEFAULT_TAG`
 char *get_list_item(Widget list, int pos);
 
+/// How many items an `XmList` has, and how many of them are selected.
 int get_list_numb_items(Widget list);
 int numb_selected_items(Widget list);
 
 /// Selects every item, whatever the selection policy, which stays as it was; no callback fires.
 void select_all_items(Widget list);
 
+/// Empty the selection, and the list; no callback fires.
 void deselect_all_items(Widget list);
 void remove_all_items_from_list(Widget list);
 
@@ -115,8 +118,13 @@ int apply_to_widget_tree(Widget w, void (*function)(Widget, int), int data);
 /// The first widget called `name` on the walk of `apply_to_widget_tree`, or null.
 Widget search_widget_by_name(Widget w, const char *name);
 
+/// Makes a widget answer the user's input, or not, with all that is in it.
 void sensitize(Widget w, int sensitive);
+
+/// Rings the bell of the display, at once and as loud as it goes.
 void bell();
+
+/// Sends the server what is still in the output buffer.
 void flush_display();
 
 /// Waits for that long (0 does not sleep), then serves the events that are pending.
