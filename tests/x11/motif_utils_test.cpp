@@ -92,8 +92,11 @@ TEST_F(Helpers, AskUntilTheUserAnswers) {
   const WindowManager manager;
   for (const auto &row : rows) {
     act = row.act;  // the question runs a loop of its own: the user comes by a timer in it
-    XtAppAddTimeOut(
-        app_.context, 50, [](XtPointer, XtIntervalId *) { act(find_window("Sorbex: Notice")); }, nullptr);
+    const XtTimerCallbackProc come = [](XtPointer, XtIntervalId *) {
+      flush_display();  // the timer may be due before the loop has sent the dialog to the server
+      act(find_window("Sorbex: Notice"));
+    };
+    XtAppAddTimeOut(app_.context, 50, come, nullptr);
     EXPECT_EQ(AskUser("Send it?\nReally?", "Go on", "Stop"), row.expected);
     EXPECT_EQ(find_window("Sorbex: Notice", Milliseconds(0)), 0u);
     EXPECT_EQ(written(question_popup, XmNokLabelString) + written(question_popup, XmNcancelLabelString) +

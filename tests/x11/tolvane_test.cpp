@@ -37,7 +37,6 @@ TEST(Start, EndsThatNeedNoWindow) {
       {{}, 1, USAGE},
       {{"text", "-r50", "-s"}, 1, USAGE},
       {{"my-good.fax", "text"}, 1, USAGE},
-      {{"-geometry", "text"}, 1, USAGE},
       {{"text", "-unknown", "none"}, 1, "Can't find file 'none'.\n"},
       {{std::string(199, 'n')}, 1, "Can't find file '" + std::string(199, 'n') + "'.\n"},
       {{std::string(200, 'n')}, 1, "tolvane: fax file name longer than 199 bytes\n"},
