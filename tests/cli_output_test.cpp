@@ -99,6 +99,7 @@ TEST_F(Output, CheckNamesEveryFault) {
   } cases[] = {
       {"#PAGES:2\n" + modes, "", {white, white}},
       {"#PAGES:2\n" + modes, "page 2: line 3: ends before 1728 pixels", {white, short_line}},
+      {"#PAGES:1\n" + modes, "page 1: line 1: lost, since no EOL begins it", {"\x55" + white}},
       {"#PAGES:3\n" + modes, "#PAGES is 3, and the file has 1"},
       {"#PAGES:1\n", "RESOLUTION is missing or no resolution"},
       {"#PAGES:1\nCOMPRESSION:2\n" + modes, "page 1: pages in UMMR cannot be decoded"},

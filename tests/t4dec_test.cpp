@@ -21,7 +21,7 @@ struct Stream {
 };
 
 const Stream streams[] = {
-    {"nothing before the first EOL", COMP_MH, "w5 b3 w20", "=1"},
+    {"nothing before the first EOL", COMP_MH, "w5 b3 w20", "!6 =1"},
     {"no EOL after the last line", COMP_MH, "EOL w1728 w0", "+1728 [] / +1728 =1"},
     {"overflow repeats the last good line", COMP_MH, "EOL w0 b3 w1664 w61 EOL w5 b1 EOL w1664 w36 b29 w5 EOL w5 b1 EOL",
      "+1728 [] / 0 -3 +1725 [0-2] / +5 -1 !1 +1722 [5-5] / +1700 !0 +28 [0-2] / +5 -1 !1 +1722 [5-5] / =1"},

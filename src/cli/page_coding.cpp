@@ -22,7 +22,7 @@ std::vector<uint8_t> *coded;
 
 DecodedPage *decoding;
 int32_t runs_of_line;   // runs since the last end of line
-int32_t lines_skipped;  // by MR, after damaged ones
+int32_t lines_missing;  // that the decoder passed over
 
 int32_t give_lines(const uint8_t **lines, int32_t *count) {
   if (lines_to_code.empty()) return -1;
@@ -49,9 +49,14 @@ void take_line(const uint8_t *line, uint32_t size) {
   runs_of_line = 0;
 }
 
+/// Whether the decoder gives nothing in place of such a line.
+bool is_missing(Damage kind) {
+  return kind == Damage::skipped_line || kind == Damage::lost_start;
+}
+
 void take_damage(Damage kind) {
-  decoding->damage.push_back({decoding->line_count() + lines_skipped + 1, kind});
-  if (kind == Damage::skipped_line) ++lines_skipped;
+  decoding->damage.push_back({decoding->line_count() + lines_missing + 1, kind});
+  if (is_missing(kind)) ++lines_missing;
 }
 
 bool bit_at(std::span<const uint8_t> record, size_t bit) {
@@ -113,8 +118,8 @@ int32_t DecodedPage::line_count() const {
 }
 
 int32_t DecodedPage::coded_lines() const {
-  const auto skipped = [](const LineDamage &place) { return place.kind == Damage::skipped_line; };
-  return line_count() + static_cast<int32_t>(std::count_if(damage.begin(), damage.end(), skipped));
+  const auto missing = [](const LineDamage &place) { return is_missing(place.kind); };
+  return line_count() + static_cast<int32_t>(std::count_if(damage.begin(), damage.end(), missing));
 }
 
 int32_t DecodedPage::damaged_lines() const {
@@ -141,7 +146,7 @@ bool decode_page(std::span<const uint8_t> record, int32_t coding, DecodedPage &p
   if (coding != COMP_MH && coding != COMP_MR && coding != COMP_MMR) return false;
   if (record.empty()) return true;
   decoding = &page;
-  runs_of_line = lines_skipped = 0;
+  runs_of_line = lines_missing = 0;
   t4dec_set_pixel_width(FAX_WIDTH);
   t4dec_set_damage_callback(take_damage);
   if (coding == COMP_MH) decode_MH(record);
@@ -173,6 +178,8 @@ const char *damage_text(Damage kind) {
       return "damaged, and nothing after it can be decoded";
     case Damage::data_ends:
       return "the data end in the middle of it";
+    case Damage::lost_start:
+      return "lost, since no EOL begins it";
   }
   return "damaged";
 }

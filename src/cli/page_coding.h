@@ -25,7 +25,7 @@ struct DecodedPage {
   std::vector<LineDamage> damage;  ///< in the order of the lines; several may be at one line
 
   int32_t line_count() const;
-  /// Lines of the record: those that were decoded, and those that MR skips after a damaged one.
+  /// Lines of the record: those that were decoded, and those that are missing because of damage in front of them.
   int32_t coded_lines() const;
   /// Number of lines with any damage.
   int32_t damaged_lines() const;

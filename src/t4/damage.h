@@ -13,6 +13,7 @@ enum class Damage : int32_t {
   skipped_line,  ///< MR: a line coded two-dimensionally after a damaged one, so it cannot be decoded
   stopped,       ///< MMR: the decode ends here, since nothing after the damage can be told
   data_ends,     ///< the data end in the middle of it
+  lost_start,    ///< MH and MR: the first line, which no EOL begins: all up to the next EOL is passed over
 };
 
 /// Receives one kind of damage. It must not start a decode.
@@ -25,5 +26,9 @@ void t4dec_set_damage_callback(found_damage_fn callback);
 
 /// For the decoders: tells whoever listens.
 void report_damage(Damage kind);
+
+/// For the decoders that look for an EOL first: tells of a page that does not begin with one, fill apart (ITU-T T.4,
+/// 4.1.2).
+void report_lost_start(const uint8_t *data, uint32_t length);
 
 }  // namespace tolvane

@@ -173,6 +173,7 @@ int t4dec_MH(const uint8_t *data, uint32_t length, found_run_fn found_run, found
              found_eol_fn found_eol) {
   const LineCallbacks to = {found_run, found_line, found_eol};
   putrunlen(1, 0, found_run, found_line, found_eol);
+  report_lost_start(data, length);
   const DecNode *node = eoltree.node;
   while (length > 0) {
     const uint32_t count = std::min<uint32_t>(length, BLOCK);

@@ -372,6 +372,7 @@ int t4dec_MR(const uint8_t *data, uint32_t length, found_run_fn found_run, found
   const Lines lines = new_lines(width, (static_cast<uint32_t>(width) + 7) / 8, block);
   if (block == nullptr) return 0;
   uint8_t tail[TAIL] = {};
+  report_lost_start(data, length);
   mr_decode(new_bits(data, length, tail), lines, {found_run, found_line, found_eol});
   return 1;
 }
