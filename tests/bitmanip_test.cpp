@@ -24,19 +24,19 @@ TEST(Bitmanip, NextTransAgreesWithTheRulesPixelByPixel) {
     std::vector<uint8_t> line(1 + random() % 30, round % 2 ? 0xFF : 0x00);
     for (size_t n = random() % 6; n > 0; n--)
       line[random() % line.size()] ^= static_cast<uint8_t>(round % 3 ? 1U << random() % 8 : random());
-    for (int position = -1; position <= static_cast<int>(8 * line.size()) + 1; position++)
+    const auto size = static_cast<uint32_t>(line.size());
+    for (int16_t position = -1; position <= static_cast<int>(8 * size) + 1; position++)
       for (int colour = 0; colour <= (position < 0 ? 0 : 1); colour++) {
         int16_t found = -7;
-        ASSERT_EQ(bit_next_trans(line.data(), static_cast<uint32_t>(line.size()), static_cast<int16_t>(position),
-                                 &found, colour),
-                  1 - colour);
-        ASSERT_EQ(found, next_trans(line, position, colour)) << position << " " << colour << " " << line.size();
+        ASSERT_EQ(bit_next_trans(line.data(), size, position, &found, colour), 1 - colour);
+        ASSERT_EQ(found, next_trans(line, position, colour)) << position << " " << colour << " " << size;
       }
   }
 }
 
-TEST(Bitmanip, FlipTurnsBytesRound) {
-  uint8_t bytes[] = {0x01, 0xF0, 0x1D, 0x55};
+TEST(Bitmanip, FlipTurnsBytesRoundAndFillSetsBlackPixels) {
+  uint8_t bytes[] = {0x01, 0xF0, 0x1D, 0x55, 0, 0};
   bit_flip_bits(bytes, 3);
-  EXPECT_EQ(std::vector<uint8_t>(bytes, bytes + 4), (std::vector<uint8_t>{0x80, 0x0F, 0xB8, 0x55}));
+  bit_fill_bits(bytes, -2, 3, 1), bit_fill_bits(bytes, 30, 11, 2), bit_fill_bits(bytes, 0, 48, 0);
+  EXPECT_EQ(std::vector<uint8_t>(bytes, bytes + 6), (std::vector<uint8_t>{0xE0, 0x0F, 0xB8, 0x57, 0xFF, 0x80}));
 }

@@ -4,7 +4,7 @@
 // The extents count on both.
 #include "view/rasteriser.h"
 
-#include "t4/bitmanip.h"
+#include "t4/bit_window.h"
 #include "t4/t4dec.h"
 
 #include <algorithm>
@@ -71,7 +71,7 @@ void start_line() {
 void paint(int32_t first, int32_t last) {
   const auto [from, to] = std::minmax(page.place[first], page.place[last]);
   if (page.upright) {
-    bit_fill_bits(line.base, from, static_cast<uint32_t>(to - from + 1), 1);
+    paint_black(line.base, from, to - from + 1);  // the block goes on far behind the last row
     return;
   }
   uint8_t *byte = line.base + from * page.stride;
