@@ -95,7 +95,7 @@ Status convert_directly(const FaxDocument &document) {
   struct stat status;
   if (fstat(document.fd, &status)) return system_failure(document.name());
   if (!run_converter(document.path)) return FAILED;
-  return chmod(document.path.c_str(), status.st_mode & 07777) ? system_failure(document.name()) : DONE;
+  return keep_rights(document.path, status) ? DONE : system_failure(document.name());
 }
 
 /// Converts a copy that has a plain header, then joins the old header lines and the new pages.

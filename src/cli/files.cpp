@@ -100,6 +100,14 @@ void forget_unfinished_file(const std::string &path) {
   }
 }
 
+int keep_rights(const std::string &path, const struct stat &old) {
+  // Only root may give files away, but others may give them one of their groups. Where neither goes, it is no failure.
+  for (const uid_t owner : {old.st_uid, geteuid()}) {
+    if (chown(path.c_str(), owner, old.st_gid) == 0) break;
+  }
+  return chmod(path.c_str(), old.st_mode & 07777) == 0;
+}
+
 bool same_file(const std::string &one, const std::string &other) {
   std::error_code failed;
   return std::filesystem::equivalent(one, other, failed);
@@ -210,8 +218,8 @@ Status OutputFile::open(const std::string &path) {
   fd_ = make_unfinished(working);
   if (fd_ < 0) return system_failure(name());
   working_path_ = working;
-  if (fchmod(fd_, exists ? status.st_mode & 07777 : new_file_mode())) return system_failure(name());
-  return DONE;
+  const bool done = exists ? keep_rights(working, status) : fchmod(fd_, new_file_mode()) == 0;
+  return done ? DONE : system_failure(name());
 }
 
 Status OutputFile::write_through() {

@@ -2,6 +2,7 @@
 // output.
 #pragma once
 
+#include <sys/stat.h>
 #include <sys/types.h>
 
 #include <cstdint>
@@ -42,8 +43,8 @@ class InputFile {
 };
 
 /// A file to write. It is made beside its final name and takes that name, replacing a file that has it, only in
-/// `commit`; without `commit`, and when a signal ends the program, it is removed. The permission bits of a file that is
-/// replaced are kept. What cannot be replaced (standard output, a device, a pipe) is written to in `commit`.
+/// `commit`; without `commit`, and when a signal ends the program, it is removed. The rights of a file that is replaced
+/// are kept. What cannot be replaced (standard output, a device, a pipe) is written to in `commit`.
 class OutputFile {
  public:
   OutputFile() = default;
@@ -68,6 +69,12 @@ class OutputFile {
   std::string name_, final_path_, working_path_;
   int fd_ = -1;
 };
+
+/// Gives a file that is to replace another one its owner and group, as far as the user may, and its permission bits.
+///
+/// @param old  of the file that is replaced
+/// @return 1; 0 with errno set
+int keep_rights(const std::string &path, const struct stat &old);
 
 /// Has a file removed when a signal ends the program; four at a time.
 void note_unfinished_file(const std::string &path);
