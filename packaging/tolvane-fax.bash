@@ -32,6 +32,8 @@ _tolvane_fax() {
       wanted=${wanted//$'\n'/= }=
       compopt -o nospace
     fi
+  elif [[ $prev == -* && $prev != --from ]] && grep -qP -- "(^ +|,)\Q$prev\E(,--[a-z]+)? [A-Z]" <<<"$help"; then
+    return # a number, or pages
   else
     case ${words[1]} in
       create | append | insert) _filedir '@(fax|tif|tiff|pbm|png|pdf|g3|g4)' ;;
