@@ -48,6 +48,7 @@ const Stream streams[] = {
     {"EOFB in a line", COMP_MMR, "H w5 b3 EOL EOL 0", "+5 -3 !1 [5-7] / =1"},
     {"data end in a line", COMP_MMR, "H w5 b3 00000000", "+5 -3 !5 [5-7] / =1"},
     {"last byte of horizontal mode is read", COMP_MMR, "H w5 b3 V0", "+5 -3 +1720 [5-7] / [] / =1"},
+    {"also between its runs", COMP_MMR, "H w5 b3 V0 H w2 V0 V0", "+5 -3 +1720 [5-7] / +2 -6 +1720 [2-7] / [] / =1"},
 
     {"make-up codes outlive the call", COMP_MMR, "H w64 00000000", "[] / =1"},
     {"and count in the next", COMP_MMR, "H w3 b2 V0 00000000", "+67 -2 +1659 [67-68] / [] / =1"},

@@ -15,11 +15,21 @@ namespace {
 
 int bit_next_trans(const uint8_t *line, uint32_t size, int16_t position, int16_t *result, int colour) {
   const int looked_for = position < 0 ? 1 : (colour & 1) ^ 1;
-  const int32_t width = static_cast<int32_t>(8 * size);
-  int32_t found = width;
-  if (position < width - 1 || (position <= 0 && width > 0)) {
-    const uint64_t black = looked_for != 0 ? ~UINT64_C(0) : 0;
-    found = finish_search<Line::exact>(begin_search<Line::exact>(line, size, position, black), line, size);
+  const uint32_t start = static_cast<uint32_t>(std::max<int16_t>(position, 0));
+  // A pixel is found where it has the colour and the one before has not; at the start of the line none is before.
+  uint64_t allowed = ~UINT64_C(0) >> (start % 8);
+  if (position > 0) allowed >>= 1;
+  uint64_t before = 0;
+  int32_t found = static_cast<int32_t>(8 * size);
+  for (uint32_t at = start / 8; at < size; at += 8) {
+    const uint64_t window = load_line_window(line, size, at), pixels = looked_for ? window : ~window;
+    const uint64_t starts = pixels & ~(pixels >> 1 | before << 63) & allowed;
+    if (starts != 0) {
+      found = std::min(found, static_cast<int32_t>(8 * at) + std::countl_zero(starts));
+      break;
+    }
+    before = pixels;
+    allowed = ~UINT64_C(0);
   }
   *result = static_cast<int16_t>(found);
   return looked_for;

@@ -12,7 +12,8 @@ namespace tolvane {
 /// The colour looked for is the opposite of `colour`, or black if `position` is below 0. What is found is the first
 /// pixel right of `position` that starts a run of it. Position 0 counts as the start of a line, as -1 does: pixel 0
 /// itself is examined, and if it has the colour looked for, it is the answer. That departs from T.4 for a line that
-/// starts black under a line that starts white; encoder and decoder share it, and so agree.
+/// starts black under a line that starts white. The walk of encoder and decoder (change_list.h) follows the same rule,
+/// and so they agree.
 ///
 /// @param line      `size` bytes, at most 4095; nothing past them is read
 /// @param position  pixel to start at, -1 for the imaginary white pixel before the first

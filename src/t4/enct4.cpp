@@ -13,6 +13,7 @@
 #include <utility>
 
 #include "t4/bit_window.h"
+#include "t4/change_list.h"
 #include "t4/enctbls.h"
 #include "t4/line.h"
 
@@ -157,59 +158,49 @@ void code_1d_line(TokenList &out, const uint8_t *line, uint32_t size, bool white
   if (run_start < pixels_of_1d) out.put(static_cast<uint32_t>(pixels_of_1d - run_start));
 }
 
-// The changing elements of the line in hand and of the one above, the reference line: each line is looked at once, and
-// coding is a walk along two lists. The only size of line that the page may have is the first one.
-class ChangeLists {
+// The line in hand and the one above, the reference line, as lists of changing elements: each line is looked at once.
+// The only size of line that the page may have is the first one.
+class LinePair {
  public:
-  ChangeLists(const char *function, const char *coding) : function_(function), coding_(coding) {}
+  LinePair(const char *function, const char *coding) : function_(function), coding_(coding) {}
 
-  const int32_t *line() const { return line_; }
-  const int32_t *reference() const { return reference_; }
+  const int32_t *line() const { return line_.first(); }
+  const int32_t *reference() const { return reference_.first(); }
 
   bool accept(int32_t size) {
     if (elements_) {
       if (size != size_) printf("%s: Line size changed for %s. Can't do that!\n", function_, coding_);
       return size == size_;
     }
-    const size_t room = in_front + 8 * static_cast<size_t>(size) + behind;
+    const size_t room = ChangeList::room(8 * size);
     elements_.reset(new (std::nothrow) int32_t[2 * room]);
     if (!elements_) {
       printf("%s: failed to alloc space for reference buffer. exit...\n", function_);
       return false;
     }
     size_ = size;
-    line_ = elements_.get() + in_front;
-    reference_ = line_ + room;
-    end_list(line_);  // the line above the first one is white
+    line_ = ChangeList(elements_.get());
+    reference_ = ChangeList(elements_.get() + room);
+    line_.finish(8 * size);  // the line above the first one is white
     return true;
   }
 
   // The line in hand becomes the reference line, and `pixels` the line in hand.
   void take(const uint8_t *pixels) {
     std::swap(line_, reference_);
-    int32_t *next = line_;
-    find_changes(pixels, static_cast<uint32_t>(size_), [&](int32_t position) { *next++ = position; });
-    end_list(next);
+    ChangeList list = line_;  // in registers
+    list.clear();
+    find_changes(pixels, static_cast<uint32_t>(size_), [&](int32_t position) { list.change_at(position); });
+    list.finish(8 * size_);
+    line_ = list;
   }
 
  private:
-  static constexpr size_t in_front = 2, behind = 3;
-
-  // Behind the list the width stands for all the elements that there are not. In front of it stands the element to
-  // white that a search from position 0 finds: that position counts as the start of a line (`bit_next_trans`), so pixel
-  // 0 itself is found if it is white.
-  void end_list(int32_t *end) {
-    std::fill_n(end, behind, 8 * size_);
-    line_[-1] = line_[0] == 0 ? -1 : 0;
-    line_[-2] = -1;
-  }
-
   const char *function_;
   const char *coding_;
   std::unique_ptr<int32_t[]> elements_;
   int32_t size_ = 0;
-  int32_t *line_ = nullptr;
-  int32_t *reference_ = nullptr;
+  ChangeList line_, reference_;
 };
 
 // ITU-T T.4, 4.2.1.3. `a` is a1 in the list of the line and `b` b1 in that of the reference line, or an element of b1's
@@ -218,8 +209,7 @@ void code_2d_line(TokenList &out, const int32_t *a, const int32_t *b, int32_t wi
   int32_t a0 = -1;
   uint32_t colour = 0;  // of a0, as the flag of a token
   while (a0 < width) {
-    const int32_t search_from = a0 == 0 ? -1 : a0;  // position 0 counts as the start of the line
-    while (*b <= search_from) b += 2;
+    b = find_b1(b, a0);
     const int32_t distance = *a - *b;
     if (b[1] < *a) {
       out.put(pass_token);
@@ -228,8 +218,7 @@ void code_2d_line(TokenList &out, const int32_t *a, const int32_t *b, int32_t wi
       out.put(vertical_tokens[static_cast<size_t>(distance + 3)]);
       a0 = *a++;
       colour ^= black_run;
-      // The new b1 is of the other colour; of those left of the old one only the nearest can be right of a0.
-      b += b[-1] < a0 ? 1 : -1;
+      b = turn_b1(b, a0);
     } else {
       out.put(horizontal_token);
       out.put(static_cast<uint32_t>(*a - std::max(a0, 0)) | colour);
@@ -273,17 +262,17 @@ int32_t encode_g3_fax(getdata_fn getdata, putdata_fn putdata, int32_t comp_type,
   const int32_t k = !two_dimensional ? 1 : vertical_resolution == 1 ? 4 : 2;
   int32_t line_of_k = 0;
   TokenList out{putdata};
-  ChangeLists changes(__func__, "encoding");
+  LinePair lines(__func__, "encoding");
   const int32_t result = code_page(
-      getdata, [&](int32_t size) { return changes.accept(size); },
+      getdata, [&](int32_t size) { return lines.accept(size); },
       [&](const uint8_t *line, uint32_t size) {
-        if (two_dimensional) changes.take(line);
+        if (two_dimensional) lines.take(line);
         if (line_of_k == 0) {
           out.put(two_dimensional ? eol_1d_token : eol_token);
           code_1d_line(out, line, size, true);
         } else {
           out.put(eol_2d_token);
-          code_2d_line(out, changes.line(), changes.reference(), static_cast<int32_t>(8 * size));
+          code_2d_line(out, lines.line(), lines.reference(), static_cast<int32_t>(8 * size));
         }
         line_of_k = (line_of_k + 1) % k;
       });
@@ -307,12 +296,12 @@ int32_t enct4(getdata_fn getdata, putdata_fn putdata) {
 int32_t enct4_MMR(getdata_fn getdata, putdata_fn putdata) {
   start_page();
   TokenList out{putdata};
-  ChangeLists changes(__func__, "MMR encoding");
+  LinePair lines(__func__, "MMR encoding");
   const int32_t result = code_page(
-      getdata, [&](int32_t size) { return changes.accept(size); },
+      getdata, [&](int32_t size) { return lines.accept(size); },
       [&](const uint8_t *line, uint32_t size) {
-        changes.take(line);
-        code_2d_line(out, changes.line(), changes.reference(), static_cast<int32_t>(8 * size));
+        lines.take(line);
+        code_2d_line(out, lines.line(), lines.reference(), static_cast<int32_t>(8 * size));
       });
   if (putdata_err) return result;
   out.put(eol_token);

@@ -11,10 +11,12 @@
 
 #include <algorithm>
 #include <bit>
+#include <span>
 #include <utility>
 
 #include "support/handle.h"
 #include "t4/bit_window.h"
+#include "t4/change_list.h"
 #include "t4/damage.h"
 #include "t4/dectbls.h"
 
@@ -37,64 +39,88 @@ constexpr int32_t ENDLESS = 1 << 20;        ///< a sum of make-up codes that ove
 constexpr int RTC_EOLS = 6, EOFB_EOLS = 2;  ///< EOLs in a row that end a page
 
 /// The coded data by bit position. A code counts only if a bit is left after it: the last bit of the data is never the
-/// last bit of a code that is acted on.
+/// last bit of a code that is acted on. The window serves from code to code: how long a code is cannot be foreseen, and
+/// after a wrong guess the next one is at hand.
 struct Bits {
   const uint8_t *data;
   uint64_t end;           ///< bits of the data
-  uint64_t last_window;   ///< bit position of the last 8 bytes that can be read at once
-  uint8_t *tail;          ///< where the last bytes of the data move to, with zeros after them: TAIL bytes of zeros
   uint64_t position = 0;  ///< bits taken
+  uint64_t window = 0;    ///< the bits that come next, the first one in bit 0
+  uint64_t ready = 0;     ///< how many of them `window` holds
 
   uint64_t left() const { return end - position; }
 };
-constexpr size_t TAIL = 16;
 
-/// At least 57 bits from the present position on, or all that there are and then zeros.
-[[gnu::always_inline]] inline uint64_t window(Bits &in) {
-  if (in.position > in.last_window) [[unlikely]] {
-    memcpy(in.tail, in.data + in.last_window / 8, 8);
-    in = {in.tail, in.end - in.last_window, 64, in.tail, in.position - in.last_window};
+/// Walks from `node` to the next leaf, near the end of the data, where there are no eight bytes to be read at once.
+const DecNode *next_leaf_to_end(Bits &in, const DecNode *node) {
+  while (in.position < in.end) {
+    node = node->link[in.data[in.position / 8] >> in.position % 8 & 1];
+    in.position++;
+    if (node->value != DEC_INNER) return in.position < in.end ? node : nullptr;
   }
-  uint64_t bits;
-  memcpy(&bits, in.data + in.position / 8, sizeof bits);
-  if constexpr (std::endian::native == std::endian::big) bits = __builtin_bswap64(bits);
-  return bits >> in.position % 8;
+  return nullptr;
 }
 
 /// Walks from `node` to the next leaf, one link and one comparison per bit; null when the data are used up.
 [[gnu::always_inline]] inline const DecNode *next_leaf(Bits &in, const DecNode *node) {
   constexpr uint64_t STRIDE = 16;  // the longest code has 13 bits, only fill makes more
-  for (; in.position < in.end; in.position += STRIDE) {
-    uint64_t bits = window(in);
+  for (;;) {
+    if (in.ready < STRIDE) {
+      if (in.position + 64 >= in.end) return next_leaf_to_end(in, node);
+      memcpy(&in.window, in.data + in.position / 8, sizeof in.window);
+      if constexpr (std::endian::native == std::endian::big) in.window = __builtin_bswap64(in.window);
+      in.window >>= in.position % 8;
+      in.ready = 64 - in.position % 8;
+    }
 #pragma GCC unroll 16
-    for (uint64_t taken = 1; taken <= STRIDE; taken++, bits >>= 1) {
-      node = node->link[bits & 1];
+    for (uint64_t taken = 1; taken <= STRIDE; taken++) {
+      node = node->link[in.window & 1];
+      in.window >>= 1;
       if (node->value != DEC_INNER) {
         in.position += taken;
-        return in.position < in.end ? node : nullptr;
+        in.ready -= taken;
+        return node;
       }
     }
+    in.position += STRIDE;
+    in.ready -= STRIDE;
   }
-  return nullptr;
 }
 
-/// The line being decoded and the one above it.
+/// Words of 64 pixels of a line of `size` bytes.
+constexpr size_t words_of(uint32_t size) {
+  return (size_t{size} + 7) / 8;
+}
+
+/// The line being decoded and the one above it, the reference line.
 struct Lines {
-  int32_t width;  ///< pixels
-  uint32_t size;  ///< bytes
-  uint8_t *current, *reference;
+  int32_t width;     ///< pixels
+  uint32_t size;     ///< bytes
+  uint64_t *pixels;  ///< room for a line that is given; null if nobody asks for lines
+  ChangeList current, reference;
+  const int32_t *b1 = nullptr;  ///< in the list of the reference line, where the search for b1 begins
   int32_t a0 = -1;
-  uint64_t black = 0;  ///< the colour: all ones for black, 0 for white
+  bool black = false;  ///< the colour
 };
 
-/// b1 as far as the first window of the reference line tells. It is begun before the code is walked: the two do not
-/// wait for each other, and most codes ask for it.
-[[gnu::always_inline]] inline RunSearch begin_b1(const Lines &lines) {
-  return begin_search<Line::padded>(lines.reference, lines.size, lines.a0, ~lines.black);
+/// Paints a line from its finished list: from each element on, the pixels of its word turn round, and all the words
+/// behind it.
+inline const uint8_t *paint(const Lines &lines, const ChangeList &line) {
+  const std::span<uint64_t> words(lines.pixels, words_of(lines.size));
+  std::ranges::fill(words, 0);
+  for (const int32_t *change = line.first(); change < line.end(); ++change)
+    words[static_cast<uint32_t>(*change) / 64] ^= ~UINT64_C(0) >> *change % 64;
+  uint64_t before = 0;  // the last pixel before the word, 64 times
+  for (uint64_t &word : words) {
+    word ^= before;
+    before = -(word & 1);
+    store_window(reinterpret_cast<uint8_t *>(&word), word);
+  }
+  return reinterpret_cast<const uint8_t *>(lines.pixels);
 }
 
-inline void give_line(const Lines &lines, const uint8_t *line, const LineCallbacks &to) {
-  if (to.found_line != nullptr) to.found_line(line, lines.size);
+inline void give_line(const Lines &lines, const ChangeList &line, const LineCallbacks &to) {
+  if (to.found_line != nullptr) to.found_line(paint(lines, line), lines.size);
   if (to.found_eol != nullptr) to.found_eol();
 }
 
@@ -103,53 +129,69 @@ inline void give_padding(const Lines &lines, const LineCallbacks &to) {
   if (lines.a0 < lines.width && to.found_run != nullptr) to.found_run(lines.width - lines.a0);
 }
 
-/// Makes the current line the reference line, and begins a white one.
+/// Begins a white line in place of the current one.
+inline void clear_line(Lines &lines) {
+  lines.current.clear();
+  lines.b1 = lines.reference.first();
+  lines.a0 = -1;
+  lines.black = false;
+}
+
+/// Ends the current line where it stands. What no run has reached is white.
+inline void end_line(Lines &lines) {
+  if (lines.black) lines.current.change_at(lines.a0);
+  lines.current.finish(static_cast<int32_t>(8 * lines.size));
+}
+
+/// Makes the current line, which has ended, the reference line, and begins a white one.
 inline void next_line(Lines &lines) {
   std::swap(lines.current, lines.reference);
-  memset(lines.current, 0, lines.size);
-  lines.a0 = -1;
-  lines.black = 0;
+  clear_line(lines);
 }
 
 /// Gives the pixels from a0 to `end` the current colour; `end` becomes a0.
 [[gnu::always_inline]] inline void run_to(Lines &lines, int32_t end, found_run_fn found_run) {
   const int32_t run = end - lines.a0;
-  if (lines.black != 0) paint_black(lines.current, lines.a0, run);
-  if (found_run != nullptr) found_run(lines.black != 0 ? -run : run);
+  if (found_run != nullptr) found_run(lines.black ? -run : run);
   lines.a0 = end;
+}
+
+/// The same, and the colour changes there.
+[[gnu::always_inline]] inline void run_to_change(Lines &lines, int32_t end, found_run_fn found_run) {
+  run_to(lines, end, found_run);
+  lines.current.change_at(end);
+  lines.black = !lines.black;
 }
 
 /// A run of `run` pixels by its own code. 0 if it leaves the line.
 [[gnu::always_inline]] inline int take_run(Lines &lines, int32_t run, found_run_fn found_run) {
   lines.a0 = std::max(lines.a0, 0);
   if (run > lines.width - lines.a0) return 0;
-  run_to(lines, lines.a0 + run, found_run);
-  lines.black = ~lines.black;
+  run_to_change(lines, lines.a0 + run, found_run);
   return 1;
 }
 
 /// Pass mode and vertical mode. 0 if the changing element is left of a0 or outside the line.
-[[gnu::always_inline]] inline int take_mode(const RunSearch &b1_search, Lines &lines, int32_t mode,
-                                            found_run_fn found_run) {
-  const int32_t b1 = finish_search<Line::padded>(b1_search, lines.reference, lines.size);
+[[gnu::always_inline]] inline int take_mode(Lines &lines, int32_t mode, found_run_fn found_run) {
+  const bool full = lines.a0 >= static_cast<int32_t>(8 * lines.size);  // there is no element right of a0
+  const int32_t *const b1 = full ? lines.reference.end() : find_b1(lines.b1, lines.a0);
+  const int32_t end = mode == PASS ? b1[1] : b1[0] + vertical_offset[mode];
+  const int32_t start = std::max(lines.a0, 0);
+  if (mode == PASS) lines.a0 = start;  // the line has begun, even if it fails here
+  if (end < start || end > lines.width) return 0;
+  lines.a0 = start;
   if (mode == PASS) {
-    const RunSearch b2_search = begin_search<Line::padded>(lines.reference, lines.size, b1, lines.black);
-    const int32_t b2 = finish_search<Line::padded>(b2_search, lines.reference, lines.size);
-    lines.a0 = std::max(lines.a0, 0);
-    if (b2 < lines.a0 || b2 > lines.width) return 0;
-    run_to(lines, b2, found_run);
-    return 1;
+    run_to(lines, end, found_run);
+    lines.b1 = b1;
+  } else {
+    run_to_change(lines, end, found_run);
+    lines.b1 = turn_b1(b1, end);
   }
-  const int32_t a1 = b1 + vertical_offset[mode];
-  if (a1 < std::max(lines.a0, 0) || a1 > lines.width) return 0;
-  lines.a0 = std::max(lines.a0, 0);
-  run_to(lines, a1, found_run);
-  lines.black = ~lines.black;
   return 1;
 }
 
 inline const DecNode *run_tree(const Lines &lines) {
-  return lines.black != 0 ? blacktree.node : whitetree.node;
+  return lines.black ? blacktree.node : whitetree.node;
 }
 
 enum class Outcome { done, damaged, data_used_up };
@@ -162,9 +204,11 @@ enum class Outcome { done, damaged, data_used_up };
 [[gnu::always_inline]] inline Outcome take_horizontal(Bits &in, Lines &lines, int32_t &sum, uint64_t rest,
                                                       found_run_fn found_run) {
   for (int runs = 0; runs < 2;) {
-    if (in.left() <= 8) return Outcome::data_used_up;
-    const DecNode *leaf = next_leaf(in, run_tree(lines));
-    if (leaf == nullptr || in.left() < rest) return Outcome::data_used_up;
+    const DecNode *leaf = in.left() > 8 ? next_leaf(in, run_tree(lines)) : nullptr;
+    if (leaf == nullptr || in.left() < rest) {
+      if (runs == 1) lines.b1 = turn_b1(lines.b1, lines.a0);  // two runs leave the colour as it was, one does not
+      return Outcome::data_used_up;
+    }
     const int32_t run = abs(leaf->value);
     sum = std::min(sum + run, ENDLESS);
     if (run > TERMINATING) continue;
@@ -174,19 +218,28 @@ enum class Outcome { done, damaged, data_used_up };
   return Outcome::done;
 }
 
-/// The lines in `block`, which owns them, both white; null lines if there is no memory.
-Lines new_lines(int32_t width, uint32_t size, Block<uint8_t> &block) {
-  block.reset(static_cast<uint8_t *>(calloc(2, size_t{size} + LINE_PADDING)));
-  if (block == nullptr) return {width, size, nullptr, nullptr};
-  return {width, size, block.get(), block.get() + size + LINE_PADDING};
+/// What the two lines of a decode live in.
+struct LineStore {
+  Block<int32_t> elements;
+  Block<uint64_t> pixels;
+};
+
+/// Makes `store` large enough for two white lines. 0 if there is no memory.
+///
+/// @param with_pixels  0 if nobody asks for lines
+int allocate(LineStore &store, int32_t width, uint32_t size, bool with_pixels) {
+  store.elements.reset(static_cast<int32_t *>(malloc(2 * ChangeList::room(width) * sizeof(int32_t))));
+  if (with_pixels) store.pixels.reset(static_cast<uint64_t *>(malloc(words_of(size) * sizeof(uint64_t))));
+  return store.elements != nullptr && (store.pixels != nullptr || !with_pixels);
 }
 
-/// The data from their first bit on.
-Bits new_bits(const uint8_t *data, uint32_t length, uint8_t (&tail)[TAIL]) {
-  const uint64_t end = uint64_t{8} * length;
-  if (length >= 8) return {data, end, end - 64, tail};
-  if (length > 0) memcpy(tail, data, length);
-  return {tail, end, 64, tail};
+/// The two lines in `store`, both white.
+Lines lines_in(const LineStore &store, int32_t width, uint32_t size) {
+  Lines lines{width, size, store.pixels.get(), ChangeList(store.elements.get()),
+              ChangeList(store.elements.get() + ChangeList::room(width))};
+  end_line(lines);
+  next_line(lines);
+  return lines;
 }
 
 // The make-up codes that wait for a terminating code: on the 1-D lines of MR, and in the horizontal mode of MMR. They
@@ -218,7 +271,6 @@ Stop take_run_codes(Bits &in, Lines &lines, int &eols, found_run_fn found_run) {
 /// Acts on the mode codes of MR up to a leaf that is none.
 Stop take_mr_modes(Bits &in, Lines &lines, int &eols, found_run_fn found_run) {
   for (;;) {
-    const RunSearch b1 = begin_b1(lines);
     const DecNode *leaf = next_leaf(in, mr_mode_tree.node);
     if (leaf == nullptr) return {Outcome::data_used_up, nullptr};
     if (leaf->value > LAST_VERTICAL) return {Outcome::done, leaf};
@@ -227,7 +279,7 @@ Stop take_mr_modes(Bits &in, Lines &lines, int &eols, found_run_fn found_run) {
       int32_t sum = 0;
       const Outcome outcome = take_horizontal(in, lines, sum, 8, found_run);
       if (outcome != Outcome::done) return {outcome, leaf};
-    } else if (!take_mode(b1, lines, leaf->value, found_run)) {
+    } else if (!take_mode(lines, leaf->value, found_run)) {
       return {Outcome::damaged, leaf};
     }
   }
@@ -262,9 +314,7 @@ void give_up_mr_line(MrState &state, Lines &lines, const LineCallbacks &to) {
     give_padding(lines, to);
     give_line(lines, lines.reference, to);
   }
-  memset(lines.current, 0, lines.size);
-  lines.a0 = -1;
-  lines.black = 0;
+  clear_line(lines);
   state.kind = LineKind::hunting;
 }
 
@@ -277,8 +327,9 @@ int take_mr_eol(MrState &state, Lines &lines, int32_t tag, const LineCallbacks &
   if (++state.eols == RTC_EOLS) return 0;
   if (state.kind != LineKind::hunting) {
     if (lines.a0 >= 0 && lines.a0 < lines.width) tell(state, Damage::short_line);
+    end_line(lines);
+    if (state.eols == 1 && to.found_line != nullptr) to.found_line(paint(lines, lines.current), lines.size);
     next_line(lines);
-    if (state.eols == 1 && to.found_line != nullptr) to.found_line(lines.reference, lines.size);
     if (to.found_eol != nullptr) to.found_eol();
   }
   state.kind = tag == EOL_TAG_0 ? LineKind::two_dimensional : LineKind::one_dimensional;
@@ -313,6 +364,7 @@ void mr_decode(Bits in, Lines lines, const LineCallbacks &to) {
   if (lines.a0 < 0) return;
   if (lines.a0 < lines.width) tell(state, Damage::data_ends);
   give_padding(lines, to);
+  end_line(lines);
   give_line(lines, lines.current, to);
 }
 
@@ -321,16 +373,16 @@ void mr_decode(Bits in, Lines lines, const LineCallbacks &to) {
 /// Once horizontal mode has used up the data, what is left of the last byte is read as mode codes.
 Stop take_mmr_modes(Bits &in, Lines &lines, int &eols, const LineCallbacks &to) {
   for (;;) {
-    const RunSearch b1 = begin_b1(lines);
     const DecNode *leaf = next_leaf(in, mmr_mode_tree.node);
     if (leaf == nullptr) return {Outcome::data_used_up, nullptr};
     if (leaf->value > LAST_VERTICAL) return {Outcome::done, leaf};
     eols = 0;
     const int good = leaf->value == HORIZONTAL
                          ? take_horizontal(in, lines, mmr_runlen, 1, to.found_run) != Outcome::damaged
-                         : take_mode(b1, lines, leaf->value, to.found_run);
+                         : take_mode(lines, leaf->value, to.found_run);
     if (!good) return {Outcome::damaged, leaf};
     if (lines.a0 >= lines.width) {
+      end_line(lines);
       give_line(lines, lines.current, to);
       next_line(lines);
     }
@@ -357,6 +409,7 @@ int mmr_decode(Bits in, Lines lines, const LineCallbacks &to) {
     }
   }
   if (lines.a0 >= 0) report_damage(eols == EOFB_EOLS ? Damage::short_line : Damage::data_ends);
+  end_line(lines);
   give_line(lines, lines.current, to);
   return 1;
 }
@@ -368,22 +421,21 @@ int t4dec_MR(const uint8_t *data, uint32_t length, found_run_fn found_run, found
   if (data == nullptr || length == 0) return 0;
   if (found_run == nullptr && found_line == nullptr && found_eol == nullptr) return 1;
   const int32_t width = std::max(Pix_width, 0);
-  Block<uint8_t> block;
-  const Lines lines = new_lines(width, (static_cast<uint32_t>(width) + 7) / 8, block);
-  if (block == nullptr) return 0;
-  uint8_t tail[TAIL] = {};
+  const uint32_t size = (static_cast<uint32_t>(width) + 7) / 8;
+  LineStore store;
+  if (!allocate(store, width, size, found_line != nullptr)) return 0;
   report_lost_start(data, length);
-  mr_decode(new_bits(data, length, tail), lines, {found_run, found_line, found_eol});
+  mr_decode({data, uint64_t{8} * length}, lines_in(store, width, size), {found_run, found_line, found_eol});
   return 1;
 }
 
 int t4dec_MMR(const uint8_t *data, uint32_t length, int32_t width, found_run_fn found_run, found_line_fn found_line,
               found_eol_fn found_eol) {
-  Block<uint8_t> block;
-  const Lines lines = new_lines(width, static_cast<uint32_t>(std::max(width, 0)) / 8, block);
-  if (block == nullptr) return 0;
-  uint8_t tail[TAIL] = {};
-  return mmr_decode(new_bits(data, length, tail), lines, {found_run, found_line, found_eol});
+  width = std::max(width, 0);
+  const uint32_t size = static_cast<uint32_t>(width) / 8;
+  LineStore store;
+  if (!allocate(store, width, size, found_line != nullptr)) return 0;
+  return mmr_decode({data, uint64_t{8} * length}, lines_in(store, width, size), {found_run, found_line, found_eol});
 }
 
 }  // namespace tolvane

@@ -1,0 +1,69 @@
+// A line as the list of its changing elements. Coding in two dimensions, either way, is a walk along the lists of two
+// lines: the encoder finds the elements in pixels, the decoder gets them from the runs that it makes. What a newcomer
+// gets wrong: position 0 counts as the start of a line in the walk, as it does in `bit_next_trans`.
+#pragma once
+
+#include <algorithm>
+#include <cstddef>
+#include <cstdint>
+
+namespace tolvane {
+
+/// The changing elements of a line (ITU-T T.4, 4.2.1.1) from left to right, by turns one to black and one to white.
+class ChangeList {
+ public:
+  /// Elements of storage for the list of a line of `width` pixels.
+  static constexpr size_t room(int32_t width) { return in_front + static_cast<size_t>(width) + 1 + behind; }
+
+  ChangeList() = default;
+  /// An empty list in `storage`, which stays the caller's.
+  explicit ChangeList(int32_t *storage) : first_(storage + in_front) { clear(); }
+
+  void clear() {
+    end_ = first_;
+    first_[-1] = first_[-2] = -1;
+  }
+
+  /// The colour changes at `position`, which is not left of the last change. Two changes at one pixel are none: the run
+  /// between them is empty.
+  void change_at(int32_t position) {
+    *end_ = position;
+    end_ += end_[-1] == position ? -1 : 1;
+  }
+
+  /// Makes the list ready to be walked: `width` stands for all the elements that there are not.
+  void finish(int32_t width) {
+    while (end_[-1] >= width) --end_;
+    std::fill_n(end_, behind, width);
+    first_[-1] = *first_ == 0 ? -1 : 0;
+  }
+
+  /// The first element, one to black, of a finished list. In front of it stands the element to white that a search from
+  /// position 0 finds: pixel 0 itself, if that is white.
+  const int32_t *first() const { return first_; }
+  /// Behind the last element: the width, as are the two behind it.
+  const int32_t *end() const { return end_; }
+
+ private:
+  static constexpr size_t in_front = 2, behind = 3;
+
+  int32_t *first_ = nullptr;
+  int32_t *end_ = nullptr;
+};
+
+/// b1 for an a0 left of the end of the line.
+///
+/// @param b  element of b1's colour in the list of the reference line, not right of b1
+[[gnu::always_inline]] inline const int32_t *find_b1(const int32_t *b, int32_t a0) {
+  const int32_t search_from = a0 == 0 ? -1 : a0;
+  while (*b <= search_from) b += 2;
+  return b;
+}
+
+/// Where the search for the next b1 begins when vertical mode has brought a0 next to the last one, `b`, and changed the
+/// colour: of the elements left of `b` only the nearest can be right of a0.
+[[gnu::always_inline]] inline const int32_t *turn_b1(const int32_t *b, int32_t a0) {
+  return b + (b[-1] < a0 ? 1 : -1);
+}
+
+}  // namespace tolvane
