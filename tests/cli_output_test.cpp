@@ -55,6 +55,8 @@ TEST_F(Output, OtherProgramsSeeThePixelsTheCodingAndTheSizeOnPaper) {
     EXPECT_TRUE(from_pbm(shell(row.pixels).out) == page) << row.words << row.pixels;
     std::filesystem::remove(dir.path(row.words.substr(0, 5)));
   }
+  for (const char *line : {"extract in.fax in.fax -fpdf", "render in.fax ./in.fax -fpbm"})
+    complains(line, 2, "holds the page");
 }
 
 TEST_F(Output, SquarePixelsRepeatLinesAndLoseNone) {

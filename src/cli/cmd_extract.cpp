@@ -94,6 +94,7 @@ struct PagesOut {
 
 /// Writes one file.
 Status write_file(const PictureFormat &format, const std::string &path, PagesOut &pages) {
+  if (same_file(path, pages.document.path)) return failure("%s holds the pages: it is not overwritten", path.c_str());
   // The first page is read before the file is made: one without any page is not.
   PagePicture first;
   if (!pages.give(first)) return pages.status;

@@ -86,6 +86,7 @@ Status run() {
   if (picture.width == 0 || picture.height == 0)
     return failure("%s: page %d has no lines to show", document.name(), page_wanted);
 
+  if (same_file(out, document.path)) return failure("%s holds the page: it is not overwritten", out.c_str());
   OutputFile output;
   if (output.open(out) != DONE) return FAILED;
   bool given = false;
