@@ -10,6 +10,7 @@
 #include "strlib.h"
 #include "trace.h"
 #include "trace_config.h"
+#include "unique_name.h"
 #include "whitespace.h"
 
 #include "fax_header.h"

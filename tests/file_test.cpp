@@ -12,6 +12,7 @@
 #include "helpers/trace_capture.h"
 #include "support/getcwd.h"
 #include "support/handle.h"
+#include "support/unique_name.h"
 
 namespace fs = std::filesystem;
 using namespace tolvane;

@@ -1,4 +1,4 @@
-// Files and paths: finding a file or program of the family, access checks, copy and move, clean paths, unique names.
+// Files and paths: finding a file or program of the family, access checks, copy and move, clean paths.
 //
 // Paths that are new strings come from `malloc`, and the caller releases them with `free`. Yes or no is 1 or 0.
 // Failures are told on the trace (trace.h), never to the user, with errno left as the failing call set it.
@@ -8,7 +8,6 @@
 #include <sys/types.h>
 
 #include <cstddef>
-#include <cstdint>
 
 namespace tolvane {
 
@@ -92,26 +91,5 @@ const char *basename(char *path);
 ///
 /// @return `path`, or a constant
 const char *dirname(char *path);
-
-/// Copies `text` as a name that any file system takes: letters but `Q`, digits, `-`, `.` and `_` stay, bytes of 128 and
-/// above are left out, all others become `_`.
-///
-/// @param output  a buffer of at least the size of `text`
-/// @return `output`
-char *posix_file_name_filter(const char *text, char *output);
-
-/// A number, 0 or above, in base 26 with the digits a to z, filled with `a` at the front to at least three digits.
-///
-/// @return static storage, overwritten by the next call
-const char *int_to_base_26(int32_t number);
-
-/// Replaces the file name of a path by a new one that is free in its directory: month and day (nov08), three or more
-/// letters that count up from call to call, and the extension. The count is kept in the file `i_d_order` in the
-/// directory of `get_temp_dir`, without a lock. The file of that name is not made.
-///
-/// @param path       in and out: a buffer with room for the directory, 8 or more characters and the extension
-/// @param extension  null for ".fax"
-/// @return `path`
-char *build_unique_DOS_name(char *path, const char *extension);
 
 }  // namespace tolvane
