@@ -45,10 +45,12 @@ bool is_real_file(const FILE *stream) {
 }  // namespace
 
 int tr_init(const char *exec_dir, const char *work_dir) {
-  if (Initted || Trace_on || !exec_dir || !*exec_dir || !work_dir || !*work_dir) return 0;
+  if (Initted || Trace_on) return 0;
+  for (const char *directory : {exec_dir, work_dir})
+    if (!directory || !*directory || strlen(directory) >= PATH_LIMIT) return 0;
   tr_close();
-  copy_text(Trace_exec_dir, sizeof Trace_exec_dir, exec_dir);
-  copy_text(Trace_work_dir, sizeof Trace_work_dir, work_dir);
+  strcpy(Trace_exec_dir, exec_dir);
+  strcpy(Trace_work_dir, work_dir);
   Initted = 1;
   return 1;
 }

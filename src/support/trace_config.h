@@ -6,7 +6,7 @@
 //   tr_init(directory_of_the_program, get_temp_dir());
 //   open_trace_file("tolvane");
 //   ...
-//   open_trace_file("tolvane");  // before each page, say; one `stat` as long as TRACES has not changed
+//   open_trace_file("tolvane");  // before each page, say; a `stat` per place as long as TRACES has not changed
 //   trprintf("page %d: %d lines\n", page, lines);
 //
 // Lines of TRACES: `program [on|off [output [mode]]]`, `#` begins a comment, `-` leaves a field to its default (on, the
@@ -20,7 +20,8 @@ namespace tolvane {
 
 /// Gives the directory of the program, where TRACES is looked for, and the directory for trace files.
 ///
-/// @return 1, or 0 with nothing changed if it has been called before, a trace is open, or a directory is null or empty
+/// @return 1, or 0 with nothing changed if it has been called before, a trace is open, or a directory is null, empty or
+///         longer than a path may be
 int tr_init(const char *exec_dir, const char *work_dir);
 
 /// Closes the trace and forgets the directories. A trace that was open stays marked so (`Trace_on`): `tr_init` is then
