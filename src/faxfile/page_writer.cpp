@@ -94,7 +94,7 @@ int16_t start_reading(PageIO *page, FaxPageParams *params) {
 int16_t refusal() {
   if (!gCurrentPageIO) return FAXFILE_ERR_ARGUMENT;
   if (gCurrentPageIO->params.mode != FAX_PAGE_WRITE) return FAXFILE_ERR_READONLY;
-  return gCurrentPageIO->fd < 1 || gCurrentPageIO->params.dataLength == 0 ? FAXFILE_ERR_ARGUMENT : FAXFILE_OK;
+  return gCurrentPageIO->fd < 1 || gCurrentPageIO->params.dataLength <= 0 ? FAXFILE_ERR_ARGUMENT : FAXFILE_OK;
 }
 
 // Writes the length word of a page whose data is there, and behind it the pages that an insertion has moved.

@@ -52,8 +52,8 @@ int16_t FaxFileStartPage(int32_t fd, FaxPageParams *params);
 /// Writes a piece of the page last selected, at the file position. The length recorded is `dataLength`, whatever the
 /// pieces come to: they must add up to it.
 ///
-/// @return 0; 17 if the page is being read; 15 for a bad argument, a `dataLength` of 0, or no page in progress on `fd`;
-///         7 if the write fell short
+/// @return 0; 17 if the page is being read; 15 for a bad argument, a `dataLength` of 0 or below, or no page in progress
+///         on `fd`; 7 if the write fell short
 int16_t FaxFileWriteEncodedPage(int32_t fd, const uint8_t *buffer, int32_t length);
 
 /// Ends the page last selected, which is the caller's to have selected: writes its length word and puts back the pages
