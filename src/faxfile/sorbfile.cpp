@@ -3,6 +3,7 @@
 // changing a line write a whole new file instead, which takes the old one's name in one step.
 #include "faxfile/sorbfile.h"
 
+#include <errno.h>
 #include <fcntl.h>
 #include <stdlib.h>
 #include <string.h>
@@ -121,7 +122,7 @@ int16_t replace(const char *path, const char *text, size_t length, OldFile *old)
   char unique[PATH_LIMIT];
   if (strlen(path) >= sizeof unique) return FAXFILE_ERR_TEMPNAME;
   getUniqueFileName(strcpy(unique, path));
-  if (!*unique) return FAXFILE_ERR_TEMPNAME;
+  if (!*unique) return errno == EEXIST || errno == ENAMETOOLONG ? FAXFILE_ERR_TEMPNAME : FAXFILE_ERR_CREATE;
 
   int16_t code = write_new(unique, text, length, old);
   if (code == FAXFILE_OK && !ks_move(unique, path)) code = FAXFILE_ERR_WRITE;

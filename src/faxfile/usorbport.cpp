@@ -2,6 +2,7 @@
 // a whole fax file lives here. Words in a fax file are big-endian on every host; what a caller holds is in host order.
 #include "faxfile/usorbport.h"
 
+#include <errno.h>
 #include <fcntl.h>
 #include <stdio.h>
 #include <stdlib.h>
@@ -62,7 +63,10 @@ void getUniqueFileName(char *path) {
   const char *separator = strcmp(directory, "/") == 0 ? "" : "/";
   char name[PATH_LIMIT];
   const int length = snprintf(name, sizeof name, "%s%sKMWXXXXXX", directory, separator);
-  if (length < 0 || static_cast<size_t>(length) >= sizeof name) return;
+  if (length < 0 || static_cast<size_t>(length) >= sizeof name) {
+    errno = ENAMETOOLONG;
+    return;
+  }
   const Descriptor made(mkostemp(name, O_CLOEXEC));
   if (made) strcpy(path, name);
 }

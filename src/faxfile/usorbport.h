@@ -70,7 +70,8 @@ int16_t _pgetstring(int16_t keyword, char *buffer, int16_t limit);
 /// Makes an empty file of an unpredictable name, "KMW" in front, in the directory of a path, and replaces the path by
 /// its own. Only the caller's user may read and write the file.
 ///
-/// @param path  in and out: a buffer of 4096 bytes; empty on failure
+/// @param path  in and out: a buffer of 4096 bytes; empty on failure, with errno EEXIST or ENAMETOOLONG if there is no
+///              such name, another if the directory takes no file
 void getUniqueFileName(char *path);
 
 /// The directory part of a path: what stands before its last `/`, "/" for a path directly under the root, the working
