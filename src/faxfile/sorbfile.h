@@ -28,9 +28,9 @@ int16_t FaxFileClose(int32_t fd);
 /// the value become carriage returns. A file without pages is best given its keywords first.
 ///
 /// @param value  must not be null; may be empty
-/// @return 0; 15 for a bad argument; 10 if the file is no whole fax file; 6 if it can't be read; 5 if the pages can't
-///         be spooled, with the file untouched; 7 if a write failed, with the file put back as it was as far as
-///         it can be
+/// @return 0; 15 for a bad argument; 10 if the file is no whole fax file; 6 if it can't be read; 4 without memory, and
+///         5 if the pages can't be spooled, with the file untouched; 7 if a write failed, with the file put back as it
+///         was as far as it can be
 int16_t FaxFileAddKeyword(int32_t fd, int16_t keyword, const char *value);
 
 /// Deletes the first line of a keyword, if there is one, and appends the new line behind the last. At every moment

@@ -23,7 +23,7 @@ const char *rev_delta_time(const char *stamp);
 
 /// Writes the version line of a stamp, such as "Version  9.2     Release 9.01".
 ///
-/// @param buffer  long enough: a version line is 17 characters longer than release, level and minor release, at most
+/// @param buffer  long enough: for 24 characters, twice the release, the level, the minor release, and the closing zero
 /// @return the length of the line, or 0 with `buffer` untouched if the stamp has too few fields
 int rev_revinfo(const char *stamp, char *buffer);
 
