@@ -338,7 +338,7 @@ int ks_ftruncate(int fd, off_t length) {
 const char *get_temp_dir() {
   static char directory[PATH_LIMIT];
   const char *chosen = getenv("SORBEXTMP");
-  copy_text(directory, sizeof directory, chosen ? chosen : "/tmp");
+  copy_text(directory, sizeof directory, chosen && *chosen ? chosen : "/tmp");
   return directory;
 }
 

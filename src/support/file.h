@@ -77,7 +77,7 @@ int ks_move(const char *source, const char *target);
 /// `ftruncate` with a trace line on failure: 0, or -1 with errno set.
 int ks_ftruncate(int fd, off_t length);
 
-/// The value of the environment variable SORBEXTMP, or "/tmp".
+/// The value of the environment variable SORBEXTMP, or "/tmp" if that is unset or empty.
 ///
 /// @return static storage, overwritten by the next call
 const char *get_temp_dir();
