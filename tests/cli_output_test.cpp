@@ -98,6 +98,7 @@ TEST_F(Output, CheckNamesEveryFault) {
   const struct {
     std::string header, fault;
     std::vector<std::string> pages = {white};
+    std::string tail = {};
   } cases[] = {
       {"#PAGES:2\n" + modes, "", {white, white}},
       {"#PAGES:2\n" + modes, "page 2: line 3: ends before 1728 pixels", {white, short_line}},
@@ -105,13 +106,14 @@ TEST_F(Output, CheckNamesEveryFault) {
       {"#PAGES:3\n" + modes, "#PAGES is 3, and the file has 1"},
       {"#PAGES:1\n", "RESOLUTION is missing or no resolution"},
       {"#PAGES:1\nCOMPRESSION:2\n" + modes, "page 1: pages in UMMR cannot be decoded"},
+      {"#PAGES:1\n" + modes, "the last 7 bytes are a page that is cut short", {white}, big_endian(99) + "abc"},
       {including + "gone.fax 1 1\n", "page 1 cannot be had"},
       {including + "mmr.fax 3 1\n", "the pages of mmr.fax stand in front of page 3, and the file has 1"},
       {including + "mmr.fax 1 1\n", "page 1: ./mmr.fax has pages in MMR, and will be read as MH"},
       {including + "loop.fax 1 1\n", "page 1: inclusions without end"},
   };
   for (const auto &row : cases) {
-    dir.write("a.fax", fax_bytes(row.header, row.pages));
+    dir.write("a.fax", fax_bytes(row.header, row.pages) + row.tail);
     const ToolRun out = run("check a.fax");
     EXPECT_EQ(out.status, row.fault.empty() ? 0 : 3) << row.fault;
     EXPECT_THAT(out.out, HasSubstr(row.fault.empty() ? "a.fax: good, " : "a.fax: damaged, "));

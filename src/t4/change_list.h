@@ -60,8 +60,11 @@ class ChangeList {
   return b;
 }
 
-/// Where the search for the next b1 begins when vertical mode has brought a0 next to the last one, `b`, and changed the
-/// colour: of the elements left of `b` only the nearest can be right of a0.
+/// Where the search for the next b1 begins when the colour has changed at `a0`.
+///
+/// @param b  the last b1, or where the search for it would have begun: of the elements left of it only the nearest can
+/// be
+///           right of a0
 [[gnu::always_inline]] inline const int32_t *turn_b1(const int32_t *b, int32_t a0) {
   return b + (b[-1] < a0 ? 1 : -1);
 }
