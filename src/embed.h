@@ -10,8 +10,10 @@
 
 #include "pagescope.h"
 #include "presentation.h"
+#include "scales.h"
 #include "scrolling.h"
 #include "small_database.h"
+#include "tolvane_cb.h"
 #include "view_state.h"
 
 #include "bx_tolvane_utils.h"

@@ -9,6 +9,8 @@
 #include "ui/motif_utils.h"
 #include "ui/widgets.h"
 #include "view/pagescope.h"
+#include "view/scales.h"
+#include "view/tolvane_cb.h"
 #include "view/view_state.h"
 
 #include <X11/Xresource.h>
@@ -73,10 +75,9 @@ void last_page() {
 
 template <int32_t step>
 void rescale() {
-  const Widget toggles[] = {scale_100, scale_75, scale_50};
   const int32_t wanted = Reduced + step;
-  if (wanted < 0 || wanted > 2) return bell();
-  set_button_and_notify(toggles[wanted], 1);
+  if (!is_scale(wanted)) return bell();
+  set_button_and_notify(scale_toggle(wanted), 1);
 }
 
 template <int32_t turn>

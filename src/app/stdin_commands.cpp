@@ -15,9 +15,10 @@
 #include "support/trace.h"
 #include "support/whitespace.h"
 #include "ui/motif_utils.h"
-#include "ui/widgets.h"
 #include "view/pagescope.h"
+#include "view/scales.h"
 #include "view/scrolling.h"
+#include "view/tolvane_cb.h"
 #include "view/view_state.h"
 
 namespace tolvane {
@@ -118,15 +119,13 @@ bool rotate(Scan &) {
 /// One scale step; at the end of the scales only the bell. Unlike a click on a toggle it does not centre the page.
 template <int32_t step>
 bool rescale(Scan &) {
-  if (Reduced + step < 0 || Reduced + step > 2) {
+  if (!is_scale(Reduced + step)) {
     bell();
     return true;
   }
   Reduced += step;
   random_page(-1);
-  set_button(scale_100, Reduced == 0);
-  set_button(scale_75, Reduced == 1);
-  set_button(scale_50, Reduced == 2);
+  show_scale_on_toggles();
   return true;
 }
 

@@ -10,7 +10,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <initializer_list>
+#include <string>
 
 #include "app/app_state.h"
 #include "app/exit_tasks.h"
@@ -21,7 +21,9 @@
 #include "ui/widgets.h"
 #include "view/pagescope.h"
 #include "view/presentation.h"
+#include "view/scales.h"
 #include "view/scrolling.h"
+#include "view/tolvane_cb.h"
 #include "view/view_state.h"
 
 namespace tolvane {
@@ -59,16 +61,12 @@ int take_file_name(const char *text) {
   return set_fax_filename(text) ? 0 : too_long("fax file name", FAX_FILENAME_SIZE);
 }
 
-struct ScaleSwitch {
-  const char *text;
-  int32_t reduced;
-};
-constexpr ScaleSwitch SCALE_SWITCHES[] = {{"-r", 1}, {"-r100", 0}, {"-r75", 1}, {"-r50", 2}};
-
-const ScaleSwitch *find_scale_switch(const char *text) {
-  for (const ScaleSwitch &known : SCALE_SWITCHES)
-    if (strcmp(text, known.text) == 0) return &known;
-  return nullptr;
+/// The scale index that a switch asks for, -1 if it is no scale switch. "-r" alone is "-r75".
+int32_t scale_of_switch(const std::string &text) {
+  if (text == "-r") return scale_of_percent(75);
+  for (int32_t i = 0; i < SCALE_COUNT; ++i)
+    if (text == "-r" + std::to_string(SCALES[i].percent)) return i;
+  return -1;
 }
 
 void catch_ctrl_c(int) {
@@ -100,12 +98,6 @@ int try_keysymdb(const char *home, const char *format) {
   return 1;
 }
 
-void show_scale_on_toggles() {
-  const Widget on = Reduced == 2 ? scale_50 : Reduced == 1 ? scale_75 : scale_100;
-  for (const Widget toggle : {scale_50, scale_75, scale_100}) set_button(toggle, 0);
-  set_button(on, 1);
-}
-
 }  // namespace
 
 int do_args(int argc, char **argv) {
@@ -113,8 +105,8 @@ int do_args(int argc, char **argv) {
     const char *argument = argv[i];
     const char *next = i + 1 < argc ? argv[i + 1] : nullptr;
     int failed = 0;
-    if (const ScaleSwitch *known = find_scale_switch(argument)) {
-      Reduced = known->reduced;
+    if (const int32_t index = scale_of_switch(argument); index >= 0) {
+      Reduced = index;
     } else if (strcmp(argument, "-p") == 0) {
       failed = take_name("printer name", next, Printer_name);
       ++i;

@@ -11,6 +11,7 @@
 #include "cli/page_survey.h"
 #include "cli/page_writers.h"
 #include "view/rasteriser.h"
+#include "view/scales.h"
 #include "view/small_database.h"
 #include "view/view_state.h"
 
@@ -25,11 +26,17 @@ int32_t page_wanted = 1;
 int32_t scale_index;
 int32_t degrees;
 
+std::vector<Choice> scale_choices() {
+  std::vector<Choice> choices;
+  for (int32_t i = 0; i < SCALE_COUNT; ++i) choices.emplace_back(std::to_string(SCALES[i].percent), i);
+  return choices;
+}
+
 void declare(CLI::App &usage) {
   usage.add_option("FILE", file, "the fax file; - is standard input")->required();
   usage.add_option("OUT", out, "the file to make; - is standard output")->required();
   usage.add_option("-p,--page", page_wanted, "the page, 1 unless given")->check(CLI::Range(1, INT_MAX));
-  add_choice(usage, "--scale", scale_index, {{"100", 0}, {"75", 1}, {"50", 2}}, "percent, 100 unless given");
+  add_choice(usage, "--scale", scale_index, scale_choices(), "percent, 100 unless given");
   add_choice(usage, "--orientation", degrees, {{"0", 0}, {"90", 90}, {"180", 180}, {"270", 270}},
              "degrees, 0 unless given: 90 has the top of the page at the left");
   usage.add_option("-f,--format", format_name, "the format, by the ending of OUT unless given")

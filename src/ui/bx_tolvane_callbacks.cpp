@@ -9,6 +9,7 @@
 #include "view/pagescope.h"
 #include "view/presentation.h"
 #include "view/scrolling.h"
+#include "view/tolvane_cb.h"
 
 #include <cstdint>
 

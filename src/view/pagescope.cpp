@@ -187,32 +187,9 @@ void process_t4(const uint8_t *data, int32_t length, uint8_t *bits, int32_t Xsiz
   display_fax_info2(text);
 }
 
-void rotate_view(int32_t degrees) {
-  orientation = degrees;
-  if (do_this_page() != 0) return;
-  generate_page();
-  refresh_view();
-}
-
-void view_size_cb(int32_t percent) {
-  const int32_t chosen = percent == 50 ? 2 : percent == 75 ? 1 : 0;
-  if (chosen == Reduced) return;
-  Reduced = chosen;
-  random_page(-1);
-  tn_center_fax();
-}
-
 void free_bitmap() {
   free(bitmap);
   bitmap = nullptr;
-}
-
-int prev_page_cb() {
-  return random_page(page_number);
-}
-
-int next_page_cb() {
-  return random_page(page_number + 2);
 }
 
 void display_page_number(int32_t n) {

@@ -40,19 +40,8 @@ int random_page(int32_t n);
 /// @param Xsize   picture width and most rows at the present scale, as `scale_sizes` gives them
 void process_t4(const uint8_t *data, int32_t length, uint8_t *bits, int32_t Xsize, int32_t Ysize);
 
-/// Shows the page at an orientation of 0, 90, 180 or 270 degrees. If the page cannot be read the orientation has
-/// changed all the same, and the old picture stays until the next page.
-void rotate_view(int32_t degrees);
-
-/// Shows the page at a scale of 100, 75 or 50 percent; does nothing if that is the scale in force.
-void view_size_cb(int32_t percent);
-
 /// Frees the bitmap, if there is one. The next load allocates it again.
 void free_bitmap();
-
-/// The neighbouring pages; results of `random_page`.
-int prev_page_cb();
-int next_page_cb();
 
 /// Puts the slider on a page number, from 1. A page beyond the slider's range puts it at its end.
 void display_page_number(int32_t n);

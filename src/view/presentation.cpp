@@ -5,6 +5,7 @@
 
 #include "support/trace.h"
 #include "ui/widgets.h"
+#include "view/scales.h"
 
 #include <memory>
 
@@ -25,14 +26,14 @@ constexpr int TRIANGLES = 100, TRIANGLE_STEP = 15, TRIANGLE_WIDTH = 10, TRIANGLE
 Extents shown;
 
 // The shell's size at each scale, as the program set it last and as somebody else did; a width of 0 is none.
-uint16_t own_width[3], own_height[3];
-uint16_t user_width[3], user_height[3];
+uint16_t own_width[SCALE_COUNT], own_height[SCALE_COUNT];
+uint16_t user_width[SCALE_COUNT], user_height[SCALE_COUNT];
 // The shell's size when the program last asked for another one. The event that tells of it may still be on the way:
 // that of the popup comes when the first page has been set up.
 Dimension replaced_width, replaced_height;
 
 size_t scale_index() {
-  return Reduced == 1 || Reduced == 2 ? static_cast<size_t>(Reduced) : 0;
+  return is_scale(Reduced) ? static_cast<size_t>(Reduced) : 0;
 }
 
 bool nothing_to_show() {

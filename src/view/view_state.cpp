@@ -2,6 +2,8 @@
 // that `Ysize8` is the length of a bitmap row at 90 and 270 degrees, not a height.
 #include "view/view_state.h"
 
+#include "view/scales.h"
+
 #include <algorithm>
 #include <cstring>
 
@@ -29,7 +31,7 @@ int set_fax_filename(const char *name) {
 }
 
 ScaleSizes scale_sizes(int32_t reduced) {
-  const int32_t divisor = reduced == 1 || reduced == 2 ? reduced + 2 : 2;
+  const int32_t divisor = scale_at(reduced).divisor;
   const int32_t width = LINE_PIXELS / divisor;
   const int32_t height = 2 * FULL_ROWS / divisor;
   return {divisor, width, height, width / 8, height / 8};

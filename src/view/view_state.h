@@ -27,7 +27,7 @@ constexpr size_t BITMAP_SIZE = 108 * 6976;  ///< twice 864 x 3488 pixels: orient
 /// The one picture buffer, BITMAP_SIZE bytes from `malloc`, or null. A set bit is black, the leftmost pixel is 0x80.
 extern uint8_t *bitmap;
 
-extern int32_t Reduced;      ///< scale index: 0 is "100%", 1 is "75%", 2 is "50%"
+extern int32_t Reduced;      ///< scale index, an index of SCALES: 0 is "100%", 1 is "75%", 2 is "50%"
 extern int32_t orientation;  ///< degrees: 0, 90, 180 or 270
 extern int32_t High_res;     ///< non-zero: the file has fine resolution
 extern int32_t page_number;  ///< the page shown, counted from 0
@@ -42,7 +42,7 @@ struct ScaleSizes {
   int32_t Ysize8;   ///< bytes of a bitmap row at orientations 90 and 270
 };
 
-/// The sizes at scale index `reduced`; any value but 1 and 2 is 100%.
+/// The sizes at scale index `reduced`; any value that is no index is 100%.
 ScaleSizes scale_sizes(int32_t reduced);
 
 /// Where the picture lies in the bitmap, in pixels but for `Bpl`.

@@ -14,6 +14,7 @@
 #include "app/tn_api_functions.h"
 #include "ui/widgets.h"
 #include "view/pagescope.h"
+#include "view/tolvane_cb.h"
 
 #include <Xm/Xm.h>
 
