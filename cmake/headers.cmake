@@ -6,8 +6,8 @@ file(GLOB TOLVANE_FAX_HEADERS CONFIGURE_DEPENDS
   ${PROJECT_SOURCE_DIR}/src/faxlib.h ${PROJECT_SOURCE_DIR}/src/support/*.h ${PROJECT_SOURCE_DIR}/src/faxfile/*.h
   ${PROJECT_SOURCE_DIR}/src/t4/*.h)
 file(GLOB TOLVANE_VIEW_HEADERS CONFIGURE_DEPENDS
-  ${PROJECT_SOURCE_DIR}/src/embed.h ${PROJECT_SOURCE_DIR}/src/ui/*.h ${PROJECT_SOURCE_DIR}/src/view/*.h
-  ${PROJECT_SOURCE_DIR}/src/app/*.h)
+  ${PROJECT_SOURCE_DIR}/src/embed.h ${PROJECT_SOURCE_DIR}/src/ui/*.h ${PROJECT_SOURCE_DIR}/src/ui/window/*.h
+  ${PROJECT_SOURCE_DIR}/src/view/*.h ${PROJECT_SOURCE_DIR}/src/view/screen/*.h ${PROJECT_SOURCE_DIR}/src/app/*.h)
 
 file(MAKE_DIRECTORY ${TOLVANE_HEADER_DIR}/tolvane)
 foreach(header ${TOLVANE_FAX_HEADERS} ${TOLVANE_VIEW_HEADERS})

@@ -3,7 +3,7 @@
 
 #include <stdlib.h>
 
-#include "view/pagescope.h"
+#include "view/screen/pagescope.h"
 #include "view/small_database.h"
 
 namespace tolvane {

@@ -8,9 +8,9 @@
 #include "app/tn_api_functions.h"
 #include "ui/motif_utils.h"
 #include "ui/widgets.h"
-#include "view/pagescope.h"
+#include "view/screen/pagescope.h"
 #include "view/scales.h"
-#include "view/tolvane_cb.h"
+#include "view/screen/tolvane_cb.h"
 #include "view/view_state.h"
 
 #include <X11/Xresource.h>

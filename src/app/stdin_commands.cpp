@@ -15,10 +15,10 @@
 #include "support/trace.h"
 #include "support/whitespace.h"
 #include "ui/motif_utils.h"
-#include "view/pagescope.h"
+#include "view/screen/pagescope.h"
 #include "view/scales.h"
-#include "view/scrolling.h"
-#include "view/tolvane_cb.h"
+#include "view/screen/scrolling.h"
+#include "view/screen/tolvane_cb.h"
 #include "view/view_state.h"
 
 namespace tolvane {

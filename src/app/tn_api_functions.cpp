@@ -4,7 +4,7 @@
 
 #include "app/exit_tasks.h"
 #include "ui/widgets.h"
-#include "view/pagescope.h"
+#include "view/screen/pagescope.h"
 #include "view/view_state.h"
 
 #include <X11/Xlib.h>

@@ -19,11 +19,11 @@
 #include "app/usage.h"
 #include "ui/motif_utils.h"
 #include "ui/widgets.h"
-#include "view/pagescope.h"
-#include "view/presentation.h"
+#include "view/screen/pagescope.h"
+#include "view/screen/presentation.h"
 #include "view/scales.h"
-#include "view/scrolling.h"
-#include "view/tolvane_cb.h"
+#include "view/screen/scrolling.h"
+#include "view/screen/tolvane_cb.h"
 #include "view/view_state.h"
 
 namespace tolvane {

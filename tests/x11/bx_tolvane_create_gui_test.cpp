@@ -1,6 +1,6 @@
 #include "x11/xt_app.h"
 
-#include "ui/bx_tolvane_create_gui.h"
+#include "ui/window/bx_tolvane_create_gui.h"
 #include "ui/motif_utils.h"
 #include "ui/widgets.h"
 

@@ -7,14 +7,14 @@
 
 #include "helpers/fax_bytes.h"
 #include "helpers/temp_dir.h"
-#include "view/presentation.h"
+#include "view/screen/presentation.h"
 #include "view/view_state.h"
 
 #include "app/open_view.h"
 #include "app/tn_api_functions.h"
 #include "ui/widgets.h"
-#include "view/pagescope.h"
-#include "view/tolvane_cb.h"
+#include "view/screen/pagescope.h"
+#include "view/screen/tolvane_cb.h"
 
 #include <Xm/Xm.h>
 

@@ -1,9 +1,9 @@
 // The window as data: a row for each widget in the order of creation, a row for each child of the form with the sides
 // it is attached by, and one procedure that builds a row. What the controls do lives in the callbacks.
 // The order of the rows is binding: a form lays out, and the keyboard walks, in the order of creation.
-#include "ui/bx_tolvane_create_gui.h"
+#include "ui/window/bx_tolvane_create_gui.h"
 
-#include "ui/bx_tolvane_callbacks.h"
+#include "ui/window/bx_tolvane_callbacks.h"
 #include "ui/bx_tolvane_utils.h"
 #include "ui/widgets.h"
 

@@ -1,11 +1,11 @@
 // The bitmap on the screen and the window around it: painting, the window's size at each scale, the marker line.
 #pragma once
 
-#include "view_state.h"
-
 #include <cstdint>
 
 namespace tolvane {
+
+struct Extents;
 
 /// Takes the extents of a new page, clears the window and sets the shell's size. Paints nothing.
 void set_up_view(const Extents &extents);

@@ -1,15 +1,15 @@
 // The one place where the window knows what stands behind it. No logic lives here: a callback reads its event and makes
 // one call. The call data are of another type in each widget class, so a callback fits only the control it was made
 // for.
-#include "ui/bx_tolvane_callbacks.h"
+#include "ui/window/bx_tolvane_callbacks.h"
 
 #include "app/print_handoff.h"
 #include "app/tn_api_functions.h"
 #include "ui/widgets.h"
-#include "view/pagescope.h"
-#include "view/presentation.h"
-#include "view/scrolling.h"
-#include "view/tolvane_cb.h"
+#include "view/screen/pagescope.h"
+#include "view/screen/presentation.h"
+#include "view/screen/scrolling.h"
+#include "view/screen/tolvane_cb.h"
 
 #include <cstdint>
 

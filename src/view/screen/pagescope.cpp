@@ -1,7 +1,7 @@
 // The page cycle: file, coded page, bitmap, extents, screen. Painting is presentation's, the bits are the rasteriser's.
 // Nothing is kept between two cycles: every change of page, scale or orientation reads and decodes the page again, and
 // a page that cannot be read leaves everything as it was.
-#include "view/pagescope.h"
+#include "view/screen/pagescope.h"
 
 #include "faxfile/fax_header.h"
 #include "faxfile/pages.h"
@@ -11,7 +11,7 @@
 #include "support/trace_config.h"
 #include "ui/motif_utils.h"
 #include "ui/widgets.h"
-#include "view/presentation.h"
+#include "view/screen/presentation.h"
 #include "view/rasteriser.h"
 #include "view/small_database.h"
 #include "view/view_state.h"

@@ -1,11 +1,11 @@
 // The operations behind the controls. Each changes one setting of the view and runs the page cycle again; a page that
 // cannot be read leaves the new setting in place and the old picture on the screen.
-#include "view/tolvane_cb.h"
+#include "view/screen/tolvane_cb.h"
 
 #include "ui/motif_utils.h"
 #include "ui/widgets.h"
-#include "view/pagescope.h"
-#include "view/presentation.h"
+#include "view/screen/pagescope.h"
+#include "view/screen/presentation.h"
 #include "view/scales.h"
 #include "view/view_state.h"
 

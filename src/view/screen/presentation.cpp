@@ -1,11 +1,12 @@
 // The bitmap on the screen and the window around it. What the bitmap holds is the rasteriser's, when it is painted anew
 // is the page cycle's. The image given to Xlib is a wrapper round the one bitmap, with rows that may overlap: nothing
 // is copied here, and nothing here may free it.
-#include "view/presentation.h"
+#include "view/screen/presentation.h"
 
 #include "support/trace.h"
 #include "ui/widgets.h"
 #include "view/scales.h"
+#include "view/view_state.h"
 
 #include <memory>
 

@@ -1,10 +1,10 @@
 // Steps down and up the page. Turning the page is the page cycle's. A chunk goes straight to the bottom or the top of
 // the page, not by one view: a page of more than two views has a middle that only the bar itself reaches.
-#include "view/scrolling.h"
+#include "view/screen/scrolling.h"
 
 #include "ui/widgets.h"
-#include "view/pagescope.h"
-#include "view/presentation.h"
+#include "view/screen/pagescope.h"
+#include "view/screen/presentation.h"
 #include "view/view_state.h"
 
 #include <algorithm>
