@@ -4,11 +4,15 @@
 
 #include <CLI/CLI.hpp>
 
-#include "cli/fax_document.h"
 #include "cli/options.h"
-#include "cli/page_coding.h"
+#include "document/fax_composition.h"
+#include "document/fax_document.h"
+#include "document/page_coding.h"
 #include "faxfile/header_lines.h"
 #include "faxfile/usorbport.h"
+#include "io/input_file.h"
+#include "io/output_file.h"
+#include "io/spool.h"
 #include "support/handle.h"
 #include "t4/line.h"
 
@@ -110,7 +114,7 @@ Status insert_pages(const std::string &path, int32_t place, const PageInput &inp
 
   OutputFile output;
   if (output.open(path) != DONE) return FAILED;
-  const Descriptor spool(open_spool(output.working_path()));
+  const Descriptor spool = open_spool(output.working_path());
   if (!spool) return system_failure(output.name());
   int32_t new_pages = 0;
   const Status read = code_pages(input, document.coding, written_resolution(document), spool.get(), new_pages);
@@ -120,8 +124,9 @@ Status insert_pages(const std::string &path, int32_t place, const PageInput &inp
 
   const int64_t end = records_end(document);
   const int64_t cut = place > document.record_count() ? end : document.records[static_cast<size_t>(place) - 1].offset;
-  const RecordRange ranges[] = {
-      {document.fd, document.records_start, cut}, {spool.get(), 0, file_size(spool.get())}, {document.fd, cut, end}};
+  const RecordRange ranges[] = {{document.fd.get(), document.records_start, cut},
+                                {spool.get(), 0, file_size(spool.get())},
+                                {document.fd.get(), cut, end}};
   if (write_fax(output, document.lines, ranges) != DONE || output.commit() != DONE) return FAILED;
   return read;
 }

@@ -4,7 +4,7 @@
 #include <string>
 #include <vector>
 
-#include "page_source.h"
+#include "formats/page_readers.h"
 
 namespace CLI {
 class App;

@@ -5,7 +5,8 @@
 #include <cstdio>
 
 #include "cli/commands.h"
-#include "cli/page_survey.h"
+#include "document/fax_composition.h"
+#include "document/page_survey.h"
 #include "faxfile/header_lines.h"
 #include "faxfile/usorbport.h"
 #include "t4/line.h"

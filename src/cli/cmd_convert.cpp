@@ -12,12 +12,15 @@
 #include <map>
 
 #include "cli/commands.h"
-#include "cli/fax_document.h"
 #include "cli/options.h"
-#include "cli/page_coding.h"
+#include "document/fax_composition.h"
+#include "document/fax_document.h"
+#include "document/page_coding.h"
 #include "faxfile/header_lines.h"
 #include "faxfile/session_params.h"
 #include "faxfile/usorbport.h"
+#include "io/output_file.h"
+#include "io/unfinished_files.h"
 #include "support/handle.h"
 #include "t4/damage.h"
 #include "t4/t4dec_convert.h"
@@ -73,7 +76,8 @@ Status tell_damaged_pages(const FaxDocument &document) {
     const PageRecord &place = document.records[static_cast<size_t>(number) - 1];
     std::vector<uint8_t> record(static_cast<size_t>(place.length));
     DecodedPage decoded;
-    if (pread(document.fd, record.data(), record.size(), place.offset + 4) == static_cast<ssize_t>(record.size()) &&
+    if (pread(document.fd.get(), record.data(), record.size(), place.offset + 4) ==
+            static_cast<ssize_t>(record.size()) &&
         decode_page(record, document.coding, decoded))
       tell_damage(document.name(), number, decoded);
   }
@@ -93,7 +97,7 @@ bool converter_keeps_all(const FaxDocument &document) {
 
 Status convert_directly(const FaxDocument &document) {
   struct stat status;
-  if (fstat(document.fd, &status)) return system_failure(document.name());
+  if (fstat(document.fd.get(), &status)) return system_failure(document.name());
   if (!run_converter(document.path)) return FAILED;
   return keep_rights(document.path, status) ? DONE : system_failure(document.name());
 }
@@ -101,7 +105,7 @@ Status convert_directly(const FaxDocument &document) {
 /// Converts a copy that has a plain header, then joins the old header lines and the new pages.
 Status convert_by_copy(FaxDocument &document) {
   OutputFile copy, output;
-  const RecordRange all[] = {{document.fd, document.records_start, records_end(document)}};
+  const RecordRange all[] = {{document.fd.get(), document.records_start, records_end(document)}};
   const HeaderLines plain = leading_lines(document.record_count(), document.resolution, document.coding);
   if (copy.open(document.path) != DONE || write_fax(copy, plain, all) != DONE) return FAILED;
   if (!run_converter(copy.working_path())) return FAILED;
@@ -118,7 +122,7 @@ Status convert_by_copy(FaxDocument &document) {
       !pages || atoi(pages) != document.record_count())
     complain("%s: #PAGES is set to %d, which is how many pages there are", document.name(), document.record_count());
   set_header_value(document.lines, faxFileKeywordList[FAXFILE_PAGES], std::to_string(document.record_count()));
-  const RecordRange pages[] = {{converted.fd, converted.records_start, records_end(converted)}};
+  const RecordRange pages[] = {{converted.fd.get(), converted.records_start, records_end(converted)}};
   return write_fax(output, document.lines, pages) == DONE ? output.commit() : FAILED;
 }
 

@@ -4,11 +4,14 @@
 
 #include "cli/adding.h"
 #include "cli/commands.h"
-#include "cli/fax_document.h"
 #include "cli/keyword_values.h"
 #include "cli/options.h"
+#include "document/fax_composition.h"
+#include "document/fax_document.h"
 #include "faxfile/header_lines.h"
 #include "faxfile/usorbport.h"
+#include "io/output_file.h"
+#include "io/spool.h"
 #include "support/handle.h"
 #include "t4/line.h"
 
@@ -50,7 +53,7 @@ Status run() {
   if (const Status status = add_keywords(wanted); status != DONE) return status;
   OutputFile output;
   if (output.open(out) != DONE) return FAILED;
-  const Descriptor spool(open_spool(output.working_path()));
+  const Descriptor spool = open_spool(output.working_path());
   if (!spool) return system_failure(output.name());
   int32_t pages = 0;
   const Status read = code_pages(input, coding, resolution, spool.get(), pages);

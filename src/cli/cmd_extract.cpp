@@ -6,12 +6,14 @@
 #include <cstring>
 
 #include "cli/commands.h"
-#include "cli/fax_lines.h"
 #include "cli/options.h"
-#include "cli/page_coding.h"
 #include "cli/page_selection.h"
-#include "cli/page_survey.h"
-#include "cli/page_writers.h"
+#include "document/page_coding.h"
+#include "document/page_survey.h"
+#include "formats/fax_lines.h"
+#include "formats/page_writers.h"
+#include "io/file_names.h"
+#include "io/output_file.h"
 
 namespace tolvane {
 namespace {

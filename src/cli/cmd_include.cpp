@@ -3,11 +3,14 @@
 #include <CLI/CLI.hpp>
 
 #include "cli/commands.h"
-#include "cli/fax_document.h"
-#include "cli/page_coding.h"
+#include "document/fax_composition.h"
+#include "document/fax_document.h"
+#include "document/page_coding.h"
 #include "faxfile/header_lines.h"
 #include "faxfile/pages.h"
 #include "faxfile/session_params.h"
+#include "io/file_names.h"
+#include "io/output_file.h"
 
 namespace tolvane {
 namespace {

@@ -6,10 +6,10 @@
 #include <cstdio>
 
 #include "cli/commands.h"
-#include "cli/fax_lines.h"
-#include "cli/page_survey.h"
+#include "document/page_survey.h"
 #include "faxfile/session_params.h"
 #include "faxfile/usorbport.h"
+#include "formats/fax_lines.h"
 
 namespace tolvane {
 namespace {
@@ -41,7 +41,7 @@ const char *resolution_name(const FaxDocument &document) {
 
 void print_text(const FaxDocument &document, const std::vector<PageFacts> &pages) {
   printf("file:        %s\n", document.name());
-  printf("size:        %lld bytes\n", static_cast<long long>(file_size(document.fd)));
+  printf("size:        %lld bytes\n", static_cast<long long>(file_size(document.fd.get())));
   printf("coding:      %s\n", coding_name(document.coding));
   printf("resolution:  %s\n", resolution_name(document));
   printf("pages:       %d, %d of its own and %d from other files\n", readable_pages(document), document.record_count(),
@@ -87,7 +87,7 @@ void print_json(const FaxDocument &document, const std::vector<PageFacts> &pages
   }
   ordered_json object = {{"schema", JSON_SCHEMA},
                          {"file", document.name()},
-                         {"size", file_size(document.fd)},
+                         {"size", file_size(document.fd.get())},
                          {"coding", coding_name(document.coding)},
                          {"lines_per_inch", nullptr},
                          {"own_pages", document.record_count()},

@@ -4,7 +4,7 @@
 
 #include "cli/adding.h"
 #include "cli/commands.h"
-#include "cli/fax_document.h"
+#include "document/fax_document.h"
 
 namespace tolvane {
 namespace {

@@ -8,10 +8,12 @@
 #include <utility>
 
 #include "cli/commands.h"
-#include "cli/fax_document.h"
 #include "cli/keyword_values.h"
+#include "document/fax_composition.h"
+#include "document/fax_document.h"
 #include "faxfile/header_lines.h"
 #include "faxfile/usorbport.h"
+#include "io/output_file.h"
 
 namespace tolvane {
 namespace {

@@ -6,9 +6,11 @@
 
 #include "cli/commands.h"
 #include "cli/options.h"
-#include "cli/page_coding.h"
-#include "cli/transcoder.h"
+#include "document/fax_composition.h"
+#include "document/transcoder.h"
 #include "faxfile/header_lines.h"
+#include "io/file_names.h"
+#include "io/output_file.h"
 
 namespace tolvane {
 namespace {

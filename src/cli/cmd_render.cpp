@@ -5,11 +5,13 @@
 #include <climits>
 
 #include "cli/commands.h"
-#include "cli/fax_lines.h"
 #include "cli/options.h"
-#include "cli/page_coding.h"
-#include "cli/page_survey.h"
-#include "cli/page_writers.h"
+#include "document/page_coding.h"
+#include "document/page_survey.h"
+#include "formats/fax_lines.h"
+#include "formats/page_writers.h"
+#include "io/file_names.h"
+#include "io/output_file.h"
 #include "view/rasteriser.h"
 #include "view/scales.h"
 #include "view/small_database.h"
@@ -45,7 +47,7 @@ void declare(CLI::App &usage) {
 
 /// Sets what the rasteriser reads: the resolution as the viewer's own header reader finds it.
 Status set_view(const FaxDocument &document) {
-  if (!tn_extract_header_info(("/dev/fd/" + std::to_string(document.fd)).c_str()))
+  if (!tn_extract_header_info(("/dev/fd/" + std::to_string(document.fd.get())).c_str()))
     return failure("%s: the viewer cannot read its header", document.name());
   High_res = decimal_value(Resolution);
   Reduced = scale_index;

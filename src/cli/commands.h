@@ -1,7 +1,7 @@
 // The commands of tolvane-fax: each lives in a file of its own, cmd_<name>.cpp, and is a row of the table in main.
 #pragma once
 
-#include "report.h"
+#include "io/report.h"
 
 namespace CLI {
 class App;

@@ -4,7 +4,7 @@
 #include <string>
 #include <utility>
 
-#include "report.h"
+#include "io/report.h"
 
 namespace tolvane {
 

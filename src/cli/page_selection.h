@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-#include "report.h"
+#include "io/report.h"
 
 namespace tolvane {
 

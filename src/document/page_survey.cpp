@@ -1,5 +1,7 @@
 // One walk over the pages of a document, for the commands that report on it.
-#include "cli/page_survey.h"
+#include "document/page_survey.h"
+
+#include "io/input_file.h"
 
 namespace tolvane {
 namespace {

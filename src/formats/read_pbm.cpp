@@ -2,7 +2,7 @@
 // read: TIFF and PNG bring those.
 #include <cctype>
 
-#include "cli/page_readers.h"
+#include "formats/page_readers.h"
 
 namespace tolvane {
 namespace {

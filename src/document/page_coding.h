@@ -7,11 +7,10 @@
 #include <string>
 #include <vector>
 
-#include "report.h"
+#include "io/report.h"
+#include "t4/damage.h"
 
 namespace tolvane {
-
-enum class Damage : int32_t;
 
 /// A place where a page is damaged.
 struct LineDamage {

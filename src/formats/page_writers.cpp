@@ -1,5 +1,5 @@
 // The table of the formats that pages are written in.
-#include "cli/page_writers.h"
+#include "formats/page_writers.h"
 
 #include <strings.h>
 

@@ -1,6 +1,6 @@
 // Diagnostics and progress on standard error. Results never pass through here: they go to standard output, from the
 // command that has them. A diagnostic first wipes the progress line, so that the two never stand on one line.
-#include "cli/report.h"
+#include "io/report.h"
 
 #include <errno.h>
 #include <unistd.h>

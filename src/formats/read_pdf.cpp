@@ -9,7 +9,7 @@
 #include <cmath>
 #include <memory>
 
-#include "cli/page_readers.h"
+#include "formats/page_readers.h"
 
 namespace tolvane {
 namespace {

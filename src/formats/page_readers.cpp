@@ -1,16 +1,17 @@
 // Which reader takes a file. The readers themselves stand in a file each; pictures leave here with the resolution that
 // the user gave in place of the file's own.
-#include "cli/page_source.h"
+#include "formats/page_readers.h"
 
 #include <algorithm>
+#include <cinttypes>
 #include <iterator>
 #include <string_view>
 
-#include "cli/files.h"
+#include "io/input_file.h"
 
 namespace tolvane {
 namespace {
-[[gnu::used]] const char SCCS_ID[] = "@(#)|page_source|9|01|1|0|0|11/22/26|21:30:00";
+[[gnu::used]] const char SCCS_ID[] = "@(#)|page_readers|9|01|1|0|0|11/22/26|21:30:00";
 
 using reader_fn = Status (*)(const PictureFile &file, const SourceOptions &options, const page_sink &sink);
 
@@ -48,6 +49,15 @@ Status read_pages(const std::string &path, const SourceOptions &options, const p
   if (format == std::end(formats))
     return failure("%s: not a TIFF, PBM, PNG or PDF file (raw coded data needs --raw)", file.name);
   return format->read(file, options, corrected);
+}
+
+Status check_picture_size(const char *name, int32_t page, int64_t width, int64_t height) {
+  if (width < 1 || height < 1)
+    return failure("%s: page %d: a picture of %" PRId64 " x %" PRId64 " pixels", name, page, width, height);
+  if (width > WIDEST_PICTURE || height > LARGEST_PICTURE / width)
+    return failure("%s: page %d is %" PRId64 " x %" PRId64 " pixels: the limit is %d across and %" PRId64 " in all",
+                   name, page, width, height, WIDEST_PICTURE, LARGEST_PICTURE);
+  return DONE;
 }
 
 }  // namespace tolvane

@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-#include "fax_document.h"
+#include "document/fax_composition.h"
 
 namespace tolvane {
 
@@ -13,11 +13,6 @@ namespace tolvane {
 /// another is decoded and coded anew, and its lines doubled or merged.
 class Transcoder {
  public:
-  Transcoder() = default;
-  ~Transcoder();
-  Transcoder(const Transcoder &) = delete;
-  Transcoder &operator=(const Transcoder &) = delete;
-
   /// @param output  the file that the records are for: the nameless one is made beside it
   Status open(const OutputFile &output, int32_t coding, int32_t resolution);
 
@@ -31,7 +26,7 @@ class Transcoder {
   int32_t count() const { return count_; }
 
  private:
-  int fd_ = -1;
+  Descriptor spool_;
   int32_t coding_ = 0, resolution_ = 0, count_ = 0;
 };
 

@@ -1,10 +1,10 @@
 // Lines to record and back, through the library's one encoder and one decoder. Both take plain functions and keep
 // process-wide state, hence the file-local variables: one page at a time.
-#include "cli/page_coding.h"
+#include "document/page_coding.h"
 
 #include <algorithm>
 
-#include "cli/fax_lines.h"
+#include "formats/fax_lines.h"
 #include "t4/damage.h"
 #include "t4/enct4.h"
 #include "t4/line.h"

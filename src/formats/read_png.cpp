@@ -6,7 +6,7 @@
 #include <cmath>
 #include <string_view>
 
-#include "cli/page_readers.h"
+#include "formats/page_readers.h"
 
 namespace tolvane {
 namespace {

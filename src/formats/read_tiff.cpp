@@ -10,7 +10,7 @@
 #include <utility>
 #include <vector>
 
-#include "cli/page_readers.h"
+#include "formats/page_readers.h"
 #include "t4/line.h"
 
 namespace tolvane {

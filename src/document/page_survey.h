@@ -5,8 +5,8 @@
 #include <string>
 #include <vector>
 
-#include "fax_document.h"
-#include "page_coding.h"
+#include "document/fax_document.h"
+#include "document/page_coding.h"
 
 namespace tolvane {
 

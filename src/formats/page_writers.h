@@ -6,8 +6,8 @@
 #include <string>
 #include <vector>
 
-#include "files.h"
-#include "report.h"
+#include "io/output_file.h"
+#include "io/report.h"
 
 namespace tolvane {
 

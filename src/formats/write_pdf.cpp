@@ -8,7 +8,8 @@
 #include <memory>
 #include <utility>
 
-#include "cli/page_writers.h"
+#include "formats/page_writers.h"
+#include "io/output_file.h"
 #include "support/handle.h"
 
 namespace tolvane {

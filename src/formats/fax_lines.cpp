@@ -1,6 +1,6 @@
 // Scaling, halftoning and placing of one page. A bilevel picture that needs no scaling passes through here bit by bit:
 // 0 and 255 are left alone by both ways of making black and white.
-#include "cli/fax_lines.h"
+#include "formats/fax_lines.h"
 
 #include <algorithm>
 #include <cmath>

@@ -6,7 +6,8 @@
 
 #include <cmath>
 
-#include "cli/page_writers.h"
+#include "formats/page_writers.h"
+#include "io/output_file.h"
 
 namespace tolvane {
 namespace {

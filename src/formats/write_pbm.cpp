@@ -1,7 +1,8 @@
 // PBM: a short text and the rows as they are. Its pixels have no size, so one that has square pixels is asked for.
 #include <errno.h>
 
-#include "cli/page_writers.h"
+#include "formats/page_writers.h"
+#include "io/output_file.h"
 #include "support/handle.h"
 
 namespace tolvane {

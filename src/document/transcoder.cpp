@@ -1,12 +1,12 @@
 // From fax page to fax page. Every page is decoded, also one that is passed on as it is: damage is told when a page is
 // handled, not when somebody looks at it years later.
-#include "cli/transcoder.h"
+#include "document/transcoder.h"
 
-#include <unistd.h>
-
-#include "cli/fax_lines.h"
-#include "cli/page_coding.h"
+#include "document/page_coding.h"
 #include "faxfile/usorbport.h"
+#include "formats/fax_lines.h"
+#include "io/output_file.h"
+#include "io/spool.h"
 
 namespace tolvane {
 namespace {
@@ -27,15 +27,11 @@ bool change_resolution(std::vector<uint8_t> &lines, int32_t from, int32_t to) {
 
 }  // namespace
 
-Transcoder::~Transcoder() {
-  if (fd_ >= 0) close(fd_);
-}
-
 Status Transcoder::open(const OutputFile &output, int32_t coding, int32_t resolution) {
   coding_ = coding;
   resolution_ = resolution;
-  fd_ = open_spool(output.working_path());
-  return fd_ < 0 ? system_failure(output.name()) : DONE;
+  spool_ = open_spool(output.working_path());
+  return spool_ ? DONE : system_failure(output.name());
 }
 
 Status Transcoder::add(const FaxDocument &document, int32_t page) {
@@ -52,11 +48,11 @@ Status Transcoder::add(const FaxDocument &document, int32_t page) {
   if (found.coding != coding_ || resolution != resolution_)
     found.record = encode_page(decoded.lines, coding_, resolution_);
   if (++count_ > MOST_RECORDS) return failure("more than %d pages in one file", MOST_RECORDS);
-  return append_record(fd_, found.record) == DONE ? status : FAILED;
+  return append_record(spool_.get(), found.record) == DONE ? status : FAILED;
 }
 
 RecordRange Transcoder::records() const {
-  return {fd_, 0, file_size(fd_)};
+  return {spool_.get(), 0, file_size(spool_.get())};
 }
 
 }  // namespace tolvane

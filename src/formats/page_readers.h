@@ -4,9 +4,10 @@
 #include <cstdint>
 #include <functional>
 #include <span>
+#include <string>
 
-#include "fax_lines.h"
-#include "report.h"
+#include "formats/fax_lines.h"
+#include "io/report.h"
 
 namespace tolvane {
 
@@ -48,5 +49,12 @@ Status read_pdf(const PictureFile &file, const SourceOptions &options, const pag
 
 /// What to complain of when a picture is too large to read, with its size; DONE if it is not.
 Status check_picture_size(const char *name, int32_t page, int64_t width, int64_t height);
+
+/// Reads all pictures of a file in order and hands each to `sink`. The reader is chosen by the first bytes of the file,
+/// unless `options` says that it is raw.
+///
+/// @param path  `-` is standard input
+/// @return DONE; DAMAGED when coded lines were damaged; FAILED: all after a message that names file, page and place
+Status read_pages(const std::string &path, const SourceOptions &options, const page_sink &sink);
 
 }  // namespace tolvane

@@ -1,0 +1,104 @@
+// Header lines are compared whole: a value that contains the name of a keyword is left alone.
+#include "document/fax_composition.h"
+
+#include <unistd.h>
+
+#include <algorithm>
+#include <iterator>
+#include <string_view>
+
+#include "faxfile/header_lines.h"
+#include "faxfile/page_writer.h"
+#include "faxfile/session_params.h"
+#include "faxfile/usorbport.h"
+#include "io/output_file.h"
+#include "io/spool.h"
+
+namespace tolvane {
+namespace {
+[[gnu::used]] const char SCCS_ID[] = "@(#)|fax_composition|9|01|1|0|0|11/23/26|04:30:00";
+
+constexpr size_t MOST_LINES = 99;         // lines that the viewer's header reader takes
+constexpr size_t LONGEST_HEADER = 32767;  // bytes of a header in which keywords can be read
+
+constexpr FaxKeyword structural[] = {FAXFILE_PAGES, FAXFILE_RESOLUTION, FAXFILE_INCLUDE_PAGES, FAXFILE_INCLUDE,
+                                     FAXFILE_COMPRESSION};
+
+const char *keyword(FaxKeyword number) {
+  return faxFileKeywordList[number];
+}
+
+/// A line that would be taken for an inclusion, although it is none: the text is looked for anywhere in the header.
+bool hides_inclusion(const std::string &line) {
+  const std::string_view text = "INCLUDE:";
+  const size_t place = line.find(text, line.starts_with(text) ? text.size() : 0);
+  return place != std::string::npos;
+}
+
+}  // namespace
+
+std::vector<std::string> leading_lines(int32_t pages, int32_t resolution, int32_t coding) {
+  HeaderLines lines;
+  set_header_value(lines, keyword(FAXFILE_PAGES), std::to_string(pages));
+  set_header_value(lines, keyword(FAXFILE_RESOLUTION), std::string(1, static_cast<char>(VRtoascii(resolution))));
+  set_header_value(lines, keyword(FAXFILE_COMPRESSION), std::string(1, static_cast<char>(DFtoascii(coding))));
+  return lines;
+}
+
+std::string inclusion_line(const Inclusion &inclusion, int32_t at) {
+  return std::string(keyword(FAXFILE_INCLUDE)) + ':' + inclusion.name + ' ' + std::to_string(at) + ' ' +
+         std::to_string(inclusion.count);
+}
+
+bool is_structural(const std::string &line) {
+  return std::any_of(std::begin(structural), std::end(structural),
+                     [&](FaxKeyword number) { return header_line_value(line, keyword(number)); });
+}
+
+Status set_page_counts(const char *name, std::vector<std::string> &lines, int32_t records) {
+  std::vector<Inclusion> inclusions;
+  if (!read_inclusions(lines, inclusions))
+    return failure("%s: an INCLUDE line is out of order or has not three fields", name);
+  set_header_value(lines, keyword(FAXFILE_PAGES), std::to_string(records));
+  if (!inclusions.empty() || find_header_value(lines, keyword(FAXFILE_INCLUDE_PAGES)))
+    set_header_value(lines, keyword(FAXFILE_INCLUDE_PAGES), std::to_string(sum_of_counts(inclusions)));
+  return DONE;
+}
+
+Status check_header(const char *name, const std::vector<std::string> &lines) {
+  std::vector<Inclusion> inclusions;
+  if (!read_inclusions(lines, inclusions))
+    return failure("%s: the INCLUDE lines would be out of order or not have three fields", name);
+  const size_t longest = inclusions.empty() ? LONGEST_HEADER : LONGEST_SCANNED;
+  if (lines.size() > MOST_LINES) return failure("%s: more than %zu header lines cannot be viewed", name, MOST_LINES);
+  if (header_length(lines) > longest) return failure("%s: the header would be longer than %zu bytes", name, longest);
+  for (const std::string &line : lines) {
+    if (line.find(static_cast<char>(FAXFILE_TERMINATOR)) != std::string::npos)
+      return failure("%s: a byte 29 would end the header early", name);
+    if (hides_inclusion(line)) return failure("%s: \"INCLUDE:\" inside a value would be taken for an inclusion", name);
+  }
+  return DONE;
+}
+
+Status append_record(int fd, std::span<const uint8_t> data) {
+  constexpr uint8_t nothing[1] = {};  // the library takes no null for the data of an empty page
+  const uint8_t *bytes = data.empty() ? nothing : data.data();
+  if (FaxFileAppendEncodedPage(fd, bytes, static_cast<int32_t>(data.size())) == FAXFILE_OK) return DONE;
+  return system_failure("coded pages");
+}
+
+Status write_fax(const OutputFile &output, const std::vector<std::string> &lines, std::span<const RecordRange> ranges) {
+  if (!write_header_lines(output.fd(), lines)) return system_failure(output.name());
+  for (const RecordRange &range : ranges) {
+    if (lseek(range.fd, range.begin, SEEK_SET) < 0 || !copy_bytes(range.fd, output.fd(), range.end - range.begin))
+      return system_failure(output.name());
+  }
+  return DONE;
+}
+
+Status write_fax_header_lines(const FaxDocument &document, OutputFile &output) {
+  const RecordRange all[] = {{document.fd.get(), document.records_start, records_end(document) + document.lost_bytes}};
+  return write_fax(output, document.lines, all) == DONE ? output.commit() : FAILED;
+}
+
+}  // namespace tolvane

@@ -1,0 +1,66 @@
+// Opening inputs, and mapping them whole. The readers of the formats look at the bytes.
+#include "io/input_file.h"
+
+#include <errno.h>
+#include <fcntl.h>
+#include <sys/mman.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include "io/spool.h"
+
+namespace tolvane {
+namespace {
+[[gnu::used]] const char SCCS_ID[] = "@(#)|input_file|9|01|1|0|0|11/23/26|04:30:00";
+
+/// A descriptor that can be mapped for whatever `fd` is: a pipe is copied to a nameless file first.
+Descriptor seekable(Descriptor fd) {
+  struct stat status;
+  if (!fd || fstat(fd.get(), &status) || S_ISREG(status.st_mode)) return fd;
+  if (S_ISDIR(status.st_mode)) {
+    errno = EISDIR;
+    return Descriptor();
+  }
+  Descriptor spool = open_spool("");
+  if (spool && !copy_bytes(fd.get(), spool.get(), -1)) return Descriptor();
+  return spool;
+}
+
+}  // namespace
+
+std::string input_name(const std::string &path) {
+  return path == "-" ? "standard input" : path;
+}
+
+Descriptor open_input(const std::string &path) {
+  Descriptor fd = seekable(Descriptor(path == "-" ? dup(STDIN_FILENO) : open(path.c_str(), O_RDONLY)));
+  struct stat status;
+  if (!fd || fstat(fd.get(), &status)) {
+    system_failure(input_name(path).c_str());
+    return Descriptor();
+  }
+  if (status.st_size == 0) {
+    complain("%s: the file is empty", input_name(path).c_str());
+    return Descriptor();
+  }
+  return fd;
+}
+
+InputFile::~InputFile() {
+  if (data_) munmap(const_cast<uint8_t *>(data_), size_);
+}
+
+Status InputFile::open(const std::string &path) {
+  name_ = input_name(path);
+  const Descriptor fd = open_input(path);
+  struct stat status;
+  if (!fd) return FAILED;
+  if (fstat(fd.get(), &status)) return system_failure(name());
+  size_ = static_cast<size_t>(status.st_size);
+  void *mapping = mmap(nullptr, size_, PROT_READ, MAP_PRIVATE, fd.get(), 0);
+  if (mapping == MAP_FAILED) return system_failure(name());
+  data_ = static_cast<const uint8_t *>(mapping);
+  return DONE;
+}
+
+}  // namespace tolvane

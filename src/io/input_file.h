@@ -1,0 +1,43 @@
+// Files to read. `-` is standard input, which may be a pipe.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <span>
+#include <string>
+
+#include "io/report.h"
+#include "support/handle.h"
+
+namespace tolvane {
+
+/// For messages: the path, or "standard input" for `-`.
+std::string input_name(const std::string &path);
+
+/// Opens a file to read. A pipe is copied to a nameless file first, so that any position can be reached.
+///
+/// @return none after a message: missing, no permission, a directory, empty
+Descriptor open_input(const std::string &path);
+
+/// A file to read, mapped whole.
+class InputFile {
+ public:
+  InputFile() = default;
+  ~InputFile();
+  InputFile(const InputFile &) = delete;
+  InputFile &operator=(const InputFile &) = delete;
+
+  /// DONE, or FAILED after a message: missing, no permission, not a file, empty.
+  Status open(const std::string &path);
+
+  /// For messages: the path, or "standard input".
+  const char *name() const { return name_.c_str(); }
+  std::span<const uint8_t> bytes() const { return {data_, size_}; }
+
+ private:
+  std::string name_;
+  const uint8_t *data_ = nullptr;
+  size_t size_ = 0;
+};
+
+}  // namespace tolvane

@@ -1,0 +1,59 @@
+// The names are in fixed storage: a signal handler reads them.
+#include "io/unfinished_files.h"
+
+#include <errno.h>
+#include <fcntl.h>
+#include <signal.h>
+#include <stdlib.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cstring>
+#include <iterator>
+
+namespace tolvane {
+namespace {
+[[gnu::used]] const char SCCS_ID[] = "@(#)|unfinished_files|9|01|1|0|0|11/23/26|04:30:00";
+
+constexpr int endings[] = {SIGINT, SIGTERM, SIGHUP};
+char unfinished[4][4096];  // an empty name is a free slot
+
+void remove_unfinished(int signal_number) {
+  for (const char *path : unfinished) {
+    if (*path) unlink(path);
+  }
+  signal(signal_number, SIG_DFL);
+  raise(signal_number);
+}
+
+}  // namespace
+
+void note_unfinished_file(const std::string &path) {
+  for (const int ending : endings) {
+    // A signal that was ignored, as under nohup, stays ignored.
+    if (signal(ending, remove_unfinished) == SIG_IGN) signal(ending, SIG_IGN);
+  }
+  auto *slot = std::find_if(std::begin(unfinished), std::end(unfinished), [](const char *name) { return !*name; });
+  if (slot != std::end(unfinished) && path.size() < sizeof *slot) strcpy(*slot, path.c_str());
+}
+
+void forget_unfinished_file(const std::string &path) {
+  for (char *name : unfinished) {
+    if (path == name) *name = 0;
+  }
+}
+
+int make_unfinished_file(std::string &path) {
+  sigset_t waiting, before;
+  sigemptyset(&waiting);
+  for (const int ending : endings) sigaddset(&waiting, ending);
+  sigprocmask(SIG_BLOCK, &waiting, &before);
+  const int fd = mkostemp(path.data(), O_CLOEXEC);
+  const int kept = errno;
+  if (fd >= 0) note_unfinished_file(path);
+  sigprocmask(SIG_SETMASK, &before, nullptr);
+  errno = kept;
+  return fd;
+}
+
+}  // namespace tolvane

@@ -1,0 +1,18 @@
+// Outputs in the making: files that have a name while they are written and must not survive a signal.
+#pragma once
+
+#include <string>
+
+namespace tolvane {
+
+/// Removes a file when a signal (SIGINT, SIGTERM or SIGHUP) ends the program; four files at a time.
+void note_unfinished_file(const std::string &path);
+/// Keeps a file that was noted.
+void forget_unfinished_file(const std::string &path);
+
+/// Creates the file that `path`, ending in XXXXXX, names, and notes it. A signal in between waits.
+///
+/// @return a descriptor that the caller closes; -1 with errno set
+int make_unfinished_file(std::string &path);
+
+}  // namespace tolvane
