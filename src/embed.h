@@ -17,5 +17,8 @@
 #include "view_state.h"
 
 #include "bx_tolvane_utils.h"
+#include "motif_dialog.h"
+#include "motif_lists.h"
+#include "motif_tree.h"
 #include "motif_utils.h"
 #include "widgets.h"

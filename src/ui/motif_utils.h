@@ -1,6 +1,6 @@
-// One-line access to Motif widgets, and a few services of its own: a modal question, a walk over a widget tree that
-// goes through pulldown menus, a list selection kept across a rebuild, a wait for the screen, a clock cursor. One
-// thread; the texts that come back stand in static buffers until the next call of the same helper.
+// One-line access to labels, text fields, sliders and buttons, and a few services of the display: the bell, a clock
+// cursor, a wait for the screen. For one thread; the texts returned are in static buffers and valid until the next call
+// of the same helper.
 #pragma once
 
 #include <X11/Intrinsic.h>
@@ -13,6 +13,10 @@ namespace tolvane {
 /// @param context   its application context, served while `AskUser` and `wait_for_screen_update` wait
 /// @param toplevel  the application shell: parent of the question dialog, context of colour conversion
 void register_motif_utils_variables(Display *display, XtAppContext context, Widget toplevel);
+
+/// The context and the shell that were stored; null before.
+XtAppContext motif_utils_context();
+Widget motif_utils_shell();
 
 /// Sets the value of an `XmTextField` and puts the insertion position at its end.
 void set_textfield(Widget w, const char *text);
@@ -42,81 +46,6 @@ int button_is_set(Widget w);
 /// The widget name of an option menu's last choice, cut to 99 bytes at a character boundary; empty without a choice.
 /// @return a static buffer, overwritten by the next call
 char *get_menu_choice(Widget w);
-
-/// Lists: positions count from 1, and 0 in a result means that there is none.
-
-/// Appends an item to an `XmList`.
-void add_item_to_list(Widget list, const char *text);
-
-/// The text of the item at `pos`, cut to 999 bytes at a character boundary.
-/// @return a static buffer, overwritten by the next call; null if there is no such item or it has no text under
-///         `XmFONTLIST_DEFAULT_TAG`
-char *get_list_item(Widget list, int pos);
-
-/// How many items an `XmList` has, and how many of them are selected.
-int get_list_numb_items(Widget list);
-int numb_selected_items(Widget list);
-
-/// Selects every item, whatever the selection policy, which stays as it was; no callback fires.
-void select_all_items(Widget list);
-
-/// Empty the selection, and the list; no callback fires.
-void deselect_all_items(Widget list);
-void remove_all_items_from_list(Widget list);
-
-/// Selects the item at `pos`, or the last one if `pos` is greater.
-/// @param notify  non-zero fires the selection callback
-void select_list_position(Widget list, int pos, int notify);
-
-/// Selects the first item whose text equals `text`; items without text are passed over.
-/// @param notify  non-zero fires the selection callback
-/// @return the item's position, 0 if none matches
-int select_list_item(Widget list, const char *text, int notify);
-
-/// @return the position of the topmost visible item
-int get_list_top_item(Widget list);
-
-/// Scrolls so that the item at `pos` stands at the top; 0 or less means the first.
-void set_list_top_item(Widget list, int pos);
-
-/// @return 0 if nothing is selected
-int get_first_selected_position(Widget list);
-
-/// The text of the first selected item.
-///
-/// @param buffer  the caller's, large enough for any text of the list; empty if nothing is selected or the item has no
-///                text under `XmFONTLIST_DEFAULT_TAG`
-/// @return the item's position, 0 if nothing is selected
-int get_selected_item(Widget list, char *buffer);
-
-/// Remembers the positions selected in the list. One memory serves the process: a second save replaces the first.
-void save_selected_items(Widget list);
-
-/// Deselects all, then selects the positions saved, whatever the selection policy; no callback fires. A save is good
-/// for one restore.
-void restore_selected_items(Widget list);
-
-/// The question dialog, built by the first `AskUser` and kept; null until then.
-extern Widget question_popup;
-
-/// Callback of the dialog's buttons.
-/// @param client_data  an `int` that becomes 1 for the OK button, 0 for the cancel button and is left by any other
-///                     reason
-void response(Widget w, XtPointer client_data, XtPointer call_data);
-
-/// Puts a question in a modal dialog and serves events until it is answered, so that callbacks of the rest of the
-/// program can run inside this call.
-///
-/// @param question  a newline breaks the line
-/// @return 1 for yes; 0 for no, which is also the answer if the window manager closes the dialog
-int AskUser(const char *question, const char *yes_label, const char *no_label);
-
-/// Calls `function(widget, data)` for `w`, its descendants and the pulldown menus of cascade buttons, parents first.
-/// @return 0
-int apply_to_widget_tree(Widget w, void (*function)(Widget, int), int data);
-
-/// The first widget called `name` on the walk of `apply_to_widget_tree`, or null.
-Widget search_widget_by_name(Widget w, const char *name);
 
 /// Makes a widget answer the user's input, or not, with all that is in it.
 void sensitize(Widget w, int sensitive);

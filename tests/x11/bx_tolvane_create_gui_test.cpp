@@ -1,7 +1,7 @@
 #include "x11/xt_app.h"
 
 #include "ui/window/bx_tolvane_create_gui.h"
-#include "ui/motif_utils.h"
+#include "ui/motif_tree.h"
 #include "ui/widgets.h"
 
 #include <algorithm>
@@ -60,12 +60,12 @@ dismiss_button XmPushButton dismiss_print_buttons + Dismiss | | H M)";
 const char *const SIDES[] = {"top", "bottom", "left", "right"};
 
 std::string side_of(Widget w, const std::string &side) {
-  const auto attachment = resource<unsigned char>(w, side + "Attachment");
-  const std::string offset = "+" + std::to_string(resource<int>(w, side + "Offset"));
+  const auto attachment = resource<unsigned char>(w, (side + "Attachment").c_str());
+  const std::string offset = "+" + std::to_string(resource<int>(w, (side + "Offset").c_str()));
   if (attachment == XmATTACH_NONE) return "-";
   if (attachment == XmATTACH_FORM) return "form" + offset;
-  return (attachment == XmATTACH_WIDGET ? "" : "=") + std::string(XtName(resource<Widget>(w, side + "Widget"))) +
-         offset;
+  return (attachment == XmATTACH_WIDGET ? "" : "=") +
+         std::string(XtName(resource<Widget>(w, (side + "Widget").c_str()))) + offset;
 }
 
 struct MainWindow : testing::Test {
@@ -105,7 +105,7 @@ TEST_F(MainWindow, HasTheWidgetsWithTheirResources) {
       if (word == "M") word = "marginHeight=3";
       const size_t equals = word.find('=');
       // The widget holds the number in 1, 2 or 4 bytes: the low ones, as on all hosts of ours.
-      EXPECT_EQ(std::to_string(resource<XtArgVal>(w, word.substr(0, equals))), word.substr(equals + 1));
+      EXPECT_EQ(std::to_string(resource<XtArgVal>(w, word.substr(0, equals).c_str())), word.substr(equals + 1));
     }
   }
 }

@@ -1,5 +1,8 @@
 #include "x11/xt_app.h"
 
+#include "ui/motif_dialog.h"
+#include "ui/motif_lists.h"
+#include "ui/motif_tree.h"
 #include "ui/motif_utils.h"
 
 #include <Xm/XmAll.h>
@@ -77,6 +80,8 @@ TEST_F(Helpers, KeepSelectionsAcrossARebuild) {
     EXPECT_EQ(numb_selected_items(list), 2);  // there is no fourth any more
     EXPECT_FALSE(XmListPosSelected(list, 3));
     EXPECT_EQ(resource<unsigned char>(list, XmNselectionPolicy), policy);
+    restore_selected_items(list);  // a save is good for one restore
+    EXPECT_EQ(numb_selected_items(list), 0);
     XtDestroyWidget(list);
   }
 }

@@ -77,7 +77,7 @@ std::string written(XmString string) {
 }
 
 std::string written(Widget w, const char *name) {
-  const auto label = resource<XmString>(w, name);
+  const auto label = tolvane::resource<XmString>(w, name);
   const std::string out = written(label);
   XmStringFree(label);
   return out;

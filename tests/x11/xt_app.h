@@ -7,6 +7,8 @@
 
 #include "x11/display.h"
 
+#include "ui/motif_values.h"
+
 #include <Xm/Xm.h>
 
 struct XtApp {
@@ -28,14 +30,6 @@ struct XtApp {
 
 /// Opened at the first call, with the viewer's fallback resources, label converters and widget helpers.
 XtApp &xt_app();
-
-/// A resource of a widget, which must have this very type; 0 if the widget has none of that name.
-template <typename Value>
-Value resource(Widget w, const std::string &name) {
-  Value value{};
-  XtVaGetValues(w, name.c_str(), &value, nullptr);
-  return value;
-}
 
 /// A compound string written out: > and < changes of direction, [text], #tag where it is not the default, / a line
 /// break. Motif joins texts of one tag.
