@@ -6,6 +6,7 @@
 #include "getcwd.h"
 #include "handle.h"
 #include "ks_functions.h"
+#include "replace_file.h"
 #include "rev.h"
 #include "strlib.h"
 #include "trace.h"

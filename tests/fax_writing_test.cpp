@@ -186,6 +186,7 @@ TEST_F(FaxWriting, CrashesAndFullDisksLeaveTheWholeOldOrTheWholeNewFile) {
       bool ended = kind == Fault::kill && !atomic;
       for (int step = 1; !ended; ++step) {
         make("a", lines, PAGES);
+        fchmod(fd, 0604);
         const int entries = dir.entries();
         calls.clear();
         countdown = step;
@@ -201,6 +202,7 @@ TEST_F(FaxWriting, CrashesAndFullDisksLeaveTheWholeOldOrTheWholeNewFile) {
         const std::string bytes = read_file("a");
         ended = kind == Fault::kill ? WIFEXITED(status) : countdown > 0;
         ASSERT_TRUE(bytes == after || (bytes == old && !ended)) << "step " << step;
+        EXPECT_EQ(std::filesystem::status("a").permissions(), std::filesystem::perms(0604));
         if (kind == Fault::kill) continue;
         EXPECT_EQ(status, bytes == after ? 0 : status == 5 ? 5 : 7) << "step " << step;
         EXPECT_EQ(dir.entries(), entries);

@@ -12,6 +12,7 @@
 #include "faxfile/header_lines.h"
 #include "io/file_names.h"
 #include "io/output_file.h"
+#include "support/replace_file.h"
 
 namespace tolvane {
 namespace {

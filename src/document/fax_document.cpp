@@ -15,6 +15,7 @@
 #include "faxfile/usorbport.h"
 #include "io/file_names.h"
 #include "io/input_file.h"
+#include "support/replace_file.h"
 #include "t4/line.h"
 
 namespace tolvane {

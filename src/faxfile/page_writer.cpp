@@ -3,7 +3,6 @@
 // is not always the one of the descriptor that it is given.
 #include "faxfile/page_writer.h"
 
-#include <fcntl.h>
 #include <stdlib.h>
 #include <unistd.h>
 
@@ -13,6 +12,7 @@
 #include "faxfile/usorbport.h"
 #include "support/file.h"
 #include "support/handle.h"
+#include "support/replace_file.h"
 
 namespace tolvane {
 
@@ -34,16 +34,6 @@ int copy_bytes(int32_t from, int32_t to, int64_t count) {
     count -= static_cast<int64_t>(piece);
   }
   return 1;
-}
-
-// A file for reading and writing that has no name and is gone when it is closed. Never descriptor 0, which stands for
-// no spool file.
-Descriptor make_spool() {
-  char name[] = "/tmp/KMWXXXXXX";
-  const Descriptor made(mkostemp(name, O_CLOEXEC));
-  if (!made) return Descriptor();
-  unlink(name);
-  return Descriptor(fcntl(made.get(), F_DUPFD_CLOEXEC, 1));
 }
 
 int copy_spool(int32_t spool, int32_t target) {
@@ -179,7 +169,7 @@ int16_t FaxFileReadDecodedPage(int32_t fd, uint8_t *buffer, int32_t length) {
 
 int SaveFaxPages(int32_t fd, int32_t *spool) {
   if (fd < 0 || !spool) return 0;
-  Descriptor made = make_spool();
+  Descriptor made = open_spool(fd);
   if (!made) return 0;
   const off_t position = lseek(fd, 0, SEEK_CUR);
   if (position < 0 || !copy_bytes(fd, made.get(), file_size(fd) - position)) return 0;

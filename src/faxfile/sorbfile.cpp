@@ -14,8 +14,8 @@
 
 #include "faxfile/page_writer.h"
 #include "faxfile/usorbport.h"
-#include "support/file.h"
 #include "support/handle.h"
+#include "support/replace_file.h"
 
 namespace tolvane {
 namespace {
@@ -97,40 +97,14 @@ int16_t load(OldFile *old) {
   return save_pages(fd, &old->pages) ? FAXFILE_OK : FAXFILE_ERR_CREATE;
 }
 
-// Writes a header text and the pages of the old file to `path`, whole and on disk, with the mode of a new file.
-int16_t write_new(const char *path, const char *text, size_t length, OldFile *old) {
-  int32_t fd;
-  if (const int16_t code = FaxFileCreate(path, &fd); code != FAXFILE_OK) return code;
-  const Descriptor file(fd);
-  const mode_t mask = umask(0);
-  umask(mask);
-  const int done = write_at(fd, FAXFILE_PREAMBLE, text, length) && write_pages(&old->pages, fd) &&
-                   write_length(fd, length) && fchmod(fd, NEW_FILE_MODE & ~mask) == 0 && fsync(fd) == 0;
-  return done ? FAXFILE_OK : FAXFILE_ERR_WRITE;
-}
-
-// Puts the entry of a path on disk. A file system that can't tells nobody: the file has its name either way.
-void sync_directory(const char *path) {
-  char directory[PATH_LIMIT];
-  char copy[PATH_LIMIT];
-  const Descriptor opened(open(extractpath(directory, strcpy(copy, path)), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-  if (opened) fsync(opened.get());
-}
-
 // Replaces the file at `path` by one with this header text and the pages of the old file.
 int16_t replace(const char *path, const char *text, size_t length, OldFile *old) {
-  char unique[PATH_LIMIT];
-  if (strlen(path) >= sizeof unique) return FAXFILE_ERR_TEMPNAME;
-  getUniqueFileName(strcpy(unique, path));
-  if (!*unique) return errno == EEXIST || errno == ENAMETOOLONG ? FAXFILE_ERR_TEMPNAME : FAXFILE_ERR_CREATE;
-
-  int16_t code = write_new(unique, text, length, old);
-  if (code == FAXFILE_OK && !ks_move(unique, path)) code = FAXFILE_ERR_WRITE;
-  if (code == FAXFILE_OK)
-    sync_directory(path);
-  else
-    unlink(unique);
-  return code;
+  Replacement file;
+  if (!file.begin(path)) return errno == EEXIST || errno == ENAMETOOLONG ? FAXFILE_ERR_TEMPNAME : FAXFILE_ERR_CREATE;
+  const auto word = static_cast<uint32_t>(length);
+  const bool written = writeLongFlipped(file.fd(), &FAXFILE_MAGIC) == 4 && writeLongFlipped(file.fd(), &word) == 4 &&
+                       _pwrite(file.fd(), text, length) >= 0 && write_pages(&old->pages, file.fd());
+  return written && file.commit() ? FAXFILE_OK : FAXFILE_ERR_WRITE;
 }
 
 // Rewrites a file without the first match of a keyword, and with a new last line for it if there is a value.

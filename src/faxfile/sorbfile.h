@@ -40,8 +40,9 @@ int16_t FaxFileAddKeyword(int32_t fd, int16_t keyword, const char *value);
 int16_t FaxFileModifyKeyword(const char *path, int16_t keyword, const char *value);
 
 /// Deletes the first match of a keyword up to the end of its line; without a match the file stays as it is. The file is
-/// written anew beside the old one, and on disk before it takes its place, with the permission bits of a new file. At
-/// every moment `path` names the whole old or the whole new file; descriptors opened before go on showing the old one.
+/// written anew beside the old one, and on disk before it takes its place, with the mode and the owner of the old one.
+/// If `path` is a symbolic link, its target is replaced; hard links of the file keep the old content. At every moment
+/// `path` names the whole old or the whole new file; descriptors opened before go on showing the old one.
 ///
 /// @return 0; 15 for a bad argument; 8, 10, 6 if the file can't be opened, is no whole fax file with a header of at
 ///         most 65535 bytes, or can't be read; 4 without memory; 5 if the pages can't be spooled or the new file not be

@@ -25,12 +25,6 @@ bool same_file(const std::string &one, const std::string &other) {
   return std::filesystem::equivalent(one, other, failed);
 }
 
-std::string directory_of(const std::string &path) {
-  const size_t slash = path.rfind('/');
-  if (slash == std::string::npos) return ".";
-  return slash == 0 ? "/" : path.substr(0, slash);
-}
-
 bool is_numbered_pattern(const std::string &pattern) {
   return number_place(pattern).second != 0;
 }

@@ -9,9 +9,6 @@ namespace tolvane {
 /// Whether two paths name one file.
 bool same_file(const std::string &one, const std::string &other);
 
-/// The directory part of a path, "." if it has none.
-std::string directory_of(const std::string &path);
-
 /// Whether a pattern contains one number, `%d` or with a width as in `%03d`, and no other `%`.
 bool is_numbered_pattern(const std::string &pattern);
 

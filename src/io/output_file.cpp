@@ -12,6 +12,7 @@
 #include "io/file_names.h"
 #include "io/spool.h"
 #include "io/unfinished_files.h"
+#include "support/replace_file.h"
 
 namespace tolvane {
 namespace {

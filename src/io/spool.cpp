@@ -9,6 +9,7 @@
 #include <algorithm>
 
 #include "io/file_names.h"
+#include "support/replace_file.h"
 
 namespace tolvane {
 namespace {

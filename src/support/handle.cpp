@@ -3,6 +3,7 @@
 #include "support/handle.h"
 
 #include <errno.h>
+#include <fcntl.h>
 #include <unistd.h>
 
 #include <utility>
@@ -22,6 +23,11 @@ void Descriptor::reset(int fd) {
   const int kept = errno;
   close(old);
   errno = kept;
+}
+
+Descriptor above_standard_streams(Descriptor file) {
+  if (!file || file.get() > STDERR_FILENO) return file;
+  return Descriptor(fcntl(file.get(), F_DUPFD_CLOEXEC, STDERR_FILENO + 1));
 }
 
 ssize_t read_fully(int fd, void *buffer, size_t count) {

@@ -40,6 +40,10 @@ class Descriptor {
   int fd_;
 };
 
+/// Moves a descriptor that has the number of a standard stream, since that was closed, to a number above those: some
+/// callers take 0 for no descriptor, and anything that prints would write into the file.
+Descriptor above_standard_streams(Descriptor file);
+
 /// Reads until `count` bytes are there, the file ends, or a read fails; an interrupted read is taken up again.
 ///
 /// @return the bytes read, less than `count` only at the end of the file, or -1 with errno set

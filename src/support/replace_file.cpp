@@ -1,0 +1,190 @@
+// Files that appear complete or not at all. `rename` replaces a file in one step and `linkat` does not, so a nameless
+// file that replaces another one gets a name of its own for the moment between the two.
+#include "support/replace_file.h"
+
+#include <errno.h>
+#include <fcntl.h>
+#include <stdlib.h>
+#include <sys/random.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <climits>
+#include <utility>
+
+namespace tolvane {
+namespace {
+[[gnu::used]] const char SCCS_ID[] = "@(#)|replace_file|9|01|1|0|0|11/23/26|04:45:00";
+
+constexpr int NAME_ATTEMPTS = 100;
+constexpr int LINKS_FOLLOWED_MAX = 40;  // as the kernel
+
+// The path of an open file for calls that take a path; /proc leads to it even if it has no name.
+std::string descriptor_path(int fd) {
+  return "/proc/self/fd/" + std::to_string(fd);
+}
+
+// The path behind symbolic links, up to a name that is none, there or not.
+std::string follow_links(std::string path) {
+  char target[PATH_MAX];
+  for (int links = 0; links < LINKS_FOLLOWED_MAX; ++links) {
+    const ssize_t length = readlink(path.c_str(), target, sizeof target);
+    if (length < 0 || length == sizeof target) break;
+    const std::string name(target, static_cast<size_t>(length));
+    path = name.starts_with('/') ? name : directory_of(path) + '/' + name;
+  }
+  return path;
+}
+
+std::string unpredictable_name(const std::string &directory) {
+  constexpr char digits[] = "abcdefghijklmnopqrstuvwxyz234567";
+  unsigned char random[12] = {};
+  static_cast<void>(getentropy(random, sizeof random));  // O_EXCL is what keeps names apart
+  std::string name = directory + "/.tolvane-";
+  for (const unsigned char byte : random) name += digits[byte % 32];
+  return name;
+}
+
+Descriptor open_nameless(const std::string &directory, mode_t mode) {
+  return Descriptor(open(directory.c_str(), O_RDWR | O_TMPFILE | O_CLOEXEC, mode));
+}
+
+const char *temporary_directory() {
+  for (const char *variable : {"SORBEXTMP", "TMPDIR"}) {
+    const char *value = getenv(variable);
+    if (value && *value) return value;
+  }
+  return "/tmp";
+}
+
+Descriptor open_spool_in(const std::string &directory) {
+  constexpr mode_t PRIVATE = 0600;
+  Descriptor file = open_nameless(directory, PRIVATE);
+  for (int attempt = 0; !file && attempt < NAME_ATTEMPTS; ++attempt) {
+    const std::string name = unpredictable_name(directory);
+    file.reset(open(name.c_str(), O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC, PRIVATE));
+    if (file)
+      unlink(name.c_str());
+    else if (errno != EEXIST)
+      break;
+  }
+  return above_standard_streams(std::move(file));
+}
+}  // namespace
+
+bool Replacement::begin(const char *path, const ReplacementOptions &options) {
+  discard();
+  options_ = options;
+  path_ = follow_links(path);
+  directory_ = directory_of(path_);
+  replaces_ = stat(path_.c_str(), &replaced_) == 0;
+  if (replaces_ && !S_ISREG(replaced_.st_mode)) {
+    errno = S_ISDIR(replaced_.st_mode) ? EISDIR : EINVAL;
+    return false;
+  }
+  return create();
+}
+
+bool Replacement::create() {
+  const mode_t mode = replaces_ ? 0600 : 0666;  // of a file that is replaced, the mode comes with `commit`
+  if (options_.working_name) {
+    if (unlink(options_.working_name) != 0 && errno != ENOENT) return false;
+    return create_named(options_.working_name, mode);
+  }
+  if (!options_.needs_name) {
+    file_ = open_nameless(directory_, mode);
+    if (file_ && access(descriptor_path(file_.get()).c_str(), F_OK) == 0) return true;
+  }
+  for (int attempt = 0; attempt < NAME_ATTEMPTS; ++attempt) {
+    if (create_named(unpredictable_name(directory_), mode)) return true;
+    if (errno != EEXIST) break;
+  }
+  return false;
+}
+
+bool Replacement::create_named(const std::string &name, mode_t mode) {
+  working_path_ = name;
+  name_changes(true);
+  file_.reset(open(name.c_str(), O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC, mode));
+  if (file_) return true;
+  name_changes(false);
+  working_path_.clear();
+  return false;
+}
+
+bool Replacement::link_to(const std::string &name) {
+  return linkat(AT_FDCWD, descriptor_path(file_.get()).c_str(), AT_FDCWD, name.c_str(), AT_SYMLINK_FOLLOW) == 0;
+}
+
+// Gives a nameless file a name that `rename` can start from.
+bool Replacement::link_new_name() {
+  for (int attempt = 0; attempt < NAME_ATTEMPTS; ++attempt) {
+    working_path_ = unpredictable_name(directory_);
+    name_changes(true);
+    if (link_to(working_path_)) return true;
+    name_changes(false);
+    working_path_.clear();
+    if (errno != EEXIST) break;
+  }
+  return false;
+}
+
+// Only the super-user may give files away, but others may give them one of their groups; where neither is allowed, that
+// is no failure. The rights of a set-user-ID file don't go to another user.
+bool Replacement::keep_rights() {
+  const bool same_owner = fchown(file_.get(), replaced_.st_uid, replaced_.st_gid) == 0;
+  if (!same_owner) static_cast<void>(fchown(file_.get(), static_cast<uid_t>(-1), replaced_.st_gid) == 0);
+  return fchmod(file_.get(), replaced_.st_mode & (same_owner ? 07777 : 0777)) == 0;
+}
+
+bool Replacement::commit() {
+  if ((replaces_ && !keep_rights()) || fsync(file_.get()) != 0) return false;
+  const bool nameless = working_path_.empty();
+  const bool linked = nameless && !replaces_ && link_to(path_);
+  if (!linked) {
+    if (nameless && !link_new_name()) return false;
+    if (rename(working_path_.c_str(), path_.c_str()) != 0) return false;
+    name_changes(false);
+    working_path_.clear();
+  }
+  // A file system that can't sync a directory is no failure: the file has its name either way.
+  const Descriptor directory(open(directory_.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+  if (directory) fsync(directory.get());
+  return true;
+}
+
+void Replacement::discard() {
+  if (!working_path_.empty()) {
+    const int kept = errno;
+    unlink(working_path_.c_str());
+    name_changes(false);
+    working_path_.clear();
+    errno = kept;
+  }
+  file_.reset();
+}
+
+void Replacement::name_changes(bool exists) {
+  if (options_.on_name) options_.on_name(working_path_.c_str(), exists);
+}
+
+Descriptor open_spool(const char *beside) {
+  Descriptor file;
+  if (beside) file = open_spool_in(directory_of(beside));
+  return file ? std::move(file) : open_spool_in(temporary_directory());
+}
+
+Descriptor open_spool(int beside) {
+  char path[PATH_MAX];
+  const ssize_t length = readlink(descriptor_path(beside).c_str(), path, sizeof path - 1);
+  path[std::max<ssize_t>(length, 0)] = '\0';
+  return open_spool(*path == '/' ? path : nullptr);  // a pipe has a path of another form
+}
+
+std::string directory_of(const std::string &path) {
+  const size_t slash = path.rfind('/');
+  if (slash == std::string::npos) return ".";
+  return slash == 0 ? "/" : path.substr(0, slash);
+}
+
+}  // namespace tolvane

@@ -1,0 +1,85 @@
+// Replacing a file whole, and files without a name. Nothing here knows what the files contain.
+//
+// A new file is written beside the one it replaces and takes its name in one step, once it is on disk: at every moment
+// the path names the whole old file or the whole new one. Where the file system allows, the new file has no name until
+// it is complete (O_TMPFILE), so that a process that is killed leaves nothing behind.
+#pragma once
+
+#include <sys/stat.h>
+
+#include <string>
+
+#include "handle.h"
+
+namespace tolvane {
+
+/// Called before a file that is not complete gets a name, with `exists` true, and after it has lost that name, with
+/// `exists` false: for a signal handler that removes such files.
+using working_name_fn = void (*)(const char *path, bool exists);
+
+struct ReplacementOptions {
+  const char *working_name = nullptr;  ///< path that the incomplete file has; a file of that name is removed first
+  bool needs_name = false;             ///< the incomplete file has a name, for operations that take a path
+  working_name_fn on_name = nullptr;
+};
+
+/// A file that replaces another one, or is new. All operations set errno on failure.
+class Replacement {
+ public:
+  Replacement() = default;
+  /// Removes the file unless `commit` succeeded.
+  ~Replacement() { discard(); }
+  Replacement(const Replacement &) = delete;
+  Replacement &operator=(const Replacement &) = delete;
+
+  /// Makes an empty file, open for reading and writing, in the directory of `path`. If `path` is a symbolic link, its
+  /// target is replaced and the link stays.
+  ///
+  /// @return false if `path` is there and not a regular file, or the directory takes no new file; the name of the
+  ///         incomplete file is ENAMETOOLONG or EEXIST
+  bool begin(const char *path, const ReplacementOptions &options = {});
+  int fd() const { return file_.get(); }
+  /// The path of the incomplete file; empty while it has none.
+  const char *working_path() const { return working_path_.c_str(); }
+
+  /// Puts the file on disk and gives it the name. A file that replaces another one gets its mode and group, and its
+  /// owner as far as the process may set it; the mode of a new one follows from the process mask. Hard links of the
+  /// replaced file keep the old content.
+  ///
+  /// @return false with the old file as it was
+  bool commit();
+  /// Removes the file. A Replacement can begin again.
+  void discard();
+
+ private:
+  bool create();
+  bool create_named(const std::string &name, mode_t mode);
+  bool link_to(const std::string &name);
+  bool link_new_name();
+  bool keep_rights();
+  void name_changes(bool exists);
+
+  Descriptor file_;
+  ReplacementOptions options_;
+  std::string path_, directory_, working_path_;
+  bool replaces_ = false;
+  struct stat replaced_ = {};
+};
+
+/// An empty file without a name, open for reading and writing, gone when it is closed. Its descriptor is above those of
+/// the standard streams.
+///
+/// It lies in the directory of the file that it serves, whose file system has room for such data. If that directory
+/// takes no new file, or there is none, it lies in the directory of the environment variable SORBEXTMP, or of TMPDIR,
+/// or in /tmp: the first of the variables that is set and not empty decides.
+///
+/// @param beside  path of the file that the spool serves, or null
+/// @return none with errno set if it can't be made
+Descriptor open_spool(const char *beside);
+/// The same for an open file.
+Descriptor open_spool(int beside);
+
+/// The directory part of a path: "." if it has none.
+std::string directory_of(const std::string &path);
+
+}  // namespace tolvane

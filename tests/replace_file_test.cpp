@@ -1,0 +1,137 @@
+// Files replaced whole: what the path names, what is kept of the old file, and what is left over.
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <sys/syscall.h>
+#include <unistd.h>
+
+#include <cstdarg>
+
+#include "helpers/temp_dir.h"
+#include "support/replace_file.h"
+
+using namespace tolvane;
+namespace fs = std::filesystem;
+
+namespace {
+bool nameless_files;     // whether the file system allows them
+std::string names_seen;  // + a name, - a name
+}  // namespace
+
+// This stands before the C library's.
+extern "C" int open(const char *path, int flags, ...) {
+  va_list arguments;
+  va_start(arguments, flags);
+  const int mode = va_arg(arguments, int);
+  va_end(arguments);
+  if (!nameless_files && (flags & O_TMPFILE) == O_TMPFILE) {
+    errno = EOPNOTSUPP;
+    return -1;
+  }
+  return static_cast<int>(syscall(SYS_openat, AT_FDCWD, path, flags, mode));
+}
+
+namespace {
+void note(const char *path, bool exists) {
+  names_seen += (exists ? '+' : '-') + fs::path(path).filename().string().substr(0, 9) + ' ';
+}
+
+class ReplaceFile : public testing::TestWithParam<bool> {
+ protected:
+  ReplaceFile() {
+    fs::current_path(dir.string());
+    nameless_files = GetParam();
+    umask(027);
+  }
+  ~ReplaceFile() override { nameless_files = true; }
+
+  const TempDir dir;
+  const std::string name_seen = "+.tolvane- -.tolvane- ";
+};
+INSTANTIATE_TEST_SUITE_P(Nameless, ReplaceFile, testing::Bool());
+}  // namespace
+
+TEST_P(ReplaceFile, GivesTheNameInOneStepAndKeepsModesLinksAndNothingElse) {
+  dir.write("old", "old");
+  fs::create_directory("other");
+  dir.write("other/old", "old");
+  chmod("old", 04751);
+  dir.write("told", "a file of another program");
+  fs::create_hard_link("told", "other/told");
+  fs::create_symlink("other/old", "link");
+  fs::create_symlink("other/../other/fresh", "dangling");
+  // The path, the options, the file that is made or replaced, its mode, and the names that the incomplete file had.
+  const std::tuple<const char *, ReplacementOptions, const char *, mode_t, std::string> cases[] = {
+      {"fresh", {}, "fresh", 0640, GetParam() ? "" : name_seen},
+      {"old", {}, "old", 04751, name_seen},
+      {"link", {}, "other/old", 0640, name_seen},
+      {"dangling", {}, "other/fresh", 0640, GetParam() ? "" : name_seen},
+      {"old", {.needs_name = true}, "old", 04751, name_seen},
+      {"old", {.working_name = "told"}, "old", 04751, "+told -told "}};
+  for (auto [path, options, file, mode, names] : cases) {
+    for (const bool commits : {false, true}) {
+      const std::string before = fs::exists(file) ? read_file(file) : "none";
+      const int entries = dir.entries() - (options.working_name && !commits);
+      names_seen.clear();
+      options.on_name = note;
+      {
+        Replacement replacement;
+        ASSERT_TRUE(replacement.begin(path, options)) << path << ": " << strerror(errno);
+        EXPECT_EQ(write_fully(replacement.fd(), "new", 3), 1);
+        EXPECT_EQ(options.needs_name || options.working_name || !GetParam(), *replacement.working_path() != '\0');
+        EXPECT_EQ(fs::exists(file) ? read_file(file) : "none", before) << path;
+        EXPECT_TRUE(!commits || replacement.commit()) << path << ": " << strerror(errno);
+      }
+      EXPECT_EQ(dir.entries(), entries + (commits && before == "none" && fs::path(file).parent_path().empty())) << path;
+      EXPECT_TRUE(commits ? names_seen == names : names == name_seen || names_seen == names) << path << names_seen;
+    }
+    EXPECT_EQ(read_file(file), "new") << path;
+    EXPECT_EQ(static_cast<mode_t>(fs::status(file).permissions()), mode) << path;
+  }
+  EXPECT_TRUE(fs::is_symlink("link") && fs::is_symlink("dangling"));
+  EXPECT_EQ(read_file("other/told"), "a file of another program") << "not written through a hard link";
+}
+
+TEST_P(ReplaceFile, RefusesWhatCannotBeReplaced) {
+  fs::create_directory("dir");
+  ASSERT_EQ(mkfifo("fifo", 0600), 0);
+  fs::create_symlink("loop", "loop");
+  for (const auto &[path, error] : {std::pair("dir", EISDIR), {"fifo", EINVAL}, {"no/file", ENOENT}}) {
+    EXPECT_FALSE(Replacement().begin(path));
+    EXPECT_EQ(errno, error) << path;
+  }
+  Replacement replacement;
+  ASSERT_TRUE(replacement.begin("late"));
+  fs::create_directory("late");
+  EXPECT_FALSE(replacement.commit());
+  replacement.discard();
+  EXPECT_EQ(dir.entries(), 4);
+}
+
+TEST_P(ReplaceFile, SpoolsLieBesideTheirFileOrInTheFirstTemporaryDirectoryThatIsSet) {
+  fs::create_directory("beside");
+  dir.write("beside/fax", "");
+  const std::string here = fs::canonical(dir.string()).string();
+  const Descriptor fax(open("beside/fax", O_RDONLY, 0));
+  setenv("TMPDIR", here.c_str(), 1);
+  setenv("SORBEXTMP", "", 1);
+  const auto place = [](const Descriptor &spool) {
+    struct stat status = {};
+    EXPECT_TRUE(spool && fstat(spool.get(), &status) == 0 && status.st_nlink == 0) << strerror(errno);
+    return fs::read_symlink("/proc/self/fd/" + std::to_string(spool.get())).parent_path().string();
+  };
+  EXPECT_EQ(place(open_spool("beside/fax")), here + "/beside");
+  EXPECT_EQ(place(open_spool(fax.get())), here + "/beside");
+  EXPECT_EQ(place(open_spool("no/fax")), here);
+  setenv("SORBEXTMP", (here + "/beside").c_str(), 1);
+  EXPECT_EQ(place(open_spool(nullptr)), here + "/beside");
+  setenv("SORBEXTMP", (here + "/none").c_str(), 1);
+  EXPECT_FALSE(open_spool(nullptr));
+  EXPECT_EQ(dir.entries(), 1);
+  const int input = dup(0);
+  close(0);
+  const Descriptor spool = open_spool("beside/fax");
+  EXPECT_GT(spool.get(), 2) << "standard input is closed";
+  dup2(input, 0);
+  close(input);
+}
