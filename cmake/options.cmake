@@ -2,6 +2,7 @@
 
 option(TOLVANE_BUILD_TESTS "Build the tests" ON)
 option(TOLVANE_BUILD_BENCH "Build the benchmarks" OFF)
+option(TOLVANE_BUILD_FUZZ "Build the fuzz targets; needs clang" OFF)
 # Memory and file calls go through a layer that tells overruns, double frees and files closed twice on standard error;
 # see docs/tracing.md. Everything else is left out, since it would free blocks of the layer past it.
 option(TOLVANE_DEBUG_ALLOC "Build the libraries and the viewer only, on top of the debugging allocator" OFF)
@@ -26,6 +27,6 @@ target_compile_definitions(tolvane_own INTERFACE _FILE_OFFSET_BITS=64)
 if(TOLVANE_SANITIZE)
   add_compile_options(-fsanitize=${TOLVANE_SANITIZE} -fno-omit-frame-pointer -fno-sanitize-recover=undefined)
   # The instrumentation blurs the compiler's view of what is initialised; the sanitizers themselves see it.
-  add_compile_options(-Wno-maybe-uninitialized)
+  add_compile_options($<$<CXX_COMPILER_ID:GNU>:-Wno-maybe-uninitialized>)
   add_link_options(-fsanitize=${TOLVANE_SANITIZE})
 endif()

@@ -1,0 +1,84 @@
+// What the viewer is told in text: TRACES, labels, and the words on its standard input. The procedures that the words
+// start are replaced by ones that look at what they are given.
+#include <Xm/Xm.h>
+#include <sanitizer/lsan_interface.h>
+#include <stdlib.h>
+#include <string.h>
+#include <unistd.h>
+
+#include <algorithm>
+
+#include "app/stdin_commands.h"
+#include "fuzz.h"
+#include "support/trace.h"
+#include "support/trace_config.h"
+#include "ui/bx_tolvane_utils.h"
+#include "view/view_state.h"
+
+void fuzz_traces(Input input) {
+  using namespace tolvane;
+  std::string text = input.text();
+  // No trace files but in the directory for them.
+  for (size_t at = 0; at < text.size(); ++at)
+    if (text[at] == '/' && (at == 0 || isspace(static_cast<unsigned char>(text[at - 1])))) text[at] = '_';
+  setenv("SORBEXHOME", scratch().string().c_str(), 1);
+  scratch().write("TRACES", text);
+  tr_init(scratch().string().c_str(), scratch().string().c_str());
+  const int result = open_trace_file(input.pick(2) == 0 ? "tolvane" : "/opt/tolvane");
+  require(result == 0 || result == 1, "a yes or no");
+  require(!tr_is_trace_on() || Trace_fp, "a stream of an open trace");
+  trprintf("%s", "one line\n");
+  tr_close();
+  Trace_on = 0;  // else the next `tr_init` is refused
+}
+
+void fuzz_labels(Input input) {
+  using namespace tolvane;
+  const std::string text(input.text().c_str());
+  const __lsan::ScopedDisabler toolkit;  // it counts the users of a string up to 255 and then loses it
+  const XmString string = StringToXmString(text.c_str());
+  require(string != nullptr, "a string of every label");
+  XmStringFree(string);
+
+  XmStringTable table = nullptr;
+  XrmValue from{static_cast<unsigned>(text.size() + 1), const_cast<char *>(text.c_str())};
+  XrmValue to{sizeof table, reinterpret_cast<XPointer>(&table)};
+  Cardinal no_arguments = 0;
+  require(CvtStringToXmStringTable(nullptr, nullptr, &no_arguments, &from, &to, nullptr), "a table of every text");
+  const auto most =
+      static_cast<size_t>(std::count_if(text.begin(), text.end(), [](char c) { return c == ',' || c == '\n'; }));
+  size_t entries = 0;
+  while (table[entries]) ++entries;
+  require(entries == 0 ? text.empty() : entries <= most + 1, "no more entries than separators part");
+  XmStringTableCvtDestroy(nullptr, &to, nullptr, nullptr, nullptr);
+}
+
+namespace tolvane {
+
+int random_page(int32_t page) {
+  return page > 7;
+}
+void view_arbitrary_fax(const char *path) {
+  require(*path && !strpbrk(path, " \n\t") && strcmp(path, Fullpath_fax_filename) == 0, "a name without white space");
+}
+void rotate_view(int32_t degrees) {
+  require(degrees >= 0 && degrees % 90 == 0, "a right angle");
+}
+int chunk_scroll(int forward) {
+  return forward ? 1 : -1;
+}
+void scroll_up() {}
+void scroll_down() {}
+void bell() {}
+void show_scale_on_toggles() {}
+
+}  // namespace tolvane
+
+void fuzz_commands(Input input) {
+  // The text has its exact size, and two zeros after it, as a read leaves it.
+  std::vector<char> text(input.bytes.begin(), input.bytes.end());
+  text.insert(text.end(), 2, '\0');
+  tolvane::process_stdin_command(text.data(), static_cast<int32_t>(input.bytes.size()));
+  require(tolvane::Reduced >= 0 && tolvane::Reduced <= 2, "a scale");
+  tolvane::Reduced = 0;
+}
