@@ -6,13 +6,14 @@
 #include "helpers/encoded_page.h"
 #include "helpers/fax_bytes.h"
 #include "helpers/fax_tool.h"
+#include "helpers/places.h"
 
 using testing::HasSubstr;
 using Faults = ToolTest;
 
 TEST_F(Faults, BadPagesAreNamedAndNothingIsMade) {
   const std::string png = shell("convert -size 300x300 xc:gray png:-").out, page = pbm(random_page(1, 2));
-  const std::string tiff = read_file(TOLVANE_SOURCE_DIR "/bench/charts/itu4.tif");
+  const std::string tiff = read_file(in_checkout("bench/charts/itu4.tif"));
   const struct {
     std::string bytes;
     int status;
@@ -69,14 +70,14 @@ TEST_F(Faults, AFullDiskLosesNothing) {
 
 // A file of the tool's own would take the place of a channel that is closed.
 TEST_F(Faults, ClosedStandardChannelsStayOutOfTheFiles) {
-  dir.write("bad.tif", spoilt(read_file(TOLVANE_SOURCE_DIR "/bench/charts/itu4.tif"), 1));
+  dir.write("bad.tif", spoilt(read_file(in_checkout("bench/charts/itu4.tif")), 1));
   EXPECT_EQ(run("create bad.fax bad.tif 2>&-").status, 3);
   EXPECT_EQ(shell("TMPDIR=bad.tif $tool create - bad.tif").status, 2) << "what is not complete stays out of the way";
   EXPECT_EQ(run("check bad.fax <&-").out.substr(0, 15), "bad.fax: good, ");
 }
 
 TEST_F(Faults, ASignalLeavesNoHalfMadeFile) {
-  ChildProcess child({TOLVANE_BUILD_DIR "/tolvane-fax", "create", "out.fax", "-"}, {}, dir.string());
+  ChildProcess child({in_build("tolvane-fax"), "create", "out.fax", "-"}, {}, dir.string());
   child.write("P4 1728 30000\n");
   for (int i = 0; i < 200 && dir.entries() == 0; ++i) usleep(10000);
   EXPECT_EQ(dir.entries(), 1);

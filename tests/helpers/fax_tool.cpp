@@ -7,6 +7,7 @@
 
 #include "helpers/child_process.h"
 #include "helpers/encoded_page.h"
+#include "helpers/places.h"
 
 namespace {
 
@@ -20,8 +21,7 @@ uint32_t word_at(const std::string &bytes, size_t at) {
 
 ToolRun ToolTest::shell(const std::string &command, const std::string &input) const {
   ChildProcess child({"sh", "-c", command},
-                     {"tool=" TOLVANE_BUILD_DIR "/tolvane-fax", "charts=" TOLVANE_SOURCE_DIR "/bench/charts"},
-                     dir.string());
+                     {"tool=" + in_build("tolvane-fax"), "charts=" + in_checkout("bench/charts")}, dir.string());
   child.write(input);
   child.close_input();
   const int status = child.wait(Milliseconds(60000));

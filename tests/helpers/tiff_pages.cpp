@@ -3,6 +3,8 @@
 #include <sys/mman.h>
 #include <unistd.h>
 
+#include "helpers/places.h"
+
 namespace {
 
 /// Opens a file in memory; libtiff closes what it is given, so it gets a descriptor of its own.
@@ -29,7 +31,7 @@ void describe_page(TIFF *tiff, TiffCoding coding, uint32_t width, uint32_t heigh
 
 Picture load_chart(const std::string &name) {
   Picture picture;
-  const std::string path = TOLVANE_SOURCE_DIR "/bench/charts/" + name + ".tif";
+  const std::string path = in_checkout("bench/charts/" + name + ".tif");
   TIFF *tiff = TIFFOpen(path.c_str(), "r");
   if (tiff == nullptr) return picture;
   TIFFGetField(tiff, TIFFTAG_IMAGEWIDTH, &picture.width);

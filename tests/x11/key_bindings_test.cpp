@@ -4,6 +4,7 @@
 
 #include "app/key_bindings.h"
 #include "app/open_view.h"
+#include "helpers/places.h"
 #include "helpers/temp_dir.h"
 
 namespace {
@@ -51,5 +52,5 @@ TEST_F(Keys, TheInstalledResourceFileRepeatsTheDefaults) {
   std::string defaults;
   for (const char *const *lines : {tolvane::tn_fallbacks, tolvane::default_keys})
     for (; *lines; ++lines) defaults += *lines;
-  EXPECT_EQ(bare(read_file(TOLVANE_SOURCE_DIR "/packaging/Tolvane")), bare(defaults));
+  EXPECT_EQ(bare(read_file(in_checkout("packaging/Tolvane"))), bare(defaults));
 }

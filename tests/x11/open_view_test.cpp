@@ -3,6 +3,7 @@
 
 #include "x11/viewer.h"
 
+#include "helpers/places.h"
 #include "helpers/temp_dir.h"
 
 #include <X11/Xutil.h>
@@ -29,9 +30,8 @@ struct Parent : testing::Test {
   enum Button { OPEN_PREVIEW, OPEN_SECOND, PREVIEW_FACE, VIEWER_FACE, TAKE_AWAY, RAISE, DISMISS, DESTROY, IS_UP, QUIT };
 
   void start(const std::string &second) {
-    program = std::make_unique<ChildProcess>(std::vector<std::string>{TOLVANE_BUILD_DIR "/examples/parent",
-                                                                      dir.write("one.fax", marked_document(1, 1)),
-                                                                      dir.write("second", second)});
+    program = std::make_unique<ChildProcess>(std::vector<std::string>{
+        in_build("examples/parent"), dir.write("one.fax", marked_document(1, 1)), dir.write("second", second)});
     own = find_window("Fax Parent");
     expect("opened: 0, event 2: window mapped", "1 100% 0 top");
   }

@@ -4,6 +4,7 @@
 #include <sstream>
 
 #include "helpers/fax_bytes.h"
+#include "helpers/places.h"
 #include "helpers/tiff_pages.h"
 
 namespace {
@@ -123,7 +124,7 @@ void press_button(Window shell, size_t index) {
 
 std::vector<std::string> viewer_command(const std::vector<std::string> &arguments) {
   wait_until([] { return find_window("TolVane", Milliseconds(0)) == 0; });
-  std::vector<std::string> command{TOLVANE_BUILD_DIR "/tolvane"};
+  std::vector<std::string> command{in_build("tolvane")};
   command.insert(command.end(), arguments.begin(), arguments.end());
   return command;
 }
