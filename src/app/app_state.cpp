@@ -1,5 +1,5 @@
-// Storage of what the application shares; what each name means stands in the header. The code that fills them is the
-// start-up's: read them only after it.
+// Storage of the shared state of the application, documented in the header. The start-up sets it: read it only
+// afterwards.
 
 #include "app/app_state.h"
 

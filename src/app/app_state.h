@@ -1,5 +1,5 @@
-// What the application shares: the application context and the names for the print program. Nothing else lives here, so
-// that the modules below the start-up can use it without knowing the start-up.
+// The shared state of the application: the application context and the names for the print program. Nothing else is
+// here, so that other modules need not depend on the start-up.
 #pragma once
 
 #include <cstddef>
@@ -8,13 +8,13 @@
 
 namespace tolvane {
 
-/// The one application context; an embedding parent that brought none runs its loop on it. Null until the start.
+/// The application context, null before the start. A parent program without a context of its own runs its loop on it.
 extern XtAppContext tn_context;
 
-constexpr size_t NAME_SIZE = 100;  ///< bytes of Printer_name and Server_name, the closing zero included
-/// Argument of "-p", handed to the print program; may be empty.
+constexpr size_t NAME_SIZE = 100;  ///< bytes of Printer_name and Server_name, including the terminator
+/// Argument of "-p", passed to the print program; may be empty.
 extern char Printer_name[NAME_SIZE];
-/// Argument of "-s", handed to the print program; stand-alone it is this host's name when the switch is absent.
+/// Argument of "-s", passed to the print program. Without the switch: stand-alone the host name, embedded empty.
 extern char Server_name[NAME_SIZE];
 
 }  // namespace tolvane

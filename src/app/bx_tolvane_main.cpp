@@ -1,5 +1,5 @@
-// The stand-alone program: the information switches, the start, the main loop. This module's stamp is the version that
-// the program shows.
+// The stand-alone program: information switches, start, main loop. The stamp of this module is the version of the
+// program.
 #include <fcntl.h>
 #include <stdio.h>
 #include <string.h>
@@ -23,7 +23,7 @@ namespace {
 
 using namespace tolvane;
 
-/// Started without a standard stream, the program must not take the display's connection for one.
+// Without this, a program started without standard streams would get the display connection as one of them.
 void hold_standard_streams() {
   int fd;
   do fd = open("/dev/null", O_RDWR);
@@ -31,7 +31,7 @@ void hold_standard_streams() {
   if (fd >= 0) close(fd);
 }
 
-/// Ends the process if the one argument asks for information.
+// Ends the process if the only argument is an information switch.
 void answer_switch(const char *argument) {
   struct {
     const char *text;
@@ -55,7 +55,7 @@ int main(int argc, char **argv) {
   set_program_stamp(SCCS_ID);
   if (argc == 2) answer_switch(argv[1]);
   Api = 0;
-  setvbuf(stdout, nullptr, _IOLBF, 0);  // a parent on a pipe waits for each line, and a signal flushes nothing
+  setvbuf(stdout, nullptr, _IOLBF, 0);  // a parent waits for each line, and a signal handler cannot flush
   start_trace();
   Display *display = open_display(&argc, argv);
   if (!display || open_window(display, argc, argv) != 0) leave(1);

@@ -1,4 +1,4 @@
-// The release before every exit. What is freed here is owned by the view; nothing is owned by the application itself.
+// The release before every exit. What is freed here belongs to the view.
 #include "app/exit_tasks.h"
 
 #include <stdlib.h>

@@ -1,5 +1,5 @@
-// Which key does what, and the actions behind the keys that have no control. Keys that the toolkit knows by a virtual
-// name (osfUp, osfBackSpace) must be written by it: the plain name never matches.
+// The default keys, and the actions for keys without a control. A key that has a virtual name in the toolkit (osfUp,
+// osfBackSpace) must be written by that name: the plain one never matches.
 #include "app/key_bindings.h"
 
 #include <string>
@@ -18,7 +18,7 @@
 
 namespace tolvane {
 
-// Control with the space bar still presses the control that has the focus.
+// Control with the space bar still activates the control that has the focus.
 const char *const default_keys[] = {
     R"(*next_chunk.accelerators: #override \n\
         ~Ctrl<Key>space: ArmAndActivate())",
@@ -100,8 +100,8 @@ void dismiss() {
   if (offered(dismiss_button)) tn_dismiss_view_window(0);
 }
 
-/// Every widget with a window, which alone has translations, but for popups and the menu bar. The slider's label is a
-/// gadget.
+// Covers every widget with a window, since only they have translations, except popups and the menu bar. The label of
+// the slider is a gadget.
 void install_below(Widget widget, Widget form) {
   if (!XtIsWidget(widget) || widget == fax_menubar) return;
   XtInstallAllAccelerators(widget, form);

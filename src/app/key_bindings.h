@@ -1,27 +1,27 @@
-// Keys and the mouse wheel, as Xt resources below the user's own: the window's tree knows nothing of them.
+// Keys and the mouse wheel, as Xt resources that those of the user override. The widget tree does not depend on them.
 #pragma once
 
 #include <X11/Intrinsic.h>
 
 namespace tolvane {
 
-/// The default keys as resource lines, closed by a null entry. Accelerators on the control that stands behind a key,
-/// and on `tolvane_form`, with actions of our own, where none does.
+/// The default keys as resource lines, terminated by a null entry: accelerators of the control that a key activates, or
+/// of `tolvane_form`, with actions of the viewer, for keys without a control.
 extern const char *const default_keys[];
 
-/// Adds resource lines to the display's database where it has none of the same specifier.
+/// Adds resource lines to the database of the display, except those whose specifier it already contains.
 ///
-/// @param scope  put in front of each line: a class binds the lines to the shells of that class, "" to no one
-/// @param lines  each begins with "*"; closed by a null entry
+/// @param scope  prefix of each line: a class limits the lines to shells of that class, "" does not
+/// @param lines  each starts with "*"; terminated by a null entry
 void merge_below_user_resources(Display *display, const char *scope, const char *const *lines);
 
 /// Registers the actions `tn-next-page`, `tn-previous-page`, `tn-first-page`, `tn-last-page`, `tn-larger`,
-/// `tn-smaller`, `tn-rotate-left`, `tn-rotate-right`, `tn-print` and `tn-dismiss`. None looks at its parameters; print
-/// and dismiss act only as far as the present face of the window offers them.
+/// `tn-smaller`, `tn-rotate-left`, `tn-rotate-right`, `tn-print` and `tn-dismiss`. They ignore their parameters; print
+/// and dismiss act only if the current face of the window has that button or menu entry.
 void add_key_actions(XtAppContext context);
 
-/// Makes the accelerators of the form's descendants work all over the form, but for its menu bar, whose keys stay the
-/// toolkit's.
+/// Makes the accelerators of the form and its descendants work in the whole form, except in its menu bar, which keeps
+/// the keys of the toolkit.
 void install_keys(Widget form);
 
 }  // namespace tolvane

@@ -1,5 +1,5 @@
-// The order of the start. The steps themselves are in tolvane.cpp. The window is popped up before the file is loaded:
-// the picture needs a window to size itself by.
+// The order of the start; the steps are in tolvane.cpp. The window is popped up before the file is loaded, because the
+// page cycle paints and resizes it.
 #include "app/open_view.h"
 
 #include "app/app_state.h"
@@ -32,12 +32,12 @@ namespace {
 
 [[gnu::used]] const char SCCS_ID[] = "@(#)|open_view|9|01|1|0|0|11/22/26|20:58:00";
 
-/// The shells take this name and class whatever the display was opened as, so that resources find the window in a
-/// parent program too.
+// The shells have this name and class however the display was opened, so that the resources of the viewer also apply
+// in a parent program.
 constexpr char NAME[] = "tolvane";
 constexpr char CLASS[] = "Tolvane";
 
-/// Once per process: classes, converters, keys, the hidden shell.
+// Once per process: classes, converters, keys, the hidden shell.
 void prepare_toolkit(Display *display) {
   XtInitializeWidgetClass(applicationShellWidgetClass);
   XmRepTypeInstallTearOffModelConverter();
@@ -49,7 +49,7 @@ void prepare_toolkit(Display *display) {
   register_motif_utils_variables(display, tn_context, AppShell);
 }
 
-/// Left to itself the toolkit answers the closing of an application shell by ending the process, which is the parent's.
+// By default the toolkit ends the process when an application shell is closed. Embedded, the process is the parent's.
 void close_by_dismissing() {
   const Atom protocols = XInternAtom(XtDisplay(tn_Shell000), "WM_PROTOCOLS", False);
   const Atom delete_window = XmInternAtom(XtDisplay(tn_Shell000), const_cast<char *>("WM_DELETE_WINDOW"), False);
@@ -92,7 +92,7 @@ int open_window(Display *display, int argc, char **argv) {
 int tn_open_view(Display *display, int argc, char **argv) {
   if (!tn_context && display) {
     tn_context = XtDisplayToApplicationContext(display);
-    // Bound to our class: the parent's own widgets live on the same resources.
+    // Limited to our class, since the widgets of the parent use the same database.
     merge_below_user_resources(display, CLASS, tn_fallbacks);
   }
   if (AppShell)

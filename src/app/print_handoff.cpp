@@ -1,5 +1,5 @@
-// Finds the print script or program, builds one command line and runs it through the shell. Every name in that line was
-// chosen by somebody else: what is not quoted here could start a program of theirs.
+// Finds the print script or program, builds one command line and runs it through the shell. The names in that line come
+// from outside: whatever is not quoted here could run another program.
 #include "app/print_handoff.h"
 
 #include <stdio.h>
@@ -18,7 +18,7 @@ namespace {
 
 [[gnu::used]] const char SCCS_ID[] = "@(#)|print_handoff|9|01|1|0|0|11/22/26|20:58:00";
 
-constexpr size_t COMMAND_SIZE = 4096;  // bytes of a command line, the closing zero included
+constexpr size_t COMMAND_SIZE = 4096;  // bytes of a command line, including the terminator
 
 constexpr std::string_view PLAIN_CHARACTERS =
     "abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789._:@/-+%,=";
@@ -27,14 +27,17 @@ bool is_plain(std::string_view text) {
   return text.find_first_not_of(PLAIN_CHARACTERS) == text.npos;
 }
 
-/// A host or printer name stands in the line without quotes, so that only plain ones can.
+// A host or printer name is not quoted in the line, so that only plain names are accepted.
 bool is_fit_name(const char *what, const char *name) {
   if (is_plain(name)) return true;
-  fprintf(stderr, "tolvane: %s name '%s' cannot be given to the print program\n", what, name);
+  fprintf(stderr,
+          "tolvane: %s name '%s' cannot be passed to the print program: it may contain only letters, digits and "
+          "._:@/-+%%,=\n",
+          what, name);
   return false;
 }
 
-/// The text in double quotes, as the shell reads it back unchanged.
+// The text in double quotes, escaped so that the shell reads it back unchanged.
 std::string quoted(std::string_view text) {
   std::string result = "\"";
   for (const char ch : text) {
@@ -44,7 +47,7 @@ std::string quoted(std::string_view text) {
   return result + '"';
 }
 
-/// The program's path as the command word: bare, unless a directory's name would mislead the shell.
+// The path of the program as the command word, quoted only if it contains special characters.
 std::string command_word(std::string_view path) {
   return is_plain(path) ? std::string(path) : quoted(path);
 }
@@ -59,7 +62,7 @@ std::string program_command(const char *path) {
   return command_word(path) + " -s " + Server_name + printer + ' ' + quoted(Fullpath_fax_filename);
 }
 
-/// The whole command line; empty, after a message, when there is nothing to run.
+// The whole command line; empty, after a message, if there is nothing to run.
 std::string print_command() {
   if (const Block<char> script{find_executable("tolvane_print")}) return script_command(script.get());
   if (const Block<char> program{find_executable("ormbrix2")}) return program_command(program.get());

@@ -1,5 +1,5 @@
-// The words that a parent process writes, and what each does. The page number kept here is the interpreter's own: the
-// slider, the keys and the chunk arrows leave it behind, and "nextpage" then goes on from the old number.
+// The commands of the parent process, and what each does. The page number here is separate from that of the view: the
+// slider, the keys and the chunk arrows do not change it, and "nextpage" then continues from the old number.
 #include "app/stdin_commands.h"
 
 #include <errno.h>
@@ -26,16 +26,16 @@ namespace {
 
 [[gnu::used]] const char SCCS_ID[] = "@(#)|stdin_commands|9|01|1|0|0|11/22/26|20:58:00";
 
-constexpr size_t READ_SIZE = 1000;  // the most bytes of one read: a longer write is taken in pieces
+constexpr size_t READ_SIZE = 1000;  // maximum bytes of one read; a longer write takes several
 
 int32_t page_numb = 1;
 
-/// Where the next word is looked for; a zero byte ends the text, and so does `end`.
+// Where the next word is searched for; the text ends at a zero byte or at `end`.
 struct Scan {
   const char *at;
   const char *end;
 
-  /// Takes the next word; an empty one means that none is left.
+  /// Reads the next word; empty if none is left.
   std::string next_word() {
     while (is_whitespace(*at)) ++at;
     const char *begin = at;
@@ -43,7 +43,7 @@ struct Scan {
     return {begin, at};
   }
 
-  /// Passes over one byte, be it white space or zero: a zero byte behind a word does not end the text.
+  /// Skips one byte, white space or zero: a zero byte after a word does not end the text.
   void pass_byte() { at = std::min(at + 1, end); }
 
   void drop_line() {
@@ -51,7 +51,7 @@ struct Scan {
   }
 };
 
-/// Says why a word is not answered by "OK".
+// Reports why a word is not answered with "OK".
 bool refuse(const char *message) {
   fputs(message, stderr);
   return false;
@@ -69,10 +69,10 @@ bool previous_page(Scan &) {
 }
 
 bool go_to_page(Scan &scan) {
-  char *behind;
-  const long number = strtol(scan.at, &behind, 10);
-  if (behind == scan.at) return refuse("tolvane, gopage: missing page number\n");
-  scan.at = behind;
+  char *after;
+  const long number = strtol(scan.at, &after, 10);
+  if (after == scan.at) return refuse("tolvane, gopage: missing page number\n");
+  scan.at = after;
   scan.drop_line();
   if (number < 1 || number > INT32_MAX || random_page(static_cast<int32_t>(number)) != 0)
     return refuse("tolvane, gopage: bad page number\n");
@@ -116,7 +116,7 @@ bool rotate(Scan &) {
   return true;
 }
 
-/// One scale step; at the end of the scales only the bell. Unlike a click on a toggle it does not centre the page.
+// One scale step; past the last scale the bell rings. Unlike a click on a toggle, it does not centre the page.
 template <int32_t step>
 bool rescale(Scan &) {
   if (!is_scale(Reduced + step)) {
@@ -131,7 +131,7 @@ bool rescale(Scan &) {
 
 struct Command {
   const char *word;
-  bool (*run)(Scan &);  ///< takes its arguments off the scan; false after a message
+  bool (*run)(Scan &);  ///< reads its arguments from the scan; false after a message
 };
 
 constexpr Command COMMANDS[] = {
@@ -155,7 +155,7 @@ constexpr Command COMMANDS[] = {
 bool run_word(const std::string &word, Scan &scan) {
   for (const Command &command : COMMANDS)
     if (word == command.word) return command.run(scan);
-  if (word.size() < 2) return true;  // a stray character, a typist's slip, is answered like a good command
+  if (word.size() < 2) return true;  // a single character, a typing error, is answered like a command
   fprintf(stderr, "tolvane: unknown command '%s'\n", word.c_str());
   return false;
 }
@@ -167,7 +167,7 @@ void process_stdin_command(const char *text, int32_t length) {
   for (std::string word = scan.next_word(); !word.empty(); word = scan.next_word()) {
     scan.pass_byte();
     trprintf("command '%s'\n", word.c_str());
-    if (run_word(word, scan)) puts("OK");  // standard output goes out line by line: the parent waits for it
+    if (run_word(word, scan)) puts("OK");  // standard output is line buffered: the parent waits for the reply
   }
 }
 
@@ -175,7 +175,7 @@ void read_stdin(XtPointer, int *descriptor, XtInputId *id) {
   char text[READ_SIZE + 2];
   const ssize_t length = read(*descriptor, text, READ_SIZE);
   if (length == 0 || (length < 0 && errno != EINTR && errno != EAGAIN)) {
-    XtRemoveInput(*id);  // at end of file the descriptor stays readable and would keep the loop spinning
+    XtRemoveInput(*id);  // at end of file the descriptor stays readable: the loop would spin
     return;
   }
   if (length < 2) return;

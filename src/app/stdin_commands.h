@@ -1,5 +1,5 @@
-// The command protocol: a parent process drives the stand-alone viewer by words on its standard input and reads
-// replies of one line on its standard output.
+// The command protocol: a parent process controls the stand-alone viewer by words on its standard input and reads
+// one-line replies from its standard output.
 #pragma once
 
 #include <cstdint>
@@ -11,13 +11,13 @@ namespace tolvane {
 /// Adds standard input to the main loop of `tn_context`.
 void register_stdin_input();
 
-/// The Xt input callback: one read of up to 1000 bytes, then every command in it. A read of one byte is dropped. At
-/// end of file, and when the descriptor cannot be read, the input source is taken out; the viewer stays.
+/// The Xt input callback: one read of up to 1000 bytes, then every command in it. A read of one byte is ignored. At end
+/// of file or after a read error the input source is removed; the viewer stays.
 void read_stdin(XtPointer client_data, int *descriptor, XtInputId *id);
 
-/// Runs every command in `text`, of `length` bytes and two zero bytes behind them. Each word accepted is answered by
-/// "OK" on standard output, each that is not by a message on standard error. The words of one call are not joined
-/// with those of the next.
+/// Runs every command in `text`, which is `length` bytes followed by two zero bytes. Each accepted word is answered
+/// with "OK" on standard output, any other with a message on standard error. The words of one call are not joined with
+/// those of the next.
 void process_stdin_command(const char *text, int32_t length);
 
 }  // namespace tolvane

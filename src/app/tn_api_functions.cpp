@@ -1,5 +1,5 @@
-// The embedding interface but for the way in. A dismissed window is only popped down: its widgets stay. Once the form
-// is destroyed all handles but tn_Shell000 dangle, so tn_Shell000 is what every procedure here asks first.
+// The embedding interface except tn_open_view. A dismissed window is only popped down: its widgets are kept. After the
+// form is destroyed, all handles except tn_Shell000 dangle: every procedure here checks tn_Shell000 first.
 #include "app/tn_api_functions.h"
 
 #include "app/exit_tasks.h"
@@ -27,7 +27,7 @@ void show_preview_face() {
 
 void show_viewer_face() {
   XtUnmanageChild(fax_ops);
-  XtUnmanageChild(print_button);  // printing goes through the menu here, to the parent
+  XtUnmanageChild(print_button);  // with a parent, printing goes through the menu
   XtManageChild(dismiss_print_buttons);
   XtManageChild(dismiss_button);
   XtManageChild(fax_menubar);

@@ -1,4 +1,4 @@
-// The steps of the start-up. Embedded (Api set) the process belongs to the parent: no step may then end it, take its
+// The steps of the start-up. Embedded (Api set) the process belongs to the parent: no step may then end it, handle its
 // signals or read its standard input.
 #include "app/tolvane.h"
 
@@ -33,7 +33,7 @@ namespace {
 
 char env_str[4096];  // `putenv` keeps the pointer
 
-/// Stand-alone the process ends, embedded the parent gets the result.
+// Stand-alone the process ends, embedded the caller returns this result.
 int give_up() {
   if (!Api) leave(1);
   return 1;
@@ -41,7 +41,7 @@ int give_up() {
 
 int misused() {
   if (!Api) tolvane_syntax();
-  fputs("tolvane: missing fax file name, or no name behind -p or -s\n", stderr);
+  fputs("tolvane: missing fax file name, or no name after -p or -s\n", stderr);
   return 1;
 }
 
@@ -50,18 +50,18 @@ int too_long(const char *what, size_t size) {
   return give_up();
 }
 
-int take_name(const char *what, const char *text, char (&field)[NAME_SIZE]) {
+int store_name(const char *what, const char *text, char (&field)[NAME_SIZE]) {
   if (!text) return misused();
   if (strlen(text) >= NAME_SIZE) return too_long(what, NAME_SIZE);
   strcpy(field, text);
   return 0;
 }
 
-int take_file_name(const char *text) {
+int store_file_name(const char *text) {
   return set_fax_filename(text) ? 0 : too_long("fax file name", FAX_FILENAME_SIZE);
 }
 
-/// The scale index that a switch asks for, -1 if it is no scale switch. "-r" alone is "-r75".
+// The scale index of a switch; -1 if it is no scale switch. "-r" alone is "-r75".
 int32_t scale_of_switch(const std::string &text) {
   if (text == "-r") return scale_of_percent(75);
   for (int32_t i = 0; i < SCALE_COUNT; ++i)
@@ -73,7 +73,7 @@ void catch_ctrl_c(int) {
   _exit(0);
 }
 
-// The signal can come in the middle of an allocation: nothing is freed, and nothing buffered is used.
+// The signal can arrive during an allocation: nothing is freed, and no buffered output is used.
 void catch_segv(int signal_number) {
   char text[] = "Exiting with error code   \n";
   char *digits = text + strlen("Exiting with error code ");
@@ -84,18 +84,18 @@ void catch_segv(int signal_number) {
   _exit(signal_number);
 }
 
-/// Tries one place of the key symbol data base: `format` with the value of the environment variable `home`, or as it
-/// stands without one.
-int try_keysymdb(const char *home, const char *format) {
+// Tries one place of the key symbol database: `format` with the value of the environment variable `home`, or unchanged
+// if `home` is null.
+bool try_keysymdb(const char *home, const char *format) {
   const char *directory = home ? getenv(home) : "";
-  if (!directory) return 0;
+  if (!directory) return false;
   char path[sizeof env_str - sizeof "XKEYSYMDB="];
   struct stat status;
-  if (snprintf(path, sizeof path, "%s%s", directory, format) >= static_cast<int>(sizeof path)) return 0;
-  if (stat(path, &status) != 0) return 0;
+  if (snprintf(path, sizeof path, "%s%s", directory, format) >= static_cast<int>(sizeof path)) return false;
+  if (stat(path, &status) != 0) return false;
   snprintf(env_str, sizeof env_str, "XKEYSYMDB=%s", path);
   putenv(env_str);
-  return 1;
+  return true;
 }
 
 }  // namespace
@@ -108,15 +108,15 @@ int do_args(int argc, char **argv) {
     if (const int32_t index = scale_of_switch(argument); index >= 0) {
       Reduced = index;
     } else if (strcmp(argument, "-p") == 0) {
-      failed = take_name("printer name", next, Printer_name);
+      failed = store_name("printer name", next, Printer_name);
       ++i;
     } else if (strcmp(argument, "-s") == 0) {
-      failed = take_name("server name", next, Server_name);
+      failed = store_name("server name", next, Server_name);
       ++i;
     } else if (strstr(argument, "-g")) {
-      ++i;  // taken for a geometry switch: what follows is its value and no file name
+      ++i;  // taken for a geometry switch: the next argument is its value, not a file name
     } else if (*argument != '-') {
-      failed = take_file_name(argument);
+      failed = store_file_name(argument);
     }
     if (failed) return failed;
   }
@@ -160,7 +160,7 @@ int post_create_init() {
     tn_center_fax();
   }
   show_scale_on_toggles();
-  // A window that is used again has the handler already; the toolkit then keeps the one.
+  // A window that is reused already has the handler; the toolkit does not add it twice.
   XtAddEventHandler(tn_Shell000, StructureNotifyMask, False, map_handler, nullptr);
   return 0;
 }

@@ -1,5 +1,5 @@
-// The usage text and the version lines. The version is the one of the stamp that the program hands in, not of this
-// module: the library does not know which program it is linked into.
+// The usage text and the version lines. The version is that of the stamp passed by the program, not of this module: the
+// library does not know which program it is linked into.
 #include "app/usage.h"
 
 #include <cstdio>

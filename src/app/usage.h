@@ -1,18 +1,18 @@
-// The texts that the program gives about itself, and the ways out of the process behind them.
+// The information texts of the program; each is printed before the process ends.
 #pragma once
 
 namespace tolvane {
 
-/// Gives the revision stamp of the program, whose version the texts show; it must outlive them.
+/// Sets the revision stamp whose version the texts show; it must remain valid.
 void set_program_stamp(const char *stamp);
 
-/// The usage text on standard error, exit status 1.
+/// Prints the usage text on standard error and ends the process with status 1.
 [[noreturn]] void tolvane_syntax();
 
-/// The version line on standard error, exit status 0.
+/// Prints the version line on standard error and ends the process with status 0.
 [[noreturn]] void tolvane_revinfo();
 
-/// The version line and the date of the version on standard error, exit status 0.
+/// Prints the version line and its date on standard error and ends the process with status 0.
 [[noreturn]] void undoc_tolvane_syntax();
 
 }  // namespace tolvane

@@ -1,6 +1,6 @@
-// The label language: from the text of a resource to segments, from segments to a compound string; and CONVERT.
-// Which label stands on which widget is the builder's. All scanning for separators is done on wide characters, so that
-// no byte of a multibyte character can pass for a separator.
+// The label language: from the text of a resource to segments, and from segments to a compound string. The labels of
+// the window are in bx_tolvane_create_gui. Separators are searched for in wide characters, so that no byte of a
+// multibyte character is taken for one.
 #include "ui/bx_tolvane_utils.h"
 
 #include "support/handle.h"
@@ -18,7 +18,7 @@ namespace tolvane {
 namespace {
 [[gnu::used]] const char SCCS_ID[] = "@(#)|bx_tolvane_utils|9|01|1|0|0|11/22/26|21:30:00";
 
-// Text and tag of the segment at hand. They only grow, and every segment uses them again.
+// Text and tag of the current segment. They only grow, and are reused for every segment.
 std::vector<char> textBuf, tagBuf;
 
 XmString resStr;          // the last result of CvtStringToXmString
@@ -36,8 +36,8 @@ struct Segment {
   bool separator = false;
 };
 
-// A byte that begins no character of the locale travels as a lone low surrogate, which no character is, and comes out
-// again as that byte: a label in another encoding than the locale's is shown as well as the font allows.
+// A byte that starts no character of the locale is represented by a lone low surrogate, which is no character, and
+// converted back to that byte: a label in another encoding than that of the locale is shown as well as the font allows.
 constexpr wchar_t STRAY_BYTE = 0xdc00;
 
 std::wstring doMbstowcs(const char *text) {
@@ -60,7 +60,7 @@ std::wstring doMbstowcs(const char *text) {
   return wide;
 }
 
-/// Converts a stretch into `destination`, which grows if it must, and closes it with a zero byte.
+/// Converts a stretch into `destination`, which grows as needed, and terminates it with a zero byte.
 void copyWcsToMbs(std::vector<char> &destination, Stretch source) {
   const size_t room = MB_LEN_MAX * (source.length + 1);
   if (destination.size() < room) destination.resize(room);
@@ -82,7 +82,7 @@ bool is_separator(wchar_t c) {
   return c == L'"' || c == L'#' || c == L':';
 }
 
-/// The first separator at or after `position`, or the terminator. A backslash hides the character behind it.
+/// The first separator at or after `position`, or the terminator. A backslash hides the character after it.
 const wchar_t *getNextSeparator(const wchar_t *position) {
   for (; *position != L'\0' && !is_separator(*position); position++) {
     if (*position == L'\\' && position[1] != L'\0') position++;
@@ -91,7 +91,7 @@ const wchar_t *getNextSeparator(const wchar_t *position) {
 }
 
 /// Reads the text item whose opening quote is at `cursor`.
-/// @return what follows its closing quote, or the terminator
+/// @return the position after its closing quote, or the terminator
 const wchar_t *read_text(const wchar_t *cursor, Stretch &text) {
   text.start = cursor + 1;
   const wchar_t *end = getNextSeparator(text.start);
@@ -100,7 +100,7 @@ const wchar_t *read_text(const wchar_t *cursor, Stretch &text) {
   return *end == L'"' ? end + 1 : end;
 }
 
-/// Takes a direction letter at `cursor`. @return whether there was one
+/// Reads a direction letter at `cursor`. @return whether there was one
 bool read_direction(const wchar_t *cursor, XmStringDirection &direction) {
   const wint_t letter = towlower(static_cast<wint_t>(*cursor));
   if (letter != L'r' && letter != L'l') return false;
@@ -108,8 +108,8 @@ bool read_direction(const wchar_t *cursor, XmStringDirection &direction) {
   return true;
 }
 
-/// Reads the flags behind the colon at `cursor`: a direction, or a separator flag that a direction may follow (`t:r`).
-/// @return what follows them
+/// Reads the flags after the colon at `cursor`: a direction, or a separator flag that a direction may follow (`t:r`).
+/// @return the position after them
 const wchar_t *read_flags(const wchar_t *cursor, Segment &segment) {
   cursor++;
   if (read_direction(cursor, segment.direction)) return cursor + 1;
@@ -122,8 +122,8 @@ const wchar_t *read_flags(const wchar_t *cursor, Segment &segment) {
   return *cursor == L':' && read_direction(cursor + 1, segment.direction) ? cursor + 2 : cursor;
 }
 
-/// Reads one segment and moves the cursor behind it.
-/// @return whether anything is left
+/// Reads one segment and moves the cursor past it.
+/// @return whether any text is left
 bool extractSegment(const wchar_t *&cursor, Segment &segment) {
   segment = {};
   if (!is_separator(*cursor)) {
@@ -196,7 +196,7 @@ const char *getNextCStrDelim(const char *text) {
   return nullptr;
 }
 
-/// Entries of a table text; a trailing delimiter has an empty one behind it.
+/// Number of entries of a table text; a trailing delimiter is followed by an empty one.
 size_t getCStrCount(const char *text) {
   if (!text || !*text) return 0;
   size_t count = 1;
@@ -212,8 +212,8 @@ void free_table(XmStringTable table) {
   free(table);
 }
 
-/// Hands a converter's result over: to the place of `to`, or with its own address if `to` has none.
-/// @return False, with the size wanted in `to`, if that place is too small: the result is the caller's to free
+/// Stores the result of a converter at the address of `to`, or sets that address to the result if there is none.
+/// @return False, with the size needed in `to`, if `to` is too small; the caller then frees the result
 template <typename Value>
 Boolean deliver(Display *display, const XrmValue *from, XrmValue *to, Value &value, const char *type) {
   const bool fits = !to->addr || to->size >= sizeof value;
@@ -260,7 +260,7 @@ void warn_of_arguments(Display *display, const Cardinal *num_args, const char *n
 }  // namespace
 
 void RegisterBxConverters(XtAppContext app) {
-  // The toolkit registers its own converters with its first class, which must not come later than ours.
+  // The toolkit registers its own converters with its first class; ours must come after them.
   XtInitializeWidgetClass(xmPrimitiveWidgetClass);
   XtAppSetTypeConverter(app, XmRString, XmRXmString, CvtStringToXmString, nullptr, 0, XtCacheNone, XmStringCvtDestroy);
   XtAppSetTypeConverter(app, XmRString, XmRXmStringTable, CvtStringToXmStringTable, nullptr, 0, XtCacheNone,
@@ -348,7 +348,7 @@ XtArgVal CONVERT(Widget w, const char *from_string, const char *to_type, int to_
   *success = XtConvertAndStore(w, XmRString, &source, to_type, &target);
   if (*success) return widened(word, target.size);
   if (target.size == room) return 0;
-  // The converter asked for other room.
+  // The converter asked for another size.
   Block<char> extra(XtMalloc(target.size));
   target.addr = extra.get();
   *success = XtConvertAndStore(w, XmRString, &source, to_type, &target);

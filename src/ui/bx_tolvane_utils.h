@@ -2,7 +2,8 @@
 // language, and `CONVERT`, which turns a label literal into a resource value.
 //
 // A text that begins with two colons is a row of segments, each an optional `#tag`, optional flags (`:t` puts a line
-// break behind the text, `:r` writes it right to left) and a text in double quotes: `:::t"Save Fax""(don't send)"`.
+// break after the text, `:r` makes it run from right to left) and a text in double quotes, for example
+// `:::t"Save Fax""(don't send)"`.
 // Any other text is plain, with a newline as line break.
 #pragma once
 
@@ -10,17 +11,18 @@
 
 namespace tolvane {
 
-/// Registers both converters with an application context, in place of the toolkit's own. Called once, before any widget
+/// Registers both converters with an application context, replacing the toolkit's own. Call once, before any widget
 /// exists.
 void RegisterBxConverters(XtAppContext app);
 
-/// Xt converter from `XmRString` to `XmRXmString`. A `to` without address gets one that is good until the next
-/// conversion; a `to` too small gets the size needed, a warning and False.
+/// Xt converter from `XmRString` to `XmRXmString`. If `to` has no address, it receives one that is valid until the next
+/// conversion. If `to` is too small, it receives the size needed, the toolkit prints a warning, and the result is
+/// False.
 Boolean CvtStringToXmString(Display *display, XrmValue *args, Cardinal *num_args, XrmValue *from, XrmValue *to,
                             XtPointer *converter_data);
 
-/// Xt converter from `XmRString` to `XmRXmStringTable`: entries end at a comma or newline that stands outside double
-/// quotes and has no backslash in front. Each may be plain or compound. Else as `CvtStringToXmString`.
+/// Xt converter from `XmRString` to `XmRXmStringTable`. An entry ends at a comma or newline outside double quotes and
+/// without a backslash before it; it may be plain or compound. In all else like `CvtStringToXmString`.
 Boolean CvtStringToXmStringTable(Display *display, XrmValue *args, Cardinal *num_args, XrmValue *from, XrmValue *to,
                                  XtPointer *converter_data);
 
@@ -32,16 +34,16 @@ void XmStringTableCvtDestroy(XtAppContext app, XrmValue *to, XtPointer converter
                              Cardinal *num_args);
 
 /// @param text  the language text, without its two leading colons
-/// @return the compound string, the caller's to free with `XmStringFree`; null for a null `text`
+/// @return the compound string, to be freed with `XmStringFree`; null for a null `text`
 XmString StringToXmString(const char *text);
 
-/// Converts a text into a resource value, as `XtConvertAndStore` does it for the widget `w`.
+/// Converts a text into a resource value with `XtConvertAndStore`.
 ///
-/// @param to_type  the resource type, as `XmRXmString`
+/// @param to_type  the resource type, such as `XmRXmString`
 /// @param to_size  bytes of the value: 1, 2, 4 or a word; 0 is a word for a compound string or a table, else the length
-///                 of `from_string`. A type of another size is converted all the same, into a block of its own.
-/// @param success  becomes non-zero if the value is good
-/// @return the value, widened to a word; for a value longer than a word the address of a block to `XtFree`
+///                 of `from_string`. A type of another size is converted into an allocated block
+/// @param success  set to non-zero if the conversion succeeded
+/// @return the value, widened to a word; for a value longer than a word, the address of a block to free with `XtFree`
 XtArgVal CONVERT(Widget w, const char *from_string, const char *to_type, int to_size, Boolean *success);
 
 }  // namespace tolvane

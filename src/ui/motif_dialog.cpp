@@ -33,7 +33,7 @@ void response(Widget, XtPointer client_data, XtPointer call_data) {
 
 namespace {
 
-// The window manager's close button: no button of the dialog was pressed, which is no yes.
+// The window manager closed the dialog: neither button was pressed, which means no.
 void refuse(Widget, XtPointer client_data, XtPointer) {
   *static_cast<int *>(client_data) = 0;
 }

@@ -5,7 +5,7 @@
 
 namespace tolvane {
 
-/// The question dialog, built by the first `AskUser` and kept; null until then.
+/// The question dialog, created by the first `AskUser` and kept; null until then.
 extern Widget question_popup;
 
 /// Callback of the dialog's buttons.
@@ -13,7 +13,7 @@ extern Widget question_popup;
 ///                     reason
 void response(Widget w, XtPointer client_data, XtPointer call_data);
 
-/// Puts a question in a modal dialog and serves events until it is answered, so that callbacks of the rest of the
+/// Asks a question in a modal dialog and processes events until it is answered, so that callbacks of the rest of the
 /// program can run inside this call.
 ///
 /// @param question  a newline breaks the line

@@ -21,7 +21,7 @@ int numb_selected_items(Widget list);
 /// Selects every item, whatever the selection policy, which stays as it was; no callback fires.
 void select_all_items(Widget list);
 
-/// Empty the selection, and the list; no callback fires.
+/// Clear the selection, and the list; no callback fires.
 void deselect_all_items(Widget list);
 void remove_all_items_from_list(Widget list);
 
@@ -29,7 +29,7 @@ void remove_all_items_from_list(Widget list);
 /// @param notify  non-zero fires the selection callback
 void select_list_position(Widget list, int pos, int notify);
 
-/// Selects the first item whose text equals `text`; items without text are passed over.
+/// Selects the first item whose text equals `text`; items without text are skipped.
 /// @param notify  non-zero fires the selection callback
 /// @return the item's position, 0 if none matches
 int select_list_item(Widget list, const char *text, int notify);
@@ -37,7 +37,7 @@ int select_list_item(Widget list, const char *text, int notify);
 /// @return the position of the topmost visible item
 int get_list_top_item(Widget list);
 
-/// Scrolls so that the item at `pos` stands at the top; 0 or less means the first.
+/// Scrolls so that the item at `pos` is at the top; 0 or less means the first.
 void set_list_top_item(Widget list, int pos);
 
 /// @return 0 if nothing is selected
@@ -45,16 +45,17 @@ int get_first_selected_position(Widget list);
 
 /// The text of the first selected item.
 ///
-/// @param buffer  the caller's, large enough for any text of the list; empty if nothing is selected or the item has no
-///                text under `XmFONTLIST_DEFAULT_TAG`
+/// @param buffer  large enough for any text of the list; set to the empty string if nothing is selected or the item has
+///                no text under `XmFONTLIST_DEFAULT_TAG`
 /// @return the item's position, 0 if nothing is selected
 int get_selected_item(Widget list, char *buffer);
 
-/// Remembers the positions selected in the list. One memory serves the process: a second save replaces the first.
+/// Saves the positions selected in the list. There is one saved selection per process: a second save replaces the
+/// first.
 void save_selected_items(Widget list);
 
-/// Deselects all, then selects the positions saved, whatever the selection policy; no callback fires. A save is good
-/// for one restore.
+/// Deselects all, then selects the saved positions, whatever the selection policy, and discards them; no callback
+/// fires.
 void restore_selected_items(Widget list);
 
 }  // namespace tolvane

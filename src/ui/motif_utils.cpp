@@ -106,8 +106,8 @@ void flush_display() {
 void wait_for_screen_update(unsigned milliseconds) {
   XFlush(display);
   if (milliseconds != 0) std::this_thread::sleep_for(std::chrono::milliseconds(milliseconds));
-  // One call serves one thing of any kind. Fetching an X event instead would block when a timer or standard input was
-  // all there was.
+  // Each call processes one event, timer or input. Fetching an X event instead would block if only a timer or an input
+  // were pending.
   while (XtAppPending(context)) XtAppProcessEvent(context, XtIMAll);
   XFlush(display);
 }
@@ -148,7 +148,7 @@ void restore_cursor(Widget w) {
   XFlush(display);
 }
 
-// Push buttons pressed from inside.
+// Push buttons pressed by the program.
 
 void simulate_button_click(Widget w, int state) {
   XEvent event{};
@@ -157,7 +157,7 @@ void simulate_button_click(Widget w, int state) {
   event.xbutton.window = XtWindow(w);
   event.xbutton.state = static_cast<unsigned>(state);
   event.xbutton.button = Button1;
-  // Window 0 stands for whatever lies under the pointer: a widget without a window gets no event.
+  // Window 0 would mean the window under the pointer: a widget without a window gets no event.
   if (XtWindow(w)) XSendEvent(display, XtWindow(w), True, ButtonPressMask, &event);
   XtVaSetValues(w, XmNuserData, reinterpret_cast<XtPointer>(static_cast<intptr_t>(state)), nullptr);
   flush_display();

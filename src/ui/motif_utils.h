@@ -7,10 +7,10 @@
 
 namespace tolvane {
 
-/// Stores what the other helpers work with; called once, before any of them.
+/// Stores what the other helpers work with; call once, before any of them.
 ///
 /// @param display   the application's display
-/// @param context   its application context, served while `AskUser` and `wait_for_screen_update` wait
+/// @param context   its application context, processed while `AskUser` and `wait_for_screen_update` wait
 /// @param toplevel  the application shell: parent of the question dialog, context of colour conversion
 void register_motif_utils_variables(Display *display, XtAppContext context, Widget toplevel);
 
@@ -47,16 +47,16 @@ int button_is_set(Widget w);
 /// @return a static buffer, overwritten by the next call
 char *get_menu_choice(Widget w);
 
-/// Makes a widget answer the user's input, or not, with all that is in it.
+/// Enables or disables user input for a widget and its descendants.
 void sensitize(Widget w, int sensitive);
 
-/// Rings the bell of the display, at once and as loud as it goes.
+/// Rings the bell of the display at full volume, immediately.
 void bell();
 
-/// Sends the server what is still in the output buffer.
+/// Sends the contents of the output buffer to the server.
 void flush_display();
 
-/// Waits for that long (0 does not sleep), then serves the events that are pending.
+/// Sleeps for that time (0 does not sleep), then processes pending events, timers and inputs.
 void wait_for_screen_update(unsigned milliseconds);
 
 /// @param colour  a colour name or "#rrggbb"
@@ -66,27 +66,27 @@ Pixel color_to_pixel(const char *colour);
 /// Sets the background to `color_to_pixel(colour)`, also when that has all bits set.
 void set_background(Widget w, const char *colour);
 
-/// Scrolls an `XmScrolledWindow` to its right end and tells the scroll bar's clients as a user's click would.
+/// Scrolls an `XmScrolledWindow` to its right end and calls the callbacks of the scroll bar, as a click does.
 void scroll_to_far_right(Widget w);
 
-/// Makes a clock cursor, which becomes the one of `show_clock_cursor`.
+/// Creates the clock cursor that `show_clock_cursor` uses.
 Cursor make_clock_cursor();
 
-/// Shows the clock cursor on the widget, at once; without effect before it is realised.
+/// Shows the clock cursor on the widget immediately; no effect on a widget without a window.
 void show_clock_cursor(Widget w);
 
-/// Gives the widget back the cursor of its parent, at once.
+/// Restores the cursor of the parent for the widget, immediately.
 void restore_cursor(Widget w);
 
-/// Presses a push button through the server: its callbacks run later, from the event loop. The widget's `XmNuserData`
-/// becomes `state`.
-/// @param state  the modifier state of the event, and the button's logical state from now on
+/// Presses a push button through the server: its callbacks run later, in the event loop. `XmNuserData` of the widget is
+/// set to `state`.
+/// @param state  the modifier state of the event, and the new logical state of the button
 void simulate_button_click(Widget w, int state);
 
 /// Presses the button if its logical state is not `state`.
 void set_push_button_state(Widget w, int state);
 
-/// @return the state last simulated, 0 for a button never pressed from inside
+/// @return the last state simulated; 0 for a button never pressed by the program
 int push_button_state(Widget w);
 
 }  // namespace tolvane

@@ -1,5 +1,5 @@
-// The global widget handles, under the widgets' own names. Nothing else lives here, so that whoever needs a widget
-// need not know who built it. Set by Createtolvane_form and by the start-up; null until then.
+// The global widget handles, under the names of the widgets. Nothing else is here, so that code that needs a widget
+// does not depend on the code that created it. Set by Createtolvane_form and by the start-up; null before.
 #pragma once
 
 #include <X11/Intrinsic.h>

@@ -1,6 +1,6 @@
-// The quick reader: what the slider and the labels need to know of a header, before anybody has checked the file. The
-// list with messages is faxfile/fax_header. The two forgive different faults on purpose: here the first line of a name
-// counts, a name may run over a line end, and one fault loses all keywords.
+// The quick reader: reads what the slider and the labels need from a header, before the file is checked. The header
+// list with error messages is in faxfile/fax_header. The two readers accept different faults on purpose: here the first
+// line of a name counts, a name may contain a line end, and one fault loses all keywords.
 #include "view/small_database.h"
 
 #include "faxfile/usorbport.h"
@@ -19,7 +19,7 @@ namespace tolvane {
 namespace {
 [[gnu::used]] const char SCCS_ID[] = "@(#)|small_database|9|01|1|0|0|11/22/26|21:40:00";
 
-constexpr int32_t MAX_COUPLES = 100;  // a header that fills the table counts as having overrun it
+constexpr int32_t MAX_COUPLES = 100;  // a header that fills the table counts as too long
 constexpr char TERMINATOR = FAXFILE_TERMINATOR;
 
 struct Couple {
@@ -31,7 +31,7 @@ Block<char> header;
 Couple couples[MAX_COUPLES];  // into `header`, in file order
 int32_t n_couples;
 
-// The next `stop` from `at` on, or null if the terminator or the end of the text comes first.
+// The first `stop` at or after `at`, or null if the terminator or the end of the text comes first.
 char *find_before_terminator(char *at, char *end, char stop) {
   for (; at < end && *at != TERMINATOR; at++) {
     if (*at == stop) return at;
@@ -39,7 +39,7 @@ char *find_before_terminator(char *at, char *end, char stop) {
   return nullptr;
 }
 
-// Cuts the text into couples and gives their number, 0 if they are lost.
+// Splits the text into couples. Returns their number, 0 if they are lost.
 int32_t cut_header(char *text, char *end) {
   int32_t k = 0;
   for (char *at = text; at < end;) {
@@ -48,7 +48,7 @@ int32_t cut_header(char *text, char *end) {
       at++;
       continue;
     }
-    // The first byte of a name is not looked at, so that a name may begin with a colon or a line feed.
+    // The first byte of a name is not examined: a name may start with a colon or a line feed.
     char *const colon = find_before_terminator(at + 1, end, ':');
     char *const line_feed = colon ? find_before_terminator(colon + 1, end, '\n') : nullptr;
     if (!line_feed) return 0;
@@ -60,12 +60,12 @@ int32_t cut_header(char *text, char *end) {
   return 0;
 }
 
-// Bytes of header text to make room for: what the file states, but no more than it holds.
+// Bytes to allocate for the header text: the length stated in the file, but no more than the file contains.
 size_t text_size(int fd, uint32_t stated) {
   return static_cast<size_t>(std::clamp<int64_t>(file_size(fd) - FAXFILE_PREAMBLE, 0, stated));
 }
 
-// A count goes through 16 bytes, which is room for any that is meant.
+// A count is cut to 15 characters, which is enough for any real one.
 int32_t page_count(const char *value) {
   char digits[16];
   std::snprintf(digits, sizeof digits, "%s", value);

@@ -1,4 +1,5 @@
-// The quick reader of a fax file's header: the whole text in one block, cut in place, answered from a fixed table.
+// The quick reader of a fax file's header: reads the text into one block, splits it in place and looks keywords up in a
+// fixed table.
 #pragma once
 
 #include <cstddef>
@@ -6,10 +7,10 @@
 
 namespace tolvane {
 
-constexpr size_t RESOLUTION_SIZE = 20;    ///< bytes of Resolution, the closing zero included
-extern char Resolution[RESOLUTION_SIZE];  ///< value of `RESOLUTION` of the file read last, cut to fit; empty if none
+constexpr size_t RESOLUTION_SIZE = 20;    ///< bytes of Resolution, including the terminator
+extern char Resolution[RESOLUTION_SIZE];  ///< `RESOLUTION` of the last file read, cut to fit; empty if absent
 
-/// The decimal number at the head of `text`, as `atoi` reads it, held to the range of the result; 0 without digits.
+/// The decimal number at the start of `text`, as `atoi` reads it, limited to the range of the result; 0 without digits.
 int32_t decimal_value(const char *text);
 
 /// Fills `Resolution` and `Total_pages` (`#PAGES`, or else `PAGES`, plus `INCLUDE_PAGES`) from the file `name`.
@@ -18,21 +19,21 @@ int32_t decimal_value(const char *text);
 /// @return the result of `read_header`
 uint32_t tn_extract_header_info(const char *name);
 
-/// Reads the header text of the file `name` and cuts it into keywords, which stand until the next call.
+/// Reads the header text of the file `name` and splits it into keywords, which are valid until the next call.
 ///
-/// Says nothing, never blocks, and holds no more memory than the file has bytes. A text without a byte 29, with a
-/// last line left open, or of 100 lines or more is read but holds no keyword.
-/// @return the header length that the file states if any header text could be read, else 0
+/// Prints no message, never blocks, and allocates no more memory than the file has bytes. No keywords are found in a
+/// text without a byte 29, with an incomplete last line, or of 100 lines or more.
+/// @return the header length stated in the file if any header text could be read, else 0
 uint32_t read_header(const char *name);
 
-/// @return the value of the first keyword of that name (upper and lower case differ), or an empty string; it stands
-/// until the next `read_header` or `free_header`
+/// @return the value of the first keyword of that name (case-sensitive), or an empty string; valid until the next
+/// `read_header` or `free_header`
 const char *find_keyword(const char *name);
 
-/// Says that the answers are no longer needed. They stay all the same until the next `read_header`.
+/// Does nothing: the keywords remain valid until the next `read_header` or `free_header`.
 void finished_with_header();
 
-/// Frees the header text; from here on no keyword is found.
+/// Frees the header text; no keyword is found until the next `read_header`.
 void free_header();
 
 }  // namespace tolvane

@@ -1,5 +1,5 @@
-// The shared state of the view and the arithmetic of its sizes. What is painted where is the rasteriser's; the trap is
-// that `Ysize8` is the length of a bitmap row at 90 and 270 degrees, not a height.
+// The shared state of the view and the arithmetic of its sizes. Painting is in the rasteriser. Note that `Ysize8` is
+// the length of a bitmap row at 90 and 270 degrees, not a height.
 #include "view/view_state.h"
 
 #include "view/scales.h"
@@ -41,7 +41,7 @@ Extents page_extents(int32_t lines, const Extents &present) {
   const ScaleSizes sizes = scale_sizes(Reduced);
   const int32_t kept = std::min(lines, High_res ? 2 * FULL_ROWS : FULL_ROWS);
   const int32_t rows = (High_res ? kept : 2 * kept) / sizes.divisor;
-  // 3488 is the row, or the column, at which an upside-down page ends at every scale: the rasteriser counts from there.
+  // At every scale a page turned by 180 or 270 degrees ends at row or column 3488, from which the rasteriser counts.
   switch (orientation) {
     case 0:
       return {sizes.Xsize, rows, 0, sizes.Xsize8, 0};

@@ -1,5 +1,5 @@
-// What the view shares: the file named, the page, the scale, the orientation, the bitmap, and the extents of the
-// picture in it. No X here: the same picture is computed with and without a display.
+// The shared state of the view: file name, page, scale, orientation, bitmap, and the extents of the picture in it. No X
+// here: the same picture is computed with and without a display.
 #pragma once
 
 #include <cstddef>
@@ -9,15 +9,15 @@ namespace tolvane {
 
 /// Non-zero in embedded mode, where a parent program owns the process; the stand-alone program sets it to 0.
 extern int32_t Api;
-/// Set when the environment has "FAXTRACE": the page cycle tells its steps on standard output.
+/// Set if the environment variable "FAXTRACE" exists: the page cycle reports its steps on standard output.
 extern int32_t Tn_trace_on;
 
-constexpr size_t FAX_FILENAME_SIZE = 200;  ///< bytes of Fullpath_fax_filename, the closing zero included
-/// The fax file as named on the command line or by the command "newfile", not made absolute.
+constexpr size_t FAX_FILENAME_SIZE = 200;  ///< bytes of Fullpath_fax_filename, including the terminator
+/// The name of the fax file, from the command line or the command "newfile"; not made absolute.
 extern char Fullpath_fax_filename[FAX_FILENAME_SIZE];
 
-/// Puts `name` into `Fullpath_fax_filename`.
-/// @return 1, or 0 for a name of FAX_FILENAME_SIZE bytes or more, which changes nothing
+/// Stores `name` in `Fullpath_fax_filename`.
+/// @return 1; 0 for a name of FAX_FILENAME_SIZE bytes or more: nothing changes
 int set_fax_filename(const char *name);
 
 constexpr int32_t LINE_PIXELS = 1728;       ///< pixels of a fax line
@@ -30,14 +30,14 @@ extern uint8_t *bitmap;
 extern int32_t Reduced;      ///< scale index, an index of SCALES: 0 is "100%", 1 is "75%", 2 is "50%"
 extern int32_t orientation;  ///< degrees: 0, 90, 180 or 270
 extern int32_t High_res;     ///< non-zero: the file has fine resolution
-extern int32_t page_number;  ///< the page shown, counted from 0
-extern int32_t Total_pages;  ///< pages that the header promises; feeds the slider, the label and the chunk steps
+extern int32_t page_number;  ///< the current page, counted from 0
+extern int32_t Total_pages;  ///< page count of the header, for the slider, the label and the chunk steps
 
-/// The sizes of one scale, all derived from its divisor.
+/// The sizes at one scale, all derived from its divisor.
 struct ScaleSizes {
   int32_t divisor;  ///< fax pixels across, and fine lines down, for one picture pixel
   int32_t Xsize;    ///< picture width in pixels
-  int32_t Ysize;    ///< the most picture rows of a page
+  int32_t Ysize;    ///< maximum number of picture rows of a page
   int32_t Xsize8;   ///< bytes of a bitmap row at orientations 0 and 180
   int32_t Ysize8;   ///< bytes of a bitmap row at orientations 90 and 270
 };
@@ -48,18 +48,18 @@ ScaleSizes scale_sizes(int32_t reduced);
 /// Where the picture lies in the bitmap, in pixels but for `Bpl`.
 struct Extents {
   int32_t Dx, Dy;  ///< width and height of the picture
-  int32_t Oy;      ///< bitmap row at which it begins
+  int32_t Oy;      ///< first bitmap row of the picture
   int32_t Bpl;     ///< bytes from one bitmap row to the next
-  int32_t Offset;  ///< pixels to skip at the head of every row
+  int32_t Offset;  ///< pixels to skip at the start of every row
 };
 
-/// The extents of a page of `lines` coded lines at the present scale, orientation and resolution. A page longer than
-/// the bitmap is held to the rows that fit.
+/// The extents of a page of `lines` coded lines at the current scale, orientation and resolution. A page longer than
+/// the bitmap is limited to the rows that fit.
 /// @param present  the result if `orientation` is none of the four
 Extents page_extents(int32_t lines, const Extents &present = {});
 
-/// The bit of the bitmap, counted from its start with 0x80 of byte 0 as bit 0, that holds column 0 of picture row
-/// `row`. Column j is j bits further on.
+/// The number of the bit in the bitmap (0x80 of byte 0 is bit 0) that holds column 0 of picture row `row`. Column j is
+/// j bits after it.
 size_t picture_bit(const Extents &extents, int32_t row);
 
 }  // namespace tolvane

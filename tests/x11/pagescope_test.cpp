@@ -118,3 +118,10 @@ TEST_F(Pagescope, EachControlDecodesAnewOrLeavesEverythingAsItWas) {
   }
   EXPECT_EQ(Reduced, 0);  // the new setting stands, the old picture stays
 }
+
+TEST_F(Pagescope, CentresThePageAfterAChangeOfScale) {
+  const auto bar = resource<Widget>(scrolled_window, XmNhorizontalScrollBar);
+  EXPECT_EQ(resource<int>(bar, XmNvalue), 0);
+  for (const int percent : {75, 100}) view_size_cb(percent);
+  EXPECT_EQ(resource<int>(bar, XmNvalue), 25);
+}

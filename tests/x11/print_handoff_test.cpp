@@ -73,7 +73,9 @@ TEST_F(PrintHandOff, NamesArriveAsTheyAreAndStartNothing) {
     EXPECT_EQ(print(file, server, printer), elsewhere.path("tolvane_print") + "<" + file + "><" + names + ">");
   }
   for (const std::string bad : {"a b", "a;b", "$(id)", "a\"b", "\xE4"}) {
-    const std::string refusal = " name '" + bad + "' cannot be given to the print program\n";
+    const std::string refusal = " name '" + bad +
+                                "' cannot be passed to the print program: it may contain only "
+                                "letters, digits and ._:@/-+%,=\n";
     EXPECT_EQ(print("a.fax", bad, ""), "tolvane: server" + refusal);
     EXPECT_EQ(print("a.fax", "host", bad), "tolvane: printer" + refusal);
   }

@@ -58,7 +58,7 @@ TEST(Start, EndsThatNeedNoWindow) {
 TEST(Start, EndsOfARunningViewer) {
   const TempDir dir;
   const std::string document = dir.write("one.fax", marked_document(1, 1));
-  for (const int end : {0, 1, SIGINT, SIGSEGV}) {
+  for (const int end : {0, 1, SIGINT, SIGSEGV, SIGBUS}) {
     Viewer viewer({document}, {"XKEYSYMDB=none"});
     viewer.command("x");  // answered once the start is over
     if (end == 0) close_window(viewer.window);

@@ -1,6 +1,6 @@
-// The one place where the window knows what stands behind it. No logic lives here: a callback reads its event and makes
-// one call. The call data are of another type in each widget class, so a callback fits only the control it was made
-// for.
+// The only code of the window that calls the view and the application. There is no logic here: a callback reads its
+// event and makes one call. The type of the call data depends on the widget class, so a callback fits only the control
+// it was written for.
 #include "ui/window/bx_tolvane_callbacks.h"
 
 #include "app/print_handoff.h"
@@ -19,7 +19,7 @@ namespace tolvane {
 namespace {
 [[gnu::used]] const char SCCS_ID[] = "@(#)|bx_tolvane_callbacks|9|01|1|0|0|11/22/26|21:40:00";
 
-// A radio box tells the toggle that goes off as well.
+// A radio box also calls the toggle that is cleared.
 void choose_scale(XtPointer call_data, int32_t percent) {
   if (static_cast<XmToggleButtonCallbackStruct *>(call_data)->set) view_size_cb(percent);
 }
@@ -80,7 +80,7 @@ void bx_next_page_cb(Widget, XtPointer, XtPointer) {
 }
 
 void bx_destroy_form_cb(Widget, XtPointer, XtPointer) {
-  // First of all, so that whatever the parent program calls from its notification finds no window.
+  // First, so that whatever the parent program calls from its notification finds no window.
   tn_Shell000 = nullptr;
   free_bitmap();
   notify_api_parent(TN_WINDOW_GONE);

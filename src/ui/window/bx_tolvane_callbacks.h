@@ -1,5 +1,5 @@
 // One callback per control of the window. Each turns a widget event into one call of the view or of the application, or
-// into one event code to the parent program; all logic stays with what it calls.
+// into one event code to the parent program; the logic is in what it calls.
 #pragma once
 
 #include <X11/Intrinsic.h>
@@ -27,22 +27,22 @@ void bx_view_down_cb(Widget w, XtPointer client_data, XtPointer call_data);
 /// The page browser: its value is the page, counted from 1.
 void bx_scale_cb(Widget w, XtPointer client_data, XtPointer call_data);
 
-/// Paints the picture anew.
+/// Repaints the picture.
 void bx_draw_expose_cb(Widget w, XtPointer client_data, XtPointer call_data);
 
-/// The neighbouring pages; on no control of this window.
+/// Previous and next page; no control of this window uses them.
 void bx_prev_page_cb(Widget w, XtPointer client_data, XtPointer call_data);
 void bx_next_page_cb(Widget w, XtPointer client_data, XtPointer call_data);
 
-/// The form goes: from here on no window exists, for the view and for the parent program.
+/// The form is destroyed: from here on no window exists, for the view and for the parent program.
 void bx_destroy_form_cb(Widget w, XtPointer client_data, XtPointer call_data);
 
-/// The preview's buttons tell the parent program; save and discard then dismiss the window.
+/// The buttons of the preview: each notifies the parent program; save and discard then dismiss the window.
 void bx_send_preview_fax_cb(Widget w, XtPointer client_data, XtPointer call_data);
 void bx_save_preview_fax_cb(Widget w, XtPointer client_data, XtPointer call_data);
 void bx_discard_preview_fax_cb(Widget w, XtPointer client_data, XtPointer call_data);
 
-/// The entries of the menu "Fax Options" tell the parent program.
+/// The entries of the menu "Fax Options": each notifies the parent program.
 void bx_tn_print_cb(Widget w, XtPointer client_data, XtPointer call_data);
 void bx_tn_print_props_cb(Widget w, XtPointer client_data, XtPointer call_data);
 void bx_tn_attach_cb(Widget w, XtPointer client_data, XtPointer call_data);
@@ -52,7 +52,7 @@ void bx_tn_send_original_cb(Widget w, XtPointer client_data, XtPointer call_data
 void bx_tn_send_selected_cb(Widget w, XtPointer client_data, XtPointer call_data);
 void bx_tn_route_cb(Widget w, XtPointer client_data, XtPointer call_data);
 
-/// Hands the file to the print program and waits for it.
+/// Passes the file to the print program and waits for it to end.
 void bx_call_ormbrix_bx(Widget w, XtPointer client_data, XtPointer call_data);
 
 }  // namespace tolvane

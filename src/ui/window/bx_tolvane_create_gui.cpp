@@ -1,6 +1,7 @@
 // The window as data: a row for each widget in the order of creation, a row for each child of the form with the sides
-// it is attached by, and one procedure that builds a row. What the controls do lives in the callbacks.
-// The order of the rows is binding: a form lays out, and the keyboard walks, in the order of creation.
+// it is attached by, and one procedure that builds a row. What the controls do is in the callbacks.
+// The order of the rows matters: the form lays out its children, and the keyboard traverses them, in the order of
+// creation.
 #include "ui/window/bx_tolvane_create_gui.h"
 
 #include "ui/window/bx_tolvane_callbacks.h"
@@ -16,7 +17,7 @@ namespace tolvane {
 namespace {
 [[gnu::used]] const char SCCS_ID[] = "@(#)|bx_tolvane_create_gui|9|01|1|0|0|11/22/26|21:50:00";
 
-// The window being built: its shell, and the widgets that other rows name but nobody reads later.
+// The window being built: its shell, and the widgets that only other rows refer to.
 Widget shell;
 Widget scale_label, scale_frame, orientation_label, browser_label, scale_area;
 Widget fax_cascade, fax_menuMenuShell, fax_menu;
@@ -35,7 +36,7 @@ constexpr size_t MOST_RESOURCES = 10;
 
 struct Row {
   const char *name;
-  Widget *handle;  ///< where the widget is kept; null if nobody needs it
+  Widget *handle;  ///< receives the widget; null if no code needs it
   const WidgetClass &type;
   Widget &parent;
   bool managed;
@@ -182,11 +183,11 @@ constexpr Side free_side() {
 constexpr Side form(int offset) {
   return {XmATTACH_FORM, offset, nullptr};
 }
-/// Next to a widget: a top side stands below it, a left side to the right of it, and so on.
+/// Next to a widget: a top side lies below it, a left side to the right of it, and so on.
 constexpr Side beside(const Widget &other, int offset) {
   return {XmATTACH_WIDGET, offset, &other};
 }
-/// In one line with the same side of a widget.
+/// Aligned with the same side of a widget.
 constexpr Side flush(const Widget &other, int offset) {
   return {XmATTACH_OPPOSITE_WIDGET, offset, &other};
 }
@@ -227,7 +228,7 @@ class Arguments {
  public:
   void add(const char *name, XtArgVal value) { args_[count_++] = {const_cast<char *>(name), value}; }
 
-  /// A side next to a widget that does not exist yet is attached to the form for now, at its final offset.
+  /// A side next to a widget that does not exist yet is attached to the form for now, with its final offset.
   void add(const Side &side, const char *attachment, const char *offset, const char *other) {
     if (side.attachment == XmATTACH_NONE) return;
     const bool later = side.other && !*side.other;
@@ -266,7 +267,7 @@ void build(const Row &row) {
   for (const Resource &resource : row.resources) {
     if (resource.name) args.add(resource.name, resource.value);
   }
-  // A label that does not convert is left out; the toolkit has warned and shows its default.
+  // A label that cannot be converted is left out; the toolkit has printed a warning and shows its default.
   Boolean argok = False;
   XtArgVal label = 0;
   if (row.label) label = CONVERT(shell, row.label, XmRXmString, 0, &argok);
@@ -293,7 +294,7 @@ void attach(std::initializer_list<Widget *> widgets) {
   }
 }
 
-// The handles of an earlier window, now destroyed, would pass for widgets that exist.
+// The handles of an earlier, destroyed window would be taken for existing widgets.
 void forget_earlier_window() {
   for (const Attachments &row : ATTACHMENTS) *row.widget = nullptr;
 }

@@ -1,6 +1,6 @@
-// The page cycle: file, coded page, bitmap, extents, screen. Painting is presentation's, the bits are the rasteriser's.
-// Nothing is kept between two cycles: every change of page, scale or orientation reads and decodes the page again, and
-// a page that cannot be read leaves everything as it was.
+// The page cycle: file, coded page, bitmap, extents, screen. Painting is in presentation, the decoding into bits in the
+// rasteriser. Nothing is cached: every change of page, scale or orientation reads and decodes the page again. A page
+// that cannot be read changes nothing.
 #include "view/screen/pagescope.h"
 
 #include "faxfile/fax_header.h"
@@ -36,50 +36,50 @@ Descriptor t4fd;            // the open fax file
 char Local_filename[4096];  // its name, which the page reader needs to find included files
 int32_t comp_type;
 
-int have_bitmap() {
+bool allocate_bitmap() {
   if (!bitmap) bitmap = static_cast<uint8_t *>(calloc(BITMAP_SIZE, 1));
   if (!bitmap) std::fprintf(stderr, "No memory for the picture of a page\n");
   return bitmap != nullptr;
 }
 
-int keep_local_filename(const char *name) {
+bool store_local_filename(const char *name) {
   if (std::strlen(name) >= sizeof Local_filename) {
     std::fprintf(stderr, "The name of the fax file is longer than %zu bytes\n", sizeof Local_filename - 1);
-    return 0;
+    return false;
   }
   std::strcpy(Local_filename, name);
-  return 1;
+  return true;
 }
 
-// Opens the file and looks at its first word. 1 if it is a fax; otherwise the user has been told.
-int open_fax(const char *name) {
+// Opens the file and checks its first word. False, after a message, if it is no fax.
+bool open_fax(const char *name) {
   t4fd.reset();
-  t4fd.reset(open(name, O_RDONLY | O_NONBLOCK | O_CLOEXEC));  // a FIFO must not hold the window
+  t4fd.reset(open(name, O_RDONLY | O_NONBLOCK | O_CLOEXEC));  // a FIFO must not block the window
   if (!t4fd) {
     std::perror(Fullpath_fax_filename);
-    return 0;
+    return false;
   }
   uint32_t magic = 0;
   if (readLongFlipped(t4fd.get(), &magic) != sizeof magic) {
     empty_file(name);
-    return 0;
+    return false;
   }
   if (magic != FAXFILE_MAGIC) {
     not_a_fax_file(name);
-    return 0;
+    return false;
   }
-  return 1;
+  return true;
 }
 
-// Takes the coding of the pages from the header. On failure the file is closed, and the reader has said why.
-int read_coding() {
+// Reads the coding of the pages from the header. On failure the file is closed; the header reader has reported why.
+bool read_coding() {
   const OwnedFaxHeader list(read_fax_header(t4fd.get()));
   if (!list) {
     t4fd.reset();
-    return 0;
+    return false;
   }
   comp_type = get_compression_mode(list.get());
-  return 1;
+  return true;
 }
 
 void show_page_count() {
@@ -92,7 +92,7 @@ void show_page_count() {
   set_label(pages_label, text);
 }
 
-void tell_file_fault(const char *format, const char *name) {
+void report_file_fault(const char *format, const char *name) {
   char message[sizeof Local_filename + 32];
   std::snprintf(message, sizeof message, format, name);
   TellUser(tolvane_form, message);
@@ -109,8 +109,8 @@ int generate_view() {
 }
 
 int common(const char *name) {
-  if (!have_bitmap()) return 1;
-  if (*name == '\0' || !keep_local_filename(name)) return 1;
+  if (!allocate_bitmap()) return 1;
+  if (*name == '\0' || !store_local_filename(name)) return 1;
   page_number = 0;
   struct stat status;
   if (stat(name, &status) != 0) {
@@ -139,8 +139,8 @@ void view_arbitrary_fax(const char *name) {
 }
 
 int do_this_page() {
-  if (!have_bitmap()) return 1;          // a dismissed window that was raised again has none
-  if (!Api) open_trace_file("tolvane");  // TRACES may have been edited since the last page. A parent's trace is its own
+  if (!allocate_bitmap()) return 1;      // dismissing an embedded window freed it
+  if (!Api) open_trace_file("tolvane");  // TRACES may have been edited since the last page; a parent has its own trace
   uint8_t *coded = nullptr;
   int32_t length = 0;
   const int16_t result = FaxFileReadSpecificPage(t4fd.get(), Local_filename, page_number + 1, &coded, &length);
@@ -195,7 +195,7 @@ void free_bitmap() {
 void display_page_number(int32_t n) {
   int minimum = 0, maximum = 0;
   XtVaGetValues(scale, XmNminimum, &minimum, XmNmaximum, &maximum, nullptr);
-  // A file can hold more pages than its header promises; the toolkit would warn of such a value on every page.
+  // A file can contain more pages than its header states; the toolkit would print a warning for each of them.
   XmScaleSetValue(scale, std::clamp(n, minimum, maximum));
 }
 
@@ -208,11 +208,11 @@ void display_fax_info2(const char *text) {
 }
 
 void not_a_fax_file(const char *name) {
-  tell_file_fault("File '%s' is not a fax !", name);
+  report_file_fault("File '%s' is not a fax !", name);
 }
 
 void empty_file(const char *name) {
-  tell_file_fault("File '%s' is empty !", name);
+  report_file_fault("File '%s' is empty !", name);
 }
 
 void TellUser(Widget, const char *message) {

@@ -1,6 +1,6 @@
-// The bitmap on the screen and the window around it. What the bitmap holds is the rasteriser's, when it is painted anew
-// is the page cycle's. The image given to Xlib is a wrapper round the one bitmap, with rows that may overlap: nothing
-// is copied here, and nothing here may free it.
+// The bitmap on the screen and the window around it. The rasteriser fills the bitmap, the page cycle decides when it is
+// repainted. The image passed to Xlib is a wrapper around the bitmap, with rows that may overlap: nothing here copies
+// or frees the bitmap.
 #include "view/screen/presentation.h"
 
 #include "support/trace.h"
@@ -19,14 +19,14 @@ namespace {
 [[gnu::used]] const char SCCS_ID[] = "@(#)|presentation|9|01|1|0|0|11/22/26|21:50:00";
 
 constexpr int32_t FULL_WIDTH = 940, FULL_HEIGHT = 717;  // of the shell at 100%, where the page scrolls
-constexpr int32_t BESIDE_PICTURE = 108;                 // the column of controls, and 4 pixels
+constexpr int32_t BESIDE_PICTURE = 108;                 // width of the control column and a margin of 4 pixels
 constexpr int32_t BELOW_PICTURE = 4;
-constexpr int32_t CENTRED_VALUE = 25;  // of the horizontal bar: the left margin of a page is out of sight
+constexpr int32_t CENTRED_VALUE = 25;  // of the horizontal bar: scrolls the left margin of a page out of view
 constexpr int TRIANGLES = 100, TRIANGLE_STEP = 15, TRIANGLE_WIDTH = 10, TRIANGLE_HEIGHT = 5;
 
 Extents shown;
 
-// The shell's size at each scale, as the program set it last and as somebody else did; a width of 0 is none.
+// The size of the shell at each scale: as last set by the program, and as chosen by the user. A width of 0 means none.
 uint16_t own_width[SCALE_COUNT], own_height[SCALE_COUNT];
 uint16_t user_width[SCALE_COUNT], user_height[SCALE_COUNT];
 // The shell's size when the program last asked for another one. The event that tells of it may still be on the way:
@@ -60,7 +60,7 @@ class Context {
   GC gc_;
 };
 
-// The image never owned the bitmap.
+// The image does not own the bitmap.
 struct ForgetImage {
   void operator()(XImage *image) const {
     image->data = nullptr;
@@ -75,8 +75,8 @@ Image wrap_bitmap(Display *display) {
   Image image(XCreateImage(display, DefaultVisualOfScreen(ScreenOfDisplay(display, 0)), 1, XYBitmap, shown.Offset, data,
                            static_cast<unsigned>(shown.Dx), static_cast<unsigned>(shown.Dy), 16, 0));
   if (!image) return image;
-  // Xlib refuses at creation a row that is shorter than offset and width. Ours is at 270 degrees below 100%, where the
-  // picture starts rows further on; the pixels all lie within the block.
+  // XCreateImage refuses rows shorter than offset and width. At 270 degrees below 100% ours are shorter: the picture
+  // starts one or more rows later, and all its pixels lie within the block.
   image->bytes_per_line = shown.Bpl;
   image->bitmap_bit_order = MSBFirst;
   image->byte_order = MSBFirst;
@@ -147,7 +147,7 @@ void refresh_view() {
   const Context gc(GXcopy, BlackPixel(display, screen), WhitePixel(display, screen));
   XPutImage(display, window, gc.get(), image.get(), 0, 0, 0, 0, static_cast<unsigned>(shown.Dx),
             static_cast<unsigned>(shown.Dy));
-  // The scroll that calls for a marker also exposes the window, and the whole picture has just been put over it.
+  // Scrolling exposes the window, so that the picture has just been painted over the marker.
   if (last_page_pos != 0) draw_line_of_triangles(last_page_pos);
 }
 

@@ -1,5 +1,5 @@
-// Steps down and up the page. Turning the page is the page cycle's. A chunk goes straight to the bottom or the top of
-// the page, not by one view: a page of more than two views has a middle that only the bar itself reaches.
+// Steps down and up the page. Changing the page is in pagescope. A chunk goes straight to the bottom or the top of the
+// page, not by one view: only the scroll bar reaches the middle of a page of more than two views.
 #include "view/screen/scrolling.h"
 
 #include "ui/widgets.h"
@@ -19,7 +19,7 @@ namespace {
 
 Widget view_vscrollbar;
 
-// The bar as it stands. Its minimum is 0.
+// The state of the scroll bar. Its minimum is 0.
 struct Bar {
   int value = 0, slider_size = 0, increment = 0, page_increment = 0, maximum = 0;
 
@@ -33,7 +33,7 @@ Bar read_bar() {
   return bar;
 }
 
-// Notifies, so that the scrolled window moves the picture.
+// With notification, so that the scrolled window moves the picture.
 void move_to(const Bar &bar, int value) {
   XmScrollBarSetValues(view_vscrollbar, value, bar.slider_size, bar.increment, bar.page_increment, True);
 }
@@ -47,7 +47,7 @@ void get_scrollbar_variables() {
 void view_scroll_to_pos(int to_bottom, int mark) {
   const Bar bar = read_bar();
   move_to(bar, to_bottom ? bar.bottom() : 0);
-  if (mark && last_page_pos != 0) draw_line_of_triangles(last_page_pos);  // a second time takes it away
+  if (mark && last_page_pos != 0) draw_line_of_triangles(last_page_pos);  // drawing it again removes it
   last_page_pos = 0;
   if (mark && to_bottom) {
     draw_line_of_triangles(bar.slider_size);
@@ -64,7 +64,7 @@ int chunk_scroll(int forward) {
   }
   const bool at_the_end = forward ? page_number + 1 >= Total_pages : page_number <= 0;
   if (at_the_end) return 0;
-  random_page(forward ? page_number + 2 : page_number);  // counted from 1: the page after, the page before
+  random_page(forward ? page_number + 2 : page_number);  // page numbers from 1
   view_scroll_to_pos(!forward, 0);                       // backward enters the page at its bottom
   refresh_view();
   return forward ? 1 : -1;

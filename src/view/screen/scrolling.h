@@ -5,21 +5,21 @@
 
 namespace tolvane {
 
-/// Fetches the vertical scroll bar of `scrolled_window`. Called once the widgets exist, and again for a new form.
+/// Stores the vertical scroll bar of `scrolled_window`. Called after the widgets are created, also for a new form.
 void get_scrollbar_variables();
 
-/// Puts the bar at the top or the bottom of the page and looks after the marker.
+/// Scrolls to the top or the bottom of the page and updates the marker.
 ///
 /// @param to_bottom  non-zero for the bottom
-/// @param mark       non-zero within a page: draws the marker at the bottom, takes it away at the top. Zero on a new
-///                   page: the marker is forgotten, since the new picture has replaced it
+/// @param mark       non-zero within a page: draws the marker at the bottom, removes it at the top. Zero on a new page:
+///                   only forgets the marker, since the new picture has replaced it
 void view_scroll_to_pos(int to_bottom, int mark);
 
 /// One reading step: to the bottom of the page, from there to the top of the next; backward to the top, from there to
 /// the bottom of the previous page.
 ///
 /// @param forward  non-zero for forward
-/// @return 1 moved to the next page, -1 to the previous, also when that page could not be read; 0 otherwise
+/// @return 1 for a step to the next page, -1 to the previous, also if that page could not be read; else 0
 int chunk_scroll(int forward);
 
 /// Move the view by one increment of the bar, within the page. The marker stays as it is.

@@ -1,4 +1,4 @@
-// The operations behind the controls. Each changes one setting of the view and runs the page cycle again; a page that
+// The operations of the controls. Each changes one setting of the view and runs the page cycle again; a page that
 // cannot be read leaves the new setting in place and the old picture on the screen.
 #include "view/screen/tolvane_cb.h"
 
