@@ -32,7 +32,7 @@ void add_benchmark(const std::string &name, std::function<void()> work) {
   })->Unit(benchmark::kMicrosecond);
 }
 
-/// Collects the repetitions of every benchmark, which come in random order, and prints ratios in the end.
+// Collects the repetitions of every benchmark, which come in random order, and prints ratios in the end.
 class RatioTable : public benchmark::BenchmarkReporter {
  public:
   bool ReportContext(const Context &) override { return true; }
@@ -43,9 +43,9 @@ class RatioTable : public benchmark::BenchmarkReporter {
   }
 
   void Finalize() override {
-    std::printf("%-28s", "our time / libtiff's");
-    for (const Chart &chart : charts()) std::printf("%8s", chart.name.c_str());
-    std::printf("%8s%8s\n", "mean", "target");
+    printf("%-28s", "our time / libtiff's");
+    for (const Chart &chart : charts()) printf("%8s", chart.name.c_str());
+    printf("%8s%8s\n", "mean", "target");
     for (const Row &row : rows) print(row);
   }
 
@@ -64,13 +64,13 @@ class RatioTable : public benchmark::BenchmarkReporter {
       const double ratio = median(row.name + "/" + chart + "/ours") / median(row.name + "/" + chart + "/libtiff");
       if (!(ratio > 0)) return;  // left out by a filter
       char cell[16];
-      std::snprintf(cell, sizeof cell, "%8.2f", ratio);
+      snprintf(cell, sizeof cell, "%8.2f", ratio);
       text += cell;
       logarithms += std::log(ratio);
     }
     const double mean = std::exp(logarithms / static_cast<double>(row.charts.size()));
-    std::printf("%-28s%s%8.2f%8.2f%s\n", row.name.c_str(), text.c_str(), mean, row.target,
-                mean <= row.target ? "" : "  missed");
+    printf("%-28s%s%8.2f%8.2f%s\n", row.name.c_str(), text.c_str(), mean, row.target,
+           mean <= row.target ? "" : "  missed");
   }
 
   std::map<std::string, std::vector<double>> times_;

@@ -14,7 +14,7 @@ size_t filled;
 
 void keep_line(const uint8_t *line, uint32_t size) {
   if (filled + size > pixels.size()) return;
-  std::memcpy(pixels.data() + filled, line, size);
+  memcpy(pixels.data() + filled, line, size);
   filled += size;
 }
 

@@ -25,7 +25,7 @@ int32_t get_page(const uint8_t **lines, int32_t *count) {
 
 int32_t put_words(const uint16_t *from, int32_t count) {
   if (words + static_cast<size_t>(count) > code.size()) return -1;
-  std::memcpy(code.data() + words, from, 2 * static_cast<size_t>(count));
+  memcpy(code.data() + words, from, 2 * static_cast<size_t>(count));
   words += static_cast<size_t>(count);
   return count;
 }

@@ -4,14 +4,14 @@
 //   make_fax DIRECTORY
 //
 // The files cover.fax and letter.fax are made in DIRECTORY. Exit status 0 if every line came back as it was drawn.
+#include <tolvane/faxlib.h>
+
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <string>
 #include <vector>
-
-#include <tolvane/faxlib.h>
 
 using namespace tolvane;
 
@@ -72,8 +72,8 @@ std::vector<uint8_t> code(const Bitmap &page) {
 // Ends the program at the first operation that fails.
 void must(int16_t result, const char *operation) {
   if (result == FAXFILE_OK) return;
-  std::fprintf(stderr, "%s: code %d\n", operation, result);
-  std::exit(1);
+  fprintf(stderr, "%s: code %d\n", operation, result);
+  exit(1);
 }
 
 // A new fax file with the keywords that every reader wants; the descriptor is the caller's.
@@ -112,20 +112,20 @@ bool read_back(int32_t fd, const std::string &path, int32_t number, const Bitmap
   const found_line_fn found_line = [](const uint8_t *line, uint32_t size) {
     const size_t offset = size * checking.lines++;
     if (offset >= checking.page->size()) return;  // the decoder ends an MMR page with a white line more
-    checking.same = checking.same && std::memcmp(line, checking.page->data() + offset, size) == 0;
+    checking.same = checking.same && memcmp(line, checking.page->data() + offset, size) == 0;
   };
   t4dec(data, static_cast<uint32_t>(length), MMR, nullptr, found_line, nullptr);
-  std::free(data);
+  free(data);
   const bool same = checking.same && checking.lines * LINE_BYTES >= drawn.size();
-  std::printf("page %d: %d bytes, %zu lines, %s\n", number, length, drawn.size() / LINE_BYTES,
-              same ? "as drawn" : "not as drawn");
+  printf("page %d: %d bytes, %zu lines, %s\n", number, length, drawn.size() / LINE_BYTES,
+         same ? "as drawn" : "not as drawn");
   return same;
 }
 }  // namespace
 
 int main(int argc, char **argv) {
   if (argc != 2) {
-    std::fprintf(stderr, "usage: make_fax DIRECTORY\n");
+    fprintf(stderr, "usage: make_fax DIRECTORY\n");
     return 1;
   }
   const std::string cover_path = std::string(argv[1]) + "/cover.fax";
@@ -148,7 +148,7 @@ int main(int argc, char **argv) {
   must(FaxFileOpen(path.c_str(), &fd), "FaxFileOpen");
   char subject[32768];  // holds any value
   must(FaxFileGetKeywordValue(fd, FAXFILE_SUBJECT, subject), "FaxFileGetKeywordValue");
-  std::printf("subject: %s\n", subject);
+  printf("subject: %s\n", subject);
   bool same = read_back(fd, path, 1, cover);
   same = read_back(fd, path, 2, first) && same;
   same = read_back(fd, path, 3, second) && same;

@@ -4,13 +4,14 @@
 //
 // The first file opens as a preview. Each button below makes one call of the embedding interface; what it gives and
 // what the viewer reports comes on standard output, one line each.
+#include <tolvane/embed.h>
+
 #include <cstdint>
 #include <cstdio>
 #include <iterator>
 
 #include <Xm/PushB.h>
 #include <Xm/RowColumn.h>
-#include <tolvane/embed.h>
 
 namespace {
 
@@ -27,14 +28,14 @@ const char *name_of(int32_t code) {
 }
 
 void heard(int32_t code) {
-  std::printf("event %d: %s\n", code, name_of(code));
+  printf("event %d: %s\n", code, name_of(code));
 }
 
 void open_file(char *file, tolvane::TnFace face) {
   char *arguments[] = {program, file, nullptr};
   const int result = tolvane::tn_open_view(XtDisplay(toplevel), 2, arguments);
   if (result == 0) tolvane::tn_configure_window(face);
-  std::printf("opened: %d\n", result);
+  printf("opened: %d\n", result);
 }
 
 void open_preview() {
@@ -53,7 +54,7 @@ void dismiss() {
   tolvane::tn_dismiss_view_window(0);
 }
 void say_state() {
-  std::printf("up: %d\n", tolvane::tn_window_is_up());
+  printf("up: %d\n", tolvane::tn_window_is_up());
 }
 
 void destroy() {
@@ -100,7 +101,7 @@ int main(int argc, char **argv) {
   XtAppContext context;
   toplevel = XtVaAppInitialize(&context, "Parent", nullptr, 0, &argc, argv, nullptr, XmNtitle, "Fax Parent", nullptr);
   if (argc < 2 || argc > 3) {
-    std::fprintf(stderr, "Usage: %s fax_file [second_fax_file]\n", argv[0]);
+    fprintf(stderr, "Usage: %s fax_file [second_fax_file]\n", argv[0]);
     return 1;
   }
   std::setvbuf(stdout, nullptr, _IOLBF, 0);

@@ -6,7 +6,7 @@
 
 using namespace tolvane;
 
-/// The rules of the search, pixel by pixel.
+// The rules of the search, pixel by pixel.
 static int next_trans(const std::vector<uint8_t> &line, int position, int colour) {
   const int width = static_cast<int>(8 * line.size());
   const auto is_wanted = [&](int n) { return (line[static_cast<size_t>(n / 8)] >> (7 - n % 8) & 1) != colour; };

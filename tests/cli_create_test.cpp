@@ -7,8 +7,8 @@ namespace {
 class Create : public ToolTest {
  protected:
   void prepare(const std::string &line) const { EXPECT_EQ(shell(line).status, 0) << line; }
-  /// The first page of a fax, however many lines it has. It is judged in MH: libtiff reads lines of MMR that start
-  /// black under a line that starts white in another way.
+  // The first page of a fax, however many lines it has. It is judged in MH: libtiff reads lines of MMR that start
+  // black under a line that starts white in another way.
   Picture first_page(const std::string &fax) const {
     const std::string record = fax_parts(run("merge --coding mh - -", fax).out).records.at(0);
     return seen_by_libtiff(record, "mh", mh_lines(record));

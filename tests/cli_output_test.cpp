@@ -17,10 +17,10 @@ using Output = ToolTest;
 namespace {
 
 const auto text = [](const std::vector<uint8_t> &bytes) { return std::string(bytes.begin(), bytes.end()); };
-/// Four white lines in MH, and four of which the third ends early.
+// Four white lines in MH, and four of which the third ends early.
 const std::string white = text(coded("EOL w1728 w0 EOL w1728 w0 EOL w1728 w0 EOL w1728 w0 0000"));
 const std::string short_line = text(coded("EOL w1728 w0 EOL w1728 w0 EOL w960 w40 EOL w1728 w0"));
-/// The heights of the pictures in a PBM file, each below 10, as one digit after another.
+// The heights of the pictures in a PBM file, each below 10, as one digit after another.
 std::string heights(const std::string &bytes) {
   std::string all;
   for (size_t at = 0; at < bytes.size();) {

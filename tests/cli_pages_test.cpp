@@ -7,7 +7,7 @@ namespace {
 
 const std::string modes = "RESOLUTION:1\nCOMPRESSION:", subject = "SUBJECT:INCLUDE is a word\n";
 
-/// The record of a page that is known by its number of lines.
+// The record of a page that is known by its number of lines.
 std::string page(uint32_t lines) {
   return encoded_page(random_page(lines, lines), 3);
 }

@@ -1,11 +1,11 @@
 #include "view/rasteriser.h"
 
-#include "helpers/plain_picture.h"
-
 #include <gtest/gtest.h>
 
 #include <algorithm>
 #include <random>
+
+#include "helpers/plain_picture.h"
 
 using namespace tolvane;
 

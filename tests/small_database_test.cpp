@@ -1,11 +1,11 @@
 #include "view/small_database.h"
 
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+
 #include "helpers/fax_bytes.h"
 #include "helpers/temp_dir.h"
 #include "view/view_state.h"
-
-#include <gtest/gtest.h>
-#include <sys/stat.h>
 
 using namespace tolvane;
 using namespace std::string_literals;

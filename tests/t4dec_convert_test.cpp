@@ -21,7 +21,7 @@ std::string header(const std::string &pages, int32_t compression) {
   return "SUBJECT:a:b\n#PAGES:" + pages + "\nRESOLUTION:1\nCOMPRESSION:" + std::to_string(compression) + "\n";
 }
 
-/// Converts; FILE in `message` is the path and TEMPORARY that of the new file.
+// Converts; FILE in `message` is the path and TEMPORARY that of the new file.
 void expect(int result, std::string message, const std::string &path, int32_t compression,
             void (*callback)() = nullptr) {
   for (const auto &[word, text] : {std::pair{"TEMPORARY"s, path + "." + std::to_string(getpid())}, {"FILE"s, path}})

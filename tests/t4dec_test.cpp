@@ -61,7 +61,7 @@ const Stream streams[] = {
 constexpr std::pair<TiffCoding, int32_t> codings[] = {
     {TiffCoding::g3_1d, COMP_MH}, {TiffCoding::g3_2d, COMP_MR}, {TiffCoding::g4, COMP_MMR}};
 
-/// The lines as the decoder gives them: a white one first from MH, last from MMR, and MH keeps back its last.
+// The lines as the decoder gives them: a white one first from MH, last from MMR, and MH keeps back its last.
 std::vector<uint8_t> expected_lines(Picture picture, int32_t comp_type) {
   const std::vector<uint8_t> white(picture.stride());
   auto &pixels = picture.pixels;
@@ -71,7 +71,7 @@ std::vector<uint8_t> expected_lines(Picture picture, int32_t comp_type) {
   return pixels;
 }
 
-/// Rows of `lines` between the part equal from the top and the part equal from the bottom.
+// Rows of `lines` between the part equal from the top and the part equal from the bottom.
 size_t spoilt_rows(const std::vector<uint8_t> &lines, const std::vector<uint8_t> &good) {
   const auto top = std::mismatch(lines.begin(), lines.end(), good.begin(), good.end()).first - lines.begin();
   const auto bottom = std::mismatch(lines.rbegin(), lines.rend(), good.rbegin(), good.rend()).first - lines.rbegin();

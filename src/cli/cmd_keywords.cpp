@@ -113,7 +113,7 @@ struct Action {
   Status (*act)(FaxDocument &document);
 };
 
-constexpr Action actions[] = {
+constexpr Action ACTIONS[] = {
     {"list", "Prints all header lines", nullptr, false, false, list_lines},
     {"get", "Prints the values of keywords", "NAME", true, false, print_values},
     {"set", "Gives keywords a value, in their place", "NAME=VALUE", false, true, set_values},
@@ -138,7 +138,7 @@ std::string name_list() {
 void declare(CLI::App &usage) {
   usage.require_subcommand(1);
   usage.footer(name_list() + "\n\n" + usage.get_footer());
-  for (const Action &action : actions) {
+  for (const Action &action : ACTIONS) {
     CLI::App *parser = usage.add_subcommand(action.name, action.summary);
     parser->callback([&action] { chosen = &action; });
     parser->add_option("FILE", file, "the fax file")->required();

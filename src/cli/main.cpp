@@ -18,7 +18,7 @@ namespace tolvane {
 namespace {
 [[gnu::used]] const char SCCS_ID[] = "@(#)|main|9|01|1|0|0|11/22/26|21:30:00";
 
-constexpr const Command *commands[] = {
+constexpr const Command *COMMANDS[] = {
     &info_command,    &check_command,  &create_command, &append_command, &insert_command,  &include_command,
     &extract_command, &render_command, &merge_command,  &split_command,  &convert_command, &keywords_command,
 };
@@ -51,7 +51,7 @@ Status run_command_line(int argc, char **argv) {
   usage.require_subcommand(1);
   usage.footer("Exit status: 0 done, 1 usage, 2 failed, 3 done with damage found.");
   const Command *chosen = nullptr;
-  for (const Command *command : commands) {
+  for (const Command *command : COMMANDS) {
     CLI::App *parser = usage.add_subcommand(command->name, command->summary);
     parser->callback([&chosen, command] { chosen = command; });
     command->declare(*parser);

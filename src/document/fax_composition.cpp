@@ -21,7 +21,7 @@ namespace {
 constexpr size_t MOST_LINES = 99;         // lines that the viewer's header reader takes
 constexpr size_t LONGEST_HEADER = 32767;  // bytes of a header in which keywords can be read
 
-constexpr FaxKeyword structural[] = {FAXFILE_PAGES, FAXFILE_RESOLUTION, FAXFILE_INCLUDE_PAGES, FAXFILE_INCLUDE,
+constexpr FaxKeyword STRUCTURAL[] = {FAXFILE_PAGES, FAXFILE_RESOLUTION, FAXFILE_INCLUDE_PAGES, FAXFILE_INCLUDE,
                                      FAXFILE_COMPRESSION};
 
 const char *keyword(FaxKeyword number) {
@@ -51,7 +51,7 @@ std::string inclusion_line(const Inclusion &inclusion, int32_t at) {
 }
 
 bool is_structural(const std::string &line) {
-  return std::any_of(std::begin(structural), std::end(structural),
+  return std::any_of(std::begin(STRUCTURAL), std::end(STRUCTURAL),
                      [&](FaxKeyword number) { return header_line_value(line, keyword(number)); });
 }
 
@@ -81,8 +81,8 @@ Status check_header(const char *name, const std::vector<std::string> &lines) {
 }
 
 Status append_record(int fd, std::span<const uint8_t> data) {
-  constexpr uint8_t nothing[1] = {};  // the library takes no null for the data of an empty page
-  const uint8_t *bytes = data.empty() ? nothing : data.data();
+  constexpr uint8_t NOTHING[1] = {};  // the library takes no null for the data of an empty page
+  const uint8_t *bytes = data.empty() ? NOTHING : data.data();
   if (FaxFileAppendEncodedPage(fd, bytes, static_cast<int32_t>(data.size())) == FAXFILE_OK) return DONE;
   return system_failure("coded pages");
 }

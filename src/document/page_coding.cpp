@@ -185,8 +185,8 @@ const char *damage_text(Damage kind) {
 }
 
 const char *coding_name(int32_t coding) {
-  constexpr const char *names[] = {"MH", "MR", "UMMR", "MMR"};
-  return coding >= 0 && coding < 4 ? names[coding] : "unknown";
+  constexpr const char *NAMES[] = {"MH", "MR", "UMMR", "MMR"};
+  return coding >= 0 && coding < 4 ? NAMES[coding] : "unknown";
 }
 
 }  // namespace tolvane

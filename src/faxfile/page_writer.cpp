@@ -63,8 +63,8 @@ int16_t start_writing(PageIO *page) {
     page->recordStart = lseek(page->fd, 0, SEEK_CUR);
     if (!SaveFaxPages(page->fd, &page->savedPages)) return FAXFILE_ERR_CREATE;
   }
-  constexpr uint32_t no_length = 0;
-  if (writeLongFlipped(page->fd, &no_length) == 4) return FAXFILE_OK;
+  constexpr uint32_t NO_LENGTH = 0;
+  if (writeLongFlipped(page->fd, &NO_LENGTH) == 4) return FAXFILE_OK;
   take_back(*page);
   return FAXFILE_ERR_WRITE;
 }

@@ -78,13 +78,13 @@ int32_t asciitoST(int32_t character) {
 }
 
 const char *DFtostring(int32_t code) {
-  constexpr const char *texts[] = {"MH (1-D)", "MR (2-D)", "UMMR (Uncompressed MMR)", "MMR"};
-  return code >= 0 && code < std::ssize(texts) ? texts[code] : "Unknown Compression Format";
+  constexpr const char *TEXTS[] = {"MH (1-D)", "MR (2-D)", "UMMR (Uncompressed MMR)", "MMR"};
+  return code >= 0 && code < std::ssize(TEXTS) ? TEXTS[code] : "Unknown Compression Format";
 }
 
 const char *VRtostring(int32_t code) {
-  constexpr const char *texts[] = {"Normal (98 lpi)", "Fine (196 lpi)", "300 lpi", "400 lpi", "600 lpi"};
-  return code >= 0 && code < std::ssize(texts) ? texts[code] : "Unknown Vertical Resolution";
+  constexpr const char *TEXTS[] = {"Normal (98 lpi)", "Fine (196 lpi)", "300 lpi", "400 lpi", "600 lpi"};
+  return code >= 0 && code < std::ssize(TEXTS) ? TEXTS[code] : "Unknown Vertical Resolution";
 }
 
 }  // namespace tolvane

@@ -141,8 +141,8 @@ int16_t FaxFileCreate(const char *path, int32_t *fd) {
   if (!path || !fd) return FAXFILE_ERR_ARGUMENT;
   *fd = -1;
   Descriptor file(open(path, O_RDWR | O_CREAT | O_TRUNC | O_CLOEXEC, NEW_FILE_MODE));
-  constexpr uint8_t empty[] = {0xBA, 0xDB, 0xAD, 0x16, 0, 0, 0, 1, FAXFILE_TERMINATOR};
-  if (!file || _pwrite(file.get(), empty, sizeof empty) < 0) return FAXFILE_ERR_CREATE;
+  constexpr uint8_t EMPTY[] = {0xBA, 0xDB, 0xAD, 0x16, 0, 0, 0, 1, FAXFILE_TERMINATOR};
+  if (!file || _pwrite(file.get(), EMPTY, sizeof EMPTY) < 0) return FAXFILE_ERR_CREATE;
   *fd = file.release();
   return FAXFILE_OK;
 }

@@ -89,8 +89,8 @@ void diffuse(std::vector<uint8_t> &grey, int32_t width, int32_t threshold) {
 }  // namespace
 
 double lines_per_inch(int32_t resolution) {
-  constexpr double densities[] = {98, 196, 300, 400, 600};
-  return resolution > 0 && resolution < std::ssize(densities) ? densities[resolution] : densities[0];
+  constexpr double DENSITIES[] = {98, 196, 300, 400, 600};
+  return resolution > 0 && resolution < std::ssize(DENSITIES) ? DENSITIES[resolution] : DENSITIES[0];
 }
 
 FitScale fit_scale(int32_t width, double x_dpi, double y_dpi, const FitOptions &options) {

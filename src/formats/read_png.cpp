@@ -53,8 +53,8 @@ Status read_png(const PictureFile &file, const SourceOptions &, const page_sink 
   image.format = PNG_FORMAT_GRAY;
   GreyPage page = {static_cast<int32_t>(image.width), static_cast<int32_t>(image.height), 0, 0, {}};
   page.grey.resize(PNG_IMAGE_SIZE(image));
-  constexpr png_color white = {255, 255, 255};
-  if (!png_image_finish_read(&image, &white, page.grey.data(), 0, nullptr)) return broken();
+  constexpr png_color WHITE = {255, 255, 255};
+  if (!png_image_finish_read(&image, &WHITE, page.grey.data(), 0, nullptr)) return broken();
   find_density(file.bytes, page);
   return sink(std::move(page));
 }

@@ -15,7 +15,7 @@ namespace tolvane {
 namespace {
 [[gnu::used]] const char SCCS_ID[] = "@(#)|unfinished_files|9|01|1|0|0|11/23/26|04:30:00";
 
-constexpr int endings[] = {SIGINT, SIGTERM, SIGHUP};
+constexpr int ENDINGS[] = {SIGINT, SIGTERM, SIGHUP};
 char unfinished[4][4096];  // an empty name is a free slot
 
 void remove_unfinished(int signal_number) {
@@ -29,7 +29,7 @@ void remove_unfinished(int signal_number) {
 }  // namespace
 
 void note_unfinished_file(const std::string &path) {
-  for (const int ending : endings) {
+  for (const int ending : ENDINGS) {
     // A signal that was ignored, as under nohup, stays ignored.
     if (signal(ending, remove_unfinished) == SIG_IGN) signal(ending, SIG_IGN);
   }
@@ -46,7 +46,7 @@ void forget_unfinished_file(const std::string &path) {
 int make_unfinished_file(std::string &path) {
   sigset_t waiting, before;
   sigemptyset(&waiting);
-  for (const int ending : endings) sigaddset(&waiting, ending);
+  for (const int ending : ENDINGS) sigaddset(&waiting, ending);
   sigprocmask(SIG_BLOCK, &waiting, &before);
   const int fd = mkostemp(path.data(), O_CLOEXEC);
   const int kept = errno;

@@ -236,7 +236,7 @@ int open_trace_file(const char *name) {
     return 0;
   }
   char flat[TRACE_FIELD_SIZE];
-  const bool has_path = strchr(name, '/') != nullptr;
+  const bool has_path = strchr(name, '/');
   if (has_path) flatten(name, flat);
   const char *program = has_path ? flat : name;
 

@@ -19,7 +19,7 @@ void cut_behind(char *text, const char *dropped) {
 }  // namespace
 
 int is_whitespace(char ch) {
-  return ch != '\0' && strchr(WHITESPACE, ch) != nullptr;
+  return ch != '\0' && strchr(WHITESPACE, ch);
 }
 
 char *rm_leading_whitespace(char *text) {

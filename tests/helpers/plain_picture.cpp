@@ -1,8 +1,8 @@
 #include "helpers/plain_picture.h"
 
-#include "helpers/coded_page.h"
-
 #include <algorithm>
+
+#include "helpers/coded_page.h"
 
 void PlainPicture::paint(int32_t cy, int32_t x, int32_t count) {
   if (fine ? cy % 2 == 1 || cy > 6975 : cy > 3487) return;

@@ -7,7 +7,7 @@
 
 namespace {
 
-/// Opens a file in memory; libtiff closes what it is given, so it gets a descriptor of its own.
+// Opens a file in memory; libtiff closes what it is given, so it gets a descriptor of its own.
 TIFF *open_memory(int memory, const char *mode) {
   lseek(memory, 0, SEEK_SET);
   return TIFFFdOpen(dup(memory), "memory", mode);
@@ -33,7 +33,7 @@ Picture load_chart(const std::string &name) {
   Picture picture;
   const std::string path = in_checkout("bench/charts/" + name + ".tif");
   TIFF *tiff = TIFFOpen(path.c_str(), "r");
-  if (tiff == nullptr) return picture;
+  if (!tiff) return picture;
   TIFFGetField(tiff, TIFFTAG_IMAGEWIDTH, &picture.width);
   TIFFGetField(tiff, TIFFTAG_IMAGELENGTH, &picture.height);
   picture.pixels.resize(size_t{picture.stride()} * picture.height);
