@@ -1,6 +1,5 @@
 // What the viewer is told in text: TRACES, labels, and the words on its standard input. The procedures that the words
 // start are replaced by ones that look at what they are given.
-#include <Xm/Xm.h>
 #include <sanitizer/lsan_interface.h>
 #include <stdlib.h>
 #include <string.h>
@@ -14,6 +13,8 @@
 #include "support/trace_config.h"
 #include "ui/bx_tolvane_utils.h"
 #include "view/view_state.h"
+
+#include <Xm/Xm.h>
 
 void fuzz_traces(Input input) {
   using namespace tolvane;
@@ -37,7 +38,7 @@ void fuzz_labels(Input input) {
   const std::string text(input.text().c_str());
   const __lsan::ScopedDisabler toolkit;  // it counts the users of a string up to 255 and then loses it
   const XmString string = StringToXmString(text.c_str());
-  require(string != nullptr, "a string of every label");
+  require(string, "a string of every label");
   XmStringFree(string);
 
   XmStringTable table = nullptr;

@@ -77,7 +77,7 @@ void take_damage(Damage kind) {
   decoded.replaced = decoded.replaced || kind == Damage::overflow || kind == Damage::stopped;
 }
 
-/// Make-up codes at the end of a page wait for the next one. A page that ends in order takes them.
+// Make-up codes at the end of a page wait for the next one. A page that ends in order takes them.
 void forget_sums() {
   static const std::vector<uint8_t> mr = coded("E1 w8 b8 w8 00000000 00000000"),
                                     mmr = coded("H w8 b8 H w8 b8 00000000");
@@ -129,8 +129,8 @@ std::string encode(std::string_view lines, int32_t coding, int32_t resolution) {
   return record_coded;
 }
 
-/// Lines that are coded and decoded are the same lines, but for those that a coding adds to a page or that only the
-/// next page's EOL would end.
+// Lines that are coded and decoded are the same lines, but for those that a coding adds to a page or that only the
+// next page's EOL would end.
 void require_identity(std::string_view lines, int32_t coding, int32_t resolution) {
   const std::string blank(LINE_SIZE, '\0');
   std::string expected(lines);

@@ -1,10 +1,9 @@
 // Headers: as a list of attributes, as lines, and through the quick reader, held against each other.
-#include "faxfile/fax_header.h"
-
 #include <string.h>
 
 #include <algorithm>
 
+#include "faxfile/fax_header.h"
 #include "faxfile/header_lines.h"
 #include "fuzz.h"
 #include "view/small_database.h"

@@ -25,12 +25,12 @@ std::string read_page(int32_t fd, const char *path, int32_t page, int16_t *code)
   uint8_t *data = nullptr;
   int32_t length = 0;
   *code = FaxFileReadSpecificPage(fd, path, page, &data, &length);
-  require((*code == 0) == (data != nullptr), "data with success only");
+  require((*code == 0) == !!data, "data with success only");
   const Block<uint8_t> owner(data);
   return data ? std::string(reinterpret_cast<char *>(data), static_cast<size_t>(length)) : std::string();
 }
 
-/// The header text without its terminator, with the first match of a name taken out up to the end of its line.
+// The header text without its terminator, with the first match of a name taken out up to the end of its line.
 std::string without(std::string text, const char *name) {
   const size_t match = text.find(name);
   if (match < text.find('\0')) text.erase(match, text.find('\n', match) + 1 - match);
@@ -42,7 +42,7 @@ std::string with(const std::string &text, const char *name, std::string value) {
   return text + name + ':' + value + '\n';
 }
 
-/// Puts one page into an open file through the operations for pages in progress.
+// Puts one page into an open file through the operations for pages in progress.
 int16_t insert_page(int32_t fd, uint16_t at, const std::string &data) {
   FaxPageParams params{};
   params.size = sizeof params;

@@ -1,4 +1,6 @@
 // Files replaced whole: what the path names, what is kept of the old file, and what is left over.
+#include "support/replace_file.h"
+
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
@@ -8,7 +10,6 @@
 #include <cstdarg>
 
 #include "helpers/temp_dir.h"
-#include "support/replace_file.h"
 
 using namespace tolvane;
 namespace fs = std::filesystem;
