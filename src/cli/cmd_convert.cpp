@@ -71,15 +71,14 @@ bool run_converter(const std::string &path) {
 }
 
 /// Names the damaged lines of the pages where the converter met damage. The document is still the old file.
-Status tell_damaged_pages(const FaxDocument &document) {
+Status report_damaged_pages(const FaxDocument &document) {
   for (const int32_t number : damaged_pages) {
     const PageRecord &place = document.records[static_cast<size_t>(number) - 1];
     std::vector<uint8_t> record(static_cast<size_t>(place.length));
     DecodedPage decoded;
-    if (pread(document.fd.get(), record.data(), record.size(), place.offset + 4) ==
-            static_cast<ssize_t>(record.size()) &&
-        decode_page(record, document.coding, decoded))
-      tell_damage(document.name(), number, decoded);
+    const auto size = static_cast<ssize_t>(record.size());
+    if (pread(document.fd.get(), record.data(), record.size(), place.offset + 4) == size)
+      decode_page(document.name(), number, record, document.coding, decoded);
   }
   return damaged_pages.empty() ? DONE : DAMAGED;
 }
@@ -138,7 +137,7 @@ Status convert_file(const std::string &path) {
   Progress progress("pages", document.record_count());
   page_progress = files.size() == 1 ? &progress : nullptr;
   const Status status = converter_keeps_all(document) ? convert_directly(document) : convert_by_copy(document);
-  const Status damage = tell_damaged_pages(document);
+  const Status damage = report_damaged_pages(document);
   if (status == FAILED) return failure("%s: not converted", document.name());
   return worse(status, damage);
 }

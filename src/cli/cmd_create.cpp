@@ -42,8 +42,7 @@ Status add_keywords(HeaderLines &lines) {
     if (parse_keyword(text, keyword) != DONE) return USAGE;
     set_header_value(lines, keyword.first.c_str(), keyword.second);
     if (!is_structural(lines.back())) continue;
-    complain("%s is set by the program itself", keyword.first.c_str());
-    return USAGE;
+    return usage_fault("%s is set by the program itself", keyword.first.c_str());
   }
   return check_header(out.c_str(), lines);
 }

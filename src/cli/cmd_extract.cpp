@@ -69,11 +69,9 @@ struct PagesOut {
     FaxPage found;
     DecodedPage decoded;
     if (read_fax_page(document, page, found) != DONE) return false;
-    if (!decode_page(found.record, found.coding, decoded)) {
-      complain("%s: page %d: pages in %s cannot be decoded", document.name(), page, coding_name(found.coding));
-      return false;
-    }
-    status = worse(status, tell_damage(document.name(), page, decoded));
+    const Status decode = decode_page(document.name(), page, found.record, found.coding, decoded);
+    if (decode == FAILED) return false;
+    status = worse(status, decode);
     if (decoded.line_count() == 0) {
       complain("%s: page %d has no lines and is left out", document.name(), page);
       return false;
@@ -113,14 +111,9 @@ Status write_file(const PictureFormat &format, const std::string &path, PagesOut
   return pages.status;
 }
 
-Status usage_fault(const char *text) {
-  complain("%s", text);
-  return USAGE;
-}
-
 Status run() {
-  const PictureFormat *format = format_name.empty() ? format_of_path(out) : format_named(format_name);
-  if (!format) return usage_fault(("the format must be one of " + format_names()).c_str());
+  const PictureFormat *format = wanted_format(format_name, out);
+  if (!format) return USAGE;
   FaxDocument document;
   if (open_fax(file, document) != DONE) return FAILED;
   const Status lost = tell_lost_bytes(document);
@@ -132,7 +125,7 @@ Status run() {
   PagesOut all = {document, pages, progress};
   if (!is_numbered_pattern(out)) {
     if (pages.size() > 1 && !format->several_pages)
-      return usage_fault("this format holds one page a file: put %d into the name");
+      return usage_fault("a file of this format holds one page: put %%d into the name");
     const Status status = worse(lost, write_file(*format, out, all));
     return all.given == 0 ? failure("%s: no page could be extracted", document.name()) : status;
   }

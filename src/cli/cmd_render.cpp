@@ -73,11 +73,8 @@ PagePicture rendered(const FaxPage &page, int32_t coding) {
 }
 
 Status run() {
-  const PictureFormat *format = format_name.empty() ? format_of_path(out) : format_named(format_name);
-  if (!format) {
-    complain("the format must be one of %s", format_names().c_str());
-    return USAGE;
-  }
+  const PictureFormat *format = wanted_format(format_name, out);
+  if (!format) return USAGE;
   FaxDocument document;
   FaxPage page;
   if (open_fax(file, document) != DONE) return FAILED;
@@ -87,9 +84,8 @@ Status run() {
   }
   if (read_fax_page(document, page_wanted, page) != DONE) return FAILED;
   DecodedPage decoded;
-  if (!decode_page(page.record, document.coding, decoded))
-    return failure("%s: pages in %s cannot be decoded", document.name(), coding_name(document.coding));
-  const Status damage = tell_damage(document.name(), page_wanted, decoded);
+  const Status damage = decode_page(document.name(), page_wanted, page.record, document.coding, decoded);
+  if (damage == FAILED) return FAILED;
   if (set_view(document) != DONE) return FAILED;
   PagePicture picture = rendered(page, document.coding);
   if (picture.width == 0 || picture.height == 0)

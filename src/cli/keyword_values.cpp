@@ -46,22 +46,17 @@ const struct {
 Status check_keyword_name(const std::string &name) {
   if (std::find(std::begin(faxFileKeywordList), std::end(faxFileKeywordList), name) != std::end(faxFileKeywordList))
     return DONE;
-  complain("no keyword has the name \"%s\"", name.c_str());
-  return USAGE;
+  return usage_fault("no keyword has the name \"%s\"", name.c_str());
 }
 
 Status parse_keyword(const std::string &text, KeywordValue &keyword) {
   const size_t equals = text.find('=');
-  if (equals == std::string::npos) {
-    complain("\"%s\" has not the form NAME=VALUE", text.c_str());
-    return USAGE;
-  }
+  if (equals == std::string::npos) return usage_fault("\"%s\" is not of the form NAME=VALUE", text.c_str());
   keyword = {text.substr(0, equals), text.substr(equals + 1)};
   if (check_keyword_name(keyword.first) != DONE) return USAGE;
   for (const auto &form : forms) {
     if (keyword.first != faxFileKeywordList[form.keyword] || form.accepts(keyword.second)) continue;
-    complain("%s takes %s", keyword.first.c_str(), form.form);
-    return USAGE;
+    return usage_fault("%s takes %s", keyword.first.c_str(), form.form);
   }
   return DONE;
 }

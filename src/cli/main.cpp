@@ -25,11 +25,10 @@ constexpr const Command *COMMANDS[] = {
 
 /// Tells what the parser does not take. It misses an operand before it finds a word that it does not know, although
 /// it is the word that is wrong: that is told instead.
-Status usage_fault(const CLI::App &usage, const CLI::ParseError &error) {
+Status command_line_fault(const CLI::App &usage, const CLI::ParseError &error) {
   const std::vector<std::string> unknown = usage.remaining(true);
   const std::string text = unknown.empty() ? error.what() : "\"" + unknown.front() + "\" was not expected";
-  complain("%s\nRun with --help for more information.", text.c_str());
-  return USAGE;
+  return usage_fault("%s\nRun with --help for more information.", text.c_str());
 }
 
 /// The words of the command line, last one first, as the parser takes them. It would take a word in brackets for a list
@@ -59,7 +58,7 @@ Status run_command_line(int argc, char **argv) {
   try {
     usage.parse(words_backwards(argc, argv));
   } catch (const CLI::ParseError &error) {
-    if (error.get_exit_code() != 0) return usage_fault(usage, error);
+    if (error.get_exit_code() != 0) return command_line_fault(usage, error);
     usage.exit(error);
     return DONE;
   }

@@ -47,16 +47,12 @@ Status select_pages(const std::string &text, int32_t count, std::vector<int32_t>
   }
   while (!rest.empty()) {
     const size_t comma = rest.find(',');
-    if (!add_range(rest.substr(0, comma), count, pages) || comma + 1 == rest.size()) {
-      complain("\"%s\" does not select from the pages 1 to %d", text.c_str(), count);
-      return USAGE;
-    }
+    if (!add_range(rest.substr(0, comma), count, pages) || comma + 1 == rest.size())
+      return usage_fault("\"%s\" does not select from the pages 1 to %d", text.c_str(), count);
     rest.remove_prefix(comma == rest.npos ? rest.size() : comma + 1);
   }
   if (parity >= 0) std::erase_if(pages, [parity](int32_t page) { return page % 2 != parity; });
-  if (!pages.empty()) return DONE;
-  complain("no page is selected");
-  return USAGE;
+  return pages.empty() ? usage_fault("no page is selected") : DONE;
 }
 
 }  // namespace tolvane

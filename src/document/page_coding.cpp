@@ -111,6 +111,17 @@ void decode_MMR(std::span<const uint8_t> record) {
   if (done && !lines.empty() && white) decoding->lines.resize(lines.size() - LINE_BYTES);
 }
 
+void decode_record(std::span<const uint8_t> record, int32_t coding, DecodedPage &page) {
+  decoding = &page;
+  runs_of_line = lines_missing = 0;
+  t4dec_set_pixel_width(FAX_WIDTH);
+  t4dec_set_damage_callback(take_damage);
+  if (coding == COMP_MH) decode_MH(record);
+  if (coding == COMP_MMR) decode_MMR(record);
+  if (coding == COMP_MR) decode_MR(record);
+  t4dec_set_damage_callback(nullptr);
+}
+
 }  // namespace
 
 int32_t DecodedPage::line_count() const {
@@ -140,28 +151,17 @@ std::vector<uint8_t> encode_page(std::span<const uint8_t> lines, int32_t coding,
   return record;
 }
 
-bool decode_page(std::span<const uint8_t> record, int32_t coding, DecodedPage &page) {
-  page.lines.clear();
-  page.damage.clear();
-  if (coding != COMP_MH && coding != COMP_MR && coding != COMP_MMR) return false;
-  if (record.empty()) return true;
-  decoding = &page;
-  runs_of_line = lines_missing = 0;
-  t4dec_set_pixel_width(FAX_WIDTH);
-  t4dec_set_damage_callback(take_damage);
-  if (coding == COMP_MH) decode_MH(record);
-  if (coding == COMP_MMR) decode_MMR(record);
-  if (coding == COMP_MR) decode_MR(record);
-  t4dec_set_damage_callback(nullptr);
-  return true;
-}
-
-Status tell_damage(const char *name, int32_t page, const DecodedPage &decoded) {
-  const size_t told = std::min(decoded.damage.size(), DAMAGE_TOLD);
-  for (const LineDamage &place : std::span(decoded.damage).first(told))
-    complain("%s: page %d: line %d: %s", name, page, place.line, damage_text(place.kind));
-  if (told < decoded.damage.size()) complain("%s: page %d: %zu more places", name, page, decoded.damage.size() - told);
-  return decoded.damage.empty() ? DONE : DAMAGED;
+Status decode_page(const char *name, int32_t page, std::span<const uint8_t> record, int32_t coding,
+                   DecodedPage &decoded) {
+  decoded.lines.clear();
+  decoded.damage.clear();
+  if (coding != COMP_MH && coding != COMP_MR && coding != COMP_MMR)
+    return failure("%s: page %d: pages in %s cannot be decoded", name, page, coding_name(coding));
+  if (record.empty()) return DONE;
+  decode_record(record, coding, decoded);
+  return report_damage(name, page, decoded.damage.size(), [&](size_t i) {
+    return "line " + std::to_string(decoded.damage[i].line) + ": " + damage_text(decoded.damage[i].kind);
+  });
 }
 
 const char *damage_text(Damage kind) {

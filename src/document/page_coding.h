@@ -38,15 +38,13 @@ struct DecodedPage {
 /// @return the record. One in MR ends in a word of zeros: a last code that took the very last bit would not be read
 std::vector<uint8_t> encode_page(std::span<const uint8_t> lines, int32_t coding, int32_t resolution);
 
-/// Decodes a page record as far as it can be decoded.
+/// Decodes a page record as far as possible and reports its damage, line by line: "name: page 2: line 17: an invalid
+/// code".
 ///
-/// @return whether there is a decoder for the coding
-bool decode_page(std::span<const uint8_t> record, int32_t coding, DecodedPage &page);
-
-/// Complains of the damage of a page, line by line: "name: page 2: line 17: a code that does not exist".
-///
-/// @return DAMAGED, or DONE if there is none
-Status tell_damage(const char *name, int32_t page, const DecodedPage &decoded);
+/// @param name, page  for messages: the document and the number of the page in it
+/// @return DONE; DAMAGED; FAILED after a message if there is no decoder for the coding
+Status decode_page(const char *name, int32_t page, std::span<const uint8_t> record, int32_t coding,
+                   DecodedPage &decoded);
 
 /// What a kind of damage is, for messages.
 const char *damage_text(Damage kind);

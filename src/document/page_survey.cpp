@@ -17,14 +17,11 @@ Status survey_page(const FaxDocument &document, PageFacts &facts) {
   facts.readable = true;
   facts.bytes = std::ssize(found.record);
   DecodedPage decoded;
-  if (!decode_page(found.record, found.coding, decoded)) {
-    complain("%s: page %d: pages in %s cannot be decoded", document.name(), facts.page, coding_name(found.coding));
-    return DAMAGED;
-  }
+  const Status status = decode_page(document.name(), facts.page, found.record, found.coding, decoded);
   facts.lines = decoded.coded_lines();
   facts.damaged_lines = decoded.damaged_lines();
   facts.damage = decoded.damage;
-  return tell_damage(document.name(), facts.page, decoded);
+  return status == FAILED ? DAMAGED : status;
 }
 
 }  // namespace

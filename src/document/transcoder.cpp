@@ -38,9 +38,8 @@ Status Transcoder::add(const FaxDocument &document, int32_t page) {
   FaxPage found;
   if (read_fax_page(document, page, found) != DONE) return FAILED;
   DecodedPage decoded;
-  if (!decode_page(found.record, found.coding, decoded))
-    return failure("%s: page %d: pages in %s cannot be decoded", document.name(), page, coding_name(found.coding));
-  const Status status = tell_damage(document.name(), page, decoded);
+  const Status status = decode_page(document.name(), page, found.record, found.coding, decoded);
+  if (status == FAILED) return FAILED;
 
   const int32_t resolution = found.resolution < 0 ? 0 : found.resolution;
   if (resolution != resolution_ && (resolution > 1 || !change_resolution(decoded.lines, resolution, resolution_)))

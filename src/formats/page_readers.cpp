@@ -35,7 +35,7 @@ const struct {
 Status read_pages(const std::string &path, const SourceOptions &options, const page_sink &sink) {
   InputFile input;
   if (input.open(path) != DONE) return FAILED;
-  const PictureFile file = {input.name(), input.bytes()};
+  const PictureFile file = {input.name(), input.fd(), input.bytes()};
   const page_sink corrected = [&](GreyPage &&page) {
     if (options.x_dpi > 0) page.x_dpi = options.x_dpi, page.y_dpi = options.y_dpi;
     return sink(std::move(page));

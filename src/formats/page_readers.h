@@ -32,6 +32,7 @@ struct SourceOptions {
 /// A file to read pictures from.
 struct PictureFile {
   const char *name;  ///< for messages
+  int fd;            ///< open for reading, at any position
   std::span<const uint8_t> bytes;
 };
 

@@ -20,8 +20,6 @@ const PictureFormat formats[] = {
     {"pbm", {".pbm"}, true, without_coding<write_pbm>},
 };
 
-}  // namespace
-
 const PictureFormat *format_named(const std::string &name) {
   for (const PictureFormat &format : formats) {
     if (strcasecmp(name.c_str(), format.name) == 0) return &format;
@@ -40,10 +38,18 @@ const PictureFormat *format_of_path(const std::string &path) {
   return nullptr;
 }
 
+}  // namespace
+
 std::string format_names() {
   std::string names;
   for (const PictureFormat &format : formats) names += (names.empty() ? "" : "|") + std::string(format.name);
   return names;
+}
+
+const PictureFormat *wanted_format(const std::string &name, const std::string &path) {
+  const PictureFormat *format = name.empty() ? format_of_path(path) : format_named(name);
+  if (!format) complain("the format must be one of %s", format_names().c_str());
+  return format;
 }
 
 }  // namespace tolvane

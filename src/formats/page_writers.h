@@ -48,9 +48,11 @@ struct PictureFormat {
   Status (*write)(const OutputFile &output, TiffCoding coding, const picture_source &next);
 };
 
-/// The format of a name, or the one that the ending of a path tells; null if there is none.
-const PictureFormat *format_named(const std::string &name);
-const PictureFormat *format_of_path(const std::string &path);
+/// The format that the user wants.
+///
+/// @param name  of the format; empty: the ending of `path` decides
+/// @return null after a message if there is none
+const PictureFormat *wanted_format(const std::string &name, const std::string &path);
 
 /// The names of all formats for a usage text: "tiff|png|...".
 std::string format_names();

@@ -1,42 +1,15 @@
 // TIFF, and the one coding that PDF shares with it. Pages cross as pixels: our MR and MMR differ from the standard's on
 // lines that start black under a line that starts white, so libtiff codes them anew.
 #include <sys/mman.h>
-#include <tiffio.h>
-#include <unistd.h>
-
-#include <cmath>
-#include <cstdarg>
-#include <memory>
 
 #include "formats/page_writers.h"
+#include "formats/tiff_file.h"
 #include "io/output_file.h"
 #include "support/handle.h"
 
 namespace tolvane {
 namespace {
 [[gnu::used]] const char SCCS_ID[] = "@(#)|write_tiff|9|01|1|0|0|11/22/26|21:40:00";
-
-struct CloseTiff {
-  void operator()(TIFF *tiff) const { TIFFClose(tiff); }
-};
-using TiffHandle = std::unique_ptr<TIFF, CloseTiff>;
-
-int keep_message(TIFF *, void *text, const char *, const char *format, va_list arguments) {
-  char message[512];
-  vsnprintf(message, sizeof message, format, arguments);
-  *static_cast<std::string *>(text) = message;
-  return 1;
-}
-
-/// Opens a TIFF on a copy of the descriptor; what libtiff complains of goes to `message`.
-TiffHandle open_tiff(int fd, const char *name, const char *mode, std::string &message) {
-  TIFFOpenOptions *options = TIFFOpenOptionsAlloc();
-  TIFFOpenOptionsSetErrorHandlerExtR(options, keep_message, &message);
-  TIFFOpenOptionsSetWarningHandlerExtR(options, keep_message, &message);
-  TIFF *tiff = TIFFFdOpenExt(dup(fd), name, mode, options);
-  TIFFOpenOptionsFree(options);
-  return TiffHandle(tiff);
-}
 
 /// Writes a picture as one strip of a new directory.
 bool write_directory(TIFF *tiff, PagePicture &picture, TiffCoding coding, uint16_t page) {
@@ -61,30 +34,29 @@ bool write_directory(TIFF *tiff, PagePicture &picture, TiffCoding coding, uint16
 }  // namespace
 
 Status write_tiff(const OutputFile &output, TiffCoding coding, const picture_source &next) {
-  std::string message;
-  TiffHandle tiff = open_tiff(output.fd(), output.name(), "w", message);
+  TiffLog log;
+  TiffHandle tiff = open_tiff(output.fd(), output.name(), "w", log);
   PagePicture picture;
   uint16_t page = 0;
   while (tiff && next(picture)) {
     if (!write_directory(tiff.get(), picture, coding, page++)) tiff.reset();
   }
-  if (!tiff) return failure("%s: %s", output.name(), message.c_str());
+  if (!tiff) return failure("%s: %s", output.name(), log.error.c_str());
   // Closing writes what is still held back, and has no result but the message.
-  message.clear();
+  log.error.clear();
   tiff.reset();
-  return message.empty() ? DONE : failure("%s: %s", output.name(), message.c_str());
+  return log.error.empty() ? DONE : failure("%s: %s", output.name(), log.error.c_str());
 }
 
 std::string g4_data(const PagePicture &picture) {
   const Descriptor memory(memfd_create("page", MFD_CLOEXEC));
   if (!memory) return {};
-  std::string message;
+  TiffLog log;
   PagePicture copy = picture;
-  TiffHandle written = open_tiff(memory.get(), "page", "w", message);
+  TiffHandle written = open_tiff(memory.get(), "page", "w", log);
   if (!written || !write_directory(written.get(), copy, TiffCoding::g4, 0)) return {};
   written.reset();
-  if (lseek(memory.get(), 0, SEEK_SET) != 0) return {};
-  const TiffHandle read = open_tiff(memory.get(), "page", "r", message);
+  const TiffHandle read = open_tiff(memory.get(), "page", "r", log);
   if (!read) return {};
   std::string strip(static_cast<size_t>(TIFFRawStripSize(read.get(), 0)), '\0');
   const tmsize_t size = TIFFReadRawStrip(read.get(), 0, strip.data(), static_cast<tmsize_t>(strip.size()));

@@ -52,12 +52,12 @@ InputFile::~InputFile() {
 
 Status InputFile::open(const std::string &path) {
   name_ = input_name(path);
-  const Descriptor fd = open_input(path);
+  fd_ = open_input(path);
   struct stat status;
-  if (!fd) return FAILED;
-  if (fstat(fd.get(), &status)) return system_failure(name());
+  if (!fd_) return FAILED;
+  if (fstat(fd_.get(), &status)) return system_failure(name());
   size_ = static_cast<size_t>(status.st_size);
-  void *mapping = mmap(nullptr, size_, PROT_READ, MAP_PRIVATE, fd.get(), 0);
+  void *mapping = mmap(nullptr, size_, PROT_READ, MAP_PRIVATE, fd_.get(), 0);
   if (mapping == MAP_FAILED) return system_failure(name());
   data_ = static_cast<const uint8_t *>(mapping);
   return DONE;

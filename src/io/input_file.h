@@ -32,10 +32,12 @@ class InputFile {
 
   /// For messages: the path, or "standard input".
   const char *name() const { return name_.c_str(); }
+  int fd() const { return fd_.get(); }
   std::span<const uint8_t> bytes() const { return {data_, size_}; }
 
  private:
   std::string name_;
+  Descriptor fd_;
   const uint8_t *data_ = nullptr;
   size_t size_ = 0;
 };

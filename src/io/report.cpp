@@ -15,6 +15,8 @@ namespace tolvane {
 namespace {
 [[gnu::used]] const char SCCS_ID[] = "@(#)|report|9|01|1|0|0|11/22/26|21:30:00";
 
+constexpr size_t DAMAGE_REPORTED = 10;  // damaged places of one page that are reported one by one
+
 bool progress_on_screen = false;
 
 bool coloured() {
@@ -39,8 +41,7 @@ void wipe_progress() {
 }
 
 Status worse(Status one, Status other) {
-  const auto weight = [](Status status) { return status == FAILED ? 3 : status == USAGE ? 2 : status == DAMAGED; };
-  return weight(one) >= weight(other) ? one : other;
+  return one == FAILED || other == FAILED ? FAILED : std::max(one, other);
 }
 
 void complain(const char *format, ...) {
@@ -56,6 +57,21 @@ Status failure(const char *format, ...) {
   print_diagnostic(format, arguments);
   va_end(arguments);
   return FAILED;
+}
+
+Status usage_fault(const char *format, ...) {
+  va_list arguments;
+  va_start(arguments, format);
+  print_diagnostic(format, arguments);
+  va_end(arguments);
+  return USAGE;
+}
+
+Status report_damage(const char *name, int32_t page, size_t count, const std::function<std::string(size_t)> &place) {
+  const size_t reported = std::min(count, DAMAGE_REPORTED);
+  for (size_t i = 0; i < reported; ++i) complain("%s: page %d: %s", name, page, place(i).c_str());
+  if (reported < count) complain("%s: page %d: %zu more damaged places", name, page, count - reported);
+  return count > 0 ? DAMAGED : DONE;
 }
 
 Status system_failure(const char *name) {

@@ -5,6 +5,7 @@
 #include <chrono>
 #include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <string>
 
 namespace tolvane {
@@ -17,7 +18,7 @@ enum Status : int {
   DAMAGED = 3,  ///< done, but something that was read is damaged
 };
 
-/// The status of two pieces of work together: FAILED before USAGE before DAMAGED before DONE.
+/// The status of two pieces of work together: FAILED if one failed, else the higher.
 Status worse(Status one, Status other);
 
 /// Set by `--quiet`: no progress is shown. Diagnostics are printed all the same.
@@ -30,8 +31,15 @@ extern bool Quiet;
 /// `complain`, for use in a return statement: gives FAILED.
 [[gnu::format(printf, 1, 2)]] Status failure(const char *format, ...);
 
-/// Damaged places of one page that are named one by one; the rest is told as a number.
-constexpr size_t DAMAGE_TOLD = 10;
+/// Reports the damaged places of a page: the first ten one by one, the rest as a number.
+///
+/// @param count  how many places there are
+/// @param place  gives the text of a place by its index: "line 17: an invalid code"
+/// @return DAMAGED, or DONE if there is none
+Status report_damage(const char *name, int32_t page, size_t count, const std::function<std::string(size_t)> &place);
+
+/// `complain`, for use in a return statement: gives USAGE.
+[[gnu::format(printf, 1, 2)]] Status usage_fault(const char *format, ...);
 
 /// Complains of what errno says about a file: "name: No space left on device"; gives FAILED.
 Status system_failure(const char *name);

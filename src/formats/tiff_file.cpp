@@ -1,0 +1,44 @@
+// libtiff reports through callbacks: the log remembers which line was being read when a message came.
+#include "formats/tiff_file.h"
+
+#include <unistd.h>
+
+#include <cstdarg>
+#include <cstdio>
+#include <cstring>
+
+namespace tolvane {
+namespace {
+[[gnu::used]] const char SCCS_ID[] = "@(#)|tiff_file|9|01|1|0|0|11/23/26|04:50:00";
+
+int take_message(TIFF *, void *user_data, const char *, const char *format, va_list arguments) {
+  auto &log = *static_cast<TiffLog *>(user_data);
+  char text[512];
+  vsnprintf(text, sizeof text, format, arguments);
+  log.error = text;
+  if (!log.in_pixels) return 1;
+  log.empty_line = strstr(text, "(got 0,") != nullptr;
+  if (log.damage.empty() || log.damage.back().first != log.line) log.damage.emplace_back(log.line, text);
+  return 1;
+}
+
+}  // namespace
+
+TiffHandle open_tiff(int fd, const char *name, const char *mode, TiffLog &log) {
+  lseek(fd, 0, SEEK_SET);  // libtiff reads from where the descriptor is
+  TIFFOpenOptions *options = TIFFOpenOptionsAlloc();
+  TIFFOpenOptionsSetErrorHandlerExtR(options, take_message, &log);
+  TIFFOpenOptionsSetWarningHandlerExtR(options, take_message, &log);
+  TIFF *tiff = TIFFFdOpenExt(dup(fd), name, mode, options);
+  TIFFOpenOptionsFree(options);
+  return TiffHandle(tiff);
+}
+
+Status report_tiff_damage(const char *name, int32_t page, const TiffLog &log) {
+  return report_damage(name, page, log.damage.size(), [&](size_t i) {
+    const auto &[line, text] = log.damage[i];
+    return line == NO_LINE ? text : "line " + std::to_string(line + 1) + ": " + text;
+  });
+}
+
+}  // namespace tolvane

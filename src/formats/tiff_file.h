@@ -1,0 +1,45 @@
+// A TIFF opened by libtiff on a descriptor, and what libtiff reports about it.
+#pragma once
+
+#include <tiffio.h>
+
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "io/report.h"
+
+namespace tolvane {
+
+struct CloseTiff {
+  void operator()(TIFF *tiff) const { TIFFClose(tiff); }
+};
+
+/// An open TIFF, closed with the handle.
+using TiffHandle = std::unique_ptr<TIFF, CloseTiff>;
+
+constexpr int32_t NO_LINE = -1;
+
+/// Errors and warnings of libtiff. Damaged lines come as warnings while pixels are read.
+struct TiffLog {
+  std::string error;                                    ///< the last message
+  bool in_pixels = false;                               ///< pixels are being read: messages report damage
+  int32_t line = NO_LINE;                               ///< the line being read, from 0, if pages are read line by line
+  bool empty_line = false;                              ///< it is an EOL with nothing before it, as in an RTC
+  std::vector<std::pair<int32_t, std::string>> damage;  ///< damaged lines, each with the first message about it
+};
+
+/// Opens a TIFF on a copy of a descriptor.
+///
+/// @param name  for libtiff's own use
+/// @param mode  "r" or "w"
+/// @param log   receives the messages; must live as long as the handle
+/// @return null if it is no TIFF, with the reason in `log.error`
+TiffHandle open_tiff(int fd, const char *name, const char *mode, TiffLog &log);
+
+/// Reports the damaged lines of a page. DONE if there are none, else DAMAGED.
+Status report_tiff_damage(const char *name, int32_t page, const TiffLog &log);
+
+}  // namespace tolvane
