@@ -3,8 +3,12 @@
 #pragma once
 
 #include "bitmanip.h"
+#include "code_sink.h"
+#include "codec.h"
 #include "damage.h"
+#include "decoder.h"
 #include "dectbls.h"
+#include "encoder.h"
 #include "enct4.h"
 #include "enctbls.h"
 #include "fax_header.h"
@@ -14,6 +18,7 @@
 #include "header_lines.h"
 #include "ks_functions.h"
 #include "line.h"
+#include "line_sink.h"
 #include "page_writer.h"
 #include "pages.h"
 #include "replace_file.h"

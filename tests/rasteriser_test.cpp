@@ -6,6 +6,7 @@
 #include <random>
 
 #include "helpers/plain_picture.h"
+#include "t4/line.h"
 
 using namespace tolvane;
 

@@ -88,8 +88,8 @@ constexpr DecTree<13> eol_chain() {
   return tree;
 }
 
-/// The mode tree of one decoder, from dec2d_tree, which must be complete.
-constexpr ModeTree working_tree(const ModeTree &self, const DecTree<MODE_NODES> &stored, int32_t tag_node_value) {
+/// The tree that the decoders walk, from dec2d_tree, which must be complete.
+constexpr ModeTree working_tree(const ModeTree &self, const DecTree<MODE_NODES> &stored) {
   ModeTree tree = {};
   for (size_t n = 0; n < MODE_NODES; n++) {
     tree.node[n].value = stored.node[n].value;
@@ -98,7 +98,7 @@ constexpr ModeTree working_tree(const ModeTree &self, const DecTree<MODE_NODES> 
       tree.node[n].link[bit] = self.node + (to == stored.node ? MODE_NODES : static_cast<size_t>(to - stored.node));
     }
   }
-  tree.node[DEC2D_TAG_NODE].value = tag_node_value;
+  tree.node[DEC2D_TAG_NODE].value = DEC_EOL;
   tree.node[MODE_NODES].value = DEC2D_NO_CODE;
   return tree;
 }
@@ -155,8 +155,7 @@ constexpr DecTree<MODE_NODES> dec2d_tree = {{
     mode_leaf(10),  // EOL, tag 0
 }};
 
-constexpr ModeTree mr_mode_tree = working_tree(mr_mode_tree, dec2d_tree, DEC_INNER);
-constexpr ModeTree mmr_mode_tree = working_tree(mmr_mode_tree, dec2d_tree, 10);
+constexpr ModeTree mode_tree = working_tree(mode_tree, dec2d_tree);
 
 static_assert(count_leaves(whitetree) == 105 && count_leaves(blacktree) == 105);
 static_assert(is(whitetree.node[0], whitetree.node[1], whitetree.node[2], DEC_INNER));

@@ -43,11 +43,10 @@ extern const DecTree<27> dec2d_tree;
 
 constexpr size_t DEC2D_TAG_NODE = 24;  ///< the node of `dec2d_tree` after an EOL: the next bit is the tag
 
-/// `dec2d_tree` as the decoders walk it, with the same numbers. What is no mode code leads to one leaf more, of the
-/// value DEC2D_NO_CODE, and not to the root, so that it can be told; and in MMR, where an EOL has no tag,
-/// DEC2D_TAG_NODE is a leaf of the value 10.
-extern const DecTree<28> mr_mode_tree;
-extern const DecTree<28> mmr_mode_tree;
+/// `dec2d_tree` as the decoders walk it, with the same numbers. DEC2D_TAG_NODE is a leaf of the value DEC_EOL: MR goes
+/// on from there in `dec2d_tree`, MMR has no tag. Bits that are no mode code lead to one leaf more, of the value
+/// DEC2D_NO_CODE, and not to the root, so that they can be reported.
+extern const DecTree<28> mode_tree;
 
 constexpr int32_t DEC2D_NO_CODE = 11;
 

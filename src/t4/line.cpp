@@ -8,7 +8,7 @@ namespace {
 [[gnu::used]] const char SCCS_ID[] = "@(#)|line|9|01|1|0|0|11/22/26|20:40:00";
 }
 
-int32_t Pix_width = 1728;
+int32_t Pix_width = LINE_PIXELS;
 
 void t4dec_set_pixel_width(int32_t width) {
   Pix_width = width;

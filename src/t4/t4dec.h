@@ -1,11 +1,12 @@
-// The decoder of fax pages: the choice of the coding, and MH. The two-dimensional codings are in t4dec_2d.
+// The decoder as plain procedures over one state of the process; the codec core (codec.h) has the same decoder with its
+// state in objects. Here are the choice of the coding, and MH; the two-dimensional codings are in t4dec_2d.
 //
 // Coded data is a plain byte stream of any length. Bits are taken from bit 0 to bit 7 of each byte, bytes in ascending
 // order; the first bit taken is the first bit of a code as ITU-T T.4 transmits it.
 //
 // For all three codings: callbacks may be null and their work has no result. At the end of a line the padding run comes
-// first, if any, then `found_line`, then `found_eol`. One call decodes one page. The decoders keep process-wide state:
-// a callback must not start another decode.
+// first, if any, then `found_line`, then `found_eol`. One call decodes one page. All of this is for one thread, and a
+// callback must not start another decode.
 #pragma once
 
 #include <cstdint>

@@ -5,6 +5,7 @@
 #include "view/rasteriser.h"
 
 #include "t4/bit_window.h"
+#include "t4/line.h"
 #include "t4/t4dec.h"
 
 #include <algorithm>

@@ -2,6 +2,7 @@
 // the length of a bitmap row at 90 and 270 degrees, not a height.
 #include "view/view_state.h"
 
+#include "t4/line.h"
 #include "view/scales.h"
 
 #include <algorithm>

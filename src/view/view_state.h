@@ -20,7 +20,6 @@ extern char Fullpath_fax_filename[FAX_FILENAME_SIZE];
 /// @return 1; 0 for a name of FAX_FILENAME_SIZE bytes or more: nothing changes
 int set_fax_filename(const char *name);
 
-constexpr int32_t LINE_PIXELS = 1728;       ///< pixels of a fax line
 constexpr int32_t FULL_ROWS = 3488;         ///< picture rows of the longest page at 100%
 constexpr size_t BITMAP_SIZE = 108 * 6976;  ///< twice 864 x 3488 pixels: orientations 180 and 270 write past row 3487
 
