@@ -39,7 +39,7 @@ std::string follow_links(std::string path) {
 std::string unpredictable_name(const std::string &directory) {
   constexpr char digits[] = "abcdefghijklmnopqrstuvwxyz234567";
   unsigned char random[12] = {};
-  static_cast<void>(getentropy(random, sizeof random));  // O_EXCL is what keeps names apart
+  [[maybe_unused]] const int filled = getentropy(random, sizeof random);  // O_EXCL is what keeps names apart
   std::string name = directory + "/.tolvane-";
   for (const unsigned char byte : random) name += digits[byte % 32];
   return name;

@@ -75,7 +75,7 @@ void copyWcsToMbs(std::vector<char> &destination, Stretch source) {
       state = {};
     }
   }
-  wcrtomb(to, L'\0', &state);
+  [[maybe_unused]] const size_t closed = wcrtomb(to, L'\0', &state);
 }
 
 bool is_separator(wchar_t c) {
