@@ -16,6 +16,7 @@
 #include "getcwd.h"
 #include "handle.h"
 #include "header_lines.h"
+#include "header_text.h"
 #include "ks_functions.h"
 #include "line.h"
 #include "line_sink.h"

@@ -11,8 +11,12 @@
 #include <string.h>
 #include <unistd.h>
 
+#include <bit>
+#include <functional>
+#include <string_view>
+
+#include "faxfile/header_text.h"
 #include "faxfile/session_params.h"
-#include "faxfile/usorbport.h"
 #include "support/handle.h"
 #include "support/trace.h"
 
@@ -38,45 +42,91 @@ namespace {
 }
 
 // The header text of a file, closed with a zero in place of its terminator; null with a message on failure.
-Block<char> read_header_text(int32_t fd) {
-  if (lseek(fd, 0, SEEK_SET) < 0) {
-    report("read_fax_header: Can't rewind file: %s\n", strerror(errno));
-    return nullptr;
+Block<char> read_text(int32_t fd) {
+  HeaderText text;
+  switch (read_header_text(fd, WHOLE_HEADER, text)) {
+    case HeaderFault::none:
+      text.bytes.get()[text.size - 1] = '\0';
+      return Block<char>(text.bytes.release());
+    case HeaderFault::not_seekable:
+      report("read_fax_header: Can't rewind file: %s\n", strerror(errno));
+      break;
+    case HeaderFault::unreadable:
+      report("read_fax_header: Bad fax file: %s\n", strerror(errno));
+      break;
+    case HeaderFault::too_small:
+      report("read_fax_header: Bad fax file: Too Small\n");
+      break;
+    case HeaderFault::bad_magic:
+      report("read_fax_header: Bad fax file: Bad Magic Number\n");
+      break;
+    case HeaderFault::no_length:
+      report("read_fax_header: Bad fax file: Bad Header length\n");
+      break;
+    case HeaderFault::no_memory:
+      report("read_fax_header: Out of memory\n");
+      break;
+    default:
+      report("read_fax_header: Bad fax file: Corrupted header\n");
   }
-  uint32_t magic = 0, length = 0;
-  const ssize_t magic_bytes = readLongFlipped(fd, &magic);
-  const ssize_t length_bytes = magic_bytes == 4 ? readLongFlipped(fd, &length) : magic_bytes;
-  if (length_bytes < 0) {
-    report("read_fax_header: Bad fax file: %s\n", strerror(errno));
-    return nullptr;
-  }
-
-  const char *fault = nullptr;
-  if (length_bytes < 4)
-    fault = "Too Small";
-  else if (magic != FAXFILE_MAGIC)
-    fault = "Bad Magic Number";
-  else if (length == 0)
-    fault = "Bad Header length";
-  else if (length > file_size(fd) - FAXFILE_PREAMBLE)
-    fault = "Corrupted header";
-  if (fault) {
-    report("read_fax_header: Bad fax file: %s\n", fault);
-    return nullptr;
-  }
-
-  Block<char> text(static_cast<char *>(malloc(length)));
-  if (!text) {
-    report("read_fax_header: Out of memory\n");
-    return nullptr;
-  }
-  if (_pread(fd, text.get(), length) != static_cast<ssize_t>(length) || text.get()[length - 1] != FAXFILE_TERMINATOR) {
-    report("read_fax_header: Bad fax file: Corrupted header\n");
-    return nullptr;
-  }
-  text.get()[length - 1] = '\0';
-  return text;
+  return nullptr;
 }
+
+// Cuts `attribute:value` at its first colon and gives the value; null with a message if there is no colon.
+const char *cut_at_colon(char *text) {
+  char *colon = strchr(text, ':');
+  if (!colon) {
+    report("set_fax_header_var: Bad attr-value pair: [%s]\n", text);
+    return nullptr;
+  }
+  *colon = '\0';
+  return colon + 1;
+}
+
+// Gives a record its value, or makes one if `known` is null; null with a message on failure, `known` as it was.
+FaxHeader *set_record(FaxHeader *known, const char *attr, const char *value) {
+  if (!known) {
+    if (FaxHeader *record = new_fax_header(attr, value)) return record;
+  } else if (char *copy = strdup(value ? value : "")) {
+    free(known->value);
+    known->value = copy;
+    return known;
+  }
+  report("set_fax_header_av: Out of memory\n");
+  return nullptr;
+}
+
+bool is_named(const FaxHeader *record, const char *attr) {
+  return attr && strcmp(record->attr, attr) == 0;
+}
+
+// The records of a list by name, so that reading a header takes time linear in its size: a hash table with open
+// addressing, at most half full.
+class NameIndex {
+ public:
+  // Makes room for the names of a header text; false without memory.
+  bool make_room(const char *text) {
+    size_t lines = 0;
+    for (; *text; text += strcspn(text, "\n")) {
+      text += strspn(text, "\n");
+      if (*text) ++lines;
+    }
+    size_ = std::bit_ceil(2 * lines + 1);
+    slots_.reset(static_cast<FaxHeader **>(calloc(size_, sizeof(FaxHeader *))));
+    return slots_ != nullptr;
+  }
+
+  // The place of a name: its record, or null for the caller to fill.
+  FaxHeader **find(const char *name) {
+    size_t slot = std::hash<std::string_view>()(name) & (size_ - 1);
+    while (slots_.get()[slot] && !is_named(slots_.get()[slot], name)) slot = (slot + 1) & (size_ - 1);
+    return slots_.get() + slot;
+  }
+
+ private:
+  Block<FaxHeader *> slots_;
+  size_t size_ = 0;
+};
 
 // The first character of an attribute's value that is not white space, 0 if there is none; -1 without a value.
 int32_t code_character(const FaxHeader *list, const char *attr) {
@@ -120,20 +170,36 @@ int free_fax_header(FaxHeader *list) {
 }
 
 FaxHeader *read_fax_header(int32_t fd) {
-  const Block<char> text = read_header_text(fd);
+  const Block<char> text = read_text(fd);
   if (!text) return nullptr;
-
-  char empty[] = "";
-  FaxHeader head = {empty, empty, nullptr};
-  char *rest = nullptr;
-  for (char *line = strtok_r(text.get(), "\n", &rest); line; line = strtok_r(nullptr, "\n", &rest)) {
-    if (set_fax_header_string(&head, line) == 1) continue;
-    report("read_fax_header: set_fax_header_string failure\n");
-    free_fax_header(head.next);
+  NameIndex index;
+  if (!index.make_room(text.get())) {
+    report("read_fax_header: Out of memory\n");
     return nullptr;
   }
-  if (!head.next) report("read_fax_header: Empty Header - probably corrupted\n");
-  return head.next;
+
+  OwnedFaxHeader list;
+  FaxHeader *last = nullptr;
+  char *rest = nullptr;
+  for (char *line = strtok_r(text.get(), "\n", &rest); line; line = strtok_r(nullptr, "\n", &rest)) {
+    const char *value = cut_at_colon(line);
+    FaxHeader **place = value ? index.find(line) : nullptr;
+    FaxHeader *const known = place ? *place : nullptr;
+    FaxHeader *record = place ? set_record(known, line, value) : nullptr;
+    if (!record) {
+      report("read_fax_header: set_fax_header_string failure\n");
+      return nullptr;
+    }
+    if (known) continue;
+    *place = record;
+    if (last)
+      last->next = record;
+    else
+      list.reset(record);
+    last = record;
+  }
+  if (!list) report("read_fax_header: Empty Header - probably corrupted\n");
+  return list.release();
 }
 
 int write_fax_header(int32_t fd, const FaxHeader *list) {
@@ -141,71 +207,54 @@ int write_fax_header(int32_t fd, const FaxHeader *list) {
     report("write_fax_header: Can't rewind file: %s\n", strerror(errno));
     return -1;
   }
-  size_t length = 1;
+  size_t size = 0;
   for (const FaxHeader *record = list; record; record = record->next)
-    length += strlen(record->attr) + strlen(record->value) + 2;
-
-  const size_t size = FAXFILE_PREAMBLE + length;
-  const Block<char> block(static_cast<char *>(malloc(size + 1)));  // snprintf closes the last line with a zero
-  if (!block) {
+    size += header_line_size(record->attr, record->value);
+  const Block<char> lines(static_cast<char *>(malloc(size + 1)));  // a zero closes the line for the trace
+  if (!lines) {
     report("write_fax_header: Out of memory\n");
     return -1;
   }
-  char *end = block.get();
-  for (const uint32_t word : {FAXFILE_MAGIC, static_cast<uint32_t>(length)})
-    for (const int shift : {24, 16, 8, 0}) *end++ = static_cast<char>(word >> shift);
+  char *end = lines.get();
   for (const FaxHeader *record = list; record; record = record->next) {
-    const auto room = static_cast<size_t>(block.get() + size + 1 - end);
-    const int line = snprintf(end, room, "%s:%s\n", record->attr, record->value);
-    trprintf("writing '%s' to header\n", end);
-    end += line;
+    char *const line = end;
+    end = put_header_line(line, record->attr, record->value, LineFeeds::kept);
+    *end = '\0';
+    trprintf("writing '%s' to header\n", line);
   }
-  *end = static_cast<char>(FAXFILE_TERMINATOR);
-
-  if (_pwrite(fd, block.get(), size) == static_cast<ssize_t>(size)) return 1;
+  if (write_header_text(fd, {lines.get(), size})) return 1;
   report("write_fax_header: Can't create fax file header: %s\n", strerror(errno));
   return -1;
 }
 
 const char *get_fax_header_value(const FaxHeader *list, const char *attr) {
-  if (!*attr) return nullptr;
+  if (!attr) return nullptr;
   while (list && strcmp(list->attr, attr) != 0) list = list->next;
   return list ? list->value : nullptr;
 }
 
 int set_fax_header_string(FaxHeader *list, const char *text) {
-  const char *colon = strchr(text, ':');
-  if (!colon) {
-    report("set_fax_header_var: Bad attr-value pair: [%s]\n", text);
-    return -1;
-  }
-  const Block<char> attr(strndup(text, static_cast<size_t>(colon - text)));
-  if (!attr) {
+  const Block<char> copy(strdup(text ? text : ""));
+  if (!copy) {
     report("set_fax_header_var: Out of memory\n");
     return -1;
   }
-  return set_fax_header_av(list, attr.get(), colon + 1);
+  const char *value = cut_at_colon(copy.get());
+  return value ? set_fax_header_av(list, copy.get(), value) : -1;
 }
 
 int set_fax_header_av(FaxHeader *list, const char *attr, const char *value) {
   FaxHeader *last = list;
-  FaxHeader *match = nullptr;
-  for (FaxHeader *record = list; record && !match; record = record->next) {
-    if (*attr && strcmp(record->attr, attr) == 0) match = record;  // the head that a read starts with has an empty name
-    last = record;
+  while (last && last->next && !is_named(last, attr)) last = last->next;
+  if (!last) {
+    report("set_fax_header_av: Out of memory\n");
+    return -1;
   }
-  if (match) {
-    if (char *copy = strdup(value ? value : "")) {
-      free(match->value);
-      match->value = copy;
-      return 1;
-    }
-  } else if (last) {
-    last->next = new_fax_header(attr, value);
-    if (last->next) return 1;
-  }
-  report("set_fax_header_av: Out of memory\n");
-  return -1;
+  const bool found = is_named(last, attr);
+  FaxHeader *record = set_record(found ? last : nullptr, attr, value);
+  if (!record) return -1;
+  if (!found) last->next = record;
+  return 1;
 }
 
 int32_t get_vertical_resolution(const FaxHeader *list) {

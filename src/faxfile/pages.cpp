@@ -13,6 +13,7 @@
 #include <iterator>
 #include <string_view>
 
+#include "faxfile/header_text.h"
 #include "faxfile/usorbport.h"
 #include "support/file.h"
 #include "support/handle.h"
@@ -24,7 +25,6 @@ int32_t fl_trace_on = 0;
 namespace {
 [[gnu::used]] const char SCCS_ID[] = "@(#)|pages|9|01|1|0|0|11/22/26|21:30:00";
 
-constexpr size_t SCANNED_HEADER_MAX = 10000;  // bytes of header text in which INCLUDE lines are looked for
 constexpr int INCLUSION_DEPTH_MAX = 32;
 
 // The files that a request has come through, so that an inclusion without end is noticed.
@@ -44,19 +44,6 @@ struct Chain {
   va_start(arguments, format);
   vprintf(format, arguments);
   va_end(arguments);
-}
-
-// Reads the header length; 0 if it can't be had.
-int read_header_length(int32_t fd, uint32_t *length) {
-  return lseek(fd, 4, SEEK_SET) == 4 && readLongFlipped(fd, length) == 4;
-}
-
-// Offset of the first page record; 0 if it can't be had.
-int find_first_record(int32_t fd, int64_t *offset) {
-  uint32_t length;
-  if (!read_header_length(fd, &length)) return 0;
-  *offset = FAXFILE_PREAMBLE + length;
-  return 1;
 }
 
 // Goes from a record to the next one, which may lie past the end of the file; 0 if there is no length word.
@@ -135,17 +122,14 @@ int settle(int64_t mapped, const char *included, int32_t *page, char *name) {
 }  // namespace
 
 int build_inclusion_list(int32_t fd, int32_t *page, char *name) {
-  char text[SCANNED_HEADER_MAX + 1];
-  uint32_t length;
-  if (!read_header_length(fd, &length) || length > SCANNED_HEADER_MAX) return 1;
-  if (_pread(fd, text, length) != static_cast<ssize_t>(length)) return 1;
-  text[length] = '\0';
+  HeaderText text;
+  if (read_header_text(fd, INCLUSION_HEADER, text) != HeaderFault::none) return 1;
   tell("build_inclusion_list(), looking for page %d\n", *page);
 
   int64_t virtual_page = 0;  // last page of the document accounted for
   int64_t real_page = 0;     // last page of this file accounted for
   int64_t included_pages = 0;
-  for (const char *scan = text; (scan = strstr(scan, "INCLUDE:"));) {
+  for (const char *scan = text.bytes.get(); (scan = strstr(scan, "INCLUDE:"));) {
     scan += strlen("INCLUDE:");
     char included[INCLUDE_NAME_SIZE];
     int16_t at;

@@ -44,8 +44,8 @@ int16_t FaxFileModifyKeyword(const char *path, int16_t keyword, const char *valu
 /// If `path` is a symbolic link, its target is replaced; hard links of the file keep the old content. At every moment
 /// `path` names the whole old or the whole new file; descriptors opened before go on showing the old one.
 ///
-/// @return 0; 15 for a bad argument; 8, 10, 6 if the file can't be opened, is no whole fax file with a header of at
-///         most 65535 bytes, or can't be read; 4 without memory; 5 if the pages can't be spooled or the new file not be
+/// @return 0; 15 for a bad argument; 8, 10, 6 if the file can't be opened, is no whole fax file, or
+///         can't be read; 4 without memory; 5 if the pages can't be spooled or the new file not be
 ///         made; 12 without a name for it; 7 if a write failed or it could not take its place. On failure the old file
 ///         stands untouched and no new one stays
 int16_t FaxFileDeleteKeyword(const char *path, int16_t keyword);

@@ -30,18 +30,26 @@ const char *const faxFileKeywordList[FAXFILE_KEYWORD_COUNT] = {
     "SERVER_COVER", "SALUTATION"};
 // clang-format on
 
+uint32_t get_word(const void *bytes) {
+  uint32_t word = 0;
+  for (size_t i = 0; i < FAXFILE_WORD; ++i) word = word << 8 | static_cast<const uint8_t *>(bytes)[i];
+  return word;
+}
+
+void put_word(void *bytes, uint32_t word) {
+  for (size_t i = FAXFILE_WORD; i-- > 0; word >>= 8) static_cast<uint8_t *>(bytes)[i] = static_cast<uint8_t>(word);
+}
+
 ssize_t writeLongFlipped(int32_t fd, const uint32_t *value) {
-  const uint32_t v = *value;
-  const uint8_t bytes[4] = {static_cast<uint8_t>(v >> 24), static_cast<uint8_t>(v >> 16), static_cast<uint8_t>(v >> 8),
-                            static_cast<uint8_t>(v)};
+  uint8_t bytes[FAXFILE_WORD];
+  put_word(bytes, *value);
   return _pwrite(fd, bytes, sizeof bytes);
 }
 
 ssize_t readLongFlipped(int32_t fd, uint32_t *value) {
-  uint8_t bytes[4];
+  uint8_t bytes[FAXFILE_WORD];
   const ssize_t got = _pread(fd, bytes, sizeof bytes);
-  if (got == sizeof bytes)
-    *value = uint32_t{bytes[0]} << 24 | uint32_t{bytes[1]} << 16 | uint32_t{bytes[2]} << 8 | uint32_t{bytes[3]};
+  if (got == sizeof bytes) *value = get_word(bytes);
   return got;
 }
 

@@ -23,7 +23,8 @@ constexpr int16_t FAXFILE_ERR_READONLY = 17;  ///< write to a page opened for re
 
 constexpr uint32_t FAXFILE_MAGIC = 0xBADBAD16;  ///< first word of every fax file
 constexpr uint8_t FAXFILE_TERMINATOR = 29;      ///< last byte of the header text
-constexpr int64_t FAXFILE_PREAMBLE = 8;         ///< bytes of magic and header length, in front of the header text
+constexpr int64_t FAXFILE_PREAMBLE = 8;         ///< bytes of magic and header length, before the header text
+constexpr size_t FAXFILE_WORD = 4;              ///< bytes of a word
 
 constexpr int16_t FAXFILE_KEYWORD_COUNT = 45;
 constexpr int16_t FAXFILE_KEYWORD_LIMIT = 40;  ///< characters that every keyword name stays within
@@ -50,6 +51,10 @@ enum FaxKeyword : int16_t {
 };
 // clang-format on
 static_assert(FAXFILE_SALUTATION == FAXFILE_KEYWORD_COUNT - 1);
+
+/// The big-endian word in the 4 bytes at `bytes`, and the other way round.
+uint32_t get_word(const void *bytes);
+void put_word(void *bytes, uint32_t word);
 
 /// Writes the word at `value`, big-endian, in one write of 4 bytes.
 ///

@@ -37,11 +37,11 @@ std::string follow_links(std::string path) {
 }
 
 std::string unpredictable_name(const std::string &directory) {
-  constexpr char digits[] = "abcdefghijklmnopqrstuvwxyz234567";
+  constexpr char DIGITS[] = "abcdefghijklmnopqrstuvwxyz234567";
   unsigned char random[12] = {};
   [[maybe_unused]] const int filled = getentropy(random, sizeof random);  // O_EXCL is what keeps names apart
   std::string name = directory + "/.tolvane-";
-  for (const unsigned char byte : random) name += digits[byte % 32];
+  for (const unsigned char byte : random) name += DIGITS[byte % 32];
   return name;
 }
 

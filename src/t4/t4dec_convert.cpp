@@ -236,7 +236,7 @@ int encode_record(int32_t compression, int32_t resolution) {
   if (encode_g3_fax(fp_getdataf, fp_putdataf, compression, resolution) > 0 || Oconv_st.code_lost)
     return fail("Memory allocation fail.\n");
   const size_t length = record.used - length_word;
-  for (size_t i = 0; i < length_word; ++i) record.bytes.get()[i] = static_cast<uint8_t>(length >> (24 - 8 * i));
+  put_word(record.bytes.get(), static_cast<uint32_t>(length));
   return 1;
 }
 

@@ -3,6 +3,7 @@
 // line of a name counts, a name may contain a line end, and one fault loses all keywords.
 #include "view/small_database.h"
 
+#include "faxfile/header_text.h"
 #include "faxfile/usorbport.h"
 #include "support/handle.h"
 #include "view/view_state.h"
@@ -27,7 +28,7 @@ struct Couple {
   const char *value;
 };
 
-Block<char> header;
+HeaderText header;
 Couple couples[MAX_COUPLES];  // into `header`, in file order
 int32_t n_couples;
 
@@ -60,11 +61,6 @@ int32_t cut_header(char *text, char *end) {
   return 0;
 }
 
-// Bytes to allocate for the header text: the length stated in the file, but no more than the file contains.
-size_t text_size(int fd, uint32_t stated) {
-  return static_cast<size_t>(std::clamp<int64_t>(file_size(fd) - FAXFILE_PREAMBLE, 0, stated));
-}
-
 // A count is cut to 15 characters, which is enough for any real one.
 int32_t page_count(const char *value) {
   char digits[16];
@@ -86,16 +82,9 @@ uint32_t read_header(const char *name) {
   n_couples = 0;
   const Descriptor t4_fd(open(name, O_RDONLY | O_NONBLOCK | O_CLOEXEC));  // a FIFO must not hold the window
   if (!t4_fd) return 0;
-  uint32_t magic = 0, length = 0;
-  if (readLongFlipped(t4_fd.get(), &magic) != sizeof magic || magic != FAXFILE_MAGIC) return 0;
-  readLongFlipped(t4_fd.get(), &length);
-  const size_t size = text_size(t4_fd.get(), length);
-  header.reset(static_cast<char *>(malloc(size)));
-  if (!header) return 0;
-  const ssize_t got = read_fully(t4_fd.get(), header.get(), size);
-  if (got <= 0) return 0;
-  n_couples = cut_header(header.get(), header.get() + got);
-  return length;
+  if (read_header_text(t4_fd.get(), QUICK_HEADER, header) != HeaderFault::none || header.size == 0) return 0;
+  n_couples = cut_header(header.bytes.get(), header.bytes.get() + header.size);
+  return header.length;
 }
 
 const char *find_keyword(const char *name) {
@@ -121,7 +110,7 @@ void finished_with_header() {}
 
 void free_header() {
   n_couples = 0;
-  header.reset();
+  header = {};
 }
 
 }  // namespace tolvane
