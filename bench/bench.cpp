@@ -4,10 +4,10 @@
 #include "bench.h"
 
 #include <benchmark/benchmark.h>
+#include <stdio.h>
 
 #include <algorithm>
 #include <cmath>
-#include <cstdio>
 #include <map>
 #include <utility>
 

@@ -1,7 +1,8 @@
 // Decoding to lines: our decoders hand each line to a callback that puts it in its place, libtiff decodes the same page
 // into the same place.
+#include <string.h>
+
 #include <algorithm>
-#include <cstring>
 #include <memory>
 
 #include "bench.h"

@@ -1,7 +1,7 @@
 // Encoding from lines in memory to code in memory; libtiff's file is open before the clock runs and writes nothing.
+#include <string.h>
 #include <tiffio.h>
 
-#include <cstring>
 #include <memory>
 
 #include "bench.h"

@@ -1,10 +1,11 @@
 // Coded data bit by bit, and the walk from bit to bit through the decoder's trees.
 #pragma once
 
+#include <string.h>
+
 #include <bit>
 #include <cstddef>
 #include <cstdint>
-#include <cstring>
 #include <span>
 
 #include "dectbls.h"
@@ -45,7 +46,7 @@ inline const DecNode *next_leaf_to_end(BitReader &in, const DecNode *node) {
   for (;;) {
     if (in.ready < STRIDE) {
       if (in.position + 64 >= in.whole) return next_leaf_to_end(in, node);
-      std::memcpy(&in.window, in.data + in.position / 8, sizeof in.window);
+      memcpy(&in.window, in.data + in.position / 8, sizeof in.window);
       if constexpr (std::endian::native == std::endian::big) in.window = __builtin_bswap64(in.window);
       in.window >>= in.position % 8;
       in.ready = 64 - in.position % 8;

@@ -1,23 +1,24 @@
 // Lines of pixels, 64 at a time, inlined into the loops that live by them. Everybody else uses bitmanip.h.
 #pragma once
 
+#include <string.h>
+
 #include <bit>
 #include <cstdint>
-#include <cstring>
 
 namespace tolvane {
 
 /// The 64 pixels at `bytes`, the first one in the highest bit.
 inline uint64_t load_window(const uint8_t *bytes) {
   uint64_t window;
-  std::memcpy(&window, bytes, sizeof window);
+  memcpy(&window, bytes, sizeof window);
   if constexpr (std::endian::native == std::endian::little) window = __builtin_bswap64(window);
   return window;
 }
 
 inline void store_window(uint8_t *bytes, uint64_t window) {
   if constexpr (std::endian::native == std::endian::little) window = __builtin_bswap64(window);
-  std::memcpy(bytes, &window, sizeof window);
+  memcpy(bytes, &window, sizeof window);
 }
 
 /// The pixels from byte `at` on of a line of `size` bytes, white beyond its end; reads nothing outside the line.
@@ -27,7 +28,7 @@ inline uint64_t load_line_window(const uint8_t *line, uint32_t size, uint32_t at
     return load_window(line + from) << (8 * (at - from));
   }
   uint8_t copy[sizeof(uint64_t)] = {};
-  std::memcpy(copy, line + at, size - at);
+  memcpy(copy, line + at, size - at);
   return load_window(copy);
 }
 

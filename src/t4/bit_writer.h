@@ -1,11 +1,12 @@
 // Codes on their way into bytes.
 #pragma once
 
+#include <string.h>
+
 #include <array>
 #include <bit>
 #include <cstddef>
 #include <cstdint>
-#include <cstring>
 
 #include "enctbls.h"
 
@@ -28,7 +29,7 @@ class BitWriter {
   void settle() {
     uint64_t bytes = bits_;
     if constexpr (std::endian::native == std::endian::big) bytes = __builtin_bswap64(bytes);
-    std::memcpy(next_, &bytes, sizeof bytes);
+    memcpy(next_, &bytes, sizeof bytes);
     next_ += length_ / 8;
     bits_ >>= length_ & ~7U;
     length_ %= 8;

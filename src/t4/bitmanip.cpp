@@ -46,7 +46,7 @@ void bit_fill_bits(uint8_t *line, int32_t start, uint32_t count, int colour) {
     return;
   }
   line[first / 8] = static_cast<uint8_t>(line[first / 8] | head);
-  std::memset(line + first / 8 + 1, 0xFF, last / 8 - first / 8 - 1);
+  memset(line + first / 8 + 1, 0xFF, last / 8 - first / 8 - 1);
   line[last / 8] = static_cast<uint8_t>(line[last / 8] | tail);
 }
 

@@ -18,11 +18,11 @@ struct LineCallbacks {
   LineSink sink() {
     LineSink to;
     to.context = this;
-    if (found_run != nullptr) to.found_run = [](void *self, int32_t run) { of(self).found_run(run); };
-    if (found_line != nullptr)
+    if (found_run) to.found_run = [](void *self, int32_t run) { of(self).found_run(run); };
+    if (found_line)
       to.found_line = [](void *self, const uint8_t *line, uint32_t size) { of(self).found_line(line, size); };
-    if (found_eol != nullptr) to.found_eol = [](void *self) { of(self).found_eol(); };
-    if (found_damage != nullptr) to.found_damage = [](void *self, Damage kind) { of(self).found_damage(kind); };
+    if (found_eol) to.found_eol = [](void *self) { of(self).found_eol(); };
+    if (found_damage) to.found_damage = [](void *self, Damage kind) { of(self).found_damage(kind); };
     return to;
   }
 

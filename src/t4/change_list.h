@@ -17,12 +17,12 @@ class ChangeList {
  public:
   /// Elements of storage for the list of a line of `width` pixels.
   static constexpr size_t room(int32_t width) {
-    return elements_before + static_cast<size_t>(width) + 1 + elements_after;
+    return ELEMENTS_BEFORE + static_cast<size_t>(width) + 1 + ELEMENTS_AFTER;
   }
 
   ChangeList() = default;
   /// An empty list in `storage`, which stays the caller's.
-  explicit ChangeList(int32_t *storage) : first_(storage + elements_before) { clear(); }
+  explicit ChangeList(int32_t *storage) : first_(storage + ELEMENTS_BEFORE) { clear(); }
 
   void clear() {
     end_ = first_;
@@ -43,8 +43,8 @@ class ChangeList {
   template <CodeForm form>
   void finish(int32_t width) {
     while (end_[-1] >= width) --end_;
-    std::fill_n(end_, absent, width);
-    std::fill_n(end_ + absent, stops, std::numeric_limits<int32_t>::max());
+    std::fill_n(end_, ABSENT, width);
+    std::fill_n(end_ + ABSENT, STOPS, std::numeric_limits<int32_t>::max());
     first_[-1] = form == CodeForm::standard || *first_ == 0 ? -1 : 0;
   }
 
@@ -55,9 +55,9 @@ class ChangeList {
   const int32_t *end() const { return end_; }
 
  private:
-  static constexpr size_t elements_before = 2;
-  static constexpr size_t absent = 3, stops = 2;  // an element of either colour that ends every search
-  static constexpr size_t elements_after = absent + stops;
+  static constexpr size_t ELEMENTS_BEFORE = 2;
+  static constexpr size_t ABSENT = 3, STOPS = 2;  // an element of either colour that ends every search
+  static constexpr size_t ELEMENTS_AFTER = ABSENT + STOPS;
 
   int32_t *first_ = nullptr;
   int32_t *end_ = nullptr;

@@ -20,7 +20,7 @@ constexpr int32_t MAX_LINE_BYTES = 3999;  ///< of a line to encode: 31992 pixels
 struct CodeSink {
   void *context = nullptr;
   /// @param bytes  `count` bytes, 0 or more; bit 0 of the first is the first bit of the stream; valid during the call
-  /// @return false if the code cannot be taken: the encoder then stops at the end of the line
+  /// @return false if the code cannot be taken: the encoder then STOPS at the end of the line
   bool (*put_code)(void *context, const uint8_t *bytes, size_t count) = nullptr;
 };
 

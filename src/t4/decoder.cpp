@@ -24,7 +24,7 @@ constexpr uint64_t MR_FILL = 1;
 struct Decoder::State {
   MhState mh;
   LineStore store;
-  int32_t coding = COMP_UMMR;  ///< of the last page
+  int32_t coding = COMP_UMMR;  // of the last page
   int32_t width = 0;
 };
 
@@ -46,7 +46,7 @@ DecodeResult Decoder::decode(std::span<const uint8_t> data, int32_t coding, int3
     return state_->mh.lost == 0 ? DecodeResult::done : DecodeResult::no_memory;
   }
   const uint32_t size = (static_cast<uint32_t>(width) + 7) / 8;
-  if (!state_->store.reserve(width, size, sink.found_line != nullptr)) return DecodeResult::no_memory;
+  if (!state_->store.reserve(width, size, sink.found_line)) return DecodeResult::no_memory;
   int32_t make_up = 0;
   if (coding == COMP_MR) {
     const auto decode_form = form == CodeForm::stored ? decode_mr<CodeForm::stored> : decode_mr<CodeForm::standard>;

@@ -21,7 +21,7 @@ using RunTree = DecTree<RUN_NODES>;
 constexpr size_t MODE_NODES = 27;
 using ModeTree = DecTree<MODE_NODES + 1>;
 
-/// Codes by prefix, in the order they were added. Child 0 is none, since no node leads to the root.
+// Codes by prefix, in the order they were added. Child 0 is none, since no node leads to the root.
 struct Trie {
   std::array<std::array<size_t, 2>, RUN_NODES> child = {};
   std::array<int32_t, RUN_NODES> value = {};
@@ -40,25 +40,25 @@ struct Trie {
   }
 };
 
-/// @param sign  1 for white runs, -1 for black ones
+// @param sign  1 for white runs, -1 for black ones
 constexpr Trie run_trie(const RunCodes &codes, int32_t sign) {
   Trie trie;
   int32_t run = 0;
   for (const char *code : codes.terminating) trie.add(code, sign * run++);
   for (const char *code : codes.make_up) trie.add(code, sign * run), run += 64;
-  for (const char *code : extended_codes) trie.add(code, sign * run), run += 64;
-  trie.add(eol_code, DEC_EOL);
+  for (const char *code : EXTENDED_CODES) trie.add(code, sign * run), run += 64;
+  trie.add(EOL_CODE, DEC_EOL);
   return trie;
 }
 
-/// The tree whose root the links of a leaf stand for: a terminating code ends a run, a make-up code does not.
+// The tree whose root the links of a leaf stand for: a terminating code ends a run, a make-up code does not.
 constexpr const RunTree &tree_after(int32_t value, const RunTree &own, const RunTree &other) {
   if (value == DEC_EOL) return whitetree;
   return value > -64 && value < 64 ? other : own;
 }
 
-/// Numbers the nodes breadth-first, and links what is missing: a zero after 11 zeros is one more fill bit, a one after
-/// 8 to 10 zeros is a bad code.
+// Numbers the nodes breadth-first, and links what is missing: a zero after 11 zeros is one more fill bit, a one after
+// 8 to 10 zeros is a bad code.
 constexpr RunTree run_tree(const Trie &trie, const RunTree &own, const RunTree &other) {
   std::array<size_t, RUN_NODES> order = {};
   RunTree tree = {};
@@ -88,7 +88,7 @@ constexpr DecTree<13> eol_chain() {
   return tree;
 }
 
-/// The tree that the decoders walk, from dec2d_tree, which must be complete.
+// The tree that the decoders walk, from dec2d_tree, which must be complete.
 constexpr ModeTree working_tree(const ModeTree &self, const DecTree<MODE_NODES> &stored) {
   ModeTree tree = {};
   for (size_t n = 0; n < MODE_NODES; n++) {
@@ -120,8 +120,8 @@ constexpr bool is(const DecNode &node, const DecNode &zero, const DecNode &one, 
 
 }  // namespace
 
-constexpr RunTree whitetree = run_tree(run_trie(white_codes, 1), whitetree, blacktree);
-constexpr RunTree blacktree = run_tree(run_trie(black_codes, -1), blacktree, whitetree);
+constexpr RunTree whitetree = run_tree(run_trie(WHITE_CODES, 1), whitetree, blacktree);
+constexpr RunTree blacktree = run_tree(run_trie(BLACK_CODES, -1), blacktree, whitetree);
 constexpr DecTree<13> eoltree = eol_chain();
 
 // The ones of nodes 18 to 22 lead back to the root: no such code is defined, the extension prefix 0000001 among them.

@@ -2,11 +2,12 @@
 
 #include "t4/enct4.h"
 
+#include <stdio.h>
+#include <string.h>
+
 #include <algorithm>
 #include <array>
 #include <bit>
-#include <cstdio>
-#include <cstring>
 
 #include "t4/line.h"
 #include "t4/page_coder.h"
@@ -16,7 +17,7 @@ namespace {
 
 [[gnu::used]] const char SCCS_ID[] = "@(#)|enct4|9|01|1|0|0|11/22/26|20:58:00";
 
-constexpr size_t few_bytes = 64;  // of code between two calls of the output callback, a long line apart
+constexpr size_t FEW_BYTES = 64;  // of code between two calls of the output callback, a long line apart
 
 PageCoder coder;
 int32_t putdata_err;
@@ -26,7 +27,7 @@ bool put_words(putdata_fn putdata, const uint8_t *bytes, size_t count) {
   std::array<uint16_t, 512> words;
   for (size_t piece; count > 0; bytes += piece, count -= piece) {
     piece = std::min(count, sizeof words);
-    std::memcpy(words.data(), bytes, piece);
+    memcpy(words.data(), bytes, piece);
     if constexpr (std::endian::native == std::endian::big)
       for (uint16_t &word : words) word = __builtin_bswap16(word);
     const int32_t result = putdata(words.data(), static_cast<int32_t>(piece / 2));
@@ -51,7 +52,7 @@ struct Messages {
 // Batch after batch to the end of the input, or to a failure, which stays in `putdata_err`.
 int32_t code_page(getdata_fn getdata, putdata_fn putdata, PageScheme scheme, const Messages &messages) {
   putdata_err = 0;
-  scheme.batch = few_bytes;
+  scheme.batch = FEW_BYTES;
   coder.start(scheme, {reinterpret_cast<void *>(putdata), [](void *callback, const uint8_t *bytes, size_t count) {
                          return put_words(reinterpret_cast<putdata_fn>(callback), bytes, count);
                        }});

@@ -25,16 +25,16 @@ constexpr std::array<EncCode, EncTabSize> run_table(const RunCodes &codes) {
   size_t n = 0;
   for (const char *code : codes.terminating) table[n++] = packed(code);
   for (const char *code : codes.make_up) table[n++] = packed(code);
-  for (const char *code : extended_codes) table[n++] = packed(code);
-  table[n] = packed(eol_code);
+  for (const char *code : EXTENDED_CODES) table[n++] = packed(code);
+  table[n] = packed(EOL_CODE);
   return table;
 }
 
 constexpr std::array<EncCode, Enc2DSize> mode_table() {
   std::array<EncCode, Enc2DSize> table = {};
   size_t n = 0;
-  for (const char *code : mode_codes) table[n++] = packed(code);
-  const EncCode eol = packed(eol_code);
+  for (const char *code : MODE_CODES) table[n++] = packed(code);
+  const EncCode eol = packed(EOL_CODE);
   table[n++] = {eol.code | 1U << eol.length, eol.length + 1};
   table[n] = {eol.code, eol.length + 1};
   return table;
@@ -46,8 +46,8 @@ constexpr bool is(const EncCode &entry, uint32_t code, uint32_t length) {
 
 }  // namespace
 
-constexpr std::array<EncCode, EncTabSize> encwhite = run_table(white_codes);
-constexpr std::array<EncCode, EncTabSize> encblack = run_table(black_codes);
+constexpr std::array<EncCode, EncTabSize> encwhite = run_table(WHITE_CODES);
+constexpr std::array<EncCode, EncTabSize> encblack = run_table(BLACK_CODES);
 constexpr std::array<EncCode, Enc2DSize> enc2D = mode_table();
 
 static_assert(is(encwhite[0], 0xAC, 8) && is(encwhite[64], 0x1B, 5) && is(encwhite[103], 0xF80, 12));

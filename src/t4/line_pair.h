@@ -29,8 +29,9 @@ class Room {
     if (count <= count_) return true;
     count_ = 0;
     elements_.reset(new (std::nothrow) T[count]);
-    if (elements_) count_ = count;
-    return elements_ != nullptr;
+    if (!elements_) return false;
+    count_ = count;
+    return true;
   }
 
   T *get() const { return elements_.get(); }
@@ -64,8 +65,8 @@ struct LinePair {
   bool black = false;  ///< the colour of the run that begins at a0
 
   /// Two white lines in `store`, which has room for them.
-  LinePair(const LineStore &store, int32_t line_width, uint32_t line_size, const LineSink &sink)
-      : width(line_width),
+  LinePair(const LineStore &store, int32_t LINE_WIDTH_XX, uint32_t line_size, const LineSink &sink)
+      : width(LINE_WIDTH_XX),
         size(line_size),
         pixels(store.pixels.get()),
         to(sink),
@@ -97,11 +98,11 @@ struct LinePair {
 
   /// Delivers the bitmap of a line from its finished list.
   void deliver_pixels(const ChangeList &line) const {
-    if (to.found_line != nullptr) to.found_line(to.context, paint(line), size);
+    if (to.found_line) to.found_line(to.context, paint(line), size);
   }
 
   void deliver_eol() const {
-    if (to.found_eol != nullptr) to.found_eol(to.context);
+    if (to.found_eol) to.found_eol(to.context);
   }
 
   void deliver(const ChangeList &line) const {
@@ -111,13 +112,13 @@ struct LinePair {
 
   /// White padding up to the end of the line.
   void deliver_padding() const {
-    if (a0 < width && to.found_run != nullptr) to.found_run(to.context, width - a0);
+    if (a0 < width && to.found_run) to.found_run(to.context, width - a0);
   }
 
   /// Gives the pixels from a0 to `end` the current colour; `end` becomes a0.
   [[gnu::always_inline]] void run_to(int32_t end) {
     const int32_t run = end - a0;
-    if (to.found_run != nullptr) to.found_run(to.context, black ? -run : run);
+    if (to.found_run) to.found_run(to.context, black ? -run : run);
     a0 = end;
   }
 

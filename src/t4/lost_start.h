@@ -14,7 +14,7 @@ namespace tolvane {
 /// Reports a page that does not begin with an EOL, fill apart (ITU-T T.4, 4.1.2).
 inline void report_lost_start(std::span<const uint8_t> data, const LineSink &to) {
   const auto first = std::ranges::find_if(data, [](uint8_t byte) { return byte != 0; });
-  if (first == data.end() || to.found_damage == nullptr) return;
+  if (first == data.end() || !to.found_damage) return;
   const int64_t zeros = 8 * (first - data.begin()) + std::countr_zero(*first);
   if (zeros < EOL_ZEROS) to.found_damage(to.context, Damage::lost_start);
 }

@@ -3,9 +3,10 @@
 
 #include "t4/mh_decoder.h"
 
+#include <stdlib.h>
+#include <string.h>
+
 #include <algorithm>
-#include <cstdlib>
-#include <cstring>
 #include <iterator>
 #include <new>
 #include <utility>
@@ -20,7 +21,7 @@ namespace {
 
 constexpr int32_t LONGEST_TERMINATING = 63;
 
-/// Sees to it that the two lines have the size that `width` asks for.
+// Sees to it that the two lines have the size that `width` asks for.
 bool reserve_lines(MhState &state, int32_t width) {
   const uint32_t size = (static_cast<uint32_t>(std::max(width, 0)) + 7) / 8;
   if (state.line.size != 0 && state.line.size == size) return true;
@@ -28,7 +29,7 @@ bool reserve_lines(MhState &state, int32_t width) {
   const size_t bytes = 2 * size_t{size} + LINE_PADDING;
   state.pixels.reset(new (std::nothrow) uint8_t[bytes]);
   if (!state.pixels) return false;
-  std::memset(state.pixels.get(), 0, bytes);
+  memset(state.pixels.get(), 0, bytes);
   state.line.current = state.pixels.get();
   state.line.last_good = state.pixels.get() + size;
   state.line.size = size;
@@ -36,26 +37,26 @@ bool reserve_lines(MhState &state, int32_t width) {
 }
 
 void report(MhLine &line, Damage kind, const LineSink &to) {
-  if (!line.reported && to.found_damage != nullptr) to.found_damage(to.context, kind);
+  if (!line.reported && to.found_damage) to.found_damage(to.context, kind);
   line.reported = true;
 }
 
 void deliver(const MhLine &line, const uint8_t *pixels, const LineSink &to) {
-  if (to.found_line != nullptr) to.found_line(to.context, pixels, line.size);
-  if (to.found_eol != nullptr) to.found_eol(to.context);
+  if (to.found_line) to.found_line(to.context, pixels, line.size);
+  if (to.found_eol) to.found_eol(to.context);
 }
 
 void deliver_padding(const MhLine &line, int32_t width, const LineSink &to) {
-  if (line.pos < width && to.found_run != nullptr) to.found_run(to.context, width - line.pos);
+  if (line.pos < width && to.found_run) to.found_run(to.context, width - line.pos);
 }
 
 void start_line(MhLine &line) {
   line.pos = 0;
   line.make_up = 0;
-  std::memset(line.current, 0, line.size);
+  memset(line.current, 0, line.size);
 }
 
-/// A run consumer gets the good part and white after it, a line consumer the last good line again.
+// A run consumer gets the good part and white after it, a line consumer the last good line again.
 void give_up_line(MhLine &line, int32_t width, const LineSink &to) {
   report(line, Damage::overflow, to);
   deliver_padding(line, width, to);
@@ -64,18 +65,18 @@ void give_up_line(MhLine &line, int32_t width, const LineSink &to) {
   line.given_up = true;
 }
 
-/// A terminating code, with the make-up code before it.
+// A terminating code, with the make-up code before it.
 [[gnu::always_inline]] inline void take_run(MhLine &line, int32_t token, int32_t width, const LineSink &to) {
   const int32_t run = line.make_up + token;
-  const int32_t pixels = std::abs(run);
+  const int32_t pixels = abs(run);
   if (pixels > width - line.pos) return give_up_line(line, width, to);
   if (run < 0) paint_black(line.current, line.pos, pixels);
   line.pos += pixels;
   line.make_up = 0;
-  if (to.found_run != nullptr) to.found_run(to.context, run);
+  if (to.found_run) to.found_run(to.context, run);
 }
 
-/// A second make-up code in a row, or an EOL after one, is damage.
+// A second make-up code in a row, or an EOL after one, is damage.
 [[gnu::always_inline]] inline void take_make_up(MhLine &line, int32_t token, int32_t width, const LineSink &to) {
   if (line.make_up != 0) return give_up_line(line, width, to);
   line.make_up = token;
@@ -96,18 +97,18 @@ void take_eol(MhLine &line, bool after_bad_code, int32_t width, const LineSink &
   line.reported = false;
 }
 
-/// Whether the walk has met a bad code and looks for the next EOL.
+// Whether the walk has met a bad code and looks for the next EOL.
 bool looks_for_eol(const DecNode *node) {
   return std::any_of(std::begin(eoltree.node), std::end(eoltree.node),
                      [node](const DecNode &other) { return &other == node; });
 }
 
-constexpr size_t BLOCK = 64;  ///< bytes walked before their leaves are acted on
+constexpr size_t BLOCK = 64;  // bytes walked before their leaves are acted on
 
-/// Walks `count` bytes from `node` on, eight steps each, and adds the leaves reached to `leaves`. A leaf is written
-/// down at every step and counted only if it is one, so that no branch has to be guessed for it.
-///
-/// @return the node reached
+// Walks `count` bytes from `node` on, eight steps each, and adds the leaves reached to `leaves`. A leaf is written
+// down at every step and counted only if it is one, so that no branch has to be guessed for it.
+//
+// @return the node reached
 const DecNode *walk_block(const DecNode *node, const uint8_t *data, size_t count, const DecNode **&leaves) {
   for (const uint8_t *end = data + count; data != end; data++) {
     uint32_t byte = *data;
@@ -128,13 +129,13 @@ void start_mh_page(MhState &state) {
   fresh.size = state.line.size;
   fresh.current = state.pixels.get();
   fresh.last_good = state.pixels.get() + fresh.size;
-  if (fresh.size != 0) std::memset(fresh.current, 0, 2 * size_t{fresh.size});
+  if (fresh.size != 0) memset(fresh.current, 0, 2 * size_t{fresh.size});
   state.line = fresh;
   state.lost = 0;
 }
 
-/// Works on a copy of the line, so that it can stay in registers. Paints whether or not anybody asks for lines here:
-/// the EOL that ends the line may come from another call.
+// Works on a copy of the line, so that it can stay in registers. Paints whether or not anybody asks for lines here:
+// the EOL that ends the line may come from another call.
 void take_mh_leaves(MhState &state, const DecNode *const *first, const DecNode *const *last, int32_t width,
                     const LineSink &sink) {
   for (; first != last && !reserve_lines(state, width); first++) state.lost++;
@@ -145,9 +146,9 @@ void take_mh_leaves(MhState &state, const DecNode *const *first, const DecNode *
     if (line.given_up) {
       line.given_up = token != DEC_EOL;
       if (!line.given_up) line.reported = false;
-    } else if (std::abs(token) <= LONGEST_TERMINATING) {
+    } else if (abs(token) <= LONGEST_TERMINATING) {
       take_run(line, token, width, to);
-    } else if (std::abs(token) != DEC_EOL) {
+    } else if (abs(token) != DEC_EOL) {
       take_make_up(line, token, width, to);
     } else {
       take_eol(line, *first == &eoltree.node[EOLTREE_LEAF], width, to);

@@ -2,7 +2,7 @@
 
 #include "t4/mmr_decoder.h"
 
-#include <cstdio>
+#include <stdio.h>
 
 #include "t4/dectbls.h"
 #include "t4/mode_codes.h"
@@ -12,22 +12,22 @@ namespace {
 
 [[gnu::used]] const char SCCS_ID[] = "@(#)|mmr_decoder|9|01|1|0|0|11/23/26|04:40:00";
 
-constexpr int EOFB_EOLS = 2;  ///< EOLs in a row that end a page
+constexpr int EOFB_EOLS = 2;  // EOLs in a row that end a page
 
 void report(const LineSink &to, Damage kind) {
-  if (to.found_damage != nullptr) to.found_damage(to.context, kind);
+  if (to.found_damage) to.found_damage(to.context, kind);
 }
 
-/// Acts on mode codes up to a leaf that is none, and delivers the lines that they fill.
-///
-/// Once horizontal mode has used up the data, what is left of the last byte is read as mode codes.
-///
-/// @param eols  EOLs in a row, 0 after any code
+// Acts on mode codes up to a leaf that is none, and delivers the lines that they fill.
+//
+// Once horizontal mode has used up the data, what is left of the last byte is read as mode codes.
+//
+// @param eols  EOLs in a row, 0 after any code
 template <CodeForm form>
 CodesStop take_mode_codes(BitReader &in, LinePair<form> &lines, int32_t &make_up, int &eols) {
   for (;;) {
     const DecNode *leaf = next_leaf(in, mode_tree.node);
-    if (leaf == nullptr) return {CodesEnd::no_data};
+    if (!leaf) return {CodesEnd::no_data};
     if (leaf->value > LAST_VERTICAL) return {CodesEnd::other_leaf, leaf};
     eols = 0;
     const bool good = leaf->value == HORIZONTAL ? take_horizontal(in, lines, make_up, 1) != Horizontal::damaged
@@ -62,7 +62,7 @@ bool decode_mmr(const LineStore &store, int32_t &make_up, std::span<const uint8_
     } else if (stop.leaf->value == DEC2D_NO_CODE) {
       report(to, Damage::invalid_code);
     } else {
-      std::fprintf(stderr, "Bad tok: Can't happen!  runlen=%d\n", stop.leaf->value);
+      fprintf(stderr, "Bad tok: Can't happen!  runlen=%d\n", stop.leaf->value);
       eols = 0;
     }
   }

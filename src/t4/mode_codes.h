@@ -1,9 +1,10 @@
 // What the two-dimensional decoders, MR and MMR, do with the mode codes and run codes of a line (ITU-T T.4, 4.2.1.3).
 #pragma once
 
+#include <stdlib.h>
+
 #include <algorithm>
 #include <cstdint>
-#include <cstdlib>
 #include <utility>
 
 #include "bit_reader.h"
@@ -19,7 +20,7 @@ constexpr int32_t EOL_TAG_1 = 9;
 constexpr int32_t EOL_TAG_0 = 10;
 
 /// a1 - b1 by mode token: V(0), VL(1) to VL(3), VR(1) to VR(3).
-constexpr int32_t vertical_offset[LAST_VERTICAL + 1] = {0, 0, 0, -1, -2, -3, 1, 2, 3};
+constexpr int32_t VERTICAL_OFFSET[LAST_VERTICAL + 1] = {0, 0, 0, -1, -2, -3, 1, 2, 3};
 
 constexpr int32_t TERMINATING = 63;   ///< the longest run of a terminating code
 constexpr int32_t ENDLESS = 1 << 20;  ///< a sum of make-up codes that overflows any line
@@ -51,7 +52,7 @@ template <CodeForm form>
 /// @param b1  that of the line
 template <CodeForm form>
 [[gnu::always_inline]] inline bool take_mode(LinePair<form> &lines, int32_t mode, const int32_t *b1) {
-  const int32_t end = mode == PASS ? b1[1] : b1[0] + vertical_offset[mode];
+  const int32_t end = mode == PASS ? b1[1] : b1[0] + VERTICAL_OFFSET[mode];
   const int32_t start = std::max(lines.a0, 0);
   if (mode == PASS) lines.a0 = start;  // the line has begun, even if it fails here
   if (end < start || end > lines.width) return false;
@@ -84,11 +85,11 @@ template <CodeForm form>
                                                          uint64_t rest) {
   for (int runs = 0; runs < 2;) {
     const DecNode *leaf = in.left() > 8 ? next_leaf(in, run_tree(lines)) : nullptr;
-    if (leaf == nullptr || in.left() < rest) {
+    if (!leaf || in.left() < rest) {
       if (runs == 1) lines.b1 = turn_b1(lines.b1, lines.a0);  // two runs leave the colour as it was, one does not
       return Horizontal::no_data;
     }
-    const int32_t run = std::abs(leaf->value);
+    const int32_t run = abs(leaf->value);
     sum = std::min(sum + run, ENDLESS);
     if (run > TERMINATING) continue;
     if (!take_run(lines, std::exchange(sum, 0))) return Horizontal::damaged;

@@ -3,8 +3,9 @@
 
 #include "t4/mr_decoder.h"
 
+#include <stdio.h>
+
 #include <algorithm>
-#include <cstdio>
 #include <utility>
 
 #include "t4/dectbls.h"
@@ -16,37 +17,37 @@ namespace {
 
 [[gnu::used]] const char SCCS_ID[] = "@(#)|mr_decoder|9|01|1|0|0|11/23/26|04:40:00";
 
-constexpr int RTC_EOLS = 6;  ///< EOLs in a row that end a page
+constexpr int RTC_EOLS = 6;  // EOLs in a row that end a page
 
-/// How the next line is read; `hunting` for the EOL of the next 1-D line.
+// How the next line is read; `hunting` for the EOL of the next 1-D line.
 enum class LineKind { hunting, one_dimensional, two_dimensional };
 
-/// The state of a decode, apart from its lines.
+// The state of a decode, apart from its lines.
 struct MrState {
   BitReader in;
   int32_t &make_up;
   LineKind kind = LineKind::hunting;
-  int eols = 0;           ///< EOLs in a row
-  bool reported = false;  ///< damage of the line has been reported
+  int eols = 0;           // EOLs in a row
+  bool reported = false;  // damage of the line has been reported
 };
 
 void report_damage(const LineSink &to, Damage kind) {
-  if (to.found_damage != nullptr) to.found_damage(to.context, kind);
+  if (to.found_damage) to.found_damage(to.context, kind);
 }
 
-/// Reports the first damage of a line.
+// Reports the first damage of a line.
 void report(MrState &state, const LineSink &to, Damage kind) {
   if (!state.reported) report_damage(to, kind);
   state.reported = true;
 }
 
-/// Acts on run codes up to an EOL: a line coded one-dimensionally.
+// Acts on run codes up to an EOL: a line coded one-dimensionally.
 template <CodeForm form>
 CodesStop take_run_codes(MrState &state, LinePair<form> &lines) {
   while (const DecNode *leaf = next_leaf(state.in, run_tree(lines))) {
     if (leaf->value == DEC_EOL) return {CodesEnd::other_leaf, leaf};
     state.eols = 0;
-    const int32_t run = std::abs(leaf->value);
+    const int32_t run = abs(leaf->value);
     state.make_up = std::min(state.make_up + run, ENDLESS);
     if (run > TERMINATING) continue;
     if (!take_run(lines, std::exchange(state.make_up, 0))) return {CodesEnd::damaged};
@@ -54,12 +55,12 @@ CodesStop take_run_codes(MrState &state, LinePair<form> &lines) {
   return {CodesEnd::no_data};
 }
 
-/// Acts on mode codes up to a leaf that is none: a line coded two-dimensionally. A full line may go on until its EOL.
+// Acts on mode codes up to a leaf that is none: a line coded two-dimensionally. A full line may go on until its EOL.
 template <CodeForm form>
 CodesStop take_mode_codes(MrState &state, LinePair<form> &lines) {
   for (;;) {
     const DecNode *leaf = next_leaf(state.in, mode_tree.node);
-    if (leaf == nullptr) return {CodesEnd::no_data};
+    if (!leaf) return {CodesEnd::no_data};
     if (leaf->value > LAST_VERTICAL) return {CodesEnd::other_leaf, leaf};
     state.eols = 0;
     if (leaf->value == HORIZONTAL) {
@@ -80,10 +81,10 @@ CodesStop take_line(MrState &state, LinePair<form> &lines) {
   if (state.kind == LineKind::one_dimensional) return take_run_codes(state, lines);
   if (state.kind == LineKind::two_dimensional) return take_mode_codes(state, lines);
   const DecNode *leaf = next_leaf(state.in, eoltree.node);
-  return {leaf != nullptr ? CodesEnd::other_leaf : CodesEnd::no_data, leaf};
+  return {leaf ? CodesEnd::other_leaf : CodesEnd::no_data, leaf};
 }
 
-/// The line is damaged: the one above is delivered in its place, and all up to the next EOL with tag 1 will be skipped.
+// The line is damaged: the one above is delivered in its place, and all up to the next EOL with tag 1 will be skipped.
 template <CodeForm form>
 void give_up_line(MrState &state, LinePair<form> &lines) {
   report_damage(lines.to, Damage::overflow);
@@ -95,7 +96,7 @@ void give_up_line(MrState &state, LinePair<form> &lines) {
   state.kind = LineKind::hunting;
 }
 
-/// An EOL and its tag. False at the end of an RTC.
+// An EOL and its tag. False at the end of an RTC.
 template <CodeForm form>
 bool take_eol(MrState &state, LinePair<form> &lines, int32_t tag) {
   if (state.kind == LineKind::hunting && tag == EOL_TAG_0) {
@@ -115,7 +116,7 @@ bool take_eol(MrState &state, LinePair<form> &lines, int32_t tag) {
   return true;
 }
 
-/// Decodes to the end of the data. False at the end of an RTC.
+// Decodes to the end of the data. False at the end of an RTC.
 template <CodeForm form>
 bool take_lines(MrState &state, LinePair<form> &lines) {
   for (;;) {
@@ -127,12 +128,12 @@ bool take_lines(MrState &state, LinePair<form> &lines) {
       if (stop.leaf == &eoltree.node[EOLTREE_LEAF] && state.kind != LineKind::hunting)
         report(state, lines.to, Damage::invalid_code);
       const DecNode *tag = next_leaf(state.in, &dec2d_tree.node[DEC2D_TAG_NODE]);
-      if (tag == nullptr) return true;
+      if (!tag) return true;
       if (!take_eol(state, lines, tag->value)) return false;
     } else if (stop.leaf->value == DEC2D_NO_CODE) {
       report(state, lines.to, Damage::invalid_code);
     } else {
-      std::printf("Bad tok: Can't happen!  runlen=%d\n", stop.leaf->value);
+      printf("Bad tok: Can't happen!  runlen=%d\n", stop.leaf->value);
       state.eols = 0;
     }
   }

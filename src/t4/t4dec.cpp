@@ -20,7 +20,7 @@ namespace {
 
 [[gnu::used]] const char SCCS_ID[] = "@(#)|t4dec|9|01|1|0|0|11/22/26|21:10:00";
 
-/// The line of the last MH page outlives the decode, so that a last EOL can still be fed.
+// The line of the last MH page outlives the decode, so that a last EOL can still be fed.
 MhState mh;
 
 void report_lost_tokens() {

@@ -15,8 +15,8 @@ namespace {
 [[gnu::used]] const char SCCS_ID[] = "@(#)|t4dec_2d|9|01|1|0|0|11/22/26|21:20:00";
 
 struct MakeUps {
-  int32_t mr = 0;   ///< on one-dimensional lines
-  int32_t mmr = 0;  ///< in horizontal mode
+  int32_t mr = 0;   // on one-dimensional lines
+  int32_t mmr = 0;  // in horizontal mode
 };
 
 MakeUps make_ups;
@@ -25,12 +25,12 @@ MakeUps make_ups;
 
 int t4dec_MR(const uint8_t *data, uint32_t length, found_run_fn found_run, found_line_fn found_line,
              found_eol_fn found_eol) {
-  if (data == nullptr || length == 0) return 0;
-  if (found_run == nullptr && found_line == nullptr && found_eol == nullptr) return 1;
+  if (!data || length == 0) return 0;
+  if (!found_run && !found_line && !found_eol) return 1;
   const int32_t width = std::max(Pix_width, 0);
   LineCallbacks callbacks{found_run, found_line, found_eol};
   LineStore store;
-  if (!store.reserve(width, (static_cast<uint32_t>(width) + 7) / 8, found_line != nullptr)) return 0;
+  if (!store.reserve(width, (static_cast<uint32_t>(width) + 7) / 8, found_line)) return 0;
   decode_mr<CodeForm::stored>(store, make_ups.mr, {data, length}, 0, width, callbacks.sink());
   return 1;
 }
@@ -40,7 +40,7 @@ int t4dec_MMR(const uint8_t *data, uint32_t length, int32_t width, found_run_fn 
   width = std::max(width, 0);
   LineCallbacks callbacks{found_run, found_line, found_eol};
   LineStore store;
-  if (!store.reserve(width, static_cast<uint32_t>(width) / 8, found_line != nullptr)) return 0;
+  if (!store.reserve(width, static_cast<uint32_t>(width) / 8, found_line)) return 0;
   return decode_mmr<CodeForm::stored>(store, make_ups.mmr, {data, length}, width, callbacks.sink()) ? 1 : 0;
 }
 

@@ -5,13 +5,13 @@
 
 #include <errno.h>
 #include <fcntl.h>
+#include <stdio.h>
+#include <stdlib.h>
+#include <string.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <cstdarg>
-#include <cstdio>
-#include <cstdlib>
-#include <cstring>
 #include <string>
 
 #include "faxfile/fax_header.h"
@@ -29,13 +29,12 @@ namespace {
 
 [[gnu::used]] const char SCCS_ID[] = "@(#)|t4dec_convert|9|01|1|0|0|11/22/26|20:58:00";
 
-constexpr int32_t line_width = 1728;
-constexpr size_t first_lines = 0x80000;  // 2427 lines: a page of 11 inches at fine resolution, and some more
-constexpr size_t more_lines = 0x10000;
-constexpr size_t more_code = 0x10000;
-constexpr size_t length_word = 4;
-constexpr size_t fill = 1;  // byte of zeros behind a coded page
-constexpr int32_t fine_resolution = 1;
+constexpr size_t FIRST_LINES = 0x80000;  // 2427 lines: a page of 11 inches at fine resolution, and some more
+constexpr size_t MORE_LINES = 0x10000;
+constexpr size_t MORE_CODE = 0x10000;
+constexpr size_t LENGTH_WORD = 4;
+constexpr size_t FILL = 1;  // byte of zeros behind a coded page
+constexpr int32_t FINE_RESOLUTION = 1;
 
 // Bytes that grow, and never shrink before the end of the conversion.
 struct Store {
@@ -66,8 +65,8 @@ char ofname[4096];
 
 void fp_found_line(const uint8_t *line, uint32_t size) {
   Store &lines = Oconv_st.lines;
-  if (lines.capacity == 0 && !lines.grow_to(first_lines)) return;
-  if (lines.used + size > lines.capacity && !lines.grow_to(lines.capacity + more_lines)) return;
+  if (lines.capacity == 0 && !lines.grow_to(FIRST_LINES)) return;
+  if (lines.used + size > lines.capacity && !lines.grow_to(lines.capacity + MORE_LINES)) return;
   memcpy(lines.bytes.get() + lines.used, line, size);
   lines.used += size;
 }
@@ -131,7 +130,7 @@ struct Source {
   int find_resolution() {
     resolution = get_vertical_resolution(header.get());
     if (resolution < 0) return fail("Could not determine resolution: %s\n", path);
-    if (resolution > fine_resolution) return fail("Can't handle type \"%c\" resolution yet.\n", VRtoascii(resolution));
+    if (resolution > FINE_RESOLUTION) return fail("Can't handle type \"%c\" resolution yet.\n", VRtoascii(resolution));
     return 1;
   }
 
@@ -189,19 +188,19 @@ enum class Page { read, skipped, failed };
 // Reads the next page record; its length word is not believed beyond the end of the file.
 Page read_page(Source &source) {
   uint32_t length = 0;
-  if (readLongFlipped(source.file.get(), &length) < static_cast<ssize_t>(length_word)) {
+  if (readLongFlipped(source.file.get(), &length) < static_cast<ssize_t>(LENGTH_WORD)) {
     fail("Short read on data length:  %s\n", source.path);
     return Page::failed;
   }
   const int64_t left = source.size - lseek(source.file.get(), 0, SEEK_CUR);
   const bool truncated = length > left;
   Store &page = source.page;
-  if (!truncated && page.capacity < length + fill && !page.grow_to(length + fill)) {
+  if (!truncated && page.capacity < length + FILL && !page.grow_to(length + FILL)) {
     if (page.capacity == 0) {
       fail("Memory allocation fail.\n");
       return Page::failed;
     }
-    fail("Couldn't realloc from %d to %d.  Going to next page\n", static_cast<int>(page.capacity - fill),
+    fail("Couldn't realloc from %d to %d.  Going to next page\n", static_cast<int>(page.capacity - FILL),
          static_cast<int>(length));
     return lseek(source.file.get(), length, SEEK_CUR) < 0 ? Page::failed : Page::skipped;
   }
@@ -219,7 +218,7 @@ Page read_page(Source &source) {
 int decode_page(const Source &source) {
   const Store &page = source.page;
   // MR leaves the runs whose codes end in its last byte undone, so that has to be a byte of fill.
-  const size_t length = page.used + (source.compression == COMP_MR && page.used > 0 ? fill : 0);
+  const size_t length = page.used + (source.compression == COMP_MR && page.used > 0 ? FILL : 0);
   Oconv_st.lines.used = 0;
   if (!t4dec(page.bytes.get(), static_cast<uint32_t>(length), source.compression, nullptr, fp_found_line, nullptr))
     return 0;
@@ -231,11 +230,11 @@ int decode_page(const Source &source) {
 // Codes the lines in hand into a page record. The encoder ends with the negative result of `fp_getdataf`.
 int encode_record(int32_t compression, int32_t resolution) {
   Store &record = Oconv_st.record;
-  if (record.capacity == 0 && !record.grow_to(more_code)) return fail("Memory allocation fail.\n");
-  record.used = length_word;
+  if (record.capacity == 0 && !record.grow_to(MORE_CODE)) return fail("Memory allocation fail.\n");
+  record.used = LENGTH_WORD;
   if (encode_g3_fax(fp_getdataf, fp_putdataf, compression, resolution) > 0 || Oconv_st.code_lost)
     return fail("Memory allocation fail.\n");
-  const size_t length = record.used - length_word;
+  const size_t length = record.used - LENGTH_WORD;
   put_word(record.bytes.get(), static_cast<uint32_t>(length));
   return 1;
 }
@@ -245,7 +244,7 @@ int convert(const char *path, int32_t compression, void (*page_callback)()) {
   if (!source.open_file()) return 0;
   if (source.compression == compression) return 1;
   if (!source.find_resolution()) return 0;
-  t4dec_set_pixel_width(line_width);
+  t4dec_set_pixel_width(LINE_PIXELS);
   Target target;
   if (!target.create(path)) return 0;
   if (set_compression_mode(source.header.get(), compression) != 1) return 0;
