@@ -29,6 +29,8 @@ const Stream streams[] = {
     {"bad code", COMP_MH, "EOL w5 b2 000000001 1111 EOL", "+1728 [] / +5 -2 !2 +1721 [5-6] / =1"},
     {"data end in a line", COMP_MH, "EOL w5 b3", "+1728 [] / +5 -3 !5 =1"},
 
+    {"ten zeros are no EOL", COMP_MH, "0000000000 1 EOL w1728 w0 EOL", "!6 +1728 [] / +1728 [] / =1"},
+
     {"2-D line", COMP_MR, "E1 w5 b3 w1664 w56 E0 V0 VR2 V0 0000", "+5 -3 +1720 [5-7] / +5 -5 +1718 [5-9] / =1"},
     {"white is found at pixel 0 itself", COMP_MR, "E1 w2 b6 w1664 w56 E0 VL2 VR3 V0 0000",
      "+2 -6 +1720 [2-7] / 0 -3 +1725 [0-2] / =1"},
@@ -40,18 +42,28 @@ const Stream streams[] = {
     {"make-up code goes over an EOL", COMP_MR, "E1 w5 b64 E1 w3 b2 0000 0000",
      "+5 !1 [] / +67 -2 !5 +1659 [67-68] / =1"},
     {"no mode code", COMP_MR, "E1 w1728 w0 E0 0000001 V0 0000", "+1728 [] / !2 +1728 [] / =1"},
+    {"six EOLs end the page", COMP_MR, "E1 w1728 w0 E1 E1 E1 E0 E1 E1 E1 w5 b3 E1", "+1728 [] / / / / / =1"},
+    {"modes after a full line", COMP_MR, "E1 w1728 w0 E0 V0 V0 V0 P E0 V0 VR1 0000 0000",
+     "+1728 [] / +1728 0 0 0 [] / +1728 !0 [] / =1"},
     {"last byte of horizontal mode is dropped", COMP_MR, "E1 w1728 w0 E0 H w5 b3", "+1728 [] / =1"},
 
     {"line of all modes", COMP_MMR, "H w5 b3 H w2 b10 V0 VL3 VR1 P V0 EOL EOL 0",
      "+5 -3 +2 -10 +1708 [5-7 10-19] / +2 -7 +11 +1708 [2-8] / [] / =1"},
+    {"two changes at one pixel", COMP_MMR, "H w5 b0 V0 V0 EOL EOL 0", "+5 0 +1723 [] / +1728 [] / [] / =1"},
     {"first code fails", COMP_MMR, "V0 VR1 V0 V0", "+1728 [] / !4 =0"},
     {"EOFB in a line", COMP_MMR, "H w5 b3 EOL EOL 0", "+5 -3 !1 [5-7] / =1"},
     {"data end in a line", COMP_MMR, "H w5 b3 00000000", "+5 -3 !5 [5-7] / =1"},
     {"last byte of horizontal mode is read", COMP_MMR, "H w5 b3 V0", "+5 -3 +1720 [5-7] / [] / =1"},
+    {"eight bits left for horizontal mode", COMP_MMR, "V0 V0 V0 V0 V0 H 11110000",
+     "+1728 [] / +1728 [] / +1728 [] / +1728 [] / +1728 [] / +1728 [] / +1728 [] / +1728 [] / +1728 [] / [] / =1"},
     {"also between its runs", COMP_MMR, "H w5 b3 V0 H w2 V0 V0", "+5 -3 +1720 [5-7] / +2 -6 +1720 [2-7] / [] / =1"},
 
     {"make-up codes outlive the call", COMP_MMR, "H w64 00000000", "[] / =1"},
     {"and count in the next", COMP_MMR, "H w3 b2 V0 00000000", "+67 -2 +1659 [67-68] / [] / =1"},
+
+    {"make-up codes before a failure", COMP_MMR, "H w64 00000000", "[] / =1"},
+    {"which forgets them", COMP_MMR, "VR1 00000000", "!4 =0"},
+    {"so that a run is as coded", COMP_MMR, "H w3 b2 V0 00000000", "+3 -2 +1723 [3-4] / [] / =1"},
 
     {"odd width is cut", COMP_MMR, "H w0 b20 V0 V0 EOL EOL 0", "0 -20 [0-15] / 0 -16 !1 [0-15] / =1", 20},
 
