@@ -49,6 +49,28 @@ TEST_F(Create, NoLineIsLostOrMadeUpInAnyCoding) {
   }
 }
 
+TEST_F(Create, PackedPixelsBecomeTheLinesThatTheyWouldBecomeInGrey) {
+  const Picture picture = random_page(1, 39);
+  for (const uint32_t columns : {1728U, 1721U, 9U}) {
+    const std::string size = " " + std::to_string(columns) + " 39\n";
+    std::string plain = "P1" + size, packed = "P4" + size;
+    for (uint32_t y = 0; y < picture.height; ++y) {
+      for (uint32_t x = 0; x < columns; ++x) plain += picture.row(y)[x / 8] & 0x80 >> x % 8 ? "1" : "0";
+      packed.append(picture.row(y), picture.row(y) + (columns + 7) / 8);
+    }
+    dir.write("plain.pbm", plain);
+    dir.write("packed.pbm", packed);
+    // Rows kept, doubled, merged evenly and unevenly, and averages that are black at one threshold and not at the
+    // other.
+    for (const std::string density : {"204x196", "204x98", "204x392", "204x310"}) {
+      for (const std::string halftone : {"--threshold 100", "--threshold 200", "--grey diffusion"}) {
+        const std::string line = "create --source-dpi " + density + " " + halftone + " - ";
+        EXPECT_EQ(run(line + "packed.pbm").out, run(line + "plain.pbm").out) << columns << line;
+      }
+    }
+  }
+}
+
 TEST_F(Create, EveryFormatOfThePageGivesTheSameFax) {
   const Picture chart = load_chart("itu5");
   dir.write("source.pbm", pbm(chart));

@@ -92,9 +92,9 @@ Status code_pages(const PageInput &input, int32_t coding, int32_t resolution, in
   count = 0;
   for (const std::string &file : input.files) {
     const int32_t before = count;
-    const Status read = read_pages(file, source, [&](GreyPage &&page) {
+    const Status read = read_pages(file, source, [&](SourcePicture &&page) {
       std::vector<uint8_t> lines;
-      if (!make_fax_lines(page, source.fit, lines))
+      if (!make_fax_lines(std::move(page), source.fit, lines))
         return failure("%s: page %d would have more than %d lines", input_name(file).c_str(), count - before + 1,
                        LONGEST_PAGE);
       if (++count > MOST_RECORDS) return failure("more than %d pages in one file", MOST_RECORDS);

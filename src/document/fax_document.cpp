@@ -93,6 +93,9 @@ Status open_fax(const std::string &path, FaxDocument &document) {
   if (open_header(path, document.fd, document.lines) != DONE) return FAILED;
   document.records_start = lseek(document.fd.get(), 0, SEEK_CUR);
   read_modes(document);
+  document.mentions_inclusions = std::any_of(document.lines.begin(), document.lines.end(), [](const auto &line) {
+    return line.find("INCLUDE:") != std::string::npos;
+  });
   document.inclusions_usable =
       read_inclusions(document.lines, document.inclusions) == 1 && header_length(document.lines) <= LONGEST_SCANNED;
   document.included_pages = sum_of_counts(document.inclusions);
@@ -132,7 +135,9 @@ int64_t records_end(const FaxDocument &document) {
 Status locate_page(const FaxDocument &document, int32_t page, FaxPage &found) {
   found.source = document.path;
   found.source_page = page;
-  for (int32_t depth = 0;; ++depth) {
+  found.place = nullptr;
+  int32_t depth = 0;
+  for (; document.mentions_inclusions; ++depth) {
     char name[INCLUDE_NAME_SIZE] = "";
     Descriptor opened;
     int fd = document.fd.get();
@@ -146,6 +151,8 @@ Status locate_page(const FaxDocument &document, int32_t page, FaxPage &found) {
     if (depth == DEEPEST_INCLUSION) return failure("%s: page %d: inclusions without end", document.name(), page);
   }
   if (found.source != document.path) return read_source_modes(found);
+  if (depth == 0 && found.source_page >= 1 && found.source_page <= document.record_count())
+    found.place = &document.records[static_cast<size_t>(found.source_page) - 1];
   found.coding = document.coding;
   found.resolution = document.resolution;
   return DONE;
@@ -153,6 +160,16 @@ Status locate_page(const FaxDocument &document, int32_t page, FaxPage &found) {
 
 Status read_fax_page(const FaxDocument &document, int32_t page, FaxPage &found) {
   if (locate_page(document, page, found) != DONE) return FAILED;
+  // The walk over the records has found the document's own pages: no page costs another walk.
+  if (found.place) {
+    found.record.resize(static_cast<size_t>(found.place->length));
+    const int fd = document.fd.get();
+    const off_t data = found.place->offset + 4;
+    if (lseek(fd, data, SEEK_SET) == data &&
+        read_fully(fd, found.record.data(), found.record.size()) == std::ssize(found.record))
+      return DONE;
+    return failure("%s: page %d cannot be read from %s", document.name(), page, document.name());
+  }
   uint8_t *data = nullptr;
   int32_t length = 0;
   const int16_t code = FaxFileReadSpecificPage(document.fd.get(), document.path.c_str(), page, &data, &length);

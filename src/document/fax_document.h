@@ -39,6 +39,7 @@ struct FaxDocument {
   Descriptor fd;                      ///< open for reading
   std::vector<std::string> lines;     ///< header lines in order
   std::vector<Inclusion> inclusions;  ///< up to the first that cannot be used
+  bool mentions_inclusions = false;   ///< readers find "INCLUDE:" in the header: pages need not be the records
   bool inclusions_usable = true;      ///< else page numbers of readers are page records from some page on
   int32_t included_pages = 0;         ///< sum of the counts of the inclusions
   int32_t coding = 0;                 ///< compression code; -1: not a code
@@ -72,13 +73,14 @@ int32_t sum_of_counts(const std::vector<Inclusion> &inclusions);
 /// Offset after the last whole record.
 int64_t records_end(const FaxDocument &document);
 
-/// One page of a document, and where it comes from.
+/// One page of a document, and where it comes from. Valid as long as the document.
 struct FaxPage {
-  std::vector<uint8_t> record;  ///< coded data
-  std::string source;           ///< path of the file that holds the record
-  int32_t source_page = 0;      ///< number of the record in that file
-  int32_t coding = 0;           ///< of that file
-  int32_t resolution = 0;       ///< of that file
+  std::vector<uint8_t> record;        ///< coded data
+  std::string source;                 ///< path of the file that holds the record
+  int32_t source_page = 0;            ///< number of the record in that file
+  int32_t coding = 0;                 ///< of that file
+  int32_t resolution = 0;             ///< of that file
+  const PageRecord *place = nullptr;  ///< the record in the document; null for a page of another file, or none
 };
 
 /// Finds the file and the record of a page.

@@ -2,6 +2,8 @@
 // handled, not when somebody looks at it years later.
 #include "document/transcoder.h"
 
+#include <utility>
+
 #include "document/page_coding.h"
 #include "faxfile/usorbport.h"
 #include "formats/fax_lines.h"
@@ -14,15 +16,12 @@ namespace {
 
 /// The lines of a page at another resolution.
 bool change_resolution(std::vector<uint8_t> &lines, int32_t from, int32_t to) {
-  GreyPage page = {FAX_WIDTH, static_cast<int32_t>(lines.size() / LINE_BYTES), FAX_X_DPI, lines_per_inch(from), {}};
+  SourcePicture page = {FAX_WIDTH, static_cast<int32_t>(lines.size() / LINE_BYTES), FAX_X_DPI, lines_per_inch(from)};
   if (page.height == 0) return true;
-  page.grey.reserve(lines.size() * 8);
-  for (const uint8_t byte : lines) {
-    for (int bit = 7; bit >= 0; --bit) page.grey.push_back(byte >> bit & 1 ? 0 : 255);
-  }
+  page.bits = std::move(lines);
   FitOptions options;
   options.resolution = to;
-  return make_fax_lines(page, options, lines);
+  return make_fax_lines(std::move(page), options, lines);
 }
 
 }  // namespace

@@ -1,10 +1,13 @@
-// Scaling, halftoning and placing of one page. A bilevel picture that needs no scaling passes through here bit by bit:
-// 0 and 255 are left alone by both ways of making black and white.
+// Scaling, halftoning and placing of one page. A black and white picture gives the same lines packed and in grey: 0 and
+// 255 are left alone by both ways of making black and white.
 #include "formats/fax_lines.h"
 
 #include <algorithm>
 #include <cmath>
 #include <utility>
+
+#include "formats/packed_rows.h"
+#include "formats/resample.h"
 
 namespace tolvane {
 namespace {
@@ -16,38 +19,8 @@ bool is_nominally(double scale, double simple) {
   return std::abs(scale / simple - 1) < NOMINAL;
 }
 
-/// The source pixels that make up one pixel of the result: a first and a last one that count in part, and all between.
-struct Span {
-  int32_t first, last;
-  float first_weight, last_weight;  // the weights of one span, with 1 for each pixel between, sum to 1 / scale
-};
-
-std::vector<Span> spans(int32_t source, int32_t result) {
-  std::vector<Span> all(static_cast<size_t>(result));
-  const double step = static_cast<double>(source) / result;
-  for (int32_t i = 0; i < result; ++i) {
-    const double from = i * step, to = std::min((i + 1) * step, static_cast<double>(source));
-    const auto first = static_cast<int32_t>(from);
-    const auto last = std::clamp(static_cast<int32_t>(std::ceil(to)) - 1, first, source - 1);
-    const double first_weight = std::min(first + 1.0, to) - from;
-    all[static_cast<size_t>(i)] = {first, last, static_cast<float>(first_weight), static_cast<float>(to - last)};
-  }
-  return all;
-}
-
-/// One row, scaled along; or, with `in` a row above and `pitch` the distance of rows, one column scaled down.
-uint8_t average(const uint8_t *in, size_t pitch, const Span &span) {
-  const auto at = [&](int32_t i) { return static_cast<float>(in[static_cast<size_t>(i) * pitch]); };
-  if (span.first == span.last) return in[static_cast<size_t>(span.first) * pitch];
-  float sum = at(span.first) * span.first_weight + at(span.last) * span.last_weight;
-  float weight = span.first_weight + span.last_weight;
-  for (int32_t i = span.first + 1; i < span.last; ++i, ++weight) sum += at(i);
-  // Cut, not rounded: a pixel half black and half white comes to 127, which is black at the usual threshold.
-  return static_cast<uint8_t>(sum / weight + 0.001F);
-}
-
 /// The picture at a new size.
-std::vector<uint8_t> resized(const GreyPage &page, int32_t width, int32_t height) {
+std::vector<uint8_t> resized(const SourcePicture &page, int32_t width, int32_t height) {
   const auto new_width = static_cast<size_t>(width), old_width = static_cast<size_t>(page.width);
   const auto rows = static_cast<size_t>(page.height);
   std::vector<uint8_t> narrowed(new_width * rows), result(new_width * static_cast<size_t>(height));
@@ -108,15 +81,19 @@ FitScale fit_scale(int32_t width, double x_dpi, double y_dpi, const FitOptions &
   return {1, scale.y};
 }
 
-bool make_fax_lines(const GreyPage &page, const FitOptions &options, std::vector<uint8_t> &lines) {
+bool make_fax_lines(SourcePicture &&page, const FitOptions &options, std::vector<uint8_t> &lines) {
   lines.clear();
   const FitScale scale = fit_scale(page.width, page.x_dpi, page.y_dpi, options);
   const double exact_height = std::max(1.0, std::round(page.height * scale.y));
   if (exact_height > LONGEST_PAGE) return false;
   const auto height = static_cast<int32_t>(exact_height);
   const auto width = std::clamp(static_cast<int32_t>(std::lround(page.width * scale.x)), 1, FAX_WIDTH);
+  if (page.grey.empty() && width == page.width && fit_packed(page, height, options.threshold, options.diffuse, lines))
+    return true;
 
-  std::vector<uint8_t> grey = width == page.width && height == page.height ? page.grey : resized(page, width, height);
+  if (page.grey.empty()) page.grey = unpacked(page);
+  std::vector<uint8_t> grey =
+      width == page.width && height == page.height ? std::move(page.grey) : resized(page, width, height);
   if (options.diffuse) diffuse(grey, width, options.threshold);
 
   lines.resize(static_cast<size_t>(height) * LINE_BYTES);

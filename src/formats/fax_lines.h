@@ -5,27 +5,18 @@
 #include <cstdint>
 #include <vector>
 
+#include "formats/source_picture.h"
+
 namespace tolvane {
 
-constexpr int32_t FAX_WIDTH = 1728;           ///< pixels of a line
-constexpr size_t LINE_BYTES = FAX_WIDTH / 8;  ///< bytes of a line bitmap: pixel 0 is bit 7 of byte 0, 1 is black
-constexpr double FAX_X_DPI = 204;             ///< pixels an inch along a line, at both resolutions
-constexpr int32_t LONGEST_PAGE = 32767;       ///< lines of the longest page that is made
-constexpr int32_t WIDEST_PICTURE = 16384;     ///< pixels across of the widest picture that is read
+constexpr double FAX_X_DPI = 204;                      ///< pixels an inch along a line, at both resolutions
+constexpr int32_t LONGEST_PAGE = 32767;                ///< lines of the longest page that is made
+constexpr int32_t WIDEST_PICTURE = 16384;              ///< pixels across of the widest picture that is read
 constexpr int64_t LARGEST_PICTURE = int64_t{1} << 27;  ///< pixels of the largest picture that is read
 
 /// Lines an inch at a vertical resolution code: 98 for 0 (normal), 196 for 1 (fine), 300, 400 and 600 for 2 to 4. What
 /// is no code is shown as normal, and so it counts here.
 double lines_per_inch(int32_t resolution);
-
-/// A picture as it was read: one byte per pixel, 0 black to 255 white, rows from the top, no padding.
-struct GreyPage {
-  int32_t width = 0;
-  int32_t height = 0;
-  double x_dpi = 0;  ///< 0 in both: not known
-  double y_dpi = 0;
-  std::vector<uint8_t> grey;
-};
 
 /// How a picture becomes a fax page.
 struct FitOptions {
@@ -47,10 +38,12 @@ struct FitScale {
 /// 98 (ITU-T T.30).
 FitScale fit_scale(int32_t width, double x_dpi, double y_dpi, const FitOptions &options);
 
-/// Turns a picture into lines of LINE_BYTES bytes. Reductions average the pixels that fall together.
+/// Turns a picture into lines of LINE_BYTES bytes. Reductions average the pixels that fall together. A black and white
+/// picture that keeps its width stays packed; all others become grey on the way.
 ///
+/// @param page   its pixels may be used up
 /// @param lines  receives the lines, one after another
 /// @return whether the page is within LONGEST_PAGE lines; if not, `lines` is empty
-bool make_fax_lines(const GreyPage &page, const FitOptions &options, std::vector<uint8_t> &lines);
+bool make_fax_lines(SourcePicture &&page, const FitOptions &options, std::vector<uint8_t> &lines);
 
 }  // namespace tolvane

@@ -36,7 +36,7 @@ Status read_pages(const std::string &path, const SourceOptions &options, const p
   InputFile input;
   if (input.open(path) != DONE) return FAILED;
   const PictureFile file = {input.name(), input.fd(), input.bytes()};
-  const page_sink corrected = [&](GreyPage &&page) {
+  const page_sink corrected = [&](SourcePicture &&page) {
     if (options.x_dpi > 0) page.x_dpi = options.x_dpi, page.y_dpi = options.y_dpi;
     return sink(std::move(page));
   };

@@ -12,7 +12,7 @@
 namespace tolvane {
 
 /// Receives a picture; whatever it gives but DONE and DAMAGED ends the reading.
-using page_sink = std::function<Status(GreyPage &&page)>;
+using page_sink = std::function<Status(SourcePicture &&page)>;
 
 /// Coded data without a file format around it.
 struct RawFormat {

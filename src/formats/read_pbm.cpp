@@ -44,20 +44,17 @@ class Text {
   std::span<const uint8_t> rest_;
 };
 
-/// Packed rows of whole bytes, behind exactly one blank.
-bool unpack_rows(Text &text, GreyPage &page) {
-  const auto width = static_cast<size_t>(page.width), pitch = (width + 7) / 8;
-  if (text.left() < 1 + pitch * static_cast<size_t>(page.height)) return false;
+/// Packed rows of whole bytes, after exactly one blank.
+bool read_rows(Text &text, SourcePicture &page) {
+  const size_t size = page.row_bytes() * static_cast<size_t>(page.height);
+  if (text.left() < 1 + size) return false;
   text.take(1);
-  page.grey.reserve(width * static_cast<size_t>(page.height));
-  for (int32_t row = 0; row < page.height; ++row) {
-    const auto packed = text.take(pitch);
-    for (size_t x = 0; x < width; ++x) page.grey.push_back(packed[x / 8] & 0x80 >> x % 8 ? 0 : 255);
-  }
+  const auto rows = text.take(size);
+  page.bits.assign(rows.begin(), rows.end());
   return true;
 }
 
-bool read_digits(Text &text, GreyPage &page) {
+bool read_digits(Text &text, SourcePicture &page) {
   page.grey.resize(static_cast<size_t>(page.width) * static_cast<size_t>(page.height));
   for (uint8_t &pixel : page.grey) {
     const uint8_t digit = text.byte();
@@ -80,8 +77,8 @@ Status read_pbm(const PictureFile &file, const SourceOptions &, const page_sink 
       return failure("%s: no PBM picture where page %d begins", file.name, number);
     const int64_t width = text.number(), height = text.number();
     if (check_picture_size(file.name, number, width, height) != DONE) return FAILED;
-    GreyPage page = {static_cast<int32_t>(width), static_cast<int32_t>(height), 0, 0, {}};
-    if (!(kind == '4' ? unpack_rows(text, page) : read_digits(text, page)))
+    SourcePicture page = {static_cast<int32_t>(width), static_cast<int32_t>(height)};
+    if (!(kind == '4' ? read_rows(text, page) : read_digits(text, page)))
       return failure("%s: page %d: the file ends before the picture does", file.name, number);
     status = worse(status, sink(std::move(page)));
   }

@@ -44,7 +44,7 @@ Status render(const PictureFile &file, const poppler::page &source, int32_t numb
   const double width = seen_width(source, height);
   const double natural = width * FAX_X_DPI / POINT;
   const double enlarged = fit.fill_width || natural > FAX_WIDTH ? FAX_WIDTH / natural : 1;
-  GreyPage page = {0, 0, FAX_X_DPI, lines_per_inch(fit.resolution), {}};
+  SourcePicture page = {0, 0, FAX_X_DPI, lines_per_inch(fit.resolution)};
   const double x_dpi = page.x_dpi * enlarged, y_dpi = page.y_dpi * enlarged;
   const double pixels = std::ceil(natural * enlarged), lines = std::ceil(height * y_dpi / POINT);
   // Also false for what is no number.

@@ -20,7 +20,7 @@ uint32_t word(const uint8_t *bytes) {
 }
 
 /// Sets the page's resolution from the chunk pHYs: pixels a metre, across and down, and the unit 1 for metres.
-void find_density(std::span<const uint8_t> bytes, GreyPage &page) {
+void find_density(std::span<const uint8_t> bytes, SourcePicture &page) {
   for (size_t at = SIGNATURE; at + CHUNK_HEAD + CHUNK_CHECK <= bytes.size();) {
     const uint32_t length = word(&bytes[at]);
     const std::string_view kind(reinterpret_cast<const char *>(&bytes[at + 4]), 4);
@@ -51,7 +51,7 @@ Status read_png(const PictureFile &file, const SourceOptions &, const page_sink 
     return FAILED;
   }
   image.format = PNG_FORMAT_GRAY;
-  GreyPage page = {static_cast<int32_t>(image.width), static_cast<int32_t>(image.height), 0, 0, {}};
+  SourcePicture page = {static_cast<int32_t>(image.width), static_cast<int32_t>(image.height)};
   page.grey.resize(PNG_IMAGE_SIZE(image));
   constexpr png_color WHITE = {255, 255, 255};
   if (!png_image_finish_read(&image, &WHITE, page.grey.data(), 0, nullptr)) return broken();

@@ -5,6 +5,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <iterator>
 #include <vector>
 
 #include "formats/page_readers.h"
@@ -19,7 +20,7 @@ namespace {
 constexpr double CENTIMETRES = 2.54;    // in an inch
 constexpr int32_t RTC_EMPTY_LINES = 5;  // six EOLs, of which the first ends a line (ITU-T T.4, 4.1.4)
 
-void find_density(TIFF *tiff, GreyPage &page) {
+void find_density(TIFF *tiff, SourcePicture &page) {
   float x = 0, y = 0;
   uint16_t unit = RESUNIT_INCH;
   TIFFGetFieldDefaulted(tiff, TIFFTAG_RESOLUTIONUNIT, &unit);
@@ -43,11 +44,11 @@ bool is_bilevel(TIFF *tiff) {
 }
 
 /// Adds a packed line to the page.
-void add_line(const uint8_t *line, uint8_t black_is, GreyPage &page) {
-  for (int32_t x = 0; x < page.width; ++x) {
-    const uint8_t bit = line[x / 8] >> (7 - x % 8) & 1;
-    page.grey.push_back(bit == black_is ? 0 : 255);
-  }
+///
+/// @param white  a byte of white pixels in the line
+void add_line(const std::vector<uint8_t> &line, uint8_t white, SourcePicture &page) {
+  const auto end = line.begin() + static_cast<ptrdiff_t>(page.row_bytes());
+  std::transform(line.begin(), end, std::back_inserter(page.bits), [=](uint8_t byte) { return byte ^ white; });
 }
 
 /// Reads the next coded line; damage goes to the log.
@@ -59,21 +60,22 @@ bool read_line(TIFF *tiff, TiffLog &log, std::vector<uint8_t> &line) {
 /// Reads the lines of a black and white page.
 ///
 /// @return whether all `page.height` lines came
-bool read_bilevel(TIFF *tiff, TiffLog &log, GreyPage &page) {
+bool read_bilevel(TIFF *tiff, TiffLog &log, SourcePicture &page) {
   uint16_t photometric = PHOTOMETRIC_MINISWHITE;
   TIFFGetField(tiff, TIFFTAG_PHOTOMETRIC, &photometric);
   std::vector<uint8_t> line(static_cast<size_t>(TIFFScanlineSize(tiff)));
-  if (line.size() < (static_cast<size_t>(page.width) + 7) / 8) return false;
+  if (line.size() < page.row_bytes()) return false;
+  const uint8_t white = photometric == PHOTOMETRIC_MINISWHITE ? 0 : 0xFF;
   for (log.line = 0; log.line < page.height; ++log.line) {
     if (!read_line(tiff, log, line)) return false;
-    add_line(line.data(), photometric == PHOTOMETRIC_MINISWHITE, page);
+    add_line(line, white, page);
   }
   log.line = NO_LINE;
   return true;
 }
 
 /// Reads any other page through libtiff's conversion to RGB, whose pixels that let light through stand on white.
-bool read_colour(TIFF *tiff, GreyPage &page) {
+bool read_colour(TIFF *tiff, SourcePicture &page) {
   const size_t count = static_cast<size_t>(page.width) * static_cast<size_t>(page.height);
   std::vector<uint32_t> pixels(count);
   if (!TIFFReadRGBAImageOriented(tiff, static_cast<uint32_t>(page.width), static_cast<uint32_t>(page.height),
@@ -93,7 +95,7 @@ Status read_tiff_page(TIFF *tiff, const char *name, int32_t number, TiffLog &log
   TIFFGetField(tiff, TIFFTAG_IMAGEWIDTH, &width);
   TIFFGetField(tiff, TIFFTAG_IMAGELENGTH, &height);
   if (check_picture_size(name, number, width, height) != DONE) return FAILED;
-  GreyPage page = {static_cast<int32_t>(width), static_cast<int32_t>(height), 0, 0, {}};
+  SourcePicture page = {static_cast<int32_t>(width), static_cast<int32_t>(height)};
   find_density(tiff, page);
   log.error = "no picture";
   log.damage.clear();
@@ -125,18 +127,18 @@ bool wrap_raw(const PictureFile &raw, const RawFormat &format, int fd, TiffLog &
 }
 
 /// Reads lines up to the end of the data, or to an RTC or EOFB: these come as lines that are empty, and no damage.
-void read_raw_lines(TIFF *tiff, const RawFormat &format, TiffLog &log, GreyPage &page) {
+void read_raw_lines(TIFF *tiff, const RawFormat &format, TiffLog &log, SourcePicture &page) {
   const int32_t end_code = format.coding == COMP_MMR ? 1 : RTC_EMPTY_LINES;
   std::vector<uint8_t> line(static_cast<size_t>(TIFFScanlineSize(tiff)));
   int32_t empty = 0;
   log.in_pixels = true;
   for (log.line = 0; log.line < LONGEST_PAGE && empty < end_code && read_line(tiff, log, line); ++log.line) {
-    add_line(line.data(), 1, page);
+    add_line(line, 0, page);
     empty = log.empty_line ? empty + 1 : 0;
   }
   page.height = log.line - empty;
   std::erase_if(log.damage, [&](const auto &damage) { return damage.first >= page.height; });
-  page.grey.resize(static_cast<size_t>(page.width) * static_cast<size_t>(page.height));
+  page.bits.resize(page.row_bytes() * static_cast<size_t>(page.height));
 }
 
 }  // namespace
@@ -166,7 +168,7 @@ Status read_raw(const PictureFile &file, const SourceOptions &options, const pag
   const TiffHandle tiff = open_tiff(memory.get(), file.name, "r", log);
   if (!tiff) return failure("%s: %s", file.name, log.error.c_str());
 
-  GreyPage page = {options.raw.width, 0, 0, 0, {}};
+  SourcePicture page = {options.raw.width};
   read_raw_lines(tiff.get(), options.raw, log, page);
   if (page.height == 0)
     return failure("%s: no line can be read as raw %s", file.name, options.raw.coding == COMP_MMR ? "G4" : "G3");
