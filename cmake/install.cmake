@@ -1,17 +1,21 @@
 # The programs (component runtime), and the libraries for other programs (component development): headers flat under
 # include/tolvane, static libraries, the CMake package `tolvane`, and the pkg-config files `tolvane-fax` and
-# `tolvane-view`. Nothing installed names the prefix: an installation may be moved.
+# `tolvane-view`. The files of the viewer library may be left out. Nothing installed names the prefix: an installation may be
+# moved.
 
 include(CMakePackageConfigHelpers)
 
 install(TARGETS tolvane tolvane_fax_cli RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT runtime)
-install(TARGETS tolvane_fax tolvane_view EXPORT tolvane
-  ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT development)
+install(TARGETS tolvane_fax EXPORT tolvane-fax ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT development)
+install(TARGETS tolvane_view EXPORT tolvane-view ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT development)
 install(FILES ${TOLVANE_FAX_HEADERS} ${TOLVANE_VIEW_HEADERS}
   DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/tolvane COMPONENT development)
 
 set(package_dir ${CMAKE_INSTALL_LIBDIR}/cmake/tolvane)
-install(EXPORT tolvane NAMESPACE tolvane:: FILE tolvaneTargets.cmake DESTINATION ${package_dir} COMPONENT development)
+foreach(library fax view)
+  install(EXPORT tolvane-${library} NAMESPACE tolvane:: FILE tolvane-${library}.cmake
+    DESTINATION ${package_dir} COMPONENT development)
+endforeach()
 configure_package_config_file(cmake/tolvaneConfig.cmake.in ${PROJECT_BINARY_DIR}/tolvaneConfig.cmake
   INSTALL_DESTINATION ${package_dir})
 write_basic_package_version_file(${PROJECT_BINARY_DIR}/tolvaneConfigVersion.cmake COMPATIBILITY SameMajorVersion)

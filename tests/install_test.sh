@@ -54,15 +54,28 @@ kill -INT "$viewer"
 wait "$viewer"
 
 # By its first bytes, whatever its name.
-export XDG_DATA_HOME=$work/home XDG_DATA_DIRS=$work/prefix/share
-update-mime-database "$XDG_DATA_DIRS/mime"
+share=$work/prefix/share
+export share XDG_DATA_HOME=$work/home XDG_DATA_DIRS=$share:/usr/share
+update-mime-database "$share/mime"
 mv charts.fax charts
+cp "$source_dir/bench/charts/itu1.tif" g4.fax
 gio info -a standard::content-type charts | grep -q ': image/x-tolvane-fax$'
-desktop-file-validate "$XDG_DATA_DIRS/applications/tolvane.desktop"
+gio info -a standard::content-type g4.fax | grep -q ': image/tiff$'
+desktop-file-validate "$share/applications/tolvane.desktop"
+appstreamcli validate --no-net "$share/metainfo/tolvane.metainfo.xml" >validation || { cat validation; exit 1; }
+sed -n 's/^Exec=//p' "$share/thumbnailers/tolvane.thumbnailer" |
+  sed 's/%i/charts/; s/%o/thumbnail/; s/%s/256/' | sh -e
+file thumbnail | grep -q 'PNG image'
+
+# One version in three forms: release, minor release and level of the stamp; the build's; that of the packages.
+version=$(tolvane -rev 2>&1 | sed -nE 's/.*Version +([0-9]+)\.([0-9]+) +Release +[0-9]+\.0*([0-9]+)$/\1.\3.\2/p')
+tolvane-fax --version | grep -q "^tolvane-fax $version\b"
+head -n 1 "$source_dir/debian/changelog" | grep -q "^tolvane ($version-"
+grep -q "<release version=\"$version\"" "$share/metainfo/tolvane.metainfo.xml"
 # What the shell offers behind a line.
 bash 2>/dev/null <<'END' | grep -qx 'mh mr mmr'
 . /usr/share/bash-completion/bash_completion
-. "$XDG_DATA_DIRS/bash-completion/completions/tolvane-fax"
+. "$share/bash-completion/completions/tolvane-fax"
 COMP_LINE='tolvane-fax convert --to m' COMP_POINT=26 COMP_WORDS=(tolvane-fax convert --to m) COMP_CWORD=3
 _tolvane_fax tolvane-fax
 echo "${COMPREPLY[*]}"

@@ -44,7 +44,7 @@ std::vector<std::string> words_backwards(int argc, char **argv) {
 
 Status run_command_line(int argc, char **argv) {
   CLI::App usage("Makes, changes and reads stored fax documents.", "tolvane-fax");
-  usage.set_version_flag("--version", "tolvane-fax " TOLVANE_VERSION);
+  usage.set_version_flag("--version", "tolvane-fax " TOLVANE_VERSION " (" TOLVANE_VERSION_LINE ")");
   usage.add_flag("-q,--quiet", Quiet, "show no progress");
   usage.fallthrough();
   usage.require_subcommand(1);
