@@ -41,6 +41,27 @@ TEST_F(Faults, BadPagesAreNamedAndNothingIsMade) {
   }
 }
 
+// What a header promises costs nothing: neither time, nor memory, nor more than a message for what is not there.
+TEST_F(Faults, InclusionsOfWhatIsNoFileAndOfPagesThatAreNotThereEndAtOnce) {
+  shell("mkfifo fifo; ln -s /dev/zero zero");
+  const std::pair<const char *, const char *> cases[] = {
+      {"nofile 1 2000000000", "pages 1 to 2000000000 are not available: ./nofile: No such file"},
+      {"fifo 1 1", "page 1 is not available: ./fifo: "},
+      {"zero 1 3", "pages 1 to 3 are not available: ./zero: "},
+      {"a.fax 1 70000", "are not available: inclusions without end"},
+  };
+  for (const auto &[inclusion, complaint] : cases) {
+    dir.write("a.fax", fax_bytes("#PAGES:1\nRESOLUTION:1\nINCLUDE:" + std::string(inclusion) + "\n", {blank_page(4)}));
+    for (const char *line : {"info a.fax", "check a.fax", "extract a.fax a.pbm", "extract a.fax a.pbm -p 1-z",
+                             "merge b.fax a.fax", "split a.fax %d.fax", "convert --to mr a.fax"}) {
+      const ToolRun done = shell("ulimit -v 400000; exec timeout 20 $tool " + std::string(line));
+      EXPECT_LT(done.status, 4) << line << done.err;
+      EXPECT_LT(done.err.size(), 300U) << line << done.err;
+      EXPECT_THAT(done.err, HasSubstr(std::string(line).starts_with("convert") ? "" : complaint)) << line;
+    }
+  }
+}
+
 // A limit on the size of files fails writes as a full disk does, at a size that the test can choose.
 TEST_F(Faults, AFullDiskLosesNothing) {
   ASSERT_EQ(run("create a.fax $charts/itu1.tif").status, 0);

@@ -56,7 +56,7 @@ TEST_F(Output, OtherProgramsSeeThePixelsTheCodingAndTheSizeOnPaper) {
     std::filesystem::remove(dir.path(row.words.substr(0, 5)));
   }
   for (const char *line : {"extract in.fax in.fax -fpdf", "render in.fax ./in.fax -fpbm"})
-    complains(line, 2, "holds the page");
+    complains(line, 2, "takes pages from it");
 }
 
 TEST_F(Output, SquarePixelsRepeatLinesAndLoseNone) {
@@ -107,10 +107,10 @@ TEST_F(Output, CheckNamesEveryFault) {
       {"#PAGES:1\n", "RESOLUTION is missing or no resolution"},
       {"#PAGES:1\nCOMPRESSION:2\n" + modes, "page 1: pages in UMMR cannot be decoded"},
       {"#PAGES:1\n" + modes, "the last 7 bytes are a page that is cut short", {white}, big_endian(99) + "abc"},
-      {including + "gone.fax 1 1\n", "page 1 cannot be had"},
+      {including + "gone.fax 1 1\n", "page 1 is not available: ./gone.fax: No such file"},
       {including + "mmr.fax 3 1\n", "the pages of mmr.fax stand in front of page 3, and the file has 1"},
       {including + "mmr.fax 1 1\n", "page 1: ./mmr.fax has pages in MMR, and will be read as MH"},
-      {including + "loop.fax 1 1\n", "page 1: inclusions without end"},
+      {including + "loop.fax 1 1\n", "page 1 is not available: inclusions without end"},
   };
   for (const auto &row : cases) {
     dir.write("a.fax", fax_bytes(row.header, row.pages) + row.tail);

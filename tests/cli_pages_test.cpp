@@ -68,12 +68,18 @@ TEST_F(Pages, WhatCannotBeDoneLeavesTheFileAlone) {
       {"include cover.fax 1 3 main.fax", "has 2 pages, not 3"},
       {"include other.fax 1 1 main.fax", "in MH, Fine"},
       {"include back.fax 1 2 main.fax", "leads back"},
-      {"merge main.fax cover.fax fall.fax", "INCLUDE"},
+      {"merge --force main.fax cover.fax fall.fax", "INCLUDE"},
       {"merge --inclusions keep ../kept.fax main.fax", "same directory"},
       {"split cut1.fax cut%d.fax", "not overwritten"},
-      {"include ../main.fax 1 1 sub/main.fax", "page 1 cannot be had"},
+      {"include ../main.fax 1 1 sub/main.fax", "page 1 is not available"},
+      {"create 21.pbm 22.pbm", "21.pbm exists and is not a fax file"},
+      {"merge other.fax main.fax", "other.fax exists and is not among"},
+      {"merge cover.fax main.fax --force", "cover.fax: not overwritten"},
+      {"merge --inclusions keep cover.fax cover.fax main.fax", "cover.fax: not overwritten"},
+      {"extract -f pdf main.fax sub/../link.fax", "link.fax: not overwritten"},
+      {"render -f png main.fax link.fax", "not overwritten"},
   };
-  shell("mkdir sub; cp main.fax sub");
+  shell("mkdir sub; cp main.fax sub; ln -s cover.fax link.fax");
   const int entries = dir.entries();
   for (const auto &[words, complaint] : cases) {
     complains(words, 2, complaint);
@@ -131,8 +137,8 @@ TEST_F(Pages, ForeignRecordsKeepTheirLines) {
   const std::string in_mh = encoded_page(picture, 0), six_eols = blank_page(8).substr(0, 9);
   for (const std::string &record : {in_mh, in_mh + six_eols, std::string()}) {
     dir.write("page.fax", fax_bytes(modes + "0\n", {record}));
-    complains("merge --coding mr mr.fax page.fax", 0, "");
-    complains("merge --coding mh mh.fax mr.fax", 0, "");
+    complains("merge --force --coding mr mr.fax page.fax", 0, "");
+    complains("merge --force --coding mh mh.fax mr.fax", 0, "");
     const std::string got = parts("mh.fax").records.at(0);
     EXPECT_EQ(mh_lines(got), record.empty() ? 0U : 7U);
     EXPECT_TRUE(record.empty() || seen_by_libtiff(got, "mh", 7) == picture);
@@ -143,6 +149,6 @@ TEST_F(Pages, DamageIsNamedAndWhatCanBeReadIsPassedOn) {
   const std::string good = encoded_page(random_page(1, 2), 0), bad = spoilt(encoded_page(random_page(30, 40), 0), 1);
   dir.write("damaged.fax", fax_bytes(modes + "0\n", {good, bad}) + std::string("\0\0\1\0x", 5));
   for (const char *complaint : {"page 2: line ", "the last 5 bytes are a page that is cut short"})
-    complains("merge --coding mmr all.fax damaged.fax", 3, "damaged.fax: " + std::string(complaint));
+    complains("merge --force --coding mmr all.fax damaged.fax", 3, "damaged.fax: " + std::string(complaint));
   EXPECT_EQ(parts("all.fax").records.size(), 2U);
 }

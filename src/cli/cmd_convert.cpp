@@ -16,6 +16,7 @@
 #include "document/fax_composition.h"
 #include "document/fax_document.h"
 #include "document/page_coding.h"
+#include "document/page_sources.h"
 #include "faxfile/header_lines.h"
 #include "faxfile/session_params.h"
 #include "faxfile/usorbport.h"
@@ -176,8 +177,13 @@ Status wait_for_worker(std::map<pid_t, std::string> &workers, std::vector<std::s
 void warn_of_other_codings(const std::string &path) {
   FaxDocument document;
   if (open_fax(path, document) != DONE) return;
+  const std::vector<MissingPages> missing = find_missing_pages(document);
   for (int32_t page = 1; page <= document.page_count() && !document.inclusions.empty(); ++page) {
     FaxPage found;
+    if (const MissingPages *stretch = missing_at(missing, page)) {
+      page = stretch->last;
+      continue;
+    }
     if (locate_page(document, page, found) != DONE || found.coding == document.coding) continue;
     complain("%s takes pages from %s, which is still in %s: convert that too", document.name(), found.source.c_str(),
              coding_name(found.coding));

@@ -1,5 +1,7 @@
 // tolvane-fax create: a new fax file from pages in other formats. How pages are read and fitted is told in page_source
 // and fax_lines.
+#include <sys/stat.h>
+
 #include <CLI/CLI.hpp>
 
 #include "cli/adding.h"
@@ -10,6 +12,7 @@
 #include "document/fax_document.h"
 #include "faxfile/header_lines.h"
 #include "faxfile/usorbport.h"
+#include "io/input_file.h"
 #include "io/output_file.h"
 #include "io/spool.h"
 #include "support/handle.h"
@@ -24,12 +27,14 @@ PageInput input;
 int32_t coding = COMP_MMR;
 int32_t resolution = 1;
 std::vector<std::string> keywords;
+bool force;
 
 void declare(CLI::App &usage) {
   usage.add_option("OUT", out, "the fax file to make; - is standard output")->required();
   declare_page_input(usage, input);
   add_coding(usage, "--coding", coding, "how pages are coded, mmr unless given");
   add_resolution(usage, resolution, "98 or 196 lines an inch, fine unless given");
+  add_force(usage, force, "replace OUT even if it is not a fax file");
   usage.add_option("-k,--keyword", keywords, "a header line; may be given several times")
       ->type_name("NAME=VALUE")
       ->allow_extra_args(false);
@@ -47,11 +52,22 @@ Status add_keywords(HeaderLines &lines) {
   return check_header(out.c_str(), lines);
 }
 
+// A name forgotten in front of `*.tif` makes the first page the output.
+Status check_output() {
+  struct stat status;
+  if (force || out == "-" || stat(out.c_str(), &status) != 0 || !S_ISREG(status.st_mode) || status.st_size == 0)
+    return DONE;
+  const Descriptor file = open_regular(out);
+  uint32_t magic = 0;
+  if (!file || (readLongFlipped(file.get(), &magic) == 4 && magic == FAXFILE_MAGIC)) return DONE;
+  return failure("%s exists and is not a fax file: not replaced without --force", out.c_str());
+}
+
 Status run() {
   HeaderLines wanted;
   if (const Status status = add_keywords(wanted); status != DONE) return status;
   OutputFile output;
-  if (output.open(out) != DONE) return FAILED;
+  if (check_output() != DONE || output.open(out) != DONE) return FAILED;
   const Descriptor spool = open_spool(output.working_path());
   if (!spool) return system_failure(output.name());
   int32_t pages = 0;

@@ -9,6 +9,7 @@
 #include "cli/options.h"
 #include "cli/page_selection.h"
 #include "document/page_coding.h"
+#include "document/page_sources.h"
 #include "document/page_survey.h"
 #include "formats/fax_lines.h"
 #include "formats/page_writers.h"
@@ -94,7 +95,7 @@ struct PagesOut {
 
 /// Writes one file.
 Status write_file(const PictureFormat &format, const std::string &path, PagesOut &pages) {
-  if (same_file(path, pages.document.path)) return failure("%s holds the pages: it is not overwritten", path.c_str());
+  if (check_not_source(path, pages.document) != DONE) return FAILED;
   // The first page is read before the file is made: one without any page is not.
   PagePicture first;
   if (!pages.give(first)) return pages.status;
@@ -116,10 +117,13 @@ Status run() {
   if (!format) return USAGE;
   FaxDocument document;
   if (open_fax(file, document) != DONE) return FAILED;
-  const Status lost = tell_lost_bytes(document);
+  Status lost = tell_lost_bytes(document);
   if (readable_pages(document) == 0) return failure("%s: no page to extract", document.name());
   std::vector<int32_t> pages;
-  if (select_pages(selection, readable_pages(document), pages) != DONE) return USAGE;
+  const std::vector<MissingPages> missing = find_missing_pages(document);
+  std::vector<const MissingPages *> left_out;
+  if (select_pages(selection, readable_pages(document), missing, pages, left_out) != DONE) return USAGE;
+  for (const MissingPages *stretch : left_out) lost = worse(lost, report_missing(document, *stretch));
 
   Progress progress("pages", static_cast<int32_t>(pages.size()));
   PagesOut all = {document, pages, progress};

@@ -39,6 +39,12 @@ const char *resolution_name(const FaxDocument &document) {
   return document.resolution < 0 ? "not told, shown as normal" : VRtostring(document.resolution);
 }
 
+// The number of a page, or those of a stretch of pages that are not available, as "3-5".
+std::string page_numbers(const PageFacts &page) {
+  const std::string first = std::to_string(page.page);
+  return page.last_page == page.page ? first : first + '-' + std::to_string(page.last_page);
+}
+
 void print_text(const FaxDocument &document, const std::vector<PageFacts> &pages) {
   printf("file:        %s\n", document.name());
   printf("size:        %lld bytes\n", static_cast<long long>(file_size(document.fd.get())));
@@ -51,7 +57,7 @@ void print_text(const FaxDocument &document, const std::vector<PageFacts> &pages
   printf("\n%5s  %6s  %6s  %8s  %6s  %7s  %s\n", "page", "record", "coding", "bytes", "lines", "damaged", "file");
   for (const PageFacts &page : pages) {
     if (!page.readable) {
-      printf("%5d  cannot be had\n", page.page);
+      printf("%5s  not available\n", page_numbers(page).c_str());
       continue;
     }
     printf("%5d  %6d  %6s  %8lld  %6d  %7d  %s\n", page.page, page.source_page, coding_name(page.coding),
@@ -65,6 +71,7 @@ ordered_json damage_object(const LineDamage &place) {
 
 ordered_json page_object(const PageFacts &page) {
   ordered_json object = {{"page", page.page}, {"readable", page.readable}};
+  if (page.last_page != page.page) object.update({{"last_page", page.last_page}});
   if (!page.source.empty()) object.update({{"file", page.source}, {"record", page.source_page}});
   if (!page.readable) return object;
   ordered_json damage = ordered_json::array();
@@ -110,8 +117,8 @@ std::string csv_field(const std::string &text) {
 
 void print_csv(const FaxDocument &document, const std::vector<PageFacts> &pages) {
   for (const PageFacts &page : pages) {
-    const std::string place = csv_field(document.name()) + ',' + std::to_string(page.page) + ',' +
-                              csv_field(page.source) + ',' + std::to_string(page.source_page);
+    const std::string place = csv_field(document.name()) + ',' + page_numbers(page) + ',' + csv_field(page.source) +
+                              ',' + std::to_string(page.source_page);
     if (page.readable)
       printf("%s,%s,%lld,%d,%d\n", place.c_str(), coding_name(page.coding), static_cast<long long>(page.bytes),
              page.lines, page.damaged_lines);

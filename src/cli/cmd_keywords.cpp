@@ -9,6 +9,7 @@
 
 #include "cli/commands.h"
 #include "cli/keyword_values.h"
+#include "cli/options.h"
 #include "document/fax_composition.h"
 #include "document/fax_document.h"
 #include "faxfile/header_lines.h"
@@ -24,6 +25,7 @@ constexpr size_t HELP_WIDTH = 100;  // columns of a help text
 std::string file;
 std::vector<std::string> words;  // the operands behind FILE: names, or NAME=VALUE
 std::string copied_file;
+bool force;
 
 bool is_line_of(const std::string &line, const std::string &name) {
   return header_line_value(line, name.c_str()) != nullptr;
@@ -142,6 +144,7 @@ void declare(CLI::App &usage) {
     CLI::App *parser = usage.add_subcommand(action.name, action.summary);
     parser->callback([&action] { chosen = &action; });
     parser->add_option("FILE", file, "the fax file")->required();
+    if (action.edits) add_force(*parser, force, "also change lines by which pages are read");
     const bool copies = action.act == copy_values;
     if (action.operands)
       parser->add_option(action.operands, words, copies ? "only these names" : "one or more")->required(!copies);
@@ -149,7 +152,20 @@ void declare(CLI::App &usage) {
   }
 }
 
+// Lines that say how pages are read, or where they are, stay: they are true of the pages, or `check` reports them.
+Status check_structural() {
+  for (const std::string &word : words) {
+    KeywordValue keyword{word, {}};
+    if (!chosen->names && parse_keyword(word, keyword) != DONE) return USAGE;
+    const std::string &name = keyword.first;
+    if (!force && chosen->edits && is_structural(name + ':'))
+      return usage_fault("%s says how pages are read: not changed without --force", name.c_str());
+  }
+  return DONE;
+}
+
 Status run() {
+  if (check_structural() != DONE) return USAGE;
   if (chosen->names) {
     for (const std::string &name : words) {
       if (check_keyword_name(name) != DONE) return USAGE;

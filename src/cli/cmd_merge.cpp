@@ -1,5 +1,7 @@
 // tolvane-fax merge: the pages of several fax files, one after another, in a new one. The header is that of the first
 // file; coding and resolution too, unless given.
+#include <sys/stat.h>
+
 #include <CLI/CLI.hpp>
 
 #include <deque>
@@ -7,6 +9,7 @@
 #include "cli/commands.h"
 #include "cli/options.h"
 #include "document/fax_composition.h"
+#include "document/page_sources.h"
 #include "document/transcoder.h"
 #include "faxfile/header_lines.h"
 #include "io/file_names.h"
@@ -22,6 +25,7 @@ std::vector<std::string> files;
 int32_t coding = -1;
 int32_t resolution = -1;
 int32_t keep_inclusions;
+bool force;
 
 void declare(CLI::App &usage) {
   usage.add_option("OUT", out, "the fax file to make; - is standard output")->required();
@@ -29,11 +33,13 @@ void declare(CLI::App &usage) {
   add_coding(usage, "--coding", coding, "how pages are coded, as in the first file unless given");
   add_resolution(usage, resolution, "lines an inch, as in the first file unless given");
   add_inclusions(usage, keep_inclusions);
+  add_force(usage, force, "replace OUT even if it is not among the files merged");
 }
 
 /// Takes the pages of one file: all, or those of its own with its inclusions as header lines.
 Status take_pages(const FaxDocument &document, Transcoder &pages, HeaderLines &lines, Progress &progress) {
   if (!document.inclusions_usable) return failure("%s: its INCLUDE lines cannot be read", document.name());
+  if (require_all_pages(document) != DONE) return FAILED;
   Status status = tell_lost_bytes(document);
   const int32_t before = pages.count();
   for (int32_t page = 1; page <= document.page_count() && status != FAILED; ++page) {
@@ -59,6 +65,20 @@ Status check_kept(const FaxDocument &document) {
   return DONE;
 }
 
+// A name forgotten in front of `*.fax` makes the first fax the output. One that others include must not change.
+Status check_output(const std::deque<FaxDocument> &documents) {
+  bool is_input = false;
+  for (const FaxDocument &document : documents) {
+    if (check_not_source(out, document, true) != DONE) return FAILED;
+    is_input = is_input || same_file(out, document.path);
+  }
+  struct stat status;
+  const bool has_content =
+      out != "-" && stat(out.c_str(), &status) == 0 && S_ISREG(status.st_mode) && status.st_size > 0;
+  if (force || is_input || !has_content) return DONE;
+  return failure("%s exists and is not among the files merged: not replaced without --force", out.c_str());
+}
+
 Status run() {
   std::deque<FaxDocument> documents;
   int32_t total = 0;
@@ -69,6 +89,7 @@ Status run() {
   if (coding < 0) coding = documents.front().coding;
   if (resolution < 0) resolution = written_resolution(documents.front());
 
+  if (check_output(documents) != DONE) return FAILED;
   OutputFile output;
   Transcoder pages;
   if (output.open(out) != DONE || pages.open(output, coding, resolution) != DONE) return FAILED;

@@ -7,6 +7,7 @@
 #include "cli/commands.h"
 #include "cli/options.h"
 #include "document/page_coding.h"
+#include "document/page_sources.h"
 #include "document/page_survey.h"
 #include "formats/fax_lines.h"
 #include "formats/page_writers.h"
@@ -91,7 +92,7 @@ Status run() {
   if (picture.width == 0 || picture.height == 0)
     return failure("%s: page %d has no lines to show", document.name(), page_wanted);
 
-  if (same_file(out, document.path)) return failure("%s holds the page: it is not overwritten", out.c_str());
+  if (check_not_source(out, document) != DONE) return FAILED;
   OutputFile output;
   if (output.open(out) != DONE) return FAILED;
   bool given = false;

@@ -3,11 +3,11 @@
 #include <CLI/CLI.hpp>
 
 #include <algorithm>
-#include <set>
 
 #include "cli/commands.h"
 #include "cli/options.h"
 #include "document/fax_composition.h"
+#include "document/page_sources.h"
 #include "document/transcoder.h"
 #include "faxfile/header_lines.h"
 #include "io/file_names.h"
@@ -58,28 +58,22 @@ std::vector<int32_t> part_starts(int32_t pages) {
   return starts;
 }
 
-/// The pages that are split, as readers count them: all, or those that are records of the document's own.
-///
-/// @param sources  receives the files that pages of the document come from
-std::vector<int32_t> pages_to_split(const FaxDocument &document, std::set<std::string> &sources, Status &status) {
+// The pages that are split, as readers count them: all, or those that are records of the document's own.
+std::vector<int32_t> pages_to_split(const FaxDocument &document, Status &status) {
   std::vector<int32_t> pages;
-  for (int32_t page = 1; page <= document.page_count(); ++page) {
+  status = worse(status, require_all_pages(document));
+  for (int32_t page = 1; page <= document.page_count() && status != FAILED; ++page) {
     FaxPage found;
     status = worse(status, locate_page(document, page, found));
-    sources.insert(found.source);
     if (!keep_inclusions || found.source == document.path) pages.push_back(page);
   }
   return pages;
 }
 
-/// Whether no new file takes the place of one that is still to be read.
-Status check_names(const std::set<std::string> &sources, int32_t parts) {
-  for (int32_t part = 1; part <= parts; ++part) {
-    const std::string name = numbered_name(pattern, part);
-    for (const std::string &source : sources) {
-      if (same_file(name, source)) return failure("%s holds pages to split: it is not overwritten", name.c_str());
-    }
-  }
+// Whether no new file takes the place of one that is still to be read.
+Status check_names(const FaxDocument &document, int32_t parts) {
+  for (int32_t part = 1; part <= parts; ++part)
+    if (check_not_source(numbered_name(pattern, part), document) != DONE) return FAILED;
   return DONE;
 }
 
@@ -117,10 +111,9 @@ Status run() {
   if (keep_inclusions && !document.inclusions.empty() && !same_file(directory_of(pattern), directory_of(file)))
     return failure("%s: inclusions can be kept only in files of the same directory", document.name());
   Status status = tell_lost_bytes(document);
-  std::set<std::string> sources;
-  const std::vector<int32_t> pages = pages_to_split(document, sources, status);
+  const std::vector<int32_t> pages = pages_to_split(document, status);
   const std::vector<int32_t> starts = part_starts(static_cast<int32_t>(pages.size()));
-  if (status == FAILED || check_names(sources, static_cast<int32_t>(starts.size()) - 1) != DONE) return FAILED;
+  if (status == FAILED || check_names(document, static_cast<int32_t>(starts.size()) - 1) != DONE) return FAILED;
 
   Progress progress("files", static_cast<int32_t>(starts.size()) - 1);
   for (size_t i = 0; i + 1 < starts.size(); ++i) {

@@ -35,6 +35,10 @@ CLI::Option *add_resolution(CLI::App &usage, int32_t &target, const char *help) 
   return add_choice(usage, "--resolution", target, {{"normal", 0}, {"fine", 1}}, help);
 }
 
+CLI::Option *add_force(CLI::App &usage, bool &force, const char *help) {
+  return usage.add_flag("--force", force, help);
+}
+
 CLI::Option *add_inclusions(CLI::App &usage, int32_t &keep) {
   return add_choice(
       usage, "--inclusions", keep, {{"resolve", 0}, {"keep", 1}},

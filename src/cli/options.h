@@ -29,4 +29,7 @@ CLI::Option *add_resolution(CLI::App &usage, int32_t &target, const char *help);
 /// Adds `--inclusions resolve|keep`: what becomes of pages that come from other files.
 CLI::Option *add_inclusions(CLI::App &usage, int32_t &keep);
 
+/// Adds `--force`: do what is refused to protect a file.
+CLI::Option *add_force(CLI::App &usage, bool &force, const char *help);
+
 }  // namespace tolvane

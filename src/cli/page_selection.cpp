@@ -1,8 +1,8 @@
 // The notation of page selections. Which pages a document has is the caller's to know.
 #include "cli/page_selection.h"
 
+#include <algorithm>
 #include <charconv>
-#include <numeric>
 #include <string_view>
 
 namespace tolvane {
@@ -20,39 +20,57 @@ int32_t page_of(std::string_view text, int32_t count) {
   return from_end ? count - number + 1 : number;
 }
 
-/// Adds a page or a range of pages. False if it is none, or beyond the document.
-bool add_range(std::string_view text, int32_t count, std::vector<int32_t> &pages) {
+// What a selection is made from and what it gives.
+struct Selecting {
+  int32_t count;
+  const std::vector<MissingPages> &missing;
+  int32_t parity;  // of the pages that are kept; -1: all
+  std::vector<int32_t> &pages;
+  std::vector<const MissingPages *> &left_out;
+
+  void add(int32_t first, int32_t last) {
+    const int32_t step = first <= last ? 1 : -1;
+    for (int64_t page = first; step * page <= int64_t{step} * last; page += step) {
+      const MissingPages *stretch = missing_at(missing, static_cast<int32_t>(page));
+      if (!stretch) {
+        if (parity < 0 || page % 2 == parity) pages.push_back(static_cast<int32_t>(page));
+        continue;
+      }
+      if (std::find(left_out.begin(), left_out.end(), stretch) == left_out.end()) left_out.push_back(stretch);
+      page = step > 0 ? stretch->last : stretch->first;
+    }
+  }
+};
+
+// Adds a page or a range of pages. False if it is none, or beyond the document.
+bool add_range(std::string_view text, Selecting &selecting) {
   const size_t dash = text.find('-');
-  const int32_t first = page_of(text.substr(0, dash), count);
-  const int32_t last = dash == text.npos ? first : page_of(text.substr(dash + 1), count);
-  if (first < 1 || first > count || last < 1 || last > count) return false;
-  const int32_t step = first <= last ? 1 : -1;
-  for (int32_t page = first; page != last + step; page += step) pages.push_back(page);
+  const int32_t first = page_of(text.substr(0, dash), selecting.count);
+  const int32_t last = dash == text.npos ? first : page_of(text.substr(dash + 1), selecting.count);
+  if (first < 1 || first > selecting.count || last < 1 || last > selecting.count) return false;
+  selecting.add(first, last);
   return true;
 }
 
 }  // namespace
 
-Status select_pages(const std::string &text, int32_t count, std::vector<int32_t> &pages) {
+Status select_pages(const std::string &text, int32_t count, const std::vector<MissingPages> &missing,
+                    std::vector<int32_t> &pages, std::vector<const MissingPages *> &left_out) {
   std::string_view rest = text;
-  int32_t parity = -1;
+  Selecting selecting{count, missing, -1, pages, left_out};
   for (const auto &[word, wanted] : {std::pair<std::string_view, int32_t>{":even", 0}, {":odd", 1}}) {
     if (!rest.ends_with(word)) continue;
-    parity = wanted;
+    selecting.parity = wanted;
     rest.remove_suffix(word.size());
   }
-  if (rest.empty()) {
-    pages.resize(static_cast<size_t>(count));
-    std::iota(pages.begin(), pages.end(), 1);
-  }
+  if (rest.empty()) selecting.add(1, count);
   while (!rest.empty()) {
     const size_t comma = rest.find(',');
-    if (!add_range(rest.substr(0, comma), count, pages) || comma + 1 == rest.size())
+    if (!add_range(rest.substr(0, comma), selecting) || comma + 1 == rest.size())
       return usage_fault("\"%s\" does not select from the pages 1 to %d", text.c_str(), count);
     rest.remove_prefix(comma == rest.npos ? rest.size() : comma + 1);
   }
-  if (parity >= 0) std::erase_if(pages, [parity](int32_t page) { return page % 2 != parity; });
-  return pages.empty() ? usage_fault("no page is selected") : DONE;
+  return pages.empty() && left_out.empty() ? usage_fault("no page is selected") : DONE;
 }
 
 }  // namespace tolvane

@@ -5,6 +5,7 @@
 #include <string>
 #include <vector>
 
+#include "document/page_sources.h"
 #include "io/report.h"
 
 namespace tolvane {
@@ -13,9 +14,12 @@ namespace tolvane {
 /// page, `r2` the second from the end; a range may run backwards. Behind it `:even` or `:odd` keeps the pages of even
 /// or odd number.
 ///
-/// @param text   empty: all pages
-/// @param count  pages of the document
+/// @param text      empty: all pages
+/// @param count     pages of the document
+/// @param missing   those of them that are not available: left out
+/// @param left_out  receives the stretches of `missing` that were selected
 /// @return DONE; USAGE after a complaint: no selection, or a page that the document does not have
-Status select_pages(const std::string &text, int32_t count, std::vector<int32_t> &pages);
+Status select_pages(const std::string &text, int32_t count, const std::vector<MissingPages> &missing,
+                    std::vector<int32_t> &pages, std::vector<const MissingPages *> &left_out);
 
 }  // namespace tolvane

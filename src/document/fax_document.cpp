@@ -8,6 +8,7 @@
 
 #include <algorithm>
 #include <climits>
+#include <cstring>
 
 #include "document/page_coding.h"
 #include "faxfile/pages.h"
@@ -21,8 +22,6 @@
 namespace tolvane {
 namespace {
 [[gnu::used]] const char SCCS_ID[] = "@(#)|fax_document|9|01|1|0|0|11/22/26|22:10:00";
-
-constexpr int32_t DEEPEST_INCLUSION = 32;  // files on the way to a page, as the page reader follows them
 
 const char *keyword(FaxKeyword number) {
   return faxFileKeywordList[number];
@@ -48,50 +47,35 @@ void read_modes(FaxDocument &document) {
   document.resolution = value_code(find_header_value(document.lines, keyword(FAXFILE_RESOLUTION)), asciitoVR, -1);
 }
 
-/// Walks the records to the end of the file, or to one that the file does not hold whole.
-Status walk_records(FaxDocument &document) {
+/// Walks the records to the end of the file, or to one that the file does not hold whole. False with errno set.
+bool walk_records(FaxDocument &document) {
   const int64_t size = file_size(document.fd.get());
+  document.records_start = lseek(document.fd.get(), 0, SEEK_CUR);  // after the header
+  if (size < 0 || document.records_start < 0) return false;
   int64_t at = document.records_start;
   while (size - at >= 4) {
     uint32_t length = 0;
-    if (lseek(document.fd.get(), at, SEEK_SET) != at || readLongFlipped(document.fd.get(), &length) != 4)
-      return system_failure(document.name());
+    if (lseek(document.fd.get(), at, SEEK_SET) != at || readLongFlipped(document.fd.get(), &length) != 4) return false;
     if (length > size - at - 4) break;
     document.records.push_back({at, length});
     at += 4 + int64_t{length};
   }
   document.lost_bytes = size - at;
-  return DONE;
+  return true;
 }
 
-Status open_header(const std::string &path, Descriptor &fd, HeaderLines &lines) {
-  const std::string name = input_name(path);
-  fd = open_input(path);
-  if (!fd) return FAILED;
-  const int16_t code = read_header_lines(fd.get(), lines);
-  if (code == FAXFILE_ERR_FORMAT) return failure("%s: not a fax file, or its header is damaged", name.c_str());
-  return code == FAXFILE_OK ? DONE : system_failure(name.c_str());
+std::string errno_text(const std::string &name) {
+  return name + ": " + (errno == EINVAL ? "not a regular file" : strerror(errno));
 }
 
-/// Reads the coding and the resolution of the file that holds a page.
-Status read_source_modes(FaxPage &found) {
-  FaxDocument source;
-  Descriptor fd;
-  if (open_header(found.source, fd, source.lines) != DONE) return FAILED;
-  read_modes(source);
-  found.coding = source.coding;
-  found.resolution = source.resolution;
-  return DONE;
-}
-
-}  // namespace
-
-Status open_fax(const std::string &path, FaxDocument &document) {
+// Reads the header of the file that the document has open. Returns what is wrong, or nothing.
+std::string load_header(const std::string &path, FaxDocument &document) {
   document.path = path;
   document.directory = directory_of(path);
   document.shown_name = input_name(path);
-  if (open_header(path, document.fd, document.lines) != DONE) return FAILED;
-  document.records_start = lseek(document.fd.get(), 0, SEEK_CUR);
+  const int16_t code = read_header_lines(document.fd.get(), document.lines);
+  if (code == FAXFILE_ERR_FORMAT) return document.shown_name + ": not a fax file, or its header is damaged";
+  if (code != FAXFILE_OK) return errno_text(document.shown_name);
   read_modes(document);
   document.mentions_inclusions = std::any_of(document.lines.begin(), document.lines.end(), [](const auto &line) {
     return line.find("INCLUDE:") != std::string::npos;
@@ -99,7 +83,27 @@ Status open_fax(const std::string &path, FaxDocument &document) {
   document.inclusions_usable =
       read_inclusions(document.lines, document.inclusions) == 1 && header_length(document.lines) <= LONGEST_SCANNED;
   document.included_pages = sum_of_counts(document.inclusions);
-  return walk_records(document);
+  return {};
+}
+
+// The same, and its records.
+std::string load(const std::string &path, FaxDocument &document) {
+  const std::string fault = load_header(path, document);
+  return !fault.empty() || walk_records(document) ? fault : errno_text(document.shown_name);
+}
+
+}  // namespace
+
+Status open_fax(const std::string &path, FaxDocument &document) {
+  document.fd = open_input(path);
+  if (!document.fd) return FAILED;
+  const std::string fault = load(path, document);
+  return fault.empty() ? DONE : failure("%s", fault.c_str());
+}
+
+std::string open_included_fax(const std::string &path, FaxDocument &document) {
+  document.fd = open_regular(path);
+  return document.fd ? load(path, document) : errno_text(path);
 }
 
 Status tell_lost_bytes(const FaxDocument &document) {
@@ -142,20 +146,26 @@ Status locate_page(const FaxDocument &document, int32_t page, FaxPage &found) {
     Descriptor opened;
     int fd = document.fd.get();
     if (depth > 0) {
-      opened = open_input(found.source);
+      opened = open_regular(found.source);
       fd = opened.get();
-      if (!opened) return failure("%s: page %d cannot be had", document.name(), page);
+      if (!opened)
+        return failure("%s: page %d is not available: %s", document.name(), page, errno_text(found.source).c_str());
     }
     if (build_inclusion_list(fd, &found.source_page, name) != 0 || !*name) break;
     found.source = document.directory + '/' + name;
     if (depth == DEEPEST_INCLUSION) return failure("%s: page %d: inclusions without end", document.name(), page);
   }
-  if (found.source != document.path) return read_source_modes(found);
   if (depth == 0 && found.source_page >= 1 && found.source_page <= document.record_count())
     found.place = &document.records[static_cast<size_t>(found.source_page) - 1];
   found.coding = document.coding;
   found.resolution = document.resolution;
-  return DONE;
+  if (found.source == document.path) return DONE;
+  FaxDocument source;
+  source.fd = open_regular(found.source);
+  const std::string fault = source.fd ? load_header(found.source, source) : errno_text(found.source);
+  found.coding = source.coding;
+  found.resolution = source.resolution;
+  return fault.empty() ? DONE : failure("%s: page %d is not available: %s", document.name(), page, fault.c_str());
 }
 
 Status read_fax_page(const FaxDocument &document, int32_t page, FaxPage &found) {

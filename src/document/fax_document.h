@@ -20,6 +20,9 @@ constexpr int32_t MOST_RECORDS = 32766;
 /// Bytes of a header in which readers look for inclusions; those of a longer one are not found.
 constexpr size_t LONGEST_SCANNED = 10000;
 
+/// Files on the way to a page at most, as the page reader follows them.
+constexpr int32_t DEEPEST_INCLUSION = 32;
+
 /// A page record of a file.
 struct PageRecord {
   int64_t offset;  ///< of its length word
@@ -54,6 +57,11 @@ struct FaxDocument {
 /// @param path  `-` is standard input
 /// @return DONE, or FAILED after a complaint. A record that is cut short is no failure and no complaint
 Status open_fax(const std::string &path, FaxDocument &document);
+
+/// `open_fax` for a file that another one includes: a regular file, and no message.
+///
+/// @return what is wrong, with the path; empty if nothing is
+std::string open_included_fax(const std::string &path, FaxDocument &document);
 
 /// Complains of a file that ends in a record cut short.
 ///

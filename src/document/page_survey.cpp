@@ -1,6 +1,7 @@
 // One walk over the pages of a document, for the commands that report on it.
 #include "document/page_survey.h"
 
+#include "document/page_sources.h"
 #include "io/input_file.h"
 
 namespace tolvane {
@@ -34,9 +35,18 @@ Status survey_pages(const FaxDocument &document, std::vector<PageFacts> &pages) 
   const int32_t count = readable_pages(document);
   Progress progress("pages", count);
   Status status = tell_lost_bytes(document);
+  const std::vector<MissingPages> missing = find_missing_pages(document);
   for (int32_t page = 1; page <= count; ++page) {
-    pages.emplace_back().page = page;
-    status = worse(status, survey_page(document, pages.back()));
+    PageFacts &facts = pages.emplace_back();
+    facts.page = facts.last_page = page;
+    if (const MissingPages *stretch = missing_at(missing, page)) {
+      page = facts.last_page = stretch->last;
+      facts.source = input_name(stretch->source);
+      facts.source_page = stretch->source_page;
+      status = worse(status, report_missing(document, *stretch));
+    } else {
+      status = worse(status, survey_page(document, facts));
+    }
     progress.step();
   }
   return status;

@@ -12,6 +12,7 @@ namespace tolvane {
 
 struct PageFacts {
   int32_t page = 0;         ///< from 1, included pages counted in
+  int32_t last_page = 0;    ///< the last of a stretch of pages that are not available; else `page`
   std::string source;       ///< name of the file that holds the record; empty if that cannot be found out
   int32_t source_page = 0;  ///< number of the record in that file
   int32_t coding = 0;       ///< of that file

@@ -46,6 +46,15 @@ Descriptor open_input(const std::string &path) {
   return fd;
 }
 
+Descriptor open_regular(const std::string &path) {
+  Descriptor fd(open(path.c_str(), O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC));
+  struct stat status;
+  if (!fd || fstat(fd.get(), &status) != 0) return Descriptor();
+  if (S_ISREG(status.st_mode)) return fd;
+  errno = EINVAL;
+  return Descriptor();
+}
+
 InputFile::~InputFile() {
   if (data_) munmap(const_cast<uint8_t *>(data_), size_);
 }

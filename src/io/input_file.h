@@ -19,6 +19,11 @@ std::string input_name(const std::string &path);
 /// @return none after a message: missing, no permission, a directory, empty
 Descriptor open_input(const std::string &path);
 
+/// Opens a regular file to read, without blocking and without a message: a file that another file names.
+///
+/// @return none with errno set: EINVAL if it is no regular file
+Descriptor open_regular(const std::string &path);
+
 /// A file to read, mapped whole.
 class InputFile {
  public:

@@ -1,0 +1,168 @@
+// A walk through files that include each other. An included file is opened once, however often it is named; names are
+// looked for in the directory of the document, also those in included files.
+#include "document/page_sources.h"
+
+#include <sys/stat.h>
+
+#include <algorithm>
+#include <map>
+
+#include "io/file_names.h"
+
+namespace tolvane {
+namespace {
+[[gnu::used]] const char SCCS_ID[] = "@(#)|page_sources|9|01|1|0|0|11/23/26|05:00:00";
+
+// What counts of a file for the place of pages.
+struct Source {
+  std::string path;
+  std::string fault;  // empty if it can be read
+  int32_t records = 0;
+  std::vector<Inclusion> inclusions;
+};
+
+Source source_of(const FaxDocument &document) {
+  Source source{document.path, {}, document.record_count(), {}};
+  if (document.inclusions_usable) source.inclusions = document.inclusions;
+  return source;
+}
+
+// The files of a document, each opened once.
+class Sources {
+ public:
+  explicit Sources(const FaxDocument &document) : directory_(document.directory) {}
+
+  const Source &named(const std::string &name) {
+    const auto [place, is_new] = files_.try_emplace(name);
+    if (!is_new) return place->second;
+    const std::string path = directory_ + '/' + name;
+    FaxDocument opened;
+    const std::string fault = open_included_fax(path, opened);
+    place->second = fault.empty() ? source_of(opened) : Source{path, fault, 0, {}};
+    return place->second;
+  }
+
+ private:
+  std::string directory_;
+  std::map<std::string, Source> files_;
+};
+
+// Passes through the pages of a document in order, counting those that are there and noting those that are not.
+class Walk {
+ public:
+  explicit Walk(const FaxDocument &document) : sources_(document) {}
+
+  std::vector<MissingPages> missing{};
+
+  // Takes the first `count` pages of a file.
+  void take(const Source &source, int32_t count, int32_t depth) {
+    int32_t record = 0;  // passed
+    for (const Inclusion &inclusion : source.inclusions) {
+      if (count == 0) return;
+      take_records(source, std::min(count, inclusion.at - 1 - record), record, count);
+      take_included(inclusion.name, std::min(count, inclusion.count), depth);
+      count -= std::min(count, inclusion.count);
+    }
+    take_records(source, count, record, count);
+  }
+
+ private:
+  void take_records(const Source &source, int32_t wanted, int32_t &record, int32_t &count) {
+    const int32_t there = std::clamp(source.records - record, 0, wanted);
+    const int32_t passed = pass(there);
+    skip(wanted - passed, source.path, record + passed + 1,
+         source.path + " has only " + std::to_string(source.records) + " pages of its own");
+    record += wanted;
+    count -= wanted;
+  }
+
+  void take_included(const std::string &name, int32_t count, int32_t depth) {
+    if (count == 0) return;
+    const Source &source = sources_.named(name);
+    if (page_ == MOST_PAGES || depth == DEEPEST_INCLUSION)
+      skip(count, source.path, 1, "inclusions without end");
+    else if (!source.fault.empty())
+      skip(count, source.path, 1, source.fault);
+    else
+      take(source, count, depth + 1);
+  }
+
+  // Passes pages that are there. Returns how many there is room for.
+  int32_t pass(int32_t count) {
+    count = std::min(count, MOST_PAGES - page_);
+    page_ += count;
+    total_ += count;
+    return count;
+  }
+
+  void skip(int32_t count, const std::string &source, int32_t source_page, const std::string &reason) {
+    if (count == 0) return;
+    const std::string text = page_ < MOST_PAGES ? reason : "more than " + std::to_string(MOST_PAGES) + " pages";
+    if (!missing.empty() && missing.back().last == total_ && missing.back().reason == text)
+      missing.back().last += count;
+    else
+      missing.push_back({total_ + 1, total_ + count, source, source_page, text});
+    total_ += count;
+  }
+
+  Sources sources_;
+  int32_t page_ = 0;   // pages that are there
+  int32_t total_ = 0;  // and those that are not
+};
+
+}  // namespace
+
+std::vector<MissingPages> find_missing_pages(const FaxDocument &document) {
+  Walk walk(document);
+  walk.take(source_of(document), document.inclusions_usable ? document.page_count() : document.record_count(), 0);
+  return std::move(walk.missing);
+}
+
+const MissingPages *missing_at(const std::vector<MissingPages> &missing, int32_t page) {
+  const auto after = std::upper_bound(missing.begin(), missing.end(), page,
+                                      [](int32_t one, const MissingPages &pages) { return one < pages.first; });
+  return after != missing.begin() && page <= (after - 1)->last ? &*(after - 1) : nullptr;
+}
+
+Status report_missing(const FaxDocument &document, const MissingPages &pages) {
+  if (pages.first == pages.last)
+    complain("%s: page %d is not available: %s", document.name(), pages.first, pages.reason.c_str());
+  else
+    complain("%s: pages %d to %d are not available: %s", document.name(), pages.first, pages.last,
+             pages.reason.c_str());
+  return DAMAGED;
+}
+
+Status require_all_pages(const FaxDocument &document) {
+  const std::vector<MissingPages> missing = find_missing_pages(document);
+  for (const MissingPages &pages : missing) report_missing(document, pages);
+  return missing.empty() ? DONE : FAILED;
+}
+
+std::vector<std::string> source_paths(const FaxDocument &document) {
+  Sources sources(document);
+  std::vector<std::string> paths{document.path};
+  const auto add = [&](const Source &source, auto &&again) -> void {
+    for (const Inclusion &inclusion : source.inclusions) {
+      const Source &included = sources.named(inclusion.name);
+      if (std::find(paths.begin(), paths.end(), included.path) != paths.end()) continue;
+      paths.push_back(included.path);
+      again(included, again);
+    }
+  };
+  add(source_of(document), add);
+  return paths;
+}
+
+Status check_not_source(const std::string &output, const FaxDocument &document, bool itself) {
+  struct stat file, own;
+  const bool is_own = stat(output.c_str(), &file) == 0 && fstat(document.fd.get(), &own) == 0 &&
+                      file.st_dev == own.st_dev && file.st_ino == own.st_ino;
+  const std::vector<std::string> paths = source_paths(document);
+  const bool is_included =
+      std::any_of(paths.begin() + 1, paths.end(), [&](const std::string &path) { return same_file(output, path); });
+  if (!is_included && !(is_own && !itself)) return DONE;
+  return failure("%s: not overwritten, since %s takes pages from it", output.c_str(), document.name());
+}
+
+}  // namespace tolvane

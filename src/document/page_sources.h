@@ -1,0 +1,46 @@
+// The files that the pages of a document come from, found through INCLUDE lines without a look at any page.
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "document/fax_document.h"
+#include "io/report.h"
+
+namespace tolvane {
+
+/// Pages of a document that are dealt with at most: more can be promised than any file contains.
+constexpr int32_t MOST_PAGES = 65535;
+
+/// Pages that the document promises and no file has.
+struct MissingPages {
+  int32_t first, last;  ///< of the document
+  std::string source;   ///< path of the file that should have them
+  int32_t source_page;  ///< number of the first of them in that file
+  std::string reason;
+};
+
+/// Finds the missing pages in ascending order, as far as INCLUDE lines and the number of records show them. Each file
+/// is opened once.
+std::vector<MissingPages> find_missing_pages(const FaxDocument &document);
+
+/// The stretch that contains a page; null if the page is not missing.
+const MissingPages *missing_at(const std::vector<MissingPages> &missing, int32_t page);
+
+/// Reports a stretch of missing pages in one message; returns DAMAGED.
+Status report_missing(const FaxDocument &document, const MissingPages &pages);
+
+/// Reports all missing pages; returns FAILED if there are any, else DONE.
+Status require_all_pages(const FaxDocument &document);
+
+/// The paths of all files that pages come from, the document's own first, whether or not the files are there.
+std::vector<std::string> source_paths(const FaxDocument &document);
+
+/// Refuses an output that is one of the files that pages come from, by whatever name.
+///
+/// @param itself  the document's own file may be replaced
+/// @return DONE, or FAILED after a message
+Status check_not_source(const std::string &output, const FaxDocument &document, bool itself = false);
+
+}  // namespace tolvane
