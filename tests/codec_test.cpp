@@ -40,7 +40,7 @@ Picture decoded(Decoder &decoder, std::span<const uint8_t> code, int32_t coding,
     auto &pixels = *static_cast<std::vector<uint8_t> *>(to);
     pixels.insert(pixels.end(), line, line + size);
   };
-  EXPECT_EQ(decoder.decode(code, coding, static_cast<int32_t>(width), sink, form), DecodeResult::done);
+  EXPECT_EQ(decoder.decode(code, coding, static_cast<int32_t>(width), sink, {.form = form}), DecodeResult::done);
   decoder.end_line(sink);
   const auto size = static_cast<ptrdiff_t>(page.stride());
   if (coding == COMP_MH) page.pixels.erase(page.pixels.begin(), page.pixels.begin() + size);

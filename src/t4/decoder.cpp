@@ -16,9 +16,6 @@ namespace {
 
 [[gnu::used]] const char SCCS_ID[] = "@(#)|decoder|9|01|1|0|0|11/23/26|04:40:00";
 
-// The runs whose codes end in the last byte of an MR page are lost unless a byte follows.
-constexpr uint64_t MR_FILL = 1;
-
 }  // namespace
 
 struct Decoder::State {
@@ -34,7 +31,7 @@ Decoder::Decoder(Decoder &&) noexcept = default;
 Decoder &Decoder::operator=(Decoder &&) noexcept = default;
 
 DecodeResult Decoder::decode(std::span<const uint8_t> data, int32_t coding, int32_t width, const LineSink &sink,
-                             CodeForm form) {
+                             const DecodeOptions &options) {
   if (coding != COMP_MH && coding != COMP_MR && coding != COMP_MMR) return DecodeResult::unknown_coding;
   if (!state_) state_.reset(new (std::nothrow) State);
   if (!state_) return DecodeResult::no_memory;
@@ -42,6 +39,7 @@ DecodeResult Decoder::decode(std::span<const uint8_t> data, int32_t coding, int3
   state_->coding = coding;
   state_->width = width;
   if (coding == COMP_MH) {
+    start_mh_page(state_->mh, sink.found_line);
     decode_mh(state_->mh, data, width, sink);
     return state_->mh.lost == 0 ? DecodeResult::done : DecodeResult::no_memory;
   }
@@ -49,12 +47,11 @@ DecodeResult Decoder::decode(std::span<const uint8_t> data, int32_t coding, int3
   if (!state_->store.reserve(width, size, sink.found_line)) return DecodeResult::no_memory;
   int32_t make_up = 0;
   if (coding == COMP_MR) {
-    const auto decode_form = form == CodeForm::stored ? decode_mr<CodeForm::stored> : decode_mr<CodeForm::standard>;
-    decode_form(state_->store, make_up, data, MR_FILL, width, sink);
+    decode_mr(options.form, state_->store, make_up, data, options.mr_fill ? 1 : 0, width, sink);
     return DecodeResult::done;
   }
-  const auto decode_form = form == CodeForm::stored ? decode_mmr<CodeForm::stored> : decode_mmr<CodeForm::standard>;
-  return decode_form(state_->store, make_up, data, width, sink) ? DecodeResult::done : DecodeResult::damaged;
+  const bool good = decode_mmr(options.form, state_->store, make_up, data, width, sink);
+  return good ? DecodeResult::done : DecodeResult::damaged;
 }
 
 void Decoder::end_line(const LineSink &sink) {

@@ -20,6 +20,12 @@ enum class DecodeResult : int32_t {
   no_memory,
 };
 
+struct DecodeOptions {
+  CodeForm form = CodeForm::stored;  ///< in which the page was coded
+  /// MR: a byte of zeros is read after the data. Without it the runs are lost whose codes end in the last byte.
+  bool mr_fill = true;
+};
+
 /// Decodes pages, one after another, and keeps the memory for two lines between them. Distinct objects may be used by
 /// distinct threads at the same time.
 class Decoder {
@@ -45,9 +51,8 @@ class Decoder {
   /// @param coding  COMP_MH, COMP_MR or COMP_MMR
   /// @param width   pixels of a line, a multiple of 8, at most 32760
   /// @param sink    receives runs, lines and damage during the call; it must not use this object
-  /// @param form    the form in which the page was coded
   DecodeResult decode(std::span<const uint8_t> data, int32_t coding, int32_t width, const LineSink &sink,
-                      CodeForm form = CodeForm::stored);
+                      const DecodeOptions &options = {});
 
   /// Ends the line after the last EOL of an MH page, which `decode` has left open, as one more EOL would. Does nothing
   /// after a page of another coding.

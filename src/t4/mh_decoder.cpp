@@ -42,7 +42,7 @@ void report(MhLine &line, Damage kind, const LineSink &to) {
 }
 
 void deliver(const MhLine &line, const uint8_t *pixels, const LineSink &to) {
-  if (to.found_line) to.found_line(to.context, pixels, line.size);
+  if (to.found_line && line.painted) to.found_line(to.context, pixels, line.size);
   if (to.found_eol) to.found_eol(to.context);
 }
 
@@ -53,7 +53,7 @@ void deliver_padding(const MhLine &line, int32_t width, const LineSink &to) {
 void start_line(MhLine &line) {
   line.pos = 0;
   line.make_up = 0;
-  memset(line.current, 0, line.size);
+  if (line.painted) memset(line.current, 0, line.size);
 }
 
 // A run consumer gets the good part and white after it, a line consumer the last good line again.
@@ -70,7 +70,7 @@ void give_up_line(MhLine &line, int32_t width, const LineSink &to) {
   const int32_t run = line.make_up + token;
   const int32_t pixels = abs(run);
   if (pixels > width - line.pos) return give_up_line(line, width, to);
-  if (run < 0) paint_black(line.current, line.pos, pixels);
+  if (run < 0 && line.painted) paint_black(line.current, line.pos, pixels);
   line.pos += pixels;
   line.make_up = 0;
   if (to.found_run) to.found_run(to.context, run);
@@ -124,8 +124,9 @@ const DecNode *walk_block(const DecNode *node, const uint8_t *data, size_t count
 
 }  // namespace
 
-void start_mh_page(MhState &state) {
+void start_mh_page(MhState &state, bool painted) {
   MhLine fresh;
+  fresh.painted = painted;
   fresh.size = state.line.size;
   fresh.current = state.pixels.get();
   fresh.last_good = state.pixels.get() + fresh.size;
@@ -134,8 +135,7 @@ void start_mh_page(MhState &state) {
   state.lost = 0;
 }
 
-// Works on a copy of the line, so that it can stay in registers. Paints whether or not anybody asks for lines here:
-// the EOL that ends the line may come from another call.
+// Works on a copy of the line, so that it can stay in registers.
 void take_mh_leaves(MhState &state, const DecNode *const *first, const DecNode *const *last, int32_t width,
                     const LineSink &sink) {
   for (; first != last && !reserve_lines(state, width); first++) state.lost++;
@@ -158,7 +158,6 @@ void take_mh_leaves(MhState &state, const DecNode *const *first, const DecNode *
 }
 
 void decode_mh(MhState &state, std::span<const uint8_t> data, int32_t width, const LineSink &to) {
-  start_mh_page(state);
   report_lost_start(data, to);
   const DecNode *node = eoltree.node;
   while (!data.empty()) {

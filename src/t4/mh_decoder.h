@@ -17,6 +17,7 @@ struct MhLine {
   int32_t make_up = 0;    ///< the make-up code that waits for its terminating code, 0 for none
   bool given_up = false;  ///< everything up to the next EOL is ignored
   bool reported = true;   ///< damage of this line has been reported; nothing before the first EOL is damage
+  bool painted = true;    ///< the pixels of the line are wanted
   uint32_t size = 0;      ///< bytes of a line, 0 if there is no memory for lines
   uint8_t *current = nullptr;
   uint8_t *last_good = nullptr;
@@ -30,7 +31,9 @@ struct MhState {
 };
 
 /// Begins a page: the line is white, and so is the last good one. The memory is kept.
-void start_mh_page(MhState &state);
+///
+/// @param painted  false if nobody asks for line bitmaps before the next page
+void start_mh_page(MhState &state, bool painted);
 
 /// Takes tokens in the order in which they were reached.
 ///
@@ -39,7 +42,7 @@ void start_mh_page(MhState &state);
 void take_mh_leaves(MhState &state, const DecNode *const *first, const DecNode *const *last, int32_t width,
                     const LineSink &to);
 
-/// Decodes a page. The line after the last EOL stays in `state`.
+/// Decodes a page that `start_mh_page` has begun. The line after the last EOL stays in `state`.
 void decode_mh(MhState &state, std::span<const uint8_t> data, int32_t width, const LineSink &to);
 
 }  // namespace tolvane

@@ -41,11 +41,9 @@ CodesStop take_mode_codes(BitReader &in, LinePair<form> &lines, int32_t &make_up
   }
 }
 
-}  // namespace
-
 template <CodeForm form>
-bool decode_mmr(const LineStore &store, int32_t &make_up, std::span<const uint8_t> data, int32_t width,
-                const LineSink &to) {
+bool decode(const LineStore &store, int32_t &make_up, std::span<const uint8_t> data, int32_t width,
+            const LineSink &to) {
   BitReader in(data, 0);
   LinePair<form> lines(store, width, static_cast<uint32_t>(width) / 8, to);
   int eols = 0;
@@ -72,9 +70,12 @@ bool decode_mmr(const LineStore &store, int32_t &make_up, std::span<const uint8_
   return true;
 }
 
-template bool decode_mmr<CodeForm::stored>(const LineStore &, int32_t &, std::span<const uint8_t>, int32_t,
-                                           const LineSink &);
-template bool decode_mmr<CodeForm::standard>(const LineStore &, int32_t &, std::span<const uint8_t>, int32_t,
-                                             const LineSink &);
+}  // namespace
+
+bool decode_mmr(CodeForm form, const LineStore &store, int32_t &make_up, std::span<const uint8_t> data, int32_t width,
+                const LineSink &to) {
+  if (form == CodeForm::standard) return decode<CodeForm::standard>(store, make_up, data, width, to);
+  return decode<CodeForm::stored>(store, make_up, data, width, to);
+}
 
 }  // namespace tolvane

@@ -139,11 +139,9 @@ bool take_lines(MrState &state, LinePair<form> &lines) {
   }
 }
 
-}  // namespace
-
 template <CodeForm form>
-void decode_mr(const LineStore &store, int32_t &make_up, std::span<const uint8_t> data, uint64_t fill, int32_t width,
-               const LineSink &to) {
+void decode(const LineStore &store, int32_t &make_up, std::span<const uint8_t> data, uint64_t fill, int32_t width,
+            const LineSink &to) {
   report_lost_start(data, to);
   MrState state{BitReader(data, fill), make_up};
   LinePair<form> lines(store, width, (static_cast<uint32_t>(width) + 7) / 8, to);
@@ -154,9 +152,12 @@ void decode_mr(const LineStore &store, int32_t &make_up, std::span<const uint8_t
   lines.deliver(lines.current);
 }
 
-template void decode_mr<CodeForm::stored>(const LineStore &, int32_t &, std::span<const uint8_t>, uint64_t, int32_t,
-                                          const LineSink &);
-template void decode_mr<CodeForm::standard>(const LineStore &, int32_t &, std::span<const uint8_t>, uint64_t, int32_t,
-                                            const LineSink &);
+}  // namespace
+
+void decode_mr(CodeForm form, const LineStore &store, int32_t &make_up, std::span<const uint8_t> data, uint64_t fill,
+               int32_t width, const LineSink &to) {
+  if (form == CodeForm::standard) return decode<CodeForm::standard>(store, make_up, data, fill, width, to);
+  return decode<CodeForm::stored>(store, make_up, data, fill, width, to);
+}
 
 }  // namespace tolvane

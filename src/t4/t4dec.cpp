@@ -47,6 +47,7 @@ int t4dec_MH(const uint8_t *data, uint32_t length, found_run_fn found_run, found
              found_eol_fn found_eol) {
   putrunlen(1, 0, found_run, found_line, found_eol);
   LineCallbacks callbacks{found_run, found_line, found_eol};
+  start_mh_page(mh, true);  // painted even without `found_line`, since `putrunlen` may bring one
   decode_mh(mh, {data, length}, Pix_width, callbacks.sink());
   report_lost_tokens();
   return 1;

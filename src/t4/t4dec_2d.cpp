@@ -31,7 +31,7 @@ int t4dec_MR(const uint8_t *data, uint32_t length, found_run_fn found_run, found
   LineCallbacks callbacks{found_run, found_line, found_eol};
   LineStore store;
   if (!store.reserve(width, (static_cast<uint32_t>(width) + 7) / 8, found_line)) return 0;
-  decode_mr<CodeForm::stored>(store, make_ups.mr, {data, length}, 0, width, callbacks.sink());
+  decode_mr(CodeForm::stored, store, make_ups.mr, {data, length}, 0, width, callbacks.sink());
   return 1;
 }
 
@@ -41,7 +41,7 @@ int t4dec_MMR(const uint8_t *data, uint32_t length, int32_t width, found_run_fn 
   LineCallbacks callbacks{found_run, found_line, found_eol};
   LineStore store;
   if (!store.reserve(width, static_cast<uint32_t>(width) / 8, found_line)) return 0;
-  return decode_mmr<CodeForm::stored>(store, make_ups.mmr, {data, length}, width, callbacks.sink()) ? 1 : 0;
+  return decode_mmr(CodeForm::stored, store, make_ups.mmr, {data, length}, width, callbacks.sink()) ? 1 : 0;
 }
 
 }  // namespace tolvane
