@@ -2,8 +2,6 @@
 // osfBackSpace) must be written by that name: the plain one never matches.
 #include "app/key_bindings.h"
 
-#include <string>
-
 #include "app/print_handoff.h"
 #include "app/tn_api_functions.h"
 #include "ui/motif_utils.h"
@@ -13,7 +11,6 @@
 #include "view/screen/tolvane_cb.h"
 #include "view/view_state.h"
 
-#include <X11/Xresource.h>
 #include <Xm/Xm.h>
 
 namespace tolvane {
@@ -112,13 +109,6 @@ void install_below(Widget widget, Widget form) {
 }
 
 }  // namespace
-
-void merge_below_user_resources(Display *display, const char *scope, const char *const *lines) {
-  std::string text;
-  for (; *lines; ++lines) text += std::string(scope) + *lines + '\n';
-  XrmDatabase database = XtDatabase(display);
-  XrmCombineDatabase(XrmGetStringDatabase(text.c_str()), &database, False);
-}
 
 void add_key_actions(XtAppContext context) {
   struct {

@@ -9,12 +9,6 @@ namespace tolvane {
 /// of `tolvane_form`, with actions of the viewer, for keys without a control.
 extern const char *const default_keys[];
 
-/// Adds resource lines to the database of the display, except those whose specifier it already contains.
-///
-/// @param scope  prefix of each line: a class limits the lines to shells of that class, "" does not
-/// @param lines  each starts with "*"; terminated by a null entry
-void merge_below_user_resources(Display *display, const char *scope, const char *const *lines);
-
 /// Registers the actions `tn-next-page`, `tn-previous-page`, `tn-first-page`, `tn-last-page`, `tn-larger`,
 /// `tn-smaller`, `tn-rotate-left`, `tn-rotate-right`, `tn-print` and `tn-dismiss`. They ignore their parameters; print
 /// and dismiss act only if the current face of the window has that button or menu entry.

@@ -4,6 +4,7 @@
 
 #include "app/app_state.h"
 #include "app/key_bindings.h"
+#include "app/resource_defaults.h"
 #include "app/tn_api_functions.h"
 #include "app/tolvane.h"
 #include "ui/window/bx_tolvane_callbacks.h"
@@ -43,7 +44,9 @@ void prepare_toolkit(Display *display) {
   XmRepTypeInstallTearOffModelConverter();
   RegisterBxConverters(tn_context);
   add_key_actions(tn_context);
-  merge_below_user_resources(display, Api ? CLASS : "", default_keys);
+  const char *const scope = Api ? CLASS : "";
+  merge_below_user_resources(display, scope, default_keys);
+  add_default_looks(display, scope);
   AppShell = XtAppCreateShell(NAME, CLASS, applicationShellWidgetClass, display, nullptr, 0);
   XtInitializeWidgetClass(topLevelShellWidgetClass);
   register_motif_utils_variables(display, tn_context, AppShell);

@@ -5,6 +5,7 @@
 #include "app/exit_tasks.h"
 #include "ui/widgets.h"
 #include "view/screen/pagescope.h"
+#include "view/screen/presentation.h"
 #include "view/view_state.h"
 
 #include <X11/Xlib.h>
@@ -48,6 +49,7 @@ void notify_api_parent(int32_t code) {
 void tn_configure_window(int32_t mode) {
   if (!tn_Shell000) return;
   mode == TN_FACE_PREVIEW ? show_preview_face() : show_viewer_face();
+  set_least_size();
 }
 
 int tn_window_is_up() {

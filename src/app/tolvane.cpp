@@ -153,6 +153,7 @@ int pre_create_init(int argc, char **argv) {
 
 int post_create_init() {
   get_scrollbar_variables();
+  set_least_size();
   if (generate_view() != 0) return 1;
   refresh_view();
   if (!Api) {
@@ -167,7 +168,8 @@ int post_create_init() {
 
 void map_handler(Widget, XtPointer, XEvent *event, Boolean *) {
   if (Api && event->type == MapNotify) notify_api_parent(TN_WINDOW_MAPPED);
-  if (event->type == ConfigureNotify) save_window_size(event->xconfigure.width, event->xconfigure.height);
+  if (event->type == ConfigureNotify && !is_outdated(event->xconfigure.serial))
+    save_window_size(event->xconfigure.width, event->xconfigure.height);
 }
 
 }  // namespace tolvane

@@ -72,15 +72,13 @@ Display *screen() {
   return connection;
 }
 
-// The focus moves with clicks alone: a click that meets the manager moving it by itself can be lost.
-WindowManager::WindowManager()
-    : mwm_({"mwm", "-xrm", "Mwm*startupKeyFocus: False", "-xrm", "Mwm*deiconifyKeyFocus: False"}) {
-  EXPECT_TRUE(wait_until(window_manager_runs)) << "mwm did not start: " << mwm_.errors();
+WindowManager::WindowManager(const std::vector<std::string> &command) : manager_(command) {
+  EXPECT_TRUE(wait_until(window_manager_runs)) << command[0] << " did not start: " << manager_.errors();
 }
 
 WindowManager::~WindowManager() {
-  mwm_.kill();
-  mwm_.wait();
+  manager_.kill();
+  manager_.wait();
   wait_until([] { return !window_manager_runs(); });
 }
 

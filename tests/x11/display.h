@@ -23,14 +23,18 @@ bool wait_until(const std::function<bool()> &condition, Milliseconds timeout = P
 /// The test's own connection.
 Display *screen();
 
-/// A Motif window manager for as long as the object lives. Without one no window has frame or focus.
+// The focus moves with clicks alone: a click that meets the manager moving it by itself can be lost.
+inline const std::vector<std::string> MWM = {"mwm", "-xrm", "Mwm*startupKeyFocus: False", "-xrm",
+                                             "Mwm*deiconifyKeyFocus: False"};
+
+/// A window manager for as long as the object lives. Without one no window has frame or focus.
 class WindowManager {
  public:
-  WindowManager();
+  explicit WindowManager(const std::vector<std::string> &command = MWM);
   ~WindowManager();
 
  private:
-  ChildProcess mwm_;
+  ChildProcess manager_;
 };
 
 /// A rectangle in pixels of the screen.

@@ -4,6 +4,7 @@
 
 #include "app/key_bindings.h"
 #include "app/open_view.h"
+#include "app/resource_defaults.h"
 #include "helpers/places.h"
 #include "helpers/temp_dir.h"
 
@@ -50,7 +51,7 @@ Tolvane*tolvane_form.accelerators: #override \n <Key>osfRight: tn-next-page() \n
 
 TEST_F(Keys, TheInstalledResourceFileRepeatsTheDefaults) {
   std::string defaults;
-  for (const char *const *lines : {tolvane::tn_fallbacks, tolvane::default_keys})
+  for (const char *const *lines : {tolvane::tn_fallbacks, tolvane::default_colours, tolvane::default_keys})
     for (; *lines; ++lines) defaults += *lines;
   EXPECT_EQ(bare(read_file(in_checkout("packaging/Tolvane"))), bare(defaults));
 }

@@ -1,8 +1,14 @@
 #include "x11/viewer.h"
 
+#include <gmock/gmock.h>
+
+#include <optional>
+
 #include "helpers/fax_bytes.h"
 #include "helpers/temp_dir.h"
 #include "t4/t4dec.h"
+
+#include <X11/Xutil.h>
 
 TEST(Presentation, PaintsEveryPixelAtAllScalesOrientationsAndResolutions) {
   const TempDir dir;
@@ -28,9 +34,8 @@ TEST(Presentation, PaintsEveryPixelAtAllScalesOrientationsAndResolutions) {
 }
 
 TEST(Presentation, GivesTheShellItsSizeAtEachScaleAndKeepsTheUsersChoice) {
-  const WindowManager mwm;
   const TempDir dir;
-  Viewer viewer({dir.write("two.fax", fax_bytes("#PAGES:2\n", {blank_page(400), blank_page(800)}))});
+  const std::string document = dir.write("two.fax", fax_bytes("#PAGES:2\n", {blank_page(400), blank_page(800)}));
   const struct {
     const char *command;
     int width, height;
@@ -46,9 +51,26 @@ TEST(Presentation, GivesTheShellItsSizeAtEachScaleAndKeepsTheUsersChoice) {
       {"fullsize", 940, 717},                              // the other scales keep theirs
       {"reduced", 900, 900},                               //
       {"reduced", 308, 436},
+      {"fullsize", 900, 900},  // of 75%
+      {"fullsize", 940, 717},
+      {"drag", 1300, 910},  // maximised
+      {"reduced reduced", 308, 436},
+      {"drag", 1300, 910},  // and again: the size of before is nothing of the program's own
+      {"nextpage", 1300, 910},
   };
-  for (const auto &[command, width, height] : rows) {
-    command == std::string("drag") ? resize_window(viewer.window, width, height) : viewer.command(command);
-    EXPECT_TRUE(wait_until([&, w = width, h = height] { return has_size(viewer.window, w, h); })) << command;
+  for (const std::vector<std::string> &command : {std::vector<std::string>(), MWM}) {
+    std::optional<WindowManager> manager;
+    if (!command.empty()) manager.emplace(command);
+    Viewer viewer({document});
+    XSizeHints hints = {};
+    long supplied = 0;
+    XGetWMNormalHints(screen(), viewer.window, &hints, &supplied);
+    EXPECT_THAT(hints.min_height, testing::AllOf(testing::Ge(450), testing::Le(580)));
+    for (const auto &[words, width, asked_height] : rows) {
+      const int height = manager ? std::max(asked_height, hints.min_height) : asked_height;
+      words == std::string("drag") ? resize_window(viewer.window, width, height) : viewer.command(words);
+      EXPECT_TRUE(wait_until([&, w = width] { return has_size(viewer.window, w, height); }))
+          << testing::PrintToString(command) << ": " << words;
+    }
   }
 }

@@ -45,8 +45,8 @@ bool shows_every_pixel(const PageWindow &at, const PlainPicture &picture, int32_
   for (int y = top - at.page.y; !photo.empty() && y < bottom - at.page.y; y++) {
     for (int x = left - at.page.x; x < right - at.page.x; x++, pixel++) {
       const uint32_t painted = picture.black(lines, y, x) ? 0x000000 : 0xffffff;
-      // The marker is an exclusive or with 1.
-      if (photo[pixel] != (painted ^ (marker && in_marker(x, y, at.clip.height) ? 1u : 0u))) return false;
+      // The marker is an exclusive or with black against white.
+      if (photo[pixel] != (painted ^ (marker && in_marker(x, y, at.clip.height) ? 0xffffffu : 0u))) return false;
     }
   }
   return !photo.empty();

@@ -4,6 +4,7 @@
 #include "view/screen/presentation.h"
 
 #include "support/trace.h"
+#include "ui/motif_values.h"
 #include "ui/widgets.h"
 #include "view/scales.h"
 #include "view/view_state.h"
@@ -21,7 +22,9 @@ namespace {
 constexpr int32_t FULL_WIDTH = 940, FULL_HEIGHT = 717;  // of the shell at 100%, where the page scrolls
 constexpr int32_t BESIDE_PICTURE = 108;                 // width of the control column and a margin of 4 pixels
 constexpr int32_t BELOW_PICTURE = 4;
-constexpr int32_t CENTRED_VALUE = 25;  // of the horizontal bar: scrolls the left margin of a page out of view
+constexpr int32_t CENTRED_VALUE = 25;   // of the horizontal bar: scrolls the left margin of a page out of view
+constexpr Dimension LEAST_WIDTH = 220;  // the column of controls and as much again
+constexpr int LEAST_GAP = 5;            // between the labels and the buttons at the bottom of the column
 constexpr int TRIANGLES = 100, TRIANGLE_STEP = 15, TRIANGLE_WIDTH = 10, TRIANGLE_HEIGHT = 5;
 
 Extents shown;
@@ -29,12 +32,43 @@ Extents shown;
 // The size of the shell at each scale: as last set by the program, and as chosen by the user. A width of 0 means none.
 uint16_t own_width[SCALE_COUNT], own_height[SCALE_COUNT];
 uint16_t user_width[SCALE_COUNT], user_height[SCALE_COUNT];
-// The shell's size when the program last asked for another one. The event that tells of it may still be on the way:
-// that of the popup comes when the first page has been set up.
-Dimension replaced_width, replaced_height;
+
+// The size before the last change by the program, until another size is reported: a window manager may report a size
+// repeatedly, also after the request for the next one. A width of 0 means that no such report is expected.
+Dimension late_width, late_height;
+unsigned long size_request;  // serial number of that change; events with a lower one are older
+
+// The least size that window managers are asked to keep.
+Dimension least_width, least_height;
 
 size_t scale_index() {
   return is_scale(Reduced) ? static_cast<size_t>(Reduced) : 0;
+}
+
+// Whether a size is what the program asked for, or what a window manager made of it that keeps the least size.
+bool is_own_size(size_t i, int32_t width, int32_t height) {
+  const auto is_kept = [](int32_t given, int32_t wanted, int32_t least) {
+    return given == wanted || (wanted < least && given == least);
+  };
+  return is_kept(width, own_width[i], least_width) && is_kept(height, own_height[i], least_height);
+}
+
+// The row of the form below a child.
+int end_of(Widget child) {
+  return resource<Position>(child, XmNy) + resource<Dimension>(child, XmNheight);
+}
+
+void resize_shell(Dimension width, Dimension height) {
+  const auto old_width = resource<Dimension>(tn_Shell000, XmNwidth);
+  const auto old_height = resource<Dimension>(tn_Shell000, XmNheight);
+  if (old_width == width && old_height == height) return;
+  size_request = NextRequest(XtDisplay(tn_Shell000));
+  // The toolkit waits for the answer of a window manager, and takes back a size that is not confirmed by the first.
+  XtVaSetValues(tn_Shell000, XmNwidth, width, XmNheight, height, nullptr);
+  const bool confirmed =
+      resource<Dimension>(tn_Shell000, XmNwidth) == width && resource<Dimension>(tn_Shell000, XmNheight) == height;
+  late_width = confirmed ? 0 : old_width;
+  late_height = old_height;
 }
 
 bool nothing_to_show() {
@@ -113,25 +147,32 @@ void set_window_size() {
     width = shown.Dx + BESIDE_PICTURE;
     height = shown.Dy + BELOW_PICTURE;
   }
-  Dimension present_width = 0, present_height = 0;
-  XtVaGetValues(tn_Shell000, XmNwidth, &present_width, XmNheight, &present_height, nullptr);
-  if (present_width != width || present_height != height) {
-    replaced_width = present_width;
-    replaced_height = present_height;
-  }
-  trprintf("window sized to %d x %d\n", width, height);
-  XtVaSetValues(tn_Shell000, XmNwidth, width, XmNheight, height, nullptr);
   own_width[i] = static_cast<uint16_t>(width);
   own_height[i] = static_cast<uint16_t>(height);
+  trprintf("window sized to %d x %d\n", width, height);
+  resize_shell(own_width[i], own_height[i]);
+}
+
+bool is_outdated(unsigned long serial) {
+  return serial < size_request;
 }
 
 void save_window_size(int32_t width, int32_t height) {
   const size_t i = scale_index();
   if (own_width[i] == 0) return;
-  if (width == own_width[i] && height == own_height[i]) return;  // the echo of our own request
-  if (width == replaced_width && height == replaced_height) return;
+  if (width == late_width && height == late_height) return;
+  late_width = 0;
+  if (is_own_size(i, width, height)) return;
   user_width[i] = static_cast<uint16_t>(width);
   user_height[i] = static_cast<uint16_t>(height);
+}
+
+void set_least_size() {
+  const Widget buttons = XtIsManaged(fax_ops) ? fax_ops : dismiss_print_buttons;
+  least_width = LEAST_WIDTH;
+  least_height = static_cast<Dimension>(end_of(lines_textfield) + LEAST_GAP + resource<Dimension>(buttons, XmNheight) +
+                                        resource<int>(buttons, XmNbottomOffset));
+  XtVaSetValues(tn_Shell000, XmNminWidth, least_width, XmNminHeight, least_height, nullptr);
 }
 
 void refresh_view() {
@@ -152,14 +193,17 @@ void refresh_view() {
 }
 
 void draw_line_of_triangles(int32_t y) {
-  const Context gc(GXxor, 1, 0);
+  Display *const display = XtDisplay(drawing_area);
+  const int screen = DefaultScreen(display);
+  // Turns black into white and white into black on displays of every depth.
+  const Context gc(GXxor, BlackPixel(display, screen) ^ WhitePixel(display, screen), 0);
   const auto base = static_cast<short>(y);
   for (int i = 0; i < TRIANGLES; i++) {
     const auto x = static_cast<short>(i * TRIANGLE_STEP);
     XPoint corners[] = {{x, base},
                         {static_cast<short>(x + TRIANGLE_WIDTH), base},
                         {static_cast<short>(x + TRIANGLE_WIDTH / 2), static_cast<short>(base - TRIANGLE_HEIGHT)}};
-    XFillPolygon(XtDisplay(drawing_area), XtWindow(drawing_area), gc.get(), corners, 3, Convex, CoordModeOrigin);
+    XFillPolygon(display, XtWindow(drawing_area), gc.get(), corners, 3, Convex, CoordModeOrigin);
   }
 }
 

@@ -24,6 +24,13 @@ void set_window_size();
 /// choice of the user and is kept for the current scale from then on.
 void save_window_size(int32_t width, int32_t height);
 
+/// Whether an event with this serial number was sent before the program last changed the size of the shell.
+bool is_outdated(unsigned long serial);
+
+/// Asks window managers for a least size of the shell at which no control covers another, given the buttons at the
+/// bottom of the column. A size that a manager makes larger for it counts as the program's own.
+void set_least_size();
+
 /// The marker line: y of the row of triangles on the current page, 0 for none. Repainting draws it again; a new page
 /// removes it.
 extern int32_t last_page_pos;

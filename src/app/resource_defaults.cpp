@@ -1,0 +1,86 @@
+// Colours and fonts that make the controls legible. The places of the controls are fixed in pixels, the size of a font
+// in pixels depends on the display: a font is chosen by measuring.
+#include "app/resource_defaults.h"
+
+#include <memory>
+#include <string>
+
+#include <X11/Xresource.h>
+
+namespace tolvane {
+
+// White, the toolkit's choice for the default background, has a contrast of 2.2 to it; black has one of 9.
+const char *const default_colours[] = {"*foreground:\t\tblack", nullptr};
+
+namespace {
+
+[[gnu::used]] const char SCCS_ID[] = "@(#)|resource_defaults|9|01|1|0|0|11/23/26|05:00:00";
+
+// The usual font is the one of the fallback resources. The others are smaller, each size one that the bitmap fonts for
+// 75 or 100 dots per inch contain.
+constexpr const char *USUAL_FONT = "-*-helvetica-bold-r-*-*-*-120-*-*-*-*-iso8859-1";
+constexpr const char *SMALLER_FONTS[] = {
+    "-*-helvetica-bold-r-*-*-14-*-*-*-*-*-iso8859-1",
+    "-*-helvetica-bold-r-*-*-12-*-*-*-*-*-iso8859-1",
+    "-*-helvetica-bold-r-*-*-11-*-*-*-*-*-iso8859-1",
+    "fixed",
+};
+
+// A text that must fit its place: the value of the slider between the top of its 30 pixels and the slide; a button or
+// menu title in the column of 104 pixels, without the margins around it.
+struct FixedPlace {
+  const char *specifier;
+  const char *text;
+  int width, height;
+};
+constexpr FixedPlace FIXED_PLACES[] = {
+    {"*scale.fontList", "00000", 84, 14},
+    {"*fax_ops*fontList", "(don't send)", 82, 30},
+    {"*fax_cascade.fontList", "Fax Options", 74, 21},
+};
+
+struct FontDeleter {
+  Display *display;
+  void operator()(XFontStruct *font) const { XFreeFont(display, font); }
+};
+
+// Whether the display has the font, not scaled from one of another size, and the text fits in it.
+bool fits(Display *display, const char *font_name, const FixedPlace &place) {
+  int count = 0;
+  char **names = XListFonts(display, font_name, 1, &count);
+  const bool scaled = count > 0 && std::string(names[0]).find("-p-0-") != std::string::npos;
+  if (names) XFreeFontNames(names);
+  if (count == 0 || scaled) return false;
+  const std::unique_ptr<XFontStruct, FontDeleter> font(XLoadQueryFont(display, font_name), {display});
+  if (!font) return false;
+  const std::string text = place.text;
+  return XTextWidth(font.get(), text.data(), static_cast<int>(text.size())) <= place.width &&
+         font->ascent + font->descent <= place.height;
+}
+
+std::string fitting_font_line(Display *display, const FixedPlace &place) {
+  if (fits(display, USUAL_FONT, place)) return {};
+  for (const char *font : SMALLER_FONTS)
+    if (fits(display, font, place)) return std::string(place.specifier) + ": " + font;
+  return {};
+}
+
+}  // namespace
+
+void merge_below_user_resources(Display *display, const char *scope, const char *const *lines) {
+  std::string text;
+  for (; *lines; ++lines) text += std::string(scope) + *lines + '\n';
+  XrmDatabase database = XtDatabase(display);
+  XrmCombineDatabase(XrmGetStringDatabase(text.c_str()), &database, False);
+}
+
+void add_default_looks(Display *display, const char *scope) {
+  merge_below_user_resources(display, scope, default_colours);
+  for (const FixedPlace &place : FIXED_PLACES) {
+    const std::string line = fitting_font_line(display, place);
+    const char *const lines[] = {line.c_str(), nullptr};
+    if (!line.empty()) merge_below_user_resources(display, scope, lines);
+  }
+}
+
+}  // namespace tolvane

@@ -1,0 +1,23 @@
+// Default resources besides the fallbacks: they hold with and without an app-defaults file, and those of the user
+// override them.
+#pragma once
+
+#include <X11/Intrinsic.h>
+
+namespace tolvane {
+
+/// Adds resource lines to the database of the display, except those whose specifier it already contains.
+///
+/// @param scope  prefix of each line: a class limits the lines to shells of that class, "" does not
+/// @param lines  each starts with "*"; terminated by a null entry
+void merge_below_user_resources(Display *display, const char *scope, const char *const *lines);
+
+/// The default colours as resource lines, terminated by a null entry.
+extern const char *const default_colours[];
+
+/// Adds the default colours, and a smaller font for each control whose text does not fit its place in the usual font,
+/// as on displays whose fonts are made for 100 dots per inch.
+/// @param scope  as for `merge_below_user_resources`
+void add_default_looks(Display *display, const char *scope);
+
+}  // namespace tolvane
