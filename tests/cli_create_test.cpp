@@ -94,6 +94,22 @@ TEST_F(Create, EveryFormatOfThePageGivesTheSameFax) {
   }
 }
 
+// ImageMagick turns the page upright.
+TEST_F(Create, TiffPagesAreUprightAndThumbnailsAreNoPages) {
+  prepare("convert $charts/itu1.tif -crop 600x400+100+200 +repage -compress Group4 page.tif");
+  prepare("convert page.tif -resize 10% -compress LZW small.tif");
+  for (const std::string kind : {"-compress Group4", "-depth 8 -type Grayscale -compress LZW"}) {
+    for (const std::string orientation : {"1", "2", "3", "4", "5", "6", "7", "8"}) {
+      prepare("convert page.tif " + kind + " turned.tif && tiffset -s 274 " + orientation +
+              " turned.tif && convert turned.tif -auto-orient -threshold 50% upright.pbm && "
+              "tiffcp turned.tif small.tif both.tif && tiffset -d 1 -s 254 1 both.tif");
+      EXPECT_TRUE(run("create --source-dpi 204x196 - both.tif").out ==
+                  run("create --source-dpi 204x196 - upright.pbm").out)
+          << kind << orientation;
+    }
+  }
+}
+
 // A page with a black square of an inch, at many resolutions: the square keeps its size on paper.
 TEST_F(Create, PagesKeepTheirProportionsAndPlace) {
   const struct {
@@ -105,6 +121,9 @@ TEST_F(Create, PagesKeepTheirProportionsAndPlace) {
       {2400, 3000, "300x300", "--fit center", 1960, 48, 204, 196},
       {2400, 3000, "300x300", "--fit scale", 2075, 0, 216, 208},
       {3000, 300, "300x300", "", 166, 0, 173, 166},
+      {3000, 300, "300x300", "--fit crop", 196, 0, 48, 196},
+      {3456, 4752, "408x391", "", 2376, 0, 204, 196},
+      {3456, 4752, "400x400", "--resolution normal", 1188, 0, 200, 100},
       {600, 300, "72x72", "--resolution normal", 408, 14, 204, 98},
   };
   for (const auto &row : cases) {
@@ -133,6 +152,9 @@ TEST_F(Create, GreyBecomesBlackAndWhite) {
   prepare("convert -size 1728x400 'xc:rgb(140,140,140)' grey.png");
   const Picture page = first_page(run("create --grey diffusion - grey.png").out);
   EXPECT_NEAR(black_pixels(page.pixels) / (1728.0 * page.height), 1 - 140 / 255.0, 0.002);
+  // 16 bits without a word about gamma are as bright as 8.
+  prepare("convert -size 64x512 gradient: -depth 16 -define png:bit-depth=16 -define png:exclude-chunks=all 16.png");
+  EXPECT_NEAR(black_pixels(first_page(run("create --source-dpi 204x196 - 16.png").out).pixels), 64 * 256, 64);
 }
 
 // The page holds text and figures; poppler's own program draws the same page at the same resolution.

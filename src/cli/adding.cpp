@@ -55,13 +55,25 @@ Status check_target(const FaxDocument &document, int32_t place) {
   return DONE;
 }
 
+/// Reports that a page loses size or its sides: that is no fault, but not what everybody wants.
+void report_overhang(const std::string &file, int32_t number, const SourcePicture &page, const FitOptions &fit) {
+  const double wider = overhang(page, fit);
+  if (wider <= 1 || fit.fit == FIT_SCALE) return;
+  const bool cut = fit.fit == FIT_CROP;
+  complain("%s: page %d is %.1f inches wide, a fax page %.1f: %s", input_name(file).c_str(), number,
+           wider * FAX_WIDTH / FAX_X_DPI, FAX_WIDTH / FAX_X_DPI,
+           cut ? "its sides are cut off" : "it is reduced (--fit crop keeps the size)");
+}
+
 }  // namespace
 
 void declare_page_input(CLI::App &usage, PageInput &input) {
   SourceOptions &source = input.source;
   usage.add_option("PAGES", input.files, "files with pages: TIFF, PBM, PNG or PDF; - is standard input")->required();
-  add_choice(usage, "--fit", source.fit.fill_width, {{"center", 0}, {"centre", 0}, {"scale", 1}},
-             "keep the true size and centre (as unless given), or scale to the full width");
+  add_choice(usage, "--fit", source.fit.fit,
+             {{"center", FIT_CENTER}, {"centre", FIT_CENTER}, {"scale", FIT_SCALE}, {"crop", FIT_CROP}},
+             "keep the true size and centre, reducing what is too wide (default), scale to the full width, or keep the "
+             "true size and cut");
   add_choice(usage, "--grey", source.fit.diffuse, {{"threshold", 0}, {"diffusion", 1}},
              "how grey becomes black and white");
   usage.add_option("--threshold", source.fit.threshold, "grey below this is black, 128 unless given")
@@ -94,6 +106,7 @@ Status code_pages(const PageInput &input, int32_t coding, int32_t resolution, in
     const int32_t before = count;
     const Status read = read_pages(file, source, [&](SourcePicture &&page) {
       std::vector<uint8_t> lines;
+      report_overhang(file, count - before + 1, page, source.fit);
       if (!make_fax_lines(std::move(page), source.fit, lines))
         return failure("%s: page %d would have more than %d lines", input_name(file).c_str(), count - before + 1,
                        LONGEST_PAGE);

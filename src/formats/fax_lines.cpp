@@ -66,19 +66,39 @@ double lines_per_inch(int32_t resolution) {
   return resolution > 0 && resolution < std::ssize(DENSITIES) ? DENSITIES[resolution] : DENSITIES[0];
 }
 
-FitScale fit_scale(int32_t width, double x_dpi, double y_dpi, const FitOptions &options) {
+namespace {
+
+/// The scale that keeps the true size on paper.
+FitScale true_scale(int32_t width, double x_dpi, double y_dpi, int32_t resolution) {
   const bool unknown = x_dpi <= 0 || y_dpi <= 0;
   if (unknown && width == FAX_WIDTH) return {1, 1};
   if (unknown) x_dpi = y_dpi = FAX_X_DPI;
-  FitScale scale = {FAX_X_DPI / x_dpi, lines_per_inch(options.resolution) / y_dpi};
+  return {FAX_X_DPI / x_dpi, lines_per_inch(resolution) / y_dpi};
+}
+
+}  // namespace
+
+FitScale fit_scale(int32_t width, double x_dpi, double y_dpi, const FitOptions &options) {
+  if ((x_dpi <= 0 || y_dpi <= 0) && width == FAX_WIDTH) return {1, 1};
+  FitScale scale = true_scale(width, x_dpi, y_dpi, options.resolution);
   const double enlarged = FAX_WIDTH / (width * scale.x);
-  if (options.fill_width || enlarged < 1) scale = {scale.x * enlarged, scale.y * enlarged};
-  const bool fits = width <= FAX_WIDTH && (!options.fill_width || width == FAX_WIDTH);
-  if (!fits || !is_nominally(scale.x, 1)) return scale;
-  for (const double simple : {0.5, 1.0, 2.0}) {
-    if (is_nominally(scale.y, simple)) scale.y = simple;
+  if (options.fit == FIT_SCALE || (options.fit == FIT_CENTER && enlarged < 1))
+    scale = {scale.x * enlarged, scale.y * enlarged};
+  for (const double across : {1.0, 0.5}) {
+    const double pixels = width * across;
+    const bool fits = options.fit == FIT_CROP || (options.fit == FIT_SCALE ? pixels == FAX_WIDTH : pixels <= FAX_WIDTH);
+    if (!fits || !is_nominally(scale.x, across)) continue;
+    for (const double down : {0.25, 0.5, 1.0, 2.0}) {
+      if (is_nominally(scale.y, down)) scale.y = down;
+    }
+    return {across, scale.y};
   }
-  return {1, scale.y};
+  return scale;
+}
+
+double overhang(const SourcePicture &page, const FitOptions &options) {
+  const double pixels = page.width * true_scale(page.width, page.x_dpi, page.y_dpi, options.resolution).x;
+  return pixels > FAX_WIDTH * (1 + NOMINAL) ? pixels / FAX_WIDTH : 1;
 }
 
 bool make_fax_lines(SourcePicture &&page, const FitOptions &options, std::vector<uint8_t> &lines) {
@@ -87,8 +107,10 @@ bool make_fax_lines(SourcePicture &&page, const FitOptions &options, std::vector
   const double exact_height = std::max(1.0, std::round(page.height * scale.y));
   if (exact_height > LONGEST_PAGE) return false;
   const auto height = static_cast<int32_t>(exact_height);
-  const auto width = std::clamp(static_cast<int32_t>(std::lround(page.width * scale.x)), 1, FAX_WIDTH);
-  if (page.grey.empty() && width == page.width && fit_packed(page, height, options.threshold, options.diffuse, lines))
+  const int32_t most = options.fit == FIT_CROP ? WIDEST_PICTURE : FAX_WIDTH;
+  const auto width = std::clamp(static_cast<int32_t>(std::lround(page.width * scale.x)), 1, most);
+  if (page.grey.empty() && width == page.width && width <= FAX_WIDTH &&
+      fit_packed(page, height, options.threshold, options.diffuse, lines))
     return true;
 
   if (page.grey.empty()) page.grey = unpacked(page);
@@ -96,12 +118,13 @@ bool make_fax_lines(SourcePicture &&page, const FitOptions &options, std::vector
       width == page.width && height == page.height ? std::move(page.grey) : resized(page, width, height);
   if (options.diffuse) diffuse(grey, width, options.threshold);
 
+  const auto columns = static_cast<size_t>(width), kept = std::min(columns, static_cast<size_t>(FAX_WIDTH));
+  const size_t cut = (columns - kept) / 2, left = (FAX_WIDTH - kept) / 2;
   lines.resize(static_cast<size_t>(height) * LINE_BYTES);
-  const auto left = static_cast<size_t>(FAX_WIDTH - width) / 2;
-  const uint8_t *pixel = grey.data();
   for (size_t row = 0; row < static_cast<size_t>(height); ++row) {
     uint8_t *line = &lines[row * LINE_BYTES];
-    for (size_t x = left; x < left + static_cast<size_t>(width); ++x, ++pixel) {
+    const uint8_t *pixel = &grey[row * columns + cut];
+    for (size_t x = left; x < left + kept; ++x, ++pixel) {
       if (*pixel < options.threshold) line[x / 8] = static_cast<uint8_t>(line[x / 8] | 0x80 >> x % 8);
     }
   }

@@ -18,10 +18,17 @@ constexpr int64_t LARGEST_PICTURE = int64_t{1} << 27;  ///< pixels of the larges
 /// is no code is shown as normal, and so it counts here.
 double lines_per_inch(int32_t resolution);
 
+/// What becomes of a picture that is narrower or wider than a fax page.
+enum Fit : int32_t {
+  FIT_CENTER,  ///< narrow: in the middle at its true size; wide: reduced to the width
+  FIT_SCALE,   ///< enlarged or reduced to the width
+  FIT_CROP,    ///< at its true size; what is too wide is cut off at both sides
+};
+
 /// How a picture becomes a fax page.
 struct FitOptions {
-  int32_t resolution = 1;   ///< vertical resolution code of the fax: 0 normal, 1 fine
-  int32_t fill_width = 0;   ///< enlarge to the full width; else keep the true size and centre, and shrink if too wide
+  int32_t resolution = 1;  ///< vertical resolution code of the fax: 0 normal, 1 fine
+  int32_t fit = FIT_CENTER;
   int32_t diffuse = 0;      ///< non-zero: error diffusion (Floyd and Steinberg); else threshold
   int32_t threshold = 128;  ///< a grey below this is black
 };
@@ -33,10 +40,13 @@ struct FitScale {
 
 /// The scale at which a picture keeps its proportions on paper. A picture 1728 pixels wide of unknown resolution is
 /// taken as a fax page, pixel by pixel; another one as having 204 pixels an inch both ways. Where the pixels of a line
-/// are within 4.5 percent of those of a fax, they stay as they are, and lines within 4.5 percent of a half, of as many
-/// or of twice as many are merged, kept or doubled: 200 x 200 and 200 x 100 are used for what is 204 x 196 and 204 x
-/// 98 (ITU-T T.30).
+/// are within 4.5 percent of those of a fax, or of twice as many, they stay as they are or are halved, and lines within
+/// 4.5 percent of a quarter, a half, of as many or of twice as many are merged, kept or doubled: 200 x 200 and 200 x
+/// 100 are used for what is 204 x 196 and 204 x 98 (ITU-T T.30).
 FitScale fit_scale(int32_t width, double x_dpi, double y_dpi, const FitOptions &options);
+
+/// How much wider than a fax page a picture is at its true size: 1 if it is not wider, or within the 4.5 percent.
+double overhang(const SourcePicture &page, const FitOptions &options);
 
 /// Turns a picture into lines of LINE_BYTES bytes. Reductions average the pixels that fall together. A black and white
 /// picture that keeps its width stays packed; all others become grey on the way.

@@ -43,18 +43,19 @@ Status render(const PictureFile &file, const poppler::page &source, int32_t numb
   double height = 0;
   const double width = seen_width(source, height);
   const double natural = width * FAX_X_DPI / POINT;
-  const double enlarged = fit.fill_width || natural > FAX_WIDTH ? FAX_WIDTH / natural : 1;
-  SourcePicture page = {0, 0, FAX_X_DPI, lines_per_inch(fit.resolution)};
-  const double x_dpi = page.x_dpi * enlarged, y_dpi = page.y_dpi * enlarged;
+  const bool to_width = fit.fit == FIT_SCALE || (fit.fit == FIT_CENTER && natural > FAX_WIDTH);
+  const double enlarged = to_width ? FAX_WIDTH / natural : 1;
+  const double x_dpi = FAX_X_DPI * enlarged, y_dpi = lines_per_inch(fit.resolution) * enlarged;
+  SourcePicture page = {0, 0, x_dpi, y_dpi};
   const double pixels = std::ceil(natural * enlarged), lines = std::ceil(height * y_dpi / POINT);
   // Also false for what is no number.
-  if (!(pixels >= 1 && lines >= 1 && lines <= LONGEST_PAGE))
+  if (!(pixels >= 1 && pixels <= WIDEST_PICTURE && lines >= 1 && lines <= LONGEST_PAGE))
     return failure("%s: page %d is %g x %g points: no fax page", file.name, number, width, height);
 
   poppler::page_renderer renderer;
   renderer.set_render_hints(poppler::page_renderer::antialiasing | poppler::page_renderer::text_antialiasing);
   renderer.set_image_format(poppler::image::format_gray8);
-  const auto wanted_width = std::min(static_cast<int>(pixels), FAX_WIDTH);
+  const auto wanted_width = std::min(static_cast<int>(pixels), to_width ? FAX_WIDTH : WIDEST_PICTURE);
   const poppler::image image = renderer.render_page(&source, x_dpi, y_dpi, 0, 0, wanted_width, static_cast<int>(lines));
   if (!image.is_valid()) return failure("%s: page %d cannot be rendered", file.name, number);
   page.width = image.width();

@@ -51,6 +51,7 @@ Status read_png(const PictureFile &file, const SourceOptions &, const page_sink 
     return FAILED;
   }
   image.format = PNG_FORMAT_GRAY;
+  image.flags |= PNG_IMAGE_FLAG_16BIT_sRGB;  // 16 bits without gAMA would count as linear light
   SourcePicture page = {static_cast<int32_t>(image.width), static_cast<int32_t>(image.height)};
   page.grey.resize(PNG_IMAGE_SIZE(image));
   constexpr png_color WHITE = {255, 255, 255};

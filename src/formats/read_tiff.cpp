@@ -10,6 +10,7 @@
 
 #include "formats/page_readers.h"
 #include "formats/tiff_file.h"
+#include "formats/turning.h"
 #include "support/handle.h"
 #include "t4/line.h"
 
@@ -32,15 +33,26 @@ void find_density(TIFF *tiff, SourcePicture &page) {
   page.y_dpi = y * per_inch;
 }
 
-/// Whether the page is one bit a pixel in rows from the top, so that its lines can be taken as they are.
+uint16_t orientation_of(TIFF *tiff) {
+  uint16_t orientation = ORIENTATION_TOPLEFT;
+  TIFFGetFieldDefaulted(tiff, TIFFTAG_ORIENTATION, &orientation);
+  return orientation;
+}
+
+/// Whether the directory is a page: not a smaller copy of one, and not a mask.
+bool is_page(TIFF *tiff) {
+  uint32_t kind = 0;
+  TIFFGetFieldDefaulted(tiff, TIFFTAG_SUBFILETYPE, &kind);
+  return !(kind & (FILETYPE_REDUCEDIMAGE | FILETYPE_MASK));
+}
+
+/// Whether the page is one bit a pixel in rows, so that its lines can be taken as they are.
 bool is_bilevel(TIFF *tiff) {
-  uint16_t bits = 1, samples = 1, photometric = PHOTOMETRIC_MINISWHITE, orientation = ORIENTATION_TOPLEFT;
+  uint16_t bits = 1, samples = 1, photometric = PHOTOMETRIC_MINISWHITE;
   TIFFGetFieldDefaulted(tiff, TIFFTAG_BITSPERSAMPLE, &bits);
   TIFFGetFieldDefaulted(tiff, TIFFTAG_SAMPLESPERPIXEL, &samples);
   TIFFGetField(tiff, TIFFTAG_PHOTOMETRIC, &photometric);
-  TIFFGetFieldDefaulted(tiff, TIFFTAG_ORIENTATION, &orientation);
-  return bits == 1 && samples == 1 && photometric <= PHOTOMETRIC_MINISBLACK && orientation == ORIENTATION_TOPLEFT &&
-         !TIFFIsTiled(tiff);
+  return bits == 1 && samples == 1 && photometric <= PHOTOMETRIC_MINISBLACK && !TIFFIsTiled(tiff);
 }
 
 /// Adds a packed line to the page.
@@ -78,8 +90,10 @@ bool read_bilevel(TIFF *tiff, TiffLog &log, SourcePicture &page) {
 bool read_colour(TIFF *tiff, SourcePicture &page) {
   const size_t count = static_cast<size_t>(page.width) * static_cast<size_t>(page.height);
   std::vector<uint32_t> pixels(count);
+  // libtiff mirrors between orientations but never exchanges rows and columns: in its own orientation the picture comes
+  // as it is stored.
   if (!TIFFReadRGBAImageOriented(tiff, static_cast<uint32_t>(page.width), static_cast<uint32_t>(page.height),
-                                 pixels.data(), ORIENTATION_TOPLEFT, 1))
+                                 pixels.data(), orientation_of(tiff), 1))
     return false;
   page.grey.reserve(count);
   for (const uint32_t pixel : pixels) {
@@ -94,7 +108,10 @@ Status read_tiff_page(TIFF *tiff, const char *name, int32_t number, TiffLog &log
   uint32_t width = 0, height = 0;
   TIFFGetField(tiff, TIFFTAG_IMAGEWIDTH, &width);
   TIFFGetField(tiff, TIFFTAG_IMAGELENGTH, &height);
-  if (check_picture_size(name, number, width, height) != DONE) return FAILED;
+  const Turn turn = upright(orientation_of(tiff));
+  if (check_picture_size(name, number, width, height) != DONE ||
+      (turn.transpose && check_picture_size(name, number, height, width) != DONE))
+    return FAILED;
   SourcePicture page = {static_cast<int32_t>(width), static_cast<int32_t>(height)};
   find_density(tiff, page);
   log.error = "no picture";
@@ -103,6 +120,7 @@ Status read_tiff_page(TIFF *tiff, const char *name, int32_t number, TiffLog &log
   const bool read = is_bilevel(tiff) ? read_bilevel(tiff, log, page) : read_colour(tiff, page);
   log.in_pixels = false;
   if (!read) return failure("%s: page %d cannot be read: %s", name, number, log.error.c_str());
+  turn_picture(page, turn);
   return worse(report_tiff_damage(name, number, log), sink(std::move(page)));
 }
 
@@ -151,7 +169,7 @@ Status read_tiff(const PictureFile &file, const SourceOptions &, const page_sink
   Status status = DONE;
   int32_t page = 0;
   do {
-    status = worse(status, read_tiff_page(tiff.get(), file.name, ++page, log, sink));
+    if (is_page(tiff.get())) status = worse(status, read_tiff_page(tiff.get(), file.name, ++page, log, sink));
     if (status == FAILED) return FAILED;
     log.error.clear();
   } while (TIFFReadDirectory(tiff.get()));

@@ -1,0 +1,36 @@
+// Pictures on their side, upside down or mirrored.
+#pragma once
+
+#include <cstdint>
+
+#include "formats/source_picture.h"
+
+namespace tolvane {
+
+/// How a picture is turned: rows and columns are exchanged first, then the picture is mirrored from left to right, then
+/// from top to bottom.
+struct Turn {
+  bool transpose = false, mirror = false, flip = false;
+
+  bool is_none() const { return !transpose && !mirror && !flip; }
+};
+
+/// The turn that shows a picture upright.
+///
+/// @param orientation  a value of the TIFF tag Orientation, 1 to 8; any other counts as 1
+Turn upright(uint16_t orientation);
+
+/// A turn to the right, by 0, 90, 180 or 270 degrees.
+Turn clockwise(int32_t degrees);
+
+/// Turns a picture. Its resolution turns with it.
+void turn_picture(SourcePicture &page, const Turn &turn);
+
+/// Turns packed rows.
+///
+/// @param rows    (width + 7) / 8 bytes each; receives rows of the turned picture
+/// @param width   pixels of a row; receives that of the turned picture
+/// @param height  number of rows; receives that of the turned picture
+void turn_rows(std::vector<uint8_t> &rows, int32_t &width, int32_t &height, const Turn &turn);
+
+}  // namespace tolvane
