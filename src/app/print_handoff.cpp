@@ -2,9 +2,11 @@
 // from outside: whatever is not quoted here could run another program.
 #include "app/print_handoff.h"
 
+#include <signal.h>
 #include <stdio.h>
 #include <stdlib.h>
 
+#include <iterator>
 #include <string>
 #include <string_view>
 
@@ -70,6 +72,18 @@ std::string print_command() {
   return {};
 }
 
+// Runs a command line through the shell, away from the command protocol: standard input is empty, and standard output
+// goes to standard error. Signals that the viewer ignores have their default action again.
+int run_apart(const std::string &command) {
+  constexpr int SIGNALS[] = {SIGPIPE, SIGTTIN, SIGTTOU};
+  struct sigaction standard = {}, saved[std::size(SIGNALS)];
+  standard.sa_handler = SIG_DFL;
+  for (size_t i = 0; i < std::size(SIGNALS); ++i) sigaction(SIGNALS[i], &standard, &saved[i]);
+  const int result = system(("{ " + command + "\n} </dev/null >&2").c_str());
+  for (size_t i = 0; i < std::size(SIGNALS); ++i) sigaction(SIGNALS[i], &saved[i], nullptr);
+  return result;
+}
+
 }  // namespace
 
 int tn_call_ormbrix() {
@@ -80,7 +94,7 @@ int tn_call_ormbrix() {
     fprintf(stderr, "tolvane: print command longer than %zu bytes\n", COMMAND_SIZE - 1);
     return 1;
   }
-  if (system(command.c_str()) < 0) {
+  if (run_apart(command) < 0) {
     perror(command.c_str());
     return 1;
   }

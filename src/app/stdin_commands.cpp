@@ -4,6 +4,7 @@
 
 #include <errno.h>
 #include <limits.h>
+#include <poll.h>
 #include <stdio.h>
 #include <stdlib.h>
 #include <unistd.h>
@@ -27,6 +28,8 @@ namespace {
 [[gnu::used]] const char SCCS_ID[] = "@(#)|stdin_commands|9|01|1|0|0|11/22/26|20:58:00";
 
 constexpr size_t READ_SIZE = 1000;  // maximum bytes of one read; a longer write takes several
+
+constexpr unsigned long BACKGROUND_INTERVAL = 300;  // milliseconds between two looks for the foreground
 
 int32_t page_numb = 1;
 
@@ -160,6 +163,34 @@ bool run_word(const std::string &word, Scan &scan) {
   return false;
 }
 
+// Whether the descriptor is the terminal of a job in the background, for which a read would be an error.
+bool in_background(int fd) {
+  const pid_t foreground = tcgetpgrp(fd);  // fails for anything but the controlling terminal
+  return foreground >= 0 && foreground != getpgrp();
+}
+
+// Whether a reply can be written without waiting for the reader. A pipe that is ready has room for the replies to the
+// commands of one read.
+bool reader_has_room() {
+  pollfd output = {STDOUT_FILENO, POLLOUT, 0};
+  return poll(&output, 1, 0) != 0;
+}
+
+// No event reports that a job comes to the foreground.
+void look_again(XtPointer, XtIntervalId *) {
+  register_stdin_input();
+}
+
+void resume_reading(XtPointer, int *, XtInputId *id) {
+  XtRemoveInput(*id);
+  register_stdin_input();
+}
+
+// The toolkit prefers inputs to X events: without this, the events caused by many commands would accumulate.
+void serve_x_events() {
+  while (XtAppPending(tn_context) & XtIMXEvent) XtAppProcessEvent(tn_context, XtIMXEvent);
+}
+
 }  // namespace
 
 void process_stdin_command(const char *text, int32_t length) {
@@ -172,6 +203,11 @@ void process_stdin_command(const char *text, int32_t length) {
 }
 
 void read_stdin(XtPointer, int *descriptor, XtInputId *id) {
+  if (in_background(*descriptor) || !reader_has_room()) {
+    XtRemoveInput(*id);
+    register_stdin_input();
+    return;
+  }
   char text[READ_SIZE + 2];
   const ssize_t length = read(*descriptor, text, READ_SIZE);
   if (length == 0 || (length < 0 && errno != EINTR && errno != EAGAIN)) {
@@ -181,10 +217,16 @@ void read_stdin(XtPointer, int *descriptor, XtInputId *id) {
   if (length < 2) return;
   text[length] = text[length + 1] = '\0';
   process_stdin_command(text, static_cast<int32_t>(length));
+  serve_x_events();
 }
 
 void register_stdin_input() {
-  XtAppAddInput(tn_context, STDIN_FILENO, reinterpret_cast<XtPointer>(XtInputReadMask), read_stdin, nullptr);
+  if (in_background(STDIN_FILENO))
+    XtAppAddTimeOut(tn_context, BACKGROUND_INTERVAL, look_again, nullptr);
+  else if (!reader_has_room())
+    XtAppAddInput(tn_context, STDOUT_FILENO, reinterpret_cast<XtPointer>(XtInputWriteMask), resume_reading, nullptr);
+  else
+    XtAppAddInput(tn_context, STDIN_FILENO, reinterpret_cast<XtPointer>(XtInputReadMask), read_stdin, nullptr);
 }
 
 }  // namespace tolvane

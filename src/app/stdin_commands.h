@@ -8,7 +8,8 @@
 
 namespace tolvane {
 
-/// Adds standard input to the main loop of `tn_context`.
+/// Adds standard input to the main loop of `tn_context`. Commands are not read while the program is a background job of
+/// the terminal that standard input is, or while the reader of the replies does not keep up; the window works on.
 void register_stdin_input();
 
 /// The Xt input callback: one read of up to 1000 bytes, then every command in it. A read of one byte is ignored. At end

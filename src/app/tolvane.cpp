@@ -10,6 +10,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <initializer_list>
 #include <string>
 
 #include "app/app_state.h"
@@ -137,6 +138,8 @@ int pre_create_init(int argc, char **argv) {
     signal(SIGINT, catch_ctrl_c);
     signal(SIGSEGV, catch_segv);
     signal(SIGBUS, catch_segv);
+    // A reader that is gone, or the terminal of a background job, must not end or stop the window.
+    for (const int ignored : {SIGPIPE, SIGTTIN, SIGTTOU}) signal(ignored, SIG_IGN);
   }
   if (getenv("FAXTRACE")) Tn_trace_on = 1;
   Reduced = 0;

@@ -15,9 +15,9 @@ using namespace tolvane;
 namespace {
 
 /// Makes a script that writes its own path and its arguments, each in angle brackets, to the file RECORD.
-void write_recorder(const TempDir &dir, const std::string &name) {
-  const std::string path =
-      dir.write(name, "#!/bin/sh\nprintf '%s' \"$0\" > \"$RECORD\"\nprintf '<%s>' \"$@\" >> \"$RECORD\"\nexit 3\n");
+void write_recorder(const TempDir &dir, const std::string &name, const std::string &more = {}) {
+  const std::string path = dir.write(
+      name, "#!/bin/sh\nprintf '%s' \"$0\" > \"$RECORD\"\nprintf '<%s>' \"$@\" >> \"$RECORD\"\n" + more + "exit 3\n");
   std::filesystem::permissions(path, std::filesystem::perms::owner_all);
 }
 
@@ -100,7 +100,7 @@ TEST_F(PrintHandOff, AProgramInAnOddOrDeepDirectory) {
 }
 
 TEST_F(PrintHandOff, TheButtonAndTheKeyPrintTheFileShown) {
-  write_recorder(notes, "tolvane_print");
+  write_recorder(notes, "tolvane_print", "cat >> \"$RECORD\"; echo printed; ");
   notes.write("one.fax", marked_document(1, 1));
   notes.write("two.fax", marked_document(2, 2));
   Viewer viewer({"-s", "host", "-p", "lp", "one.fax"}, {}, notes.string());
@@ -109,7 +109,9 @@ TEST_F(PrintHandOff, TheButtonAndTheKeyPrintTheFileShown) {
   };
   viewer.command("x");  // answered once the start is over
   press_button(viewer.window, 0);
+  viewer.program.write("saypage\n");  // not the input of the script, and not its output
   expect("<one.fax><host><lp>");
+  EXPECT_EQ(viewer.replies(2), "page==1\nOK\n");
   viewer.program.write("newfile two.fax\n");
   EXPECT_EQ(viewer.replies(1), "OK\n");
   viewer.press("p 1 100% 0 top");

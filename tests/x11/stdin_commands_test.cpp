@@ -3,8 +3,10 @@
 #include "x11/viewer.h"
 
 #include <cstdio>
+#include <cstring>
 #include <thread>
 
+#include "helpers/fax_bytes.h"
 #include "helpers/temp_dir.h"
 
 namespace {
@@ -117,4 +119,54 @@ TEST_F(StdinCommands, AnotherFileKeepsScaleAndOrientation) {
                  {"newfile none\nsaypage\n", no_file + "OK\npage==1\nOK\n", "", "3 75% 270 top"},
                  {"newfile text saypage\nnextpage\n", "OK\nOK\n", bad_fax, "3 75% 270 top"},
              });
+}
+
+TEST_F(StdinCommands, ABackgroundJobLeavesTheTerminalAloneUntilItIsInTheForeground) {
+  const std::string job = viewer_command({document})[0] + " " + document;
+  ChildProcess terminal({"script", "-qec", "bash -mc '" + job + " & sleep 3; fg'", "/dev/null"});
+  const auto window = [] { return find_window("TolVane", Milliseconds(0)); };
+  ASSERT_TRUE(wait_until([&] { return window() != 0; }));
+  expect_shown(window, "1 100% 0 top");
+  terminal.write("gopage 4\n");
+  std::this_thread::sleep_for(Milliseconds(200));
+  const Area area = area_of(window());
+  click(area.x + 300, area.y + 100);
+  press_key("n");
+  expect_shown(window, "2 100% 0 top");
+  expect_shown(window, "4 100% 0 top");
+}
+
+TEST_F(StdinCommands, TheWindowOutlivesTheReaderOfTheReplies) {
+  const std::string job = viewer_command({document})[0] + " " + document;
+  ChildProcess program({"sh", "-c", job + " | true"});
+  const auto window = [] { return find_window("TolVane", Milliseconds(0)); };
+  for (const auto &[command, shown] : {std::pair{"saypage\n", "1 100% 0 top"}, {"gopage 3\n", "3 100% 0 top"}}) {
+    program.write(command);
+    expect_shown(window, shown);
+  }
+}
+
+TEST_F(StdinCommands, ManyCommandsInOneWriteTakeNoMemoryAndAFullPipeNoAnswer) {
+  const auto resident_pages = [](pid_t pid) {
+    long pages = 0;
+    sscanf(read_file("/proc/" + std::to_string(pid) + "/statm").c_str(), "%*d %ld", &pages);
+    return pages;
+  };
+  Viewer viewer({dir.write("one.fax", fax_bytes("#PAGES:1\n", {blank_page(40)}))});
+  viewer.command("rotate_90");
+  const long before = resident_pages(viewer.program.pid());
+  std::string commands, waiting;
+  for (int i = 0; i < 3000; ++i) commands += "rotate_0 \nrotate_90\n";  // a read takes 100 of them
+  viewer.program.write(commands);
+  EXPECT_EQ(viewer.replies(6000).size(), 6000 * strlen("OK\n"));
+  EXPECT_LT(resident_pages(viewer.program.pid()) - before, 500);  // 2 MB
+
+  // Nobody reads the replies, which are more than a pipe holds: keys work all the same.
+  for (int i = 0; i < 6000; ++i) waiting += "saypage\n\n\n";
+  viewer.program.write(waiting);
+  std::this_thread::sleep_for(Milliseconds(300));
+  const Area area = area_of(viewer.window);
+  click(area.x + 200, area.y + 100);
+  press_key("q");
+  EXPECT_EQ(viewer.program.wait(PATIENCE), 0);
 }
