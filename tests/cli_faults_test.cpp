@@ -9,6 +9,7 @@
 #include "helpers/places.h"
 
 using testing::HasSubstr;
+using testing::Not;
 using Faults = ToolTest;
 
 TEST_F(Faults, BadPagesAreNamedAndNothingIsMade) {
@@ -59,6 +60,40 @@ TEST_F(Faults, InclusionsOfWhatIsNoFileAndOfPagesThatAreNotThereEndAtOnce) {
       EXPECT_LT(done.err.size(), 300U) << line << done.err;
       EXPECT_THAT(done.err, HasSubstr(std::string(line).starts_with("convert") ? "" : complaint)) << line;
     }
+  }
+}
+
+// A page that ends in a make-up code, in MR and in MMR, has no effect on the next one, in the same file or another.
+TEST_F(Faults, DamageOfOnePageStaysInThatPage) {
+  const std::pair<std::string, std::string> cases[] = {{"1", std::string("\x78\x03\x00", 3)},
+                                                       {"3", std::string("\xff\xff\xff\x3f\x37\0\0", 7)}};
+  for (const auto &[coding, bad] : cases) {
+    const std::string head = "#PAGES:1\nRESOLUTION:1\nCOMPRESSION:" + coding + "\n";
+    const std::string good = encoded_page(random_page(1, 20), coding[0] - '0');
+    dir.write("bad.fax", fax_bytes(head, {bad}));
+    dir.write("good.fax", fax_bytes(head, {good}));
+    EXPECT_THAT(run("check bad.fax good.fax").out, HasSubstr("good.fax: good, 1 page, 20 lines")) << coding;
+    run("merge --coding mh both.fax bad.fax good.fax");
+    run("merge --coding mh one.fax good.fax");
+    EXPECT_TRUE(parts("both.fax").records.at(1) == parts("one.fax").records.at(0)) << coding;
+    std::filesystem::remove(dir.path("both.fax"));
+    std::filesystem::remove(dir.path("one.fax"));
+  }
+}
+
+// A megabyte of one-bit lines is eight million of them.
+TEST_F(Faults, LinesOfOneBitTakeNoMemory) {
+  dir.write("a.fax", fax_bytes("#PAGES:1\nRESOLUTION:1\nCOMPRESSION:3\n", {std::string(1 << 20, '\xff')}));
+  const std::pair<const char *, const char *> cases[] = {
+      {"info a.fax", ""},
+      {"check a.fax", "good"},
+      {"extract a.fax a.pbm", "8388607 lines are more than 65535"},
+      {"merge --resolution normal b.fax a.fax", "8388607 lines are more than 65535"},
+  };
+  for (const auto &[line, told] : cases) {
+    const ToolRun done = shell("ulimit -v 250000; exec $tool " + std::string(line));
+    EXPECT_THAT(done.out + done.err, HasSubstr(told));
+    EXPECT_THAT(done.err, Not(HasSubstr("memory"))) << line;
   }
 }
 

@@ -112,7 +112,10 @@ Status code_pages(const PageInput &input, int32_t coding, int32_t resolution, in
                        LONGEST_PAGE);
       if (++count > MOST_RECORDS) return failure("more than %d pages in one file", MOST_RECORDS);
       progress.step();
-      return append_record(fd, encode_page(lines, coding, resolution));
+      std::vector<uint8_t> record;
+      return encode_page(input_name(file).c_str(), lines, coding, resolution, record) == DONE
+                 ? append_record(fd, record)
+                 : FAILED;
     });
     status = worse(status, read);
     if (status == FAILED) return FAILED;

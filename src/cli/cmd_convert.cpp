@@ -79,7 +79,7 @@ Status report_damaged_pages(const FaxDocument &document) {
     DecodedPage decoded;
     const auto size = static_cast<ssize_t>(record.size());
     if (pread(document.fd.get(), record.data(), record.size(), place.offset + 4) == size)
-      decode_page(document.name(), number, record, document.coding, decoded);
+      count_lines(document.name(), number, record, document.coding, decoded);
   }
   return damaged_pages.empty() ? DONE : DAMAGED;
 }

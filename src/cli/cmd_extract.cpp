@@ -73,11 +73,11 @@ struct PagesOut {
     const Status decode = decode_page(document.name(), page, found.record, found.coding, decoded);
     if (decode == FAILED) return false;
     status = worse(status, decode);
-    if (decoded.line_count() == 0) {
+    if (decoded.count == 0) {
       complain("%s: page %d has no lines and is left out", document.name(), page);
       return false;
     }
-    picture = {FAX_WIDTH, decoded.line_count(), FAX_X_DPI, lines_per_inch(found.resolution), std::move(decoded.lines)};
+    picture = {FAX_WIDTH, decoded.count, FAX_X_DPI, lines_per_inch(found.resolution), std::move(decoded.lines)};
     if (square) make_square(picture);
     return true;
   }

@@ -85,7 +85,7 @@ Status run() {
   }
   if (read_fax_page(document, page_wanted, page) != DONE) return FAILED;
   DecodedPage decoded;
-  const Status damage = decode_page(document.name(), page_wanted, page.record, document.coding, decoded);
+  const Status damage = count_lines(document.name(), page_wanted, page.record, document.coding, decoded);
   if (damage == FAILED) return FAILED;
   if (set_view(document) != DONE) return FAILED;
   PagePicture picture = rendered(page, document.coding);

@@ -1,62 +1,52 @@
-// Lines to record and back, through the library's one encoder and one decoder. Both take plain functions and keep
-// process-wide state, hence the file-local variables: one page at a time.
+// Lines to record and back, through the codec core: every page from a fresh state.
 #include "document/page_coding.h"
 
 #include <algorithm>
 
 #include "formats/fax_lines.h"
-#include "t4/damage.h"
-#include "t4/enct4.h"
+#include "t4/codec.h"
 #include "t4/line.h"
-#include "t4/t4dec.h"
 
 namespace tolvane {
 namespace {
 [[gnu::used]] const char SCCS_ID[] = "@(#)|page_coding|9|01|1|0|0|11/22/26|22:10:00";
 
-constexpr int32_t DEC_EOL = 9999;  // the token that ends a line of MH
-constexpr size_t EOL_ZEROS = 11;   // zeros in front of the one of an EOL (ITU-T T.4, 4.1.2)
+constexpr size_t EOL_ZEROS = 11;  // zeros in front of the one of an EOL (ITU-T T.4, 4.1.2)
 
-std::span<const uint8_t> lines_to_code;  // given to the encoder in one batch, then empty
-std::vector<uint8_t> *coded;
-
-DecodedPage *decoding;
-int32_t runs_of_line;   // runs since the last end of line
-int32_t lines_missing;  // that the decoder passed over
-
-int32_t give_lines(const uint8_t **lines, int32_t *count) {
-  if (lines_to_code.empty()) return -1;
-  *lines = lines_to_code.data();
-  *count = static_cast<int32_t>(lines_to_code.size() / LINE_BYTES);
-  lines_to_code = {};
-  return LINE_BYTES;
-}
-
-int32_t take_words(const uint16_t *words, int32_t count) {
-  for (const uint16_t word : std::span(words, static_cast<size_t>(count))) {
-    coded->push_back(static_cast<uint8_t>(word & 0xFF));
-    coded->push_back(static_cast<uint8_t>(word >> 8));
-  }
-  return count;
-}
-
-void take_run(int32_t) {
-  ++runs_of_line;
-}
-
-void take_line(const uint8_t *line, uint32_t size) {
-  decoding->lines.insert(decoding->lines.end(), line, line + size);
-  runs_of_line = 0;
-}
-
-/// Whether the decoder gives nothing in place of such a line.
+// Whether the decoder gives nothing in place of such a line.
 bool is_missing(Damage kind) {
   return kind == Damage::skipped_line || kind == Damage::lost_start;
 }
 
-void take_damage(Damage kind) {
-  decoding->damage.push_back({decoding->line_count() + lines_missing + 1, kind});
-  if (is_missing(kind)) ++lines_missing;
+// A decode in progress. Of a page that is only counted, `lines` has the last line.
+struct Decoding {
+  DecodedPage &page;
+  bool keep_lines;
+  int32_t runs = 0;     // since the last end of line
+  int32_t missing = 0;  // lines that the decoder passed over
+};
+
+Decoding &decoding_of(void *context) {
+  return *static_cast<Decoding *>(context);
+}
+
+void take_run(void *context, int32_t) {
+  ++decoding_of(context).runs;
+}
+
+void take_line(void *context, const uint8_t *line, uint32_t size) {
+  Decoding &decoding = decoding_of(context);
+  std::vector<uint8_t> &lines = decoding.page.lines;
+  if (!decoding.keep_lines) lines.clear();
+  if (decoding.page.count < LONGEST_DECODED || !decoding.keep_lines) lines.insert(lines.end(), line, line + size);
+  ++decoding.page.count;
+  decoding.runs = 0;
+}
+
+void take_damage(void *context, Damage kind) {
+  Decoding &decoding = decoding_of(context);
+  decoding.page.damage.push_back({decoding.page.count + decoding.missing + 1, kind});
+  if (is_missing(kind)) ++decoding.missing;
 }
 
 bool bit_at(std::span<const uint8_t> record, size_t bit) {
@@ -84,84 +74,105 @@ std::vector<uint8_t> without_rtc(std::span<const uint8_t> record) {
   return kept;
 }
 
-/// The decoder gives a white line for the EOL at the head of a page and keeps the line behind the last EOL back.
-void decode_MH(std::span<const uint8_t> record) {
-  const std::vector<uint8_t> data = without_rtc(record);
-  t4dec(data.data(), static_cast<uint32_t>(data.size()), COMP_MH, take_run, take_line, nullptr);
-  if (runs_of_line > 0) putrunlen(0, DEC_EOL, take_run, take_line, nullptr);
-  if (decoding->lines.empty()) return;
-  decoding->lines.erase(decoding->lines.begin(), decoding->lines.begin() + LINE_BYTES);
-  for (LineDamage &damage : decoding->damage) damage.line = std::max(damage.line - 1, 1);
+LineSink sink_of(Decoding &decoding) {
+  return {&decoding, nullptr, take_line, nullptr, take_damage};
 }
 
-/// The decoder leaves the runs undone whose codes end in the last byte, and pages that were not made here need not have
-/// fill behind them: that byte of fill is put there.
-void decode_MR(std::span<const uint8_t> record) {
+// The decoder gives a white line for the EOL at the head of a page and keeps the line behind the last EOL back.
+void decode_MH(Decoder &decoder, std::span<const uint8_t> record, Decoding &decoding) {
+  DecodedPage &page = decoding.page;
+  LineSink sink = sink_of(decoding);
+  sink.found_run = take_run;
+  decoder.decode(without_rtc(record), COMP_MH, FAX_WIDTH, sink);
+  if (decoding.runs > 0) decoder.end_line(sink);
+  if (page.count == 0) return;
+  --page.count;
+  page.lines.erase(page.lines.begin(), page.lines.begin() + LINE_BYTES);
+  for (LineDamage &damage : page.damage) damage.line = std::max(damage.line - 1, 1);
+}
+
+// The decoder leaves the runs undone whose codes end in the last byte, and pages that were not made here need not have
+// fill behind them: that byte of fill is put there.
+void decode_MR(Decoder &decoder, std::span<const uint8_t> record, Decoding &decoding) {
   std::vector<uint8_t> data(record.begin(), record.end());
   data.push_back(0);
-  t4dec(data.data(), static_cast<uint32_t>(data.size()), COMP_MR, nullptr, take_line, nullptr);
+  decoder.decode(data, COMP_MR, FAX_WIDTH, sink_of(decoding));
 }
 
-/// The decoder gives a white line after the last one, or in its place what there is of an unfinished line.
-void decode_MMR(std::span<const uint8_t> record) {
-  const int done = t4dec(record.data(), static_cast<uint32_t>(record.size()), COMP_MMR, nullptr, take_line, nullptr);
-  const auto &lines = decoding->lines;
-  const bool white = std::all_of(lines.end() - std::min<ptrdiff_t>(LINE_BYTES, std::ssize(lines)), lines.end(),
-                                 [](uint8_t byte) { return byte == 0; });
-  if (done && !lines.empty() && white) decoding->lines.resize(lines.size() - LINE_BYTES);
+// The decoder gives a white line after the last one, or in its place what there is of an unfinished line.
+void decode_MMR(Decoder &decoder, std::span<const uint8_t> record, Decoding &decoding) {
+  DecodedPage &page = decoding.page;
+  const DecodeResult result = decoder.decode(record, COMP_MMR, FAX_WIDTH, sink_of(decoding));
+  const auto last = page.lines.end() - std::min<ptrdiff_t>(LINE_BYTES, std::ssize(page.lines));
+  const bool white = std::all_of(last, page.lines.end(), [](uint8_t byte) { return byte == 0; });
+  if (result != DecodeResult::done || page.count == 0 || !white) return;
+  --page.count;
+  page.lines.erase(last, page.lines.end());
 }
 
-void decode_record(std::span<const uint8_t> record, int32_t coding, DecodedPage &page) {
-  decoding = &page;
-  runs_of_line = lines_missing = 0;
-  t4dec_set_pixel_width(FAX_WIDTH);
-  t4dec_set_damage_callback(take_damage);
-  if (coding == COMP_MH) decode_MH(record);
-  if (coding == COMP_MMR) decode_MMR(record);
-  if (coding == COMP_MR) decode_MR(record);
-  t4dec_set_damage_callback(nullptr);
+// Decodes a page and reports its damage.
+Status decode(const char *name, int32_t number, std::span<const uint8_t> record, int32_t coding, Decoding &&decoding) {
+  DecodedPage &page = decoding.page;
+  page = {};
+  if (coding != COMP_MH && coding != COMP_MR && coding != COMP_MMR)
+    return failure("%s: page %d: pages in %s cannot be decoded", name, number, coding_name(coding));
+  if (record.empty()) return DONE;
+  Decoder decoder;
+  if (coding == COMP_MH) decode_MH(decoder, record, decoding);
+  if (coding == COMP_MMR) decode_MMR(decoder, record, decoding);
+  if (coding == COMP_MR) decode_MR(decoder, record, decoding);
+  if (decoding.keep_lines && page.count > LONGEST_DECODED)
+    return failure("%s: page %d: %d lines are more than %d, and are not decoded", name, number, page.count,
+                   LONGEST_DECODED);
+  return report_damage(name, number, page.damage.size(), [&](size_t i) {
+    return "line " + std::to_string(page.damage[i].line) + ": " + damage_text(page.damage[i].kind);
+  });
 }
 
 }  // namespace
 
-int32_t DecodedPage::line_count() const {
-  return static_cast<int32_t>(lines.size() / LINE_BYTES);
-}
-
 int32_t DecodedPage::coded_lines() const {
   const auto missing = [](const LineDamage &place) { return is_missing(place.kind); };
-  return line_count() + static_cast<int32_t>(std::count_if(damage.begin(), damage.end(), missing));
+  return count + static_cast<int32_t>(std::count_if(damage.begin(), damage.end(), missing));
 }
 
 int32_t DecodedPage::damaged_lines() const {
-  int32_t count = 0, last = 0;
+  int32_t damaged = 0, last = 0;
   for (const LineDamage &place : damage) {
-    if (place.line != last) ++count;
+    if (place.line != last) ++damaged;
     last = place.line;
   }
-  return count;
+  return damaged;
 }
 
-std::vector<uint8_t> encode_page(std::span<const uint8_t> lines, int32_t coding, int32_t resolution) {
-  std::vector<uint8_t> record;
-  coded = &record;
-  lines_to_code = lines;
-  encode_g3_fax(give_lines, take_words, coding, resolution);
+Status encode_page(const char *name, std::span<const uint8_t> lines, int32_t coding, int32_t resolution,
+                   std::vector<uint8_t> &record) {
+  record.clear();
+  const CodeSink sink = {&record, [](void *context, const uint8_t *bytes, size_t count) {
+                           auto &code = *static_cast<std::vector<uint8_t> *>(context);
+                           code.insert(code.end(), bytes, bytes + count);
+                           return true;
+                         }};
+  Encoder encoder;
+  const auto line_count = static_cast<int32_t>(lines.size() / LINE_BYTES);
+  EncodeResult result = encoder.begin(coding, resolution, sink);
+  if (result == EncodeResult::done && line_count > 0) result = encoder.add(lines.data(), LINE_BYTES, line_count);
+  if (result == EncodeResult::done) result = encoder.end();
+  if (result != EncodeResult::done) return failure("%s: a page cannot be coded: out of memory", name);
   if (coding == COMP_MR) record.insert(record.end(), {0, 0});
-  return record;
+  return DONE;
 }
 
-Status decode_page(const char *name, int32_t page, std::span<const uint8_t> record, int32_t coding,
-                   DecodedPage &decoded) {
-  decoded.lines.clear();
-  decoded.damage.clear();
-  if (coding != COMP_MH && coding != COMP_MR && coding != COMP_MMR)
-    return failure("%s: page %d: pages in %s cannot be decoded", name, page, coding_name(coding));
-  if (record.empty()) return DONE;
-  decode_record(record, coding, decoded);
-  return report_damage(name, page, decoded.damage.size(), [&](size_t i) {
-    return "line " + std::to_string(decoded.damage[i].line) + ": " + damage_text(decoded.damage[i].kind);
-  });
+Status decode_page(const char *name, int32_t number, std::span<const uint8_t> record, int32_t coding,
+                   DecodedPage &page) {
+  return decode(name, number, record, coding, {page, true});
+}
+
+Status count_lines(const char *name, int32_t number, std::span<const uint8_t> record, int32_t coding,
+                   DecodedPage &page) {
+  const Status status = decode(name, number, record, coding, {page, false});
+  page.lines.clear();
+  return status;
 }
 
 const char *damage_text(Damage kind) {

@@ -8,7 +8,7 @@
 #include <vector>
 
 #include "io/report.h"
-#include "t4/damage.h"
+#include "t4/line_sink.h"
 
 namespace tolvane {
 
@@ -20,31 +20,43 @@ struct LineDamage {
 
 /// A decoded page.
 struct DecodedPage {
-  std::vector<uint8_t> lines;      ///< line bitmaps of 216 bytes, one after another
+  std::vector<uint8_t> lines;      ///< line bitmaps of 216 bytes, one after another, if they were wanted
+  int32_t count = 0;               ///< how many lines the page has
   std::vector<LineDamage> damage;  ///< in the order of the lines; several may be at one line
 
-  int32_t line_count() const;
   /// Lines of the record: those that were decoded, and those that are missing because of damage in front of them.
   int32_t coded_lines() const;
   /// Number of lines with any damage.
   int32_t damaged_lines() const;
 };
 
+/// Lines of the longest page whose lines are kept: at one bit a line, a small record has millions.
+constexpr int32_t LONGEST_DECODED = 65535;
+
 /// Codes lines as a page record.
 ///
+/// @param name        for messages
 /// @param lines       line bitmaps of 216 bytes, one after another
 /// @param coding      0 MH, 1 MR, 3 MMR
 /// @param resolution  vertical resolution code, which sets how often MR codes a line on its own
-/// @return the record. One in MR ends in a word of zeros: a last code that took the very last bit would not be read
-std::vector<uint8_t> encode_page(std::span<const uint8_t> lines, int32_t coding, int32_t resolution);
+/// @param record      receives the record. One in MR ends in a word of zeros: a last code that took the very last bit
+///                    would not be read
+/// @return DONE, or FAILED after a message
+Status encode_page(const char *name, std::span<const uint8_t> lines, int32_t coding, int32_t resolution,
+                   std::vector<uint8_t> &record);
 
 /// Decodes a page record as far as possible and reports its damage, line by line: "name: page 2: line 17: an invalid
 /// code".
 ///
-/// @param name, page  for messages: the document and the number of the page in it
-/// @return DONE; DAMAGED; FAILED after a message if there is no decoder for the coding
-Status decode_page(const char *name, int32_t page, std::span<const uint8_t> record, int32_t coding,
-                   DecodedPage &decoded);
+/// @param name, number  for messages: the document and the number of the page in it
+/// @return DONE; DAMAGED; FAILED after a message if there is no decoder for the coding, or the page has more than
+///         LONGEST_DECODED lines
+Status decode_page(const char *name, int32_t number, std::span<const uint8_t> record, int32_t coding,
+                   DecodedPage &page);
+
+/// The same without the lines, of a page of any length.
+Status count_lines(const char *name, int32_t number, std::span<const uint8_t> record, int32_t coding,
+                   DecodedPage &page);
 
 /// What a kind of damage is, for messages.
 const char *damage_text(Damage kind);

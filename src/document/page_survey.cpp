@@ -18,7 +18,7 @@ Status survey_page(const FaxDocument &document, PageFacts &facts) {
   facts.readable = true;
   facts.bytes = std::ssize(found.record);
   DecodedPage decoded;
-  const Status status = decode_page(document.name(), facts.page, found.record, found.coding, decoded);
+  const Status status = count_lines(document.name(), facts.page, found.record, found.coding, decoded);
   facts.lines = decoded.coded_lines();
   facts.damaged_lines = decoded.damaged_lines();
   facts.damage = decoded.damage;

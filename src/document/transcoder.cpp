@@ -36,15 +36,17 @@ Status Transcoder::open(const OutputFile &output, int32_t coding, int32_t resolu
 Status Transcoder::add(const FaxDocument &document, int32_t page) {
   FaxPage found;
   if (read_fax_page(document, page, found) != DONE) return FAILED;
+  const int32_t resolution = found.resolution < 0 ? 0 : found.resolution;
+  const bool as_it_is = found.coding == coding_ && resolution == resolution_;
   DecodedPage decoded;
-  const Status status = decode_page(document.name(), page, found.record, found.coding, decoded);
+  const Status status =
+      (as_it_is ? count_lines : decode_page)(document.name(), page, found.record, found.coding, decoded);
   if (status == FAILED) return FAILED;
 
-  const int32_t resolution = found.resolution < 0 ? 0 : found.resolution;
   if (resolution != resolution_ && (resolution > 1 || !change_resolution(decoded.lines, resolution, resolution_)))
     return failure("%s: page %d cannot be brought to the resolution of the others", document.name(), page);
-  if (found.coding != coding_ || resolution != resolution_)
-    found.record = encode_page(decoded.lines, coding_, resolution_);
+  if (!as_it_is && encode_page(document.name(), decoded.lines, coding_, resolution_, found.record) != DONE)
+    return FAILED;
   if (++count_ > MOST_RECORDS) return failure("more than %d pages in one file", MOST_RECORDS);
   return append_record(spool_.get(), found.record) == DONE ? status : FAILED;
 }
