@@ -94,3 +94,35 @@ TEST_F(TraceConfig, StandardStreamsAndTheFallback) {
   EXPECT_EQ(without_times(testing::internal::GetCapturedStderr()),
             "t. on stderr\nopen_trace_file:  Couldn't open trace file '/no/dir/x', using stdout, errno=2\n");
 }
+
+// In directories that others can write, neither TRACES nor a trace file is what somebody else has put there.
+TEST_F(TraceConfig, WhatOthersPutThereIsNotFollowed) {
+  const auto traces = [&](const char *text) {
+    testing::internal::CaptureStdout();
+    testing::internal::CaptureStderr();
+    edit(text);
+    open_trace_file("p.");
+    tr_puts("line");
+    open_trace_file("p.");
+    const bool refused = testing::internal::GetCapturedStderr().find("Couldn't open") != std::string::npos;
+    testing::internal::GetCapturedStdout();
+    return refused;
+  };
+  chmod("work", 0777);
+  dir_.write("mine", "mine");
+  EXPECT_EQ(symlink("../mine", "work/trace_link"), 0);
+  EXPECT_EQ(link("mine", "work/trace_hard"), 0);
+  EXPECT_EQ(mkfifo("work/trace_fifo", 0666), 0);
+  for (const char *text : {"p. - link over\n", "p. - hard over\n", "p. - fifo\n"}) EXPECT_TRUE(traces(text)) << text;
+  EXPECT_EQ(read_file("mine"), "mine");
+  EXPECT_FALSE(traces("p. - plain\n"));
+
+  char path[PATH_LIMIT];
+  struct stat status;
+  chmod("TRACES", 0666);
+  EXPECT_EQ(find_trace_config_file(path, &status), 0);
+  std::filesystem::remove("TRACES");
+  EXPECT_EQ(mkfifo("exec/TRACES", 0600), 0);
+  EXPECT_EQ(open_trace_file("p."), 1);
+  EXPECT_EQ(tr_is_trace_on(), 0);
+}

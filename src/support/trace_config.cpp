@@ -4,16 +4,20 @@
 #include "support/trace_config.h"
 
 #include <errno.h>
+#include <fcntl.h>
 #include <stdlib.h>
 #include <string.h>
 #include <strings.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <cstdint>
 #include <cstdio>
+#include <string>
 #include <string_view>
 
 #include "support/file.h"
+#include "support/handle.h"
 #include "support/strlib.h"
 #include "support/trace.h"
 #include "support/whitespace.h"
@@ -65,12 +69,30 @@ int tr_close() {
 }
 
 namespace {
-// Whether directory and separator lead to a TRACES; a name that does not fit leads nowhere.
+// The working directory may be anybody's. What lies there counts if it is the user's or root's, and nobody else's to
+// write.
+bool is_trusted(const struct stat &status) {
+  return S_ISREG(status.st_mode) && (status.st_uid == geteuid() || status.st_uid == 0) && !(status.st_mode & S_IWOTH);
+}
+
+// Whether directory and separator lead to a TRACES; a name that does not fit leads nowhere. Without a directory it is
+// the working directory.
 bool is_config(char *path, struct stat *status, const char *directory, const char *separator) {
   const int length = snprintf(path, PATH_LIMIT, "%s%sTRACES", directory, separator);
   if (length < 0 || static_cast<size_t>(length) >= PATH_LIMIT) return false;
   if (Debug) printf("looking for file '%s'\n", path);
-  return stat(path, status) == 0;
+  return stat(path, status) == 0 && (*directory || is_trusted(*status));
+}
+
+// Opens TRACES to read, if it is still what it was when it was found: no FIFO is waited for.
+FILE *open_config(const char *path) {
+  Descriptor file(open(path, O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC));
+  struct stat status;
+  if (!file || fstat(file.get(), &status) != 0 || !S_ISREG(status.st_mode)) return nullptr;
+  if (!strchr(path, '/') && !is_trusted(status)) return nullptr;
+  FILE *stream = fdopen(file.get(), "r");
+  if (stream) file.release();
+  return stream;
 }
 }  // namespace
 
@@ -139,7 +161,7 @@ int check_trace_config_file(const char *name, char *on_off, char *output, char *
   }
   const int32_t modified = static_cast<int32_t>(status.st_mtime);
   if (strcmp(Trace_config_filename, last_config) == 0 && last_update >= modified) return 3;
-  FILE *file = fopen(Trace_config_filename, "re");
+  FILE *file = open_config(Trace_config_filename);
   if (!file) return 1;
   last_update = modified;
   copy_text(last_config, sizeof last_config, Trace_config_filename);
@@ -203,6 +225,31 @@ int trace_to_stream(const char *program, const char *output, FILE *stream) {
   return turn_on(program, stream);
 }
 
+// Whether anybody may make files in the directory of a path.
+bool is_shared_directory(const char *path) {
+  std::string directory = path;
+  struct stat status;
+  return stat(dirname(directory.data()), &status) != 0 || (status.st_mode & S_IWOTH);
+}
+
+// Opens the trace file. It is a regular file and the user's own; in a directory where others may make files it is no
+// link to another one.
+FILE *open_output(const char *path, bool overwrite) {
+  const bool shared = is_shared_directory(path);
+  Descriptor file(
+      open(path, O_WRONLY | O_CREAT | O_APPEND | O_NONBLOCK | O_NOCTTY | O_CLOEXEC | (shared ? O_NOFOLLOW : 0), 0666));
+  struct stat status;
+  if (!file || fstat(file.get(), &status) != 0) return nullptr;
+  if (!S_ISREG(status.st_mode) || status.st_uid != geteuid() || (shared && status.st_nlink > 1)) {
+    errno = EPERM;
+    return nullptr;
+  }
+  if (overwrite && ftruncate(file.get(), 0) != 0) return nullptr;
+  FILE *stream = fdopen(file.get(), "a");
+  if (stream) file.release();
+  return stream;
+}
+
 int trace_to_file(const char *program, const TraceLine &line) {
   char path[PATH_LIMIT + TRACE_OUTPUT_SIZE + sizeof "/trace_"];
   if (*line.output == '/')
@@ -215,7 +262,7 @@ int trace_to_file(const char *program, const TraceLine &line) {
   }
   close_trace_file("open_trace_file: Closing old trace file before rescaning\n");
   const bool overwrite = *line.mode == 'O' || *line.mode == 'o';
-  FILE *file = fopen(path, overwrite ? "we" : "ae");
+  FILE *file = open_output(path, overwrite);
   copy_text(Trace_filename, sizeof Trace_filename, path);
   if (file) return turn_on(program, file);
   fprintf(stderr, "open_trace_file:  Couldn't open trace file '%s', using stdout, errno=%d\n", path, errno);
