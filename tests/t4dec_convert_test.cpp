@@ -101,8 +101,14 @@ TEST(ChangeFormat, LeavesTheSourceAloneUnlessItSucceeds) {
   const std::string path = dir.write("a.fax", good), precious = dir.write("precious", "kept");
   expect(0, said + "Failed to open FILE to determine compression\n", dir.path("none"), 3);
   expect(0, said + "Failure opening FILE.\n", dir.write(std::string(255, 'n'), good), 3);
-  std::filesystem::create_symlink(precious, path + "." + std::to_string(getpid()));
+  const std::string temporary = path + "." + std::to_string(getpid());
+  std::filesystem::create_directory(temporary);
   expect(0, said + "Failure opening FILE.\n", path, 3);
+  std::filesystem::remove(temporary);
+  std::filesystem::create_symlink(precious, temporary);
+  std::filesystem::permissions(path, std::filesystem::perms::owner_read);
+  expect(1, "", path, 3);
   EXPECT_EQ(read_file(precious), "kept");
-  EXPECT_EQ(dir.entries(), 4);
+  EXPECT_EQ(std::filesystem::status(path).permissions(), std::filesystem::perms::owner_read);
+  EXPECT_EQ(dir.entries(), 3);
 }

@@ -164,6 +164,11 @@ void Replacement::discard() {
   file_.reset();
 }
 
+void Replacement::leave() {
+  working_path_.clear();
+  file_.reset();
+}
+
 void Replacement::name_changes(bool exists) {
   if (options_.on_name) options_.on_name(working_path_.c_str(), exists);
 }

@@ -50,6 +50,8 @@ class Replacement {
   bool commit();
   /// Removes the file. A Replacement can begin again.
   void discard();
+  /// Leaves the incomplete file under its working name.
+  void leave();
 
  private:
   bool create();

@@ -6,10 +6,10 @@
 namespace tolvane {
 
 /// Rewrites the fax file `path` in another page coding, page by page, and its `COMPRESSION` with it. The new file
-/// replaces the old one in one step, complete and on disk; until then it stands beside it as `path`, a dot and the
-/// process id. On failure the old file is untouched and no new one stays, except the complete new file if only the
-/// replacement failed. Sets the line width to 1728 for the process. One conversion at a time, and no decoding beside
-/// it.
+/// replaces the old one in one step, complete and on disk, and keeps its mode and owner; until then it is beside it as
+/// `path`, a dot and the process id, in place of any file of that name. On failure the old file is untouched and no new
+/// one stays, except the complete new file if only the replacement failed. Sets the line width to 1728 for the process.
+/// One conversion at a time.
 ///
 /// The new page holds the lines that the decoder delivers: bad lines repeated or left out as it does for the coding, a
 /// white line more at the head of a page from MH and at the end of a page from MMR.
