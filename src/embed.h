@@ -9,6 +9,7 @@
 #include "motif_lists.h"
 #include "motif_tree.h"
 #include "motif_utils.h"
+#include "notice.h"
 #include "open_view.h"
 #include "pagescope.h"
 #include "presentation.h"

@@ -2,6 +2,10 @@
 // page cycle paints and resizes it.
 #include "app/open_view.h"
 
+#include <strings.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
 #include "app/app_state.h"
 #include "app/key_bindings.h"
 #include "app/resource_defaults.h"
@@ -11,6 +15,7 @@
 #include "ui/window/bx_tolvane_create_gui.h"
 #include "ui/bx_tolvane_utils.h"
 #include "ui/motif_utils.h"
+#include "ui/notice.h"
 #include "ui/widgets.h"
 #include "view/view_state.h"
 
@@ -60,6 +65,22 @@ void close_by_dismissing() {
   XmAddProtocolCallback(tn_Shell000, protocols, delete_window, bx_exit_cb, nullptr);
 }
 
+// Whether messages are also shown in dialogs: as the resource showMessages says; else if neither a terminal nor a
+// parent program is there to show them, as after a start from a desktop.
+bool wants_notices(Display *display) {
+  char *type = nullptr;
+  XrmValue value;
+  if (XrmGetResource(XtDatabase(display), "tolvane.showMessages", "Tolvane.ShowMessages", &type, &value) &&
+      strcasecmp(value.addr, "auto") != 0)
+    return strcasecmp(value.addr, "true") == 0 || strcasecmp(value.addr, "on") == 0;
+  const auto has_reader = [](int fd) {
+    struct stat status;
+    return isatty(fd) ||
+           (fstat(fd, &status) == 0 && (S_ISFIFO(status.st_mode) || (fd == STDIN_FILENO && S_ISSOCK(status.st_mode))));
+  };
+  return !Api && !has_reader(STDIN_FILENO) && !has_reader(STDERR_FILENO);
+}
+
 void create_window() {
   Arg args[4];
   XtSetArg(args[0], XmNtitle, Api ? "Sorbex KT Fax Viewer" : "TolVane");
@@ -85,6 +106,7 @@ Display *open_display(int *argc, char **argv) {
 }
 
 int open_window(Display *display, int argc, char **argv) {
+  if (wants_notices(display)) enable_notices(display);
   if (pre_create_init(argc, argv) != 0) return 1;
   if (!AppShell) prepare_toolkit(display);
   if (!tn_Shell000) create_window();

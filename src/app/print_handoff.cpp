@@ -13,6 +13,7 @@
 #include "app/app_state.h"
 #include "support/file.h"
 #include "support/handle.h"
+#include "ui/notice.h"
 #include "view/view_state.h"
 
 namespace tolvane {
@@ -69,6 +70,9 @@ std::string print_command() {
   if (const Block<char> script{find_executable("tolvane_print")}) return script_command(script.get());
   if (const Block<char> program{find_executable("ormbrix2")}) return program_command(program.get());
   fputs("\aCouldn't find script 'tolvane_print' or executable 'ormbrix2'\n", stderr);
+  notify_user(
+      "There is no print program. Put a script named tolvane_print\ninto a directory of PATH, or install the package "
+      "tolvane.");
   return {};
 }
 

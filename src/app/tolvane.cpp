@@ -19,6 +19,7 @@
 #include "app/tn_api_functions.h"
 #include "app/usage.h"
 #include "ui/motif_utils.h"
+#include "ui/notice.h"
 #include "ui/widgets.h"
 #include "view/screen/pagescope.h"
 #include "view/screen/presentation.h"
@@ -36,11 +37,15 @@ char env_str[4096];  // `putenv` keeps the pointer
 
 // Stand-alone the process ends, embedded the caller returns this result.
 int give_up() {
+  wait_for_notices();
   if (!Api) leave(1);
   return 1;
 }
 
 int misused() {
+  notify_user(
+      "tolvane needs the name of a fax file.\nOpen one from the file manager, or give the name on the command line.");
+  wait_for_notices();
   if (!Api) tolvane_syntax();
   fputs("tolvane: missing fax file name, or no name after -p or -s\n", stderr);
   return 1;
@@ -48,6 +53,8 @@ int misused() {
 
 int too_long(const char *what, size_t size) {
   fprintf(stderr, "tolvane: %s longer than %zu bytes\n", what, size - 1);
+  notify_user(std::string("The ") + what + " is longer than " + std::to_string(size - 1) +
+              " bytes.\nGive the file a shorter name, or a link to it.");
   return give_up();
 }
 
@@ -150,14 +157,19 @@ int pre_create_init(int argc, char **argv) {
   }
   struct stat status;
   if (stat(Fullpath_fax_filename, &status) == 0) return 0;
+  const int fault = errno;
   fprintf(stderr, "Can't find file '%s'.\n", Fullpath_fax_filename);
+  notify_user(std::string("The file ") + Fullpath_fax_filename + "\ncannot be opened: " + strerror(fault) + ".");
   return give_up();
 }
 
 int post_create_init() {
   get_scrollbar_variables();
   set_least_size();
-  if (generate_view() != 0) return 1;
+  if (generate_view() != 0) {
+    wait_for_notices();
+    return 1;
+  }
   refresh_view();
   if (!Api) {
     register_stdin_input();

@@ -125,3 +125,12 @@ TEST_F(Pagescope, CentresThePageAfterAChangeOfScale) {
   for (const int percent : {75, 100}) view_size_cb(percent);
   EXPECT_EQ(resource<int>(bar, XmNvalue), 25);
 }
+
+TEST_F(Pagescope, PutsTheSliderBackIfThePageCannotBeRead) {
+  const std::string bytes = fax_bytes("#PAGES:2\nRESOLUTION:1\n", {blank_page(400), "abcd"});
+  view_arbitrary_fax(dir_.write("cut.fax", bytes.substr(0, bytes.size() - 1)).c_str());
+  expect("[Pages: 2] [Fine Res] [400 Lines] 1-2: 1, 0 200");
+  const Area slider = area_of(scale);
+  drag(slider.x + 8, slider.y + 22, slider.x + 90, slider.y + 22);
+  expect("[Pages: 2] [Fine Res] [400 Lines] 1-2: 1, 0 200 bell");
+}

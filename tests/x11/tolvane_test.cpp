@@ -107,3 +107,28 @@ TEST(Start, TheTraceOfARunningViewerIsSwitchedByAFile) {
   for (const char *line : {"read page 1 of one.fax", "decoded page 1: 2101 lines", "command 'saypage'"})
     EXPECT_NE(trace.find(line), std::string::npos) << line << " is not in\n" << trace;
 }
+
+TEST(Start, AFailureIsShownInTheWindowWhereNobodyReadsStandardError) {
+  const TempDir dir;
+  dir.write("text", "no fax");
+  const std::string whole = fax_bytes("#PAGES:1\n", {"page"});
+  dir.write("cut.fax", whole.substr(0, whole.size() - 1));
+  const struct {
+    const char *arguments;
+    int status;
+  } rows[] = {{"none", 1}, {"text", 1}, {"", 1}, {"-xrm '*showMessages: true' text 2>&-", 1}, {"cut.fax", -1}};
+  for (const auto &[arguments, status] : rows) {
+    SCOPED_TRACE(arguments);
+    ChildProcess program({"sh", "-c", "exec " + viewer_command({})[0] + " " + arguments + " </dev/null 2>/dev/null"},
+                         {}, dir.string());
+    const Window message = find_window("TolVane: Message");
+    ASSERT_NE(message, 0u);
+    EXPECT_EQ(program.wait(Milliseconds(50)), -1);  // not before the user has seen it
+    close_window(message);
+    EXPECT_TRUE(wait_until([&] { return !is_viewable(message); }));
+    EXPECT_EQ(program.wait(Milliseconds(status < 0 ? 200 : 10000)), status);
+  }
+  ChildProcess quiet(
+      {"sh", "-c", "exec " + viewer_command({})[0] + " -xrm '*showMessages: false' none </dev/null 2>/dev/null"});
+  EXPECT_EQ(quiet.wait(PATIENCE), 1);
+}

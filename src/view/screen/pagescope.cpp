@@ -10,12 +10,14 @@
 #include "support/trace.h"
 #include "support/trace_config.h"
 #include "ui/motif_utils.h"
+#include "ui/notice.h"
 #include "ui/widgets.h"
 #include "view/screen/presentation.h"
 #include "view/rasteriser.h"
 #include "view/small_database.h"
 #include "view/view_state.h"
 
+#include <errno.h>
 #include <fcntl.h>
 #include <stdlib.h>
 #include <sys/stat.h>
@@ -24,6 +26,7 @@
 #include <chrono>
 #include <cstdio>
 #include <cstring>
+#include <string>
 
 #include <Xm/Scale.h>
 #include <Xm/Xm.h>
@@ -51,12 +54,19 @@ bool store_local_filename(const char *name) {
   return true;
 }
 
+// Shows a load that failed in the window; standard error has its own texts.
+void notify_load_fault(const char *name, const std::string &fault) {
+  notify_user("The file " + std::string(name) + "\n" + fault);
+}
+
 // Opens the file and checks its first word. False, after a message, if it is no fax.
 bool open_fax(const char *name) {
   t4fd.reset();
   t4fd.reset(open(name, O_RDONLY | O_NONBLOCK | O_CLOEXEC));  // a FIFO must not block the window
   if (!t4fd) {
+    const int fault = errno;
     std::perror(Fullpath_fax_filename);
+    notify_load_fault(name, std::string("cannot be opened: ") + std::strerror(fault) + ".");
     return false;
   }
   uint32_t magic = 0;
@@ -75,6 +85,7 @@ bool open_fax(const char *name) {
 bool read_coding() {
   const OwnedFaxHeader list(read_fax_header(t4fd.get()));
   if (!list) {
+    notify_load_fault(Local_filename, "has a damaged header. \"tolvane-fax check\" describes the damage.");
     t4fd.reset();
     return false;
   }
@@ -98,6 +109,13 @@ void report_file_fault(const char *format, const char *name) {
   TellUser(tolvane_form, message);
 }
 
+void show_page_labels(int32_t lines) {
+  display_fax_info1(High_res ? "Fine Res" : "Norm Res");
+  char text[32];
+  std::snprintf(text, sizeof text, "%d Lines", lines);
+  display_fax_info2(text);
+}
+
 double milliseconds_since(std::chrono::steady_clock::time_point start) {
   return std::chrono::duration<double, std::milli>(std::chrono::steady_clock::now() - start).count();
 }
@@ -114,14 +132,19 @@ int common(const char *name) {
   page_number = 0;
   struct stat status;
   if (stat(name, &status) != 0) {
+    const int fault = errno;
     std::printf("Problem with file \"%s\"\n", name);
+    notify_load_fault(name, std::string("cannot be read: ") + std::strerror(fault) + ".");
     return 1;
   }
   tn_extract_header_info(name);
   High_res = decimal_value(Resolution);
   if (!open_fax(name) || !read_coding()) return 1;
   show_page_count();
-  if (do_this_page() == 0) generate_page();
+  if (do_this_page() == 0)
+    generate_page();
+  else if (shown_extents().Dx == 0)
+    show_page_labels(0);  // no earlier page: the labels still have the texts of an empty window
   return 0;
 }
 
@@ -148,6 +171,10 @@ int do_this_page() {
   if (result != FAXFILE_OK) {
     trprintf("page %d of %s cannot be read: code %d\n", page_number + 1, Local_filename, result);
     bell();
+    // Past the last page the bell says it all.
+    if (page_number >= 0 && page_number < Total_pages)
+      notify_user("Page " + std::to_string(page_number + 1) + " of the file " + Local_filename +
+                  "\ncannot be read. \"tolvane-fax check\" describes the damage.");
     return 1;
   }
   trprintf("read page %d of %s: %d bytes\n", page_number + 1, Local_filename, length);
@@ -170,6 +197,7 @@ int random_page(int32_t n) {
   if (n != -1) page_number = n - 1;
   if (do_this_page() != 0) {
     page_number = page_before;
+    display_page_number(page_number + 1);  // the user may have moved the slider
     return 1;
   }
   generate_page();
@@ -181,10 +209,7 @@ void process_t4(const uint8_t *data, int32_t length, uint8_t *bits, int32_t Xsiz
   const auto start = std::chrono::steady_clock::now();
   decode_picture(data, static_cast<uint32_t>(length), comp_type, bits, Xsize, Ysize);
   trprintf("decoded page %d: %d lines in %.1f ms\n", page_number + 1, picture_lines(), milliseconds_since(start));
-  display_fax_info1(High_res ? "Fine Res" : "Norm Res");
-  char text[32];
-  std::snprintf(text, sizeof text, "%d Lines", picture_lines());
-  display_fax_info2(text);
+  show_page_labels(picture_lines());
 }
 
 void free_bitmap() {
@@ -209,10 +234,12 @@ void display_fax_info2(const char *text) {
 
 void not_a_fax_file(const char *name) {
   report_file_fault("File '%s' is not a fax !", name);
+  notify_load_fault(name, "is not a fax. \"tolvane-fax create\" makes a fax of TIFF, PNG, PBM and PDF files.");
 }
 
 void empty_file(const char *name) {
   report_file_fault("File '%s' is empty !", name);
+  notify_load_fault(name, "is empty.");
 }
 
 void TellUser(Widget, const char *message) {
