@@ -21,7 +21,7 @@ TEST_F(Convert, SeveralFilesInSeveralProcesses) {
   EXPECT_EQ(dir.entries(), 4);
 }
 
-// The library's converter believes #PAGES and keeps one line of each name.
+// The library's converter relies on #PAGES and keeps one line of each name.
 TEST_F(Convert, NoPageAndNoHeaderLineIsLost) {
   const Picture pictures[] = {random_page(1, 9), random_page(2, 5)};
   const std::vector<std::string> pages = {encoded_page(pictures[0], 3), encoded_page(pictures[1], 3)};
@@ -29,8 +29,8 @@ TEST_F(Convert, NoPageAndNoHeaderLineIsLost) {
   const std::string odd = "\n#PAGES:2\nno colon\nRESOLUTION:1\nSUBJECT:a\nSUBJECT:b\nCOMPRESSION:";
   const std::string inclusions = "\nINCLUDE:cover.fax 1 1\nINCLUDE:cover.fax 3 1\n";
   const std::tuple<std::string, std::string, const char *> cases[] = {
-      {"RESOLUTION:1\nCOMPRESSION:3\n", "RESOLUTION:1\nCOMPRESSION:0\n#PAGES:2\n", "#PAGES is set to 2"},
-      {"#PAGES:1\nRESOLUTION:1\nCOMPRESSION:3\n", counted + "0\n", "#PAGES is set to 2"},
+      {"RESOLUTION:1\nCOMPRESSION:3\n", "RESOLUTION:1\nCOMPRESSION:0\n#PAGES:2\n", "#PAGES corrected to 2"},
+      {"#PAGES:1\nRESOLUTION:1\nCOMPRESSION:3\n", counted + "0\n", "#PAGES corrected to 2"},
       {"COMPRESSION:1" + odd + "3\n", "COMPRESSION:0" + odd + "0\n", ""},
       {counted + "3" + inclusions, counted + "0" + inclusions, "convert that too"},
   };

@@ -29,10 +29,10 @@ TEST_F(Faults, BadPagesAreNamedAndNothingIsMade) {
       {"%PDF-1.4\nnothing", 2, "not a PDF"},
       {"P4 10000 100000\n", 2, "10000 x 100000 pixels"},
       {"P4 10 60000\n" + std::string(120000, '\0'), 2, "more than 32767 lines"},
-      {page + "P7", 2, "where page 2 begins"},
+      {page + "P7", 2, "start of page 2"},
       {std::string(40, '\0'), 2, "no line", "--raw g3"},
       {encoded_page(random_page(1, 90), 0).substr(0, 2000) + "\x12\x34\x56\x78", 3, "page 1: line ", "--raw g3"},
-      {page, 1, "set by the program itself", "-k '#PAGES=3'"},
+      {page, 1, "set by the program", "-k '#PAGES=3'"},
   };
   for (const auto &row : cases) {
     dir.write("in.page", row.bytes);

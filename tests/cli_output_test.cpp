@@ -102,15 +102,15 @@ TEST_F(Output, CheckNamesEveryFault) {
   } cases[] = {
       {"#PAGES:2\n" + modes, "", {white, white}},
       {"#PAGES:2\n" + modes, "page 2: line 3: ends before 1728 pixels", {white, short_line}},
-      {"#PAGES:1\n" + modes, "page 1: line 1: lost, since no EOL begins it", {"\x55" + white}},
-      {"#PAGES:3\n" + modes, "#PAGES is 3, and the file has 1"},
-      {"#PAGES:1\n", "RESOLUTION is missing or no resolution"},
+      {"#PAGES:1\n" + modes, "page 1: line 1: lost: no EOL before it", {"\x55" + white}},
+      {"#PAGES:3\n" + modes, "#PAGES is 3, but the file has 1"},
+      {"#PAGES:1\n", "RESOLUTION is missing or invalid"},
       {"#PAGES:1\nCOMPRESSION:2\n" + modes, "page 1: pages in UMMR cannot be decoded"},
       {"#PAGES:1\n" + modes, "the last 7 bytes are a page that is cut short", {white}, big_endian(99) + "abc"},
       {including + "gone.fax 1 1\n", "page 1 is not available: ./gone.fax: No such file"},
-      {including + "mmr.fax 3 1\n", "the pages of mmr.fax stand in front of page 3, and the file has 1"},
-      {including + "mmr.fax 1 1\n", "page 1: ./mmr.fax has pages in MMR, and will be read as MH"},
-      {including + "loop.fax 1 1\n", "page 1 is not available: inclusions without end"},
+      {including + "mmr.fax 3 1\n", "the pages of mmr.fax are included before page 3, but the file has 1"},
+      {including + "mmr.fax 1 1\n", "page 1: ./mmr.fax has pages in MMR, which viewers decode as MH"},
+      {including + "loop.fax 1 1\n", "page 1 is not available: endless inclusions"},
   };
   for (const auto &row : cases) {
     dir.write("a.fax", fax_bytes(row.header, row.pages) + row.tail);

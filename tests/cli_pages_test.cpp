@@ -67,7 +67,7 @@ TEST_F(Pages, WhatCannotBeDoneLeavesTheFileAlone) {
       {"append fall.fax 21.pbm", "INCLUDE"},
       {"include cover.fax 1 3 main.fax", "has 2 pages, not 3"},
       {"include other.fax 1 1 main.fax", "in MH, Fine"},
-      {"include back.fax 1 2 main.fax", "leads back"},
+      {"include back.fax 1 2 main.fax", "includes main.fax in turn"},
       {"merge --force main.fax cover.fax fall.fax", "INCLUDE"},
       {"merge --inclusions keep ../kept.fax main.fax", "same directory"},
       {"split cut1.fax cut%d.fax", "not overwritten"},

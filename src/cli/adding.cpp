@@ -1,5 +1,5 @@
-// Pages into a fax file. They are coded into a nameless spool file first: how many they are, and so the header, is
-// known only then, and until then nothing has touched the fax file.
+// Pages are coded into a spool file first: their number, and so the header, is known only then, and the fax file stays
+// untouched until then.
 #include "cli/adding.h"
 
 #include <CLI/CLI.hpp>
@@ -22,7 +22,7 @@ namespace {
 
 constexpr double HIGHEST_DPI = 100000;
 
-std::vector<Choice> raw_codings() {
+std::vector<std::pair<std::string, int32_t>> raw_codings() {
   return {{"g3", COMP_MH}, {"g3-2d", COMP_MR}, {"g4", COMP_MMR}, {"mh", COMP_MH}, {"mr", COMP_MR}, {"mmr", COMP_MMR}};
 }
 
@@ -34,7 +34,7 @@ bool store_dpi(const std::string &text, SourceOptions &source) {
          source.x_dpi >= 1 && source.y_dpi >= 1 && source.x_dpi <= HIGHEST_DPI && source.y_dpi <= HIGHEST_DPI;
 }
 
-/// Moves inclusions behind `place` up by the number of new pages.
+/// Moves inclusions after `place` up by the number of new pages.
 Status shift_inclusions(FaxDocument &document, int32_t place, int32_t new_pages) {
   if (document.record_count() + new_pages > MOST_RECORDS)
     return failure("%s: more than %d pages in one file", document.name(), MOST_RECORDS);
@@ -44,13 +44,13 @@ Status shift_inclusions(FaxDocument &document, int32_t place, int32_t new_pages)
   return DONE;
 }
 
-/// Whether pages can be added: complains if not.
+/// Whether pages can be added. DONE, or FAILED after a message.
 Status check_target(const FaxDocument &document, int32_t place) {
   if (encodable_modes(document) != DONE) return FAILED;
   if (document.lost_bytes > 0)
-    return failure("%s: the last page is cut short: nothing can be added behind it", document.name());
+    return failure("%s: the last page is cut short: nothing can be added after it", document.name());
   if (place > document.record_count() + 1)
-    return failure("%s: no place %d: the file holds %d pages of its own", document.name(), place,
+    return failure("%s: no page %d to insert before: the file has %d pages of its own", document.name(), place,
                    document.record_count());
   return DONE;
 }
@@ -60,9 +60,9 @@ void report_overhang(const std::string &file, int32_t number, const SourcePictur
   const double wider = overhang(page, fit);
   if (wider <= 1 || fit.fit == FIT_SCALE) return;
   const bool cut = fit.fit == FIT_CROP;
-  complain("%s: page %d is %.1f inches wide, a fax page %.1f: %s", input_name(file).c_str(), number,
-           wider * FAX_WIDTH / FAX_X_DPI, FAX_WIDTH / FAX_X_DPI,
-           cut ? "its sides are cut off" : "it is reduced (--fit crop keeps the size)");
+  report("%s: page %d is %.1f inches wide, a fax page %.1f: %s", input_name(file).c_str(), number,
+         wider * FAX_WIDTH / FAX_X_DPI, FAX_WIDTH / FAX_X_DPI,
+         cut ? "its sides are cut off" : "it is reduced (--fit crop keeps the size)");
 }
 
 }  // namespace
@@ -70,29 +70,27 @@ void report_overhang(const std::string &file, int32_t number, const SourcePictur
 void declare_page_input(CLI::App &usage, PageInput &input) {
   SourceOptions &source = input.source;
   usage.add_option("PAGES", input.files, "files with pages: TIFF, PBM, PNG or PDF; - is standard input")->required();
-  add_choice(usage, "--fit", source.fit.fit,
-             {{"center", FIT_CENTER}, {"centre", FIT_CENTER}, {"scale", FIT_SCALE}, {"crop", FIT_CROP}},
-             "keep the true size and centre, reducing what is too wide (default), scale to the full width, or keep the "
-             "true size and cut");
-  add_choice(usage, "--grey", source.fit.diffuse, {{"threshold", 0}, {"diffusion", 1}},
-             "how grey becomes black and white");
-  usage.add_option("--threshold", source.fit.threshold, "grey below this is black, 128 unless given")
-      ->check(CLI::Range(1, 255));
+  add_choice<Fit>(usage, "--fit", source.fit.fit,
+                  {{"center", FIT_CENTER}, {"centre", FIT_CENTER}, {"scale", FIT_SCALE}, {"crop", FIT_CROP}},
+                  "keep the true size and centre, reducing what is too wide; scale to the full width; or keep the true "
+                  "size and cut");
+  add_choice<bool>(usage, "--grey", source.fit.diffuse, {{"threshold", false}, {"diffusion", true}},
+                   "how grey becomes black and white");
+  add_number(usage, "--threshold", source.fit.threshold, 1, 255, "grey below this is black");
   usage
       .add_option_function<std::string>(
           "--source-dpi",
           [&source](const std::string &text) {
-            if (!store_dpi(text, source)) throw CLI::ValidationError("--source-dpi", "a number, or two as in 204x98");
+            if (!store_dpi(text, source))
+              throw CLI::ValidationError("--source-dpi", "expected a number, or two as in 204x98");
           },
-          "pixels an inch of PAGES, in place of what the files say")
+          "pixels per inch of PAGES, overriding the files")
       ->type_name("X[xY]");
   CLI::Option *raw =
-      add_choice(usage, "--raw", source.raw.coding, raw_codings(), "PAGES are bare coded lines, a page each");
-  usage.add_option("--width", source.raw.width, "pixels of a raw line, 1728 unless given")
-      ->check(CLI::Range(1, 16384))
-      ->needs(raw);
-  add_choice(usage, "--bit-order", source.raw.high_bit_first, {{"lsb", 0}, {"msb", 1}},
-             "which bit of a raw byte comes first, lsb unless given")
+      add_choice(usage, "--raw", source.raw.coding, raw_codings(), "PAGES are bare coded lines, one page per file");
+  add_number(usage, "--width", source.raw.width, 1, WIDEST_PICTURE, "pixels of a raw line")->needs(raw);
+  add_choice<bool>(usage, "--bit-order", source.raw.high_bit_first, {{"lsb", false}, {"msb", true}},
+                   "which bit of a raw byte comes first")
       ->needs(raw);
 }
 
@@ -120,7 +118,7 @@ Status code_pages(const PageInput &input, int32_t coding, int32_t resolution, in
     status = worse(status, read);
     if (status == FAILED) return FAILED;
   }
-  return count > 0 ? status : failure("no page in what was given");
+  return count > 0 ? status : failure("the input contains no pages");
 }
 
 Status insert_pages(const std::string &path, int32_t place, const PageInput &input) {

@@ -1,4 +1,4 @@
-// Pages from other formats on their way into a fax file: the options that say how, and the insertion itself.
+// Pages of other formats that become pages of a fax file: the options on reading them, and their insertion.
 #pragma once
 
 #include <string>
@@ -12,7 +12,7 @@ class App;
 
 namespace tolvane {
 
-/// The files that pages come from, and how they are read.
+/// The files that contain the pages, and how they are read.
 struct PageInput {
   std::vector<std::string> files;
   SourceOptions source;
@@ -21,15 +21,15 @@ struct PageInput {
 /// Adds the operands PAGES... and the options on reading them.
 void declare_page_input(CLI::App &usage, PageInput &input);
 
-/// Reads all pages, codes them, and adds the records at the end of an open file, in order.
+/// Reads all pages, codes them, and appends the records to an open file, in order.
 ///
 /// @param resolution  vertical resolution code, 0 or 1
 /// @param count       receives the number of pages
-/// @return DONE; DAMAGED; or FAILED, also for no page at all
+/// @return DONE; DAMAGED; or FAILED, also if there is no page at all
 Status code_pages(const PageInput &input, int32_t coding, int32_t resolution, int fd, int32_t &count);
 
-/// Adds pages to a fax file, in its coding and resolution, in front of page record `place`; 0 is behind the last.
-/// Inclusions stay in front of the pages that they stood in front of. The file is replaced as a whole, or untouched.
+/// Adds pages to a fax file, in its coding and resolution, before page record `place`; 0 is after the last. Inclusions
+/// stay before the pages that they preceded. The file is replaced as a whole or left untouched.
 Status insert_pages(const std::string &path, int32_t place, const PageInput &input);
 
 }  // namespace tolvane

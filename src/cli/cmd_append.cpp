@@ -1,4 +1,4 @@
-// tolvane-fax append: pages in other formats added behind the last page of a fax file.
+// tolvane-fax append: adds pages of other formats after the last page of a fax file.
 #include <CLI/CLI.hpp>
 
 #include "cli/adding.h"
@@ -22,6 +22,6 @@ Status run() {
 
 }  // namespace
 
-const Command append_command = {"append", "Adds pages behind the last page of a fax", declare, run};
+const Command append_command = {"append", "Append pages to a fax", declare, run};
 
 }  // namespace tolvane

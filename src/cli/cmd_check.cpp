@@ -1,5 +1,5 @@
-// tolvane-fax check: whether all of a fax file can be read as its header says. Faults are named on standard error, and
-// each file gets one line on standard output.
+// tolvane-fax check: decodes every page of fax files and compares headers with the facts. Faults are reported on
+// standard error; each file gets one line on standard output.
 #include <CLI/CLI.hpp>
 
 #include <cstdio>
@@ -21,25 +21,25 @@ void declare(CLI::App &usage) {
   usage.add_option("FILE", files, "fax files; - is standard input")->required();
 }
 
-/// Holds a count of the header against what is true. Nothing else in the file depends on it but what readers show.
+/// Compares a count in the header with the true one.
 Status check_count(const FaxDocument &document, FaxKeyword keyword, int32_t true_count) {
   const char *name = faxFileKeywordList[keyword];
   const char *value = find_header_value(document.lines, name);
   if (!value && true_count == 0) return DONE;
   if (value && atol(value) == true_count) return DONE;
-  complain("%s: %s is %s, and the file has %d", document.name(), name, value ? value : "missing", true_count);
+  report("%s: %s is %s, but the file has %d", document.name(), name, value ? value : "missing", true_count);
   return DAMAGED;
 }
 
-/// The lines by which readers know how to read the pages.
+/// Checks the lines that say how pages are read.
 Status check_modes(const FaxDocument &document) {
   Status status = DONE;
   if (document.coding != COMP_MH && document.coding != COMP_MR && document.coding != COMP_MMR) {
-    complain("%s: COMPRESSION names no coding that can be decoded", document.name());
+    report("%s: COMPRESSION is not a coding that can be decoded", document.name());
     status = DAMAGED;
   }
   if (document.resolution < 0) {
-    complain("%s: RESOLUTION is missing or no resolution", document.name());
+    report("%s: RESOLUTION is missing or invalid", document.name());
     status = DAMAGED;
   }
   return status;
@@ -47,27 +47,27 @@ Status check_modes(const FaxDocument &document) {
 
 Status check_header_text(const FaxDocument &document) {
   if (!document.inclusions_usable) {
-    complain("%s: its INCLUDE lines cannot be read", document.name());
+    report("%s: its INCLUDE lines are invalid", document.name());
     return DAMAGED;
   }
   Status status = worse(check_count(document, FAXFILE_PAGES, document.record_count()),
                         check_count(document, FAXFILE_INCLUDE_PAGES, document.included_pages));
   for (const Inclusion &inclusion : document.inclusions) {
     if (inclusion.at <= document.record_count() + 1) continue;
-    complain("%s: the pages of %s stand in front of page %d, and the file has %d", document.name(),
-             inclusion.name.c_str(), inclusion.at, document.record_count());
+    report("%s: the pages of %s are included before page %d, but the file has %d", document.name(),
+           inclusion.name.c_str(), inclusion.at, document.record_count());
     status = DAMAGED;
   }
   return worse(status, check_header(document.name(), document.lines) == DONE ? DONE : DAMAGED);
 }
 
-/// An included page is shown in the coding of the document, not in that of its own file.
+/// Viewers decode an included page in the coding of the document, not in that of its own file.
 Status check_included(const FaxDocument &document, const std::vector<PageFacts> &pages) {
   Status status = DONE;
   for (const PageFacts &page : pages) {
     if (!page.readable || page.coding == document.coding) continue;
-    complain("%s: page %d: %s has pages in %s, and will be read as %s", document.name(), page.page, page.source.c_str(),
-             coding_name(page.coding), coding_name(document.coding));
+    report("%s: page %d: %s has pages in %s, which viewers decode as %s", document.name(), page.page,
+           page.source.c_str(), coding_name(page.coding), coding_name(document.coding));
     status = DAMAGED;
   }
   return status;
@@ -100,6 +100,6 @@ Status run() {
 
 }  // namespace
 
-const Command check_command = {"check", "Reads all of fax files and names what is wrong", declare, run};
+const Command check_command = {"check", "Decode every page and report faults", declare, run};
 
 }  // namespace tolvane

@@ -1,7 +1,6 @@
-// tolvane-fax convert: files rewritten in another page coding, in place, by the library's converter. Each file is the
-// work of a process of its own, since the codec keeps process-wide state. The converter believes #PAGES and keeps one
-// line of each name; files where that would lose something are brought to a form where it does not, and get their own
-// header back afterwards.
+// tolvane-fax convert: rewrites files in another page coding, in place, by the library's converter. Each file gets a
+// process of its own. The converter relies on #PAGES and keeps one line of each name; a file that would lose something
+// is converted as a copy with a plain header, and its own header lines are put back afterwards.
 #include <CLI/CLI.hpp>
 
 #include <sys/stat.h>
@@ -35,14 +34,14 @@ int32_t coding = -1;
 int32_t jobs = 1;
 
 void declare(CLI::App &usage) {
-  usage.add_option("FILE", files, "the fax files to convert, in place")->required()->check([](const std::string &path) {
+  usage.add_option("FILE", files, "fax files to convert in place")->required()->check([](const std::string &path) {
     return path == "-" ? "files are converted in place: standard input cannot be" : "";
   });
-  add_coding(usage, "--to", coding, "the coding that their pages get")->required();
-  usage.add_option("-j,--jobs", jobs, "files that are converted at a time, 1 unless given")->check(CLI::Range(1, 1024));
+  add_coding(usage, "--to", coding, "the new coding of their pages")->required();
+  add_number(usage, "-j,--jobs", jobs, 1, 1024, "files to convert at a time");
 }
 
-// What the converter's callbacks report to: the converter takes plain functions.
+// Written by the converter's callbacks, which are plain functions.
 int32_t page_in_work;
 std::vector<int32_t> damaged_pages;
 Progress *page_progress;
@@ -56,8 +55,8 @@ void note_damage(Damage) {
   if (damaged_pages.empty() || damaged_pages.back() != page_in_work) damaged_pages.push_back(page_in_work);
 }
 
-/// Runs the converter on a path, which names the old or the new file at every moment. A link keeps pointing: it is its
-/// target that is replaced.
+/// Runs the converter on a path, which names the old or the new file at every moment. The target of a link is replaced,
+/// not the link.
 bool run_converter(const std::string &path) {
   const Block<char> resolved(realpath(path.c_str(), nullptr));
   const std::string target = resolved ? resolved.get() : path;
@@ -71,7 +70,7 @@ bool run_converter(const std::string &path) {
   return done;
 }
 
-/// Names the damaged lines of the pages where the converter met damage. The document is still the old file.
+/// Reports the damaged lines of the pages in which the converter found damage. The document is still the old file.
 Status report_damaged_pages(const FaxDocument &document) {
   for (const int32_t number : damaged_pages) {
     const PageRecord &place = document.records[static_cast<size_t>(number) - 1];
@@ -84,7 +83,7 @@ Status report_damaged_pages(const FaxDocument &document) {
   return damaged_pages.empty() ? DONE : DAMAGED;
 }
 
-/// Whether the converter gives every page and every header line back.
+/// Whether the converter keeps every page and every header line.
 bool converter_keeps_all(const FaxDocument &document) {
   std::map<std::string, int> names;
   for (const std::string &line : document.lines) {
@@ -102,7 +101,7 @@ Status convert_directly(const FaxDocument &document) {
   return keep_rights(document.path, status) ? DONE : system_failure(document.name());
 }
 
-/// Converts a copy that has a plain header, then joins the old header lines and the new pages.
+/// Converts a copy with a plain header, then joins the old header lines and the new pages.
 Status convert_by_copy(FaxDocument &document) {
   OutputFile copy, output;
   const RecordRange all[] = {{document.fd.get(), document.records_start, records_end(document)}};
@@ -113,14 +112,14 @@ Status convert_by_copy(FaxDocument &document) {
   FaxDocument converted;
   if (open_fax(copy.working_path(), converted) != DONE || output.open(document.path) != DONE) return FAILED;
   const std::string character(1, static_cast<char>(DFtoascii(coding)));
-  // Of several lines of this name it is the last that counts.
+  // Of several lines of this name the last one counts.
   for (std::string &line : document.lines) {
     if (header_line_value(line, faxFileKeywordList[FAXFILE_COMPRESSION])) line = "COMPRESSION:" + character;
   }
   set_header_value(document.lines, faxFileKeywordList[FAXFILE_COMPRESSION], character);
   if (const char *pages = find_header_value(document.lines, faxFileKeywordList[FAXFILE_PAGES]);
       !pages || atoi(pages) != document.record_count())
-    complain("%s: #PAGES is set to %d, which is how many pages there are", document.name(), document.record_count());
+    report("%s: #PAGES corrected to %d", document.name(), document.record_count());
   set_header_value(document.lines, faxFileKeywordList[FAXFILE_PAGES], std::to_string(document.record_count()));
   const RecordRange pages[] = {{converted.fd.get(), converted.records_start, records_end(converted)}};
   return write_fax(output, document.lines, pages) == DONE ? output.commit() : FAILED;
@@ -147,20 +146,20 @@ Status convert_file(const std::string &path) {
 pid_t start_worker(const std::string &path) {
   const pid_t worker = fork();
   if (worker != 0) return worker;
-  // The library tells of some failures on standard output, too; that belongs to results alone.
+  // The library reports some failures on standard output, which is for results alone.
   dup2(STDERR_FILENO, STDOUT_FILENO);
-  // The converter's new file has other permission bits than the old one until they are set: nobody else may look in.
+  // The converter's new file gets the mode of the old one only when it is whole: until then nobody else may read it.
   umask(077);
   Status status = FAILED;
   try {
     status = convert_file(path);
   } catch (const std::exception &error) {
-    complain("%s: %s", path.c_str(), error.what());
+    report("%s: %s", path.c_str(), error.what());
   }
   _exit(status);
 }
 
-/// Waits for any worker. The file of one that did its work joins `converted`.
+/// Waits for any worker. The file of one that succeeded is added to `converted`.
 Status wait_for_worker(std::map<pid_t, std::string> &workers, std::vector<std::string> &converted) {
   int ended = 0;
   const pid_t worker = wait(&ended);
@@ -173,7 +172,7 @@ Status wait_for_worker(std::map<pid_t, std::string> &workers, std::vector<std::s
   return failure("%s: not converted: ended by signal %d", path.c_str(), WTERMSIG(ended));
 }
 
-/// An included page is shown in the coding of the file that includes it.
+/// Viewers decode an included page in the coding of the file that includes it.
 void warn_of_other_codings(const std::string &path) {
   FaxDocument document;
   if (open_fax(path, document) != DONE) return;
@@ -185,8 +184,8 @@ void warn_of_other_codings(const std::string &path) {
       continue;
     }
     if (locate_page(document, page, found) != DONE || found.coding == document.coding) continue;
-    complain("%s takes pages from %s, which is still in %s: convert that too", document.name(), found.source.c_str(),
-             coding_name(found.coding));
+    report("%s includes pages of %s, which is still in %s: convert that too", document.name(), found.source.c_str(),
+           coding_name(found.coding));
     return;
   }
 }
@@ -213,6 +212,6 @@ Status run() {
 
 }  // namespace
 
-const Command convert_command = {"convert", "Rewrites faxes in another coding, in place", declare, run};
+const Command convert_command = {"convert", "Rewrite faxes in another coding, in place", declare, run};
 
 }  // namespace tolvane

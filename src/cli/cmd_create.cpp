@@ -1,5 +1,5 @@
-// tolvane-fax create: a new fax file from pages in other formats. How pages are read and fitted is told in page_source
-// and fax_lines.
+// tolvane-fax create: makes a new fax file from pages of other formats. Reading pages is in formats/page_readers,
+// fitting them in formats/fax_lines.
 #include <sys/stat.h>
 
 #include <CLI/CLI.hpp>
@@ -30,29 +30,29 @@ std::vector<std::string> keywords;
 bool force;
 
 void declare(CLI::App &usage) {
-  usage.add_option("OUT", out, "the fax file to make; - is standard output")->required();
+  usage.add_option("OUT", out, "the new fax file; - is standard output")->required();
   declare_page_input(usage, input);
-  add_coding(usage, "--coding", coding, "how pages are coded, mmr unless given");
-  add_resolution(usage, resolution, "98 or 196 lines an inch, fine unless given");
+  add_coding(usage, "--coding", coding, "how pages are coded");
+  add_resolution(usage, resolution, "98 or 196 lines per inch");
   add_force(usage, force, "replace OUT even if it is not a fax file");
-  usage.add_option("-k,--keyword", keywords, "a header line; may be given several times")
+  usage.add_option("-k,--keyword", keywords, "add a header line; may be repeated")
       ->type_name("NAME=VALUE")
       ->allow_extra_args(false);
 }
 
-/// The header lines that the user wants beside those that are set here.
+/// The header lines that the user adds to those that are set here.
 Status add_keywords(HeaderLines &lines) {
   for (const std::string &text : keywords) {
     KeywordValue keyword;
     if (parse_keyword(text, keyword) != DONE) return USAGE;
     set_header_value(lines, keyword.first.c_str(), keyword.second);
     if (!is_structural(lines.back())) continue;
-    return usage_fault("%s is set by the program itself", keyword.first.c_str());
+    return usage_fault("%s is set by the program", keyword.first.c_str());
   }
   return check_header(out.c_str(), lines);
 }
 
-// A name forgotten in front of `*.tif` makes the first page the output.
+// A name forgotten before `*.tif` makes the first page the output.
 Status check_output() {
   struct stat status;
   if (force || out == "-" || stat(out.c_str(), &status) != 0 || !S_ISREG(status.st_mode) || status.st_size == 0)
@@ -84,6 +84,6 @@ Status run() {
 
 }  // namespace
 
-const Command create_command = {"create", "Makes a fax from TIFF, PBM, PNG, PDF or raw coded pages", declare, run};
+const Command create_command = {"create", "Create a fax from TIFF, PBM, PNG, PDF or raw pages", declare, run};
 
 }  // namespace tolvane

@@ -1,5 +1,5 @@
-// tolvane-fax extract: pages of a fax file in other formats. Pages leave as pixels, at the resolution that they were
-// sent in, and all that are selected are got out that can be.
+// tolvane-fax extract: writes pages of a fax file in other formats. Pages are written as pixels, at their own
+// resolution. An unreadable page is reported and skipped.
 #include <CLI/CLI.hpp>
 
 #include <cmath>
@@ -24,26 +24,25 @@ std::string file;
 std::string out;
 std::string selection;
 std::string format_name;
-int32_t tiff_coding = static_cast<int32_t>(TiffCoding::g4);
+TiffCoding tiff_coding = TiffCoding::g4;
 bool square;
 
 void declare(CLI::App &usage) {
   usage.add_option("FILE", file, "the fax file; - is standard input")->required();
-  usage
-      .add_option("OUT", out,
-                  "the file to make; - is standard output; with %d or %03d in it one file a page, by page number")
+  usage.add_option("OUT", out, "the new file; - is standard output; with %d or %03d one file per page, by page number")
       ->required();
-  usage.add_option("-p,--pages", selection, "pages: 1-3,5,z (the last), r2 (second from the end), :even, :odd")
+  usage
+      .add_option("-p,--pages", selection,
+                  "pages: 1-3,5,z (the last), r2 (second from the end), :even, :odd (default: all)")
       ->type_name("PAGES");
-  usage.add_option("-f,--format", format_name, "the format, by the ending of OUT unless given")
+  usage.add_option("-f,--format", format_name, "output format (default: by the ending of OUT)")
       ->type_name(format_names());
-  add_choice(usage, "--coding", tiff_coding,
-             {{"g4", static_cast<int32_t>(TiffCoding::g4)}, {"g3", static_cast<int32_t>(TiffCoding::g3)}},
-             "how pages are coded in TIFF, g4 unless given");
-  usage.add_flag("--square", square, "give pixels that are as high as they are wide, as for text recognition");
+  add_choice<TiffCoding>(usage, "--coding", tiff_coding, {{"g4", TiffCoding::g4}, {"g3", TiffCoding::g3}},
+                         "how pages are coded in TIFF");
+  usage.add_flag("--square", square, "repeat lines to make pixels square, for text recognition");
 }
 
-/// Repeats or leaves out lines until there are as many an inch as there are pixels.
+/// Repeats or drops lines so that there are as many per inch as pixels.
 void make_square(PagePicture &picture) {
   const auto rows = static_cast<int32_t>(std::lround(picture.height * picture.x_dpi / picture.y_dpi));
   const size_t size = picture.row_bytes();
@@ -57,7 +56,7 @@ void make_square(PagePicture &picture) {
   picture.y_dpi = picture.x_dpi;
 }
 
-/// Gives the selected pages one after another. What is wrong with them is told and kept in `status`.
+/// Supplies the selected pages one after another. Faults are reported and kept in `status`.
 struct PagesOut {
   const FaxDocument &document;
   std::span<const int32_t> pages;
@@ -74,7 +73,7 @@ struct PagesOut {
     if (decode == FAILED) return false;
     status = worse(status, decode);
     if (decoded.count == 0) {
-      complain("%s: page %d has no lines and is left out", document.name(), page);
+      report("%s: page %d has no lines: skipped", document.name(), page);
       return false;
     }
     picture = {FAX_WIDTH, decoded.count, FAX_X_DPI, lines_per_inch(found.resolution), std::move(decoded.lines)};
@@ -96,7 +95,7 @@ struct PagesOut {
 /// Writes one file.
 Status write_file(const PictureFormat &format, const std::string &path, PagesOut &pages) {
   if (check_not_source(path, pages.document) != DONE) return FAILED;
-  // The first page is read before the file is made: one without any page is not.
+  // The first page is read first: a file without any page is not made.
   PagePicture first;
   if (!pages.give(first)) return pages.status;
   bool first_given = false;
@@ -107,8 +106,7 @@ Status write_file(const PictureFormat &format, const std::string &path, PagesOut
     picture = std::move(first);
     return first_given = true;
   };
-  if (format.write(output, static_cast<TiffCoding>(tiff_coding), next) != DONE || output.commit() != DONE)
-    return FAILED;
+  if (format.write(output, tiff_coding, next) != DONE || output.commit() != DONE) return FAILED;
   return pages.status;
 }
 
@@ -117,8 +115,8 @@ Status run() {
   if (!format) return USAGE;
   FaxDocument document;
   if (open_fax(file, document) != DONE) return FAILED;
-  Status lost = tell_lost_bytes(document);
-  if (readable_pages(document) == 0) return failure("%s: no page to extract", document.name());
+  Status lost = report_lost_bytes(document);
+  if (readable_pages(document) == 0) return failure("%s: no pages to extract", document.name());
   std::vector<int32_t> pages;
   const std::vector<MissingPages> missing = find_missing_pages(document);
   std::vector<const MissingPages *> left_out;
@@ -129,7 +127,7 @@ Status run() {
   PagesOut all = {document, pages, progress};
   if (!is_numbered_pattern(out)) {
     if (pages.size() > 1 && !format->several_pages)
-      return usage_fault("a file of this format holds one page: put %%d into the name");
+      return usage_fault("%s files contain one page: put %%d into the name", format->name);
     const Status status = worse(lost, write_file(*format, out, all));
     return all.given == 0 ? failure("%s: no page could be extracted", document.name()) : status;
   }
@@ -146,6 +144,6 @@ Status run() {
 
 }  // namespace
 
-const Command extract_command = {"extract", "Gets pages out as TIFF, PDF, PNG or PBM", declare, run};
+const Command extract_command = {"extract", "Extract pages as TIFF, PDF, PNG or PBM", declare, run};
 
 }  // namespace tolvane

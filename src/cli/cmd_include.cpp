@@ -1,5 +1,5 @@
-// tolvane-fax include: lets a fax file take pages from another one that lies beside it. Only the header changes.
-// Readers go through the INCLUDE lines once, in the order of the pages, so the new line has a place among the others.
+// tolvane-fax include: makes a fax file include pages of another one in its directory. Only the header changes. Readers
+// scan the INCLUDE lines once, in the order of the pages, so the new line has a place among the others.
 #include <CLI/CLI.hpp>
 
 #include "cli/commands.h"
@@ -23,15 +23,17 @@ std::string file;
 
 void declare(CLI::App &usage) {
   usage.add_option("NAME", included_name, "the fax file with the pages, relative to the directory of FILE")->required();
-  usage.add_option("AT", place, "the page of FILE's own in front of which they come, from 1")
+  usage.add_option("AT", place, "include them before this page of FILE's own, from 1")
       ->required()
-      ->check(CLI::Range(1, MOST_RECORDS + 1));
-  usage.add_option("COUNT", count, "how many: pages 1 to COUNT")->required()->check(CLI::Range(1, MOST_RECORDS));
-  usage.add_option("FILE", file, "the fax file that takes the pages")->required();
+      ->check(CLI::Range(1, MOST_RECORDS + 1).description(""));
+  usage.add_option("COUNT", count, "include pages 1 to COUNT")
+      ->required()
+      ->check(CLI::Range(1, MOST_RECORDS).description(""));
+  usage.add_option("FILE", file, "the fax file to change")->required();
 }
 
-/// Whether the pages can be had, by way of files that the included one takes some from, and not from the file being
-/// changed: readers look for all of these files beside that one.
+/// Whether the pages are available, also those that the included file includes itself, and none is in the file being
+/// changed. Readers look for all of these files in the directory of that one.
 Status check_sources(const FaxDocument &document, FaxDocument &included) {
   bool leads_back = same_file(included.path, document.path);
   included.directory = document.directory;
@@ -40,17 +42,18 @@ Status check_sources(const FaxDocument &document, FaxDocument &included) {
     if (locate_page(included, page, found) != DONE) return FAILED;
     leads_back = same_file(found.source, document.path);
   }
-  return leads_back ? failure("%s leads back to %s", included.name(), document.name()) : DONE;
+  return leads_back ? failure("%s includes %s in turn", included.name(), document.name()) : DONE;
 }
 
-/// Whether the pages can be had and be shown as pages of the document: there is one coding and one resolution for all.
+/// Whether the pages are available and have the coding and resolution of the document: readers use one for all.
 Status check_included(const FaxDocument &document) {
   if (included_name.size() >= INCLUDE_NAME_SIZE || included_name.find_first_of(" \t\n\v\f\r") != std::string::npos)
-    return failure("an included name has no blanks and at most %zu characters", INCLUDE_NAME_SIZE - 1);
+    return failure("the name of an included file must have no blanks and at most %zu characters",
+                   INCLUDE_NAME_SIZE - 1);
   FaxDocument included;
   if (open_fax(document.directory + '/' + included_name, included) != DONE) return FAILED;
   if (included.coding != document.coding || written_resolution(included) != written_resolution(document))
-    return failure("%s is in %s, %s, but %s in %s, %s: bring one of them to the other's with merge", included.name(),
+    return failure("%s is in %s, %s, but %s in %s, %s: recode one of them with merge", included.name(),
                    coding_name(included.coding), VRtostring(written_resolution(included)), document.name(),
                    coding_name(document.coding), VRtostring(written_resolution(document)));
   if (count > included.page_count())
@@ -58,7 +61,7 @@ Status check_included(const FaxDocument &document) {
   return check_sources(document, included);
 }
 
-/// Where the new line goes: behind those for the same page or one before it.
+/// Adds the new line after those for the same or an earlier page.
 void add_inclusion(FaxDocument &document) {
   const std::string line = inclusion_line({0, included_name, place, count}, place);
   for (const Inclusion &inclusion : document.inclusions) {
@@ -73,7 +76,7 @@ Status run() {
   FaxDocument document;
   if (open_fax(file, document) != DONE || check_included(document) != DONE) return FAILED;
   if (place > document.record_count() + 1)
-    return failure("%s: no place %d: the file holds %d pages of its own", document.name(), place,
+    return failure("%s: no page %d to include before: the file has %d pages of its own", document.name(), place,
                    document.record_count());
   add_inclusion(document);
   OutputFile output;
@@ -85,6 +88,6 @@ Status run() {
 
 }  // namespace
 
-const Command include_command = {"include", "Lets a fax take pages from another one", declare, run};
+const Command include_command = {"include", "Include pages of another fax without copying them", declare, run};
 
 }  // namespace tolvane

@@ -1,4 +1,4 @@
-// tolvane-fax info: what is in fax files, as text for people, as JSON or as CSV for programs.
+// tolvane-fax info: describes fax files and their pages, as text for people, as JSON or CSV for programs.
 #include <CLI/CLI.hpp>
 #include <nlohmann/json.hpp>
 
@@ -17,7 +17,7 @@ namespace {
 
 using nlohmann::ordered_json;
 
-constexpr int JSON_SCHEMA = 1;  // rises when a field goes or changes its meaning
+constexpr int JSON_SCHEMA = 1;  // raised when a field is removed or changes its meaning
 
 std::vector<std::string> files;
 bool as_json;
@@ -25,8 +25,8 @@ bool as_csv;
 
 void declare(CLI::App &usage) {
   usage.add_option("FILE", files, "fax files; - is standard input")->required();
-  CLI::Option *json = usage.add_flag("--json", as_json, "one JSON object a line for each file");
-  usage.add_flag("--csv", as_csv, "one line for each page, with a line of names first")->excludes(json);
+  CLI::Option *json = usage.add_flag("--json", as_json, "print one line with a JSON object per file");
+  usage.add_flag("--csv", as_csv, "print one line per page, after a line of names")->excludes(json);
 }
 
 /// A header value as one line of text: a line break in it is stored as a carriage return.
@@ -36,7 +36,7 @@ std::string shown(std::string text) {
 }
 
 const char *resolution_name(const FaxDocument &document) {
-  return document.resolution < 0 ? "not told, shown as normal" : VRtostring(document.resolution);
+  return document.resolution < 0 ? "unspecified, shown as normal" : VRtostring(document.resolution);
 }
 
 // The number of a page, or those of a stretch of pages that are not available, as "3-5".
@@ -50,7 +50,7 @@ void print_text(const FaxDocument &document, const std::vector<PageFacts> &pages
   printf("size:        %lld bytes\n", static_cast<long long>(file_size(document.fd.get())));
   printf("coding:      %s\n", coding_name(document.coding));
   printf("resolution:  %s\n", resolution_name(document));
-  printf("pages:       %d, %d of its own and %d from other files\n", readable_pages(document), document.record_count(),
+  printf("pages:       %d: %d of its own, %d included\n", readable_pages(document), document.record_count(),
          readable_pages(document) - document.record_count());
   printf("header:\n");
   for (const std::string &line : document.lines) printf("  %s\n", shown(line).c_str());
@@ -149,6 +149,6 @@ Status run() {
 
 }  // namespace
 
-const Command info_command = {"info", "Tells what is in fax files, page by page", declare, run};
+const Command info_command = {"info", "Describe fax files, page by page", declare, run};
 
 }  // namespace tolvane

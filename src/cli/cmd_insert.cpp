@@ -1,5 +1,5 @@
-// tolvane-fax insert: pages in other formats put in front of a page of a fax file. Places count the pages that are
-// stored in the file, not those that it takes from others.
+// tolvane-fax insert: adds pages of other formats before a page of a fax file. Pages count those stored in the file,
+// not those that it includes.
 #include <CLI/CLI.hpp>
 
 #include "cli/adding.h"
@@ -15,9 +15,9 @@ int32_t place;
 PageInput input;
 
 void declare(CLI::App &usage) {
-  usage.add_option("N", place, "the page of the file's own in front of which they go, from 1")
+  usage.add_option("N", place, "insert before this page of the file's own, from 1")
       ->required()
-      ->check(CLI::Range(1, MOST_RECORDS));
+      ->check(CLI::Range(1, MOST_RECORDS).description(""));
   usage.add_option("FILE", file, "the fax file")->required();
   declare_page_input(usage, input);
 }
@@ -28,6 +28,6 @@ Status run() {
 
 }  // namespace
 
-const Command insert_command = {"insert", "Puts pages in front of page N of a fax", declare, run};
+const Command insert_command = {"insert", "Insert pages before page N of a fax", declare, run};
 
 }  // namespace tolvane

@@ -1,6 +1,6 @@
-// tolvane-fax keywords: the header lines of a fax file. Lines are found by their whole name: the keyword operations of
-// the library look for a name anywhere in the header, and a value that holds one would be cut in its place. So the
-// lines are edited here in memory, and the file is replaced as a whole.
+// tolvane-fax keywords: prints and edits the header lines of a fax file. The keyword operations of the library find a
+// name anywhere in the header, also in a value. So lines are compared by their whole name and edited here, in memory,
+// and the file is replaced as a whole.
 #include <CLI/CLI.hpp>
 
 #include <algorithm>
@@ -23,7 +23,7 @@ namespace {
 constexpr size_t HELP_WIDTH = 100;  // columns of a help text
 
 std::string file;
-std::vector<std::string> words;  // the operands behind FILE: names, or NAME=VALUE
+std::vector<std::string> words;  // the operands after FILE: names, or NAME=VALUE
 std::string copied_file;
 bool force;
 
@@ -55,7 +55,7 @@ Status print_values(FaxDocument &document) {
       if (value) printf("%s\n", shown(value, "\n").c_str());
       found = found || value;
     }
-    if (!found) status = failure("%s: no %s", document.name(), name.c_str());
+    if (!found) status = failure("%s: no line %s", document.name(), name.c_str());
   }
   return status;
 }
@@ -91,7 +91,7 @@ Status delete_values(FaxDocument &document) {
   return DONE;
 }
 
-/// Copies the free text of another file: all of it, or the names given.
+/// Copies the free text of another file, or the lines of some names.
 Status copy_values(FaxDocument &document) {
   FaxDocument source;
   if (open_fax(copied_file, source) != DONE) return FAILED;
@@ -109,24 +109,24 @@ Status copy_values(FaxDocument &document) {
 struct Action {
   const char *name;
   const char *summary;
-  const char *operands;  ///< null: none behind FILE
+  const char *operands;  ///< null: none after FILE
   bool names;            ///< the operands are names of keywords
   bool edits;            ///< the file is written afterwards
   Status (*act)(FaxDocument &document);
 };
 
 constexpr Action ACTIONS[] = {
-    {"list", "Prints all header lines", nullptr, false, false, list_lines},
-    {"get", "Prints the values of keywords", "NAME", true, false, print_values},
-    {"set", "Gives keywords a value, in their place", "NAME=VALUE", false, true, set_values},
-    {"add", "Adds lines behind the last, also of a name that is there", "NAME=VALUE", false, true, add_values},
-    {"delete", "Deletes all lines of keywords", "NAME", true, true, delete_values},
-    {"copy", "Takes over the free text of another file", "NAME", true, true, copy_values},
+    {"list", "Print all header lines", nullptr, false, false, list_lines},
+    {"get", "Print the values of keywords", "NAME", true, false, print_values},
+    {"set", "Set the values of keywords, in place", "NAME=VALUE", false, true, set_values},
+    {"add", "Append lines, also of a name that is present", "NAME=VALUE", false, true, add_values},
+    {"delete", "Delete all lines of keywords", "NAME", true, true, delete_values},
+    {"copy", "Copy the free text of another file", "NAME", true, true, copy_values},
 };
 
 const Action *chosen;
 
-/// The names that there are, for `--help`; the completion of the shell takes them from there.
+/// The names of keywords, for `--help`. The completion of the shell reads them there.
 std::string name_list() {
   std::string text = "Names:", line;
   for (const char *name : faxFileKeywordList) {
@@ -144,11 +144,11 @@ void declare(CLI::App &usage) {
     CLI::App *parser = usage.add_subcommand(action.name, action.summary);
     parser->callback([&action] { chosen = &action; });
     parser->add_option("FILE", file, "the fax file")->required();
-    if (action.edits) add_force(*parser, force, "also change lines by which pages are read");
+    if (action.edits) add_force(*parser, force, "also change lines that say how pages are read");
     const bool copies = action.act == copy_values;
     if (action.operands)
-      parser->add_option(action.operands, words, copies ? "only these names" : "one or more")->required(!copies);
-    if (copies) parser->add_option("--from", copied_file, "the fax file that they come from")->required();
+      parser->add_option(action.operands, words, copies ? "copy only these names" : "one or more")->required(!copies);
+    if (copies) parser->add_option("--from", copied_file, "the fax file to copy from")->required();
   }
 }
 
@@ -183,6 +183,6 @@ Status run() {
 
 }  // namespace
 
-const Command keywords_command = {"keywords", "Reads and changes the header lines of a fax", declare, run};
+const Command keywords_command = {"keywords", "Print and edit the header lines of a fax", declare, run};
 
 }  // namespace tolvane

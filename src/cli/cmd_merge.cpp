@@ -1,5 +1,5 @@
-// tolvane-fax merge: the pages of several fax files, one after another, in a new one. The header is that of the first
-// file; coding and resolution too, unless given.
+// tolvane-fax merge: combines the pages of several fax files in a new one. The header is that of the first file, and so
+// are coding and resolution by default.
 #include <sys/stat.h>
 
 #include <CLI/CLI.hpp>
@@ -24,23 +24,23 @@ std::string out;
 std::vector<std::string> files;
 int32_t coding = -1;
 int32_t resolution = -1;
-int32_t keep_inclusions;
+bool keep_inclusions;
 bool force;
 
 void declare(CLI::App &usage) {
-  usage.add_option("OUT", out, "the fax file to make; - is standard output")->required();
-  usage.add_option("FILE", files, "the fax files whose pages it gets")->required();
-  add_coding(usage, "--coding", coding, "how pages are coded, as in the first file unless given");
-  add_resolution(usage, resolution, "lines an inch, as in the first file unless given");
+  usage.add_option("OUT", out, "the new fax file; - is standard output")->required();
+  usage.add_option("FILE", files, "fax files to combine")->required();
+  add_coding(usage, "--coding", coding, "how pages are coded (default: as in the first FILE)");
+  add_resolution(usage, resolution, "98 or 196 lines per inch (default: as in the first FILE)");
   add_inclusions(usage, keep_inclusions);
   add_force(usage, force, "replace OUT even if it is not among the files merged");
 }
 
-/// Takes the pages of one file: all, or those of its own with its inclusions as header lines.
-Status take_pages(const FaxDocument &document, Transcoder &pages, HeaderLines &lines, Progress &progress) {
-  if (!document.inclusions_usable) return failure("%s: its INCLUDE lines cannot be read", document.name());
+/// Adds the pages of one file: all, or those of its own with its inclusions as header lines.
+Status add_pages(const FaxDocument &document, Transcoder &pages, HeaderLines &lines, Progress &progress) {
+  if (!document.inclusions_usable) return failure("%s: its INCLUDE lines are invalid", document.name());
   if (require_all_pages(document) != DONE) return FAILED;
-  Status status = tell_lost_bytes(document);
+  Status status = report_lost_bytes(document);
   const int32_t before = pages.count();
   for (int32_t page = 1; page <= document.page_count() && status != FAILED; ++page) {
     FaxPage found;
@@ -55,17 +55,18 @@ Status take_pages(const FaxDocument &document, Transcoder &pages, HeaderLines &l
   return status;
 }
 
-/// Whether inclusions may stay: names are looked for beside the file, and included pages are shown in its coding.
+/// Whether inclusions can be kept: readers look for the files in the directory of the fax, and decode their pages in
+/// its coding.
 Status check_kept(const FaxDocument &document) {
   if (!keep_inclusions || document.inclusions.empty()) return DONE;
   if (out == "-" || !same_file(directory_of(out), directory_of(document.path)))
-    return failure("%s: inclusions can be kept only in a file of the same directory", document.name());
+    return failure("%s: inclusions can be kept only in the same directory", document.name());
   if (document.coding != coding || written_resolution(document) != resolution)
     return failure("%s: inclusions can be kept only at the same coding and resolution", document.name());
   return DONE;
 }
 
-// A name forgotten in front of `*.fax` makes the first fax the output. One that others include must not change.
+// A name forgotten before `*.fax` makes the first fax the output. One that others include must not change.
 Status check_output(const std::deque<FaxDocument> &documents) {
   bool is_input = false;
   for (const FaxDocument &document : documents) {
@@ -101,7 +102,7 @@ Status run() {
   Status status = DONE;
   for (const FaxDocument &document : documents) {
     if (check_kept(document) != DONE) return FAILED;
-    status = worse(status, take_pages(document, pages, lines, progress));
+    status = worse(status, add_pages(document, pages, lines, progress));
     if (status == FAILED) return FAILED;
   }
   const RecordRange all[] = {pages.records()};
@@ -113,6 +114,6 @@ Status run() {
 
 }  // namespace
 
-const Command merge_command = {"merge", "Makes one fax of several", declare, run};
+const Command merge_command = {"merge", "Combine faxes into one", declare, run};
 
 }  // namespace tolvane

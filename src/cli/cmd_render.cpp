@@ -1,5 +1,6 @@
-// tolvane-fax render: the picture of a page as the viewer shows it, by the viewer's own code. Unlike extract it shows a
-// page in the coding and resolution of the document, at a scale of the viewer, with every line that the decoder gives.
+// tolvane-fax render: writes the picture of a page that the viewer shows, by the viewer's own code. Unlike extract it
+// decodes a page in the coding and resolution of the document, at a scale of the viewer, with every line that the
+// decoder returns.
 #include <CLI/CLI.hpp>
 
 #include <climits>
@@ -29,20 +30,20 @@ int32_t page_wanted = 1;
 int32_t scale_index;
 int32_t degrees;
 
-std::vector<Choice> scale_choices() {
-  std::vector<Choice> choices;
+std::vector<std::pair<std::string, int32_t>> scale_choices() {
+  std::vector<std::pair<std::string, int32_t>> choices;
   for (int32_t i = 0; i < SCALE_COUNT; ++i) choices.emplace_back(std::to_string(SCALES[i].percent), i);
   return choices;
 }
 
 void declare(CLI::App &usage) {
   usage.add_option("FILE", file, "the fax file; - is standard input")->required();
-  usage.add_option("OUT", out, "the file to make; - is standard output")->required();
-  usage.add_option("-p,--page", page_wanted, "the page, 1 unless given")->check(CLI::Range(1, INT_MAX));
-  add_choice(usage, "--scale", scale_index, scale_choices(), "percent, 100 unless given");
-  add_choice(usage, "--orientation", degrees, {{"0", 0}, {"90", 90}, {"180", 180}, {"270", 270}},
-             "degrees, 0 unless given: 90 has the top of the page at the left");
-  usage.add_option("-f,--format", format_name, "the format, by the ending of OUT unless given")
+  usage.add_option("OUT", out, "the new file; - is standard output")->required();
+  add_number(usage, "-p,--page", page_wanted, 1, INT_MAX, "page to render");
+  add_choice(usage, "--scale", scale_index, scale_choices(), "percent, as in the viewer");
+  add_choice<int32_t>(usage, "--orientation", degrees, {{"0", 0}, {"90", 90}, {"180", 180}, {"270", 270}},
+                      "degrees; at 90 the top of the page is at the left");
+  usage.add_option("-f,--format", format_name, "output format (default: by the ending of OUT)")
       ->type_name(format_names());
 }
 
@@ -80,8 +81,8 @@ Status run() {
   FaxPage page;
   if (open_fax(file, document) != DONE) return FAILED;
   if (page_wanted > readable_pages(document)) {
-    complain("%s: no page %d: it has %d", document.name(), page_wanted, readable_pages(document));
-    return tell_lost_bytes(document) == DONE ? USAGE : FAILED;
+    report("%s: no page %d: the document has %d", document.name(), page_wanted, readable_pages(document));
+    return report_lost_bytes(document) == DONE ? USAGE : FAILED;
   }
   if (read_fax_page(document, page_wanted, page) != DONE) return FAILED;
   DecodedPage decoded;
@@ -107,6 +108,6 @@ Status run() {
 
 }  // namespace
 
-const Command render_command = {"render", "Makes the picture that the viewer shows of a page", declare, run};
+const Command render_command = {"render", "Render the picture of a page that the viewer shows", declare, run};
 
 }  // namespace tolvane

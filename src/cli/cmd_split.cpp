@@ -1,5 +1,5 @@
-// tolvane-fax split: one fax file into several, with the same header. Pages are counted as readers see them; with
-// inclusions kept, only the file's own pages count, and an inclusion goes with the page that it stands in front of.
+// tolvane-fax split: splits a fax file into several with the same header. Pages are counted with included ones; with
+// inclusions kept, only the file's own pages count, and an inclusion stays with the page after it.
 #include <CLI/CLI.hpp>
 
 #include <algorithm>
@@ -22,27 +22,26 @@ std::string file;
 std::string pattern;
 int32_t every = 1;
 std::vector<int32_t> before;
-int32_t keep_inclusions;
+bool keep_inclusions;
 
 void declare(CLI::App &usage) {
   usage.add_option("FILE", file, "the fax file to split; - is standard input")->required();
-  usage.add_option("PATTERN", pattern, "names of the new files: %d, or %03d, stands for their number from 1")
+  usage.add_option("PATTERN", pattern, "names of the new files: %d or %03d is replaced by their number, from 1")
       ->required()
       ->check([](const std::string &text) {
         return is_numbered_pattern(text) ? std::string() : "\"" + text + "\" needs one %d";
       });
-  CLI::Option *size =
-      usage.add_option("--every", every, "pages of each new file, 1 unless given")->check(CLI::Range(1, MOST_RECORDS));
-  usage.add_option("--before", before, "begin new files in front of these pages, and nowhere else")
+  CLI::Option *size = add_number(usage, "--every", every, 1, MOST_RECORDS, "pages per new file");
+  usage.add_option("--before", before, "begin new files before these pages and nowhere else")
       ->delimiter(',')
       ->type_name("N,N...")
       ->allow_extra_args(false)
-      ->check(CLI::Range(1, MOST_RECORDS))
+      ->check(CLI::Range(1, MOST_RECORDS).description(""))
       ->excludes(size);
   add_inclusions(usage, keep_inclusions);
 }
 
-/// The first page of each part, and the page behind the last.
+/// The first page of each part, and the page after the last.
 std::vector<int32_t> part_starts(int32_t pages) {
   std::vector<int32_t> starts = {1};
   if (before.empty()) {
@@ -77,24 +76,24 @@ Status check_names(const FaxDocument &document, int32_t parts) {
   return DONE;
 }
 
-/// Writes the pages from `first` to before `behind`, counted among those to split.
-Status write_part(const FaxDocument &document, const std::vector<int32_t> &pages, int32_t first, int32_t behind,
+/// Writes the pages from `first` up to, not including, `end`, counted among those to split.
+Status write_part(const FaxDocument &document, const std::vector<int32_t> &pages, int32_t first, int32_t end,
                   const std::string &name) {
   OutputFile output;
   Transcoder records;
   if (output.open(name) != DONE || records.open(output, document.coding, written_resolution(document)) != DONE)
     return FAILED;
   Status status = DONE;
-  for (int32_t i = first; i < behind && status != FAILED; ++i)
+  for (int32_t i = first; i < end && status != FAILED; ++i)
     status = worse(status, records.add(document, pages[static_cast<size_t>(i) - 1]));
   if (status == FAILED) return FAILED;
 
   HeaderLines lines = leading_lines(records.count(), written_resolution(document), document.coding);
   std::copy_if(document.lines.begin(), document.lines.end(), std::back_inserter(lines),
                [](const std::string &line) { return !is_structural(line); });
-  const bool last = behind > document.record_count();
+  const bool last = end > document.record_count();
   for (const Inclusion &inclusion : document.inclusions) {
-    if (keep_inclusions && inclusion.at >= first && (inclusion.at < behind || last))
+    if (keep_inclusions && inclusion.at >= first && (inclusion.at < end || last))
       lines.push_back(inclusion_line(inclusion, inclusion.at - first + 1));
   }
   const RecordRange all[] = {records.records()};
@@ -107,10 +106,10 @@ Status write_part(const FaxDocument &document, const std::vector<int32_t> &pages
 Status run() {
   FaxDocument document;
   if (open_fax(file, document) != DONE) return FAILED;
-  if (!document.inclusions_usable) return failure("%s: its INCLUDE lines cannot be read", document.name());
+  if (!document.inclusions_usable) return failure("%s: its INCLUDE lines are invalid", document.name());
   if (keep_inclusions && !document.inclusions.empty() && !same_file(directory_of(pattern), directory_of(file)))
-    return failure("%s: inclusions can be kept only in files of the same directory", document.name());
-  Status status = tell_lost_bytes(document);
+    return failure("%s: inclusions can be kept only in the same directory", document.name());
+  Status status = report_lost_bytes(document);
   const std::vector<int32_t> pages = pages_to_split(document, status);
   const std::vector<int32_t> starts = part_starts(static_cast<int32_t>(pages.size()));
   if (status == FAILED || check_names(document, static_cast<int32_t>(starts.size()) - 1) != DONE) return FAILED;
@@ -127,6 +126,6 @@ Status run() {
 
 }  // namespace
 
-const Command split_command = {"split", "Makes several faxes of one", declare, run};
+const Command split_command = {"split", "Split a fax into several", declare, run};
 
 }  // namespace tolvane

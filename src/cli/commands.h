@@ -1,4 +1,4 @@
-// The commands of tolvane-fax: each lives in a file of its own, cmd_<name>.cpp, and is a row of the table in main.
+// The commands of tolvane-fax. Each has a file of its own, cmd_<name>.cpp, and a row in the table in main.
 #pragma once
 
 #include "io/report.h"
@@ -9,12 +9,12 @@ class App;
 
 namespace tolvane {
 
-/// A command: what stands behind `tolvane-fax NAME`.
+/// A command: `tolvane-fax NAME`.
 struct Command {
   const char *name;
   const char *summary;               ///< one line for `--help`
   void (*declare)(CLI::App &usage);  ///< adds options and operands, bound to variables of the command's file
-  Status (*run)();                   ///< does the work; whatever goes wrong has been told when it returns
+  Status (*run)();                   ///< does the work; faults have been reported when it returns
 };
 
 extern const Command create_command;

@@ -1,4 +1,4 @@
-// The forms of keyword values. Five keywords steer how pages are read; whatever stands in the others is free text.
+// The forms of keyword values. Five keywords control how pages are read; the values of all others are free text.
 #include "cli/keyword_values.h"
 
 #include <algorithm>
@@ -38,7 +38,7 @@ const struct {
     {FAXFILE_INCLUDE_PAGES, is_count, "a number"},
     {FAXFILE_RESOLUTION, is_resolution, "0 normal, 1 fine, 3 300 lpi, 4 400 lpi or 5 600 lpi"},
     {FAXFILE_COMPRESSION, is_compression, "0 MH, 1 MR, 2 UMMR or 3 MMR"},
-    {FAXFILE_INCLUDE, is_inclusion, "a file name, a page number from 1 and a count, apart by blanks"},
+    {FAXFILE_INCLUDE, is_inclusion, "a file name, a page number from 1 and a count, separated by blanks"},
 };
 
 }  // namespace

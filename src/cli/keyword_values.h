@@ -1,4 +1,4 @@
-// Keywords as they are given on the command line, NAME=VALUE, held against what the header may hold.
+// Keywords on the command line, NAME=VALUE, checked against what a header may contain.
 #pragma once
 
 #include <string>
@@ -11,11 +11,11 @@ namespace tolvane {
 /// A name of the keyword list, and a value.
 using KeywordValue = std::pair<std::string, std::string>;
 
-/// Takes NAME=VALUE apart. DONE; USAGE after a complaint: no `=`, no keyword of that name, or a value that a keyword
-/// with a form cannot have.
+/// Parses NAME=VALUE. DONE; USAGE after a message: no `=`, no keyword of that name, or a value that is not of the form
+/// of its keyword.
 Status parse_keyword(const std::string &text, KeywordValue &keyword);
 
-/// Whether there is a keyword of that name. DONE, or USAGE after a complaint.
+/// Whether there is a keyword of that name. DONE, or USAGE after a message.
 Status check_keyword_name(const std::string &name);
 
 }  // namespace tolvane

@@ -1,6 +1,6 @@
-// The frame of tolvane-fax: the table of commands, the command line, the exit status. What a command does stands in its
-// own file; a new command is one more row of the table. The command line parser and some libraries throw: whatever
-// they throw ends here and nowhere else, after the handles on the way have removed half-made files.
+// The frame of tolvane-fax: the table of commands, the command line, the exit status. Each command has a file of its
+// own; a new command is one more row of the table. The command line parser and some libraries throw: their exceptions
+// are caught here and nowhere else, after handles have removed unfinished files.
 #include <CLI/CLI.hpp>
 
 #include <fcntl.h>
@@ -23,16 +23,16 @@ constexpr const Command *COMMANDS[] = {
     &extract_command, &render_command, &merge_command,  &split_command,  &convert_command, &keywords_command,
 };
 
-/// Tells what the parser does not take. It misses an operand before it finds a word that it does not know, although
-/// it is the word that is wrong: that is told instead.
+/// Reports why the parser rejects the command line. It misses an operand before it finds an unknown word, although the
+/// word is the fault: that is reported instead.
 Status command_line_fault(const CLI::App &usage, const CLI::ParseError &error) {
   const std::vector<std::string> unknown = usage.remaining(true);
   const std::string text = unknown.empty() ? error.what() : "\"" + unknown.front() + "\" was not expected";
   return usage_fault("%s\nRun with --help for more information.", text.c_str());
 }
 
-/// The words of the command line, last one first, as the parser takes them. It would take a word in brackets for a list
-/// of words; a file of such a name is one with its directory in front.
+/// The words of the command line, last one first, as the parser expects them. It would read a word in brackets as a
+/// list of words; for a file of such a name its directory is prepended.
 std::vector<std::string> words_backwards(int argc, char **argv) {
   std::vector<std::string> words;
   for (int i = argc - 1; i > 0; --i) {
@@ -43,12 +43,13 @@ std::vector<std::string> words_backwards(int argc, char **argv) {
 }
 
 Status run_command_line(int argc, char **argv) {
-  CLI::App usage("Makes, changes and reads stored fax documents.", "tolvane-fax");
+  CLI::App usage("Make, change and read stored fax documents.", "tolvane-fax");
   usage.set_version_flag("--version", "tolvane-fax " TOLVANE_VERSION " (" TOLVANE_VERSION_LINE ")");
   usage.add_flag("-q,--quiet", Quiet, "show no progress");
+  for (const char *word : {"REQUIRED", "TEXT", "INT"}) usage.get_formatter()->label(word, "");
   usage.fallthrough();
   usage.require_subcommand(1);
-  usage.footer("Exit status: 0 done, 1 usage, 2 failed, 3 done with damage found.");
+  usage.footer("Exit status: 0 done, 1 usage error, 2 failed, 3 done, but damage was found.");
   const Command *chosen = nullptr;
   for (const Command *command : COMMANDS) {
     CLI::App *parser = usage.add_subcommand(command->name, command->summary);
@@ -65,15 +66,15 @@ Status run_command_line(int argc, char **argv) {
   return chosen->run();
 }
 
-/// Takes the places of standard channels that were closed at the start with a device that fails as they would. Else a
-/// file of ours would take one, and diagnostics would end up among its bytes.
+/// Opens standard channels that were closed at the start on a device that fails as they would. Otherwise a file of ours
+/// would get such a descriptor, and diagnostics would end up among its bytes.
 void fill_standard_channels() {
   for (const int channel : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
     if (fcntl(channel, F_GETFD) < 0) open("/dev/null", channel == STDIN_FILENO ? O_WRONLY : O_RDONLY);
   }
 }
 
-/// Results that never reached standard output were not given, whatever the command thinks.
+/// Fails if results did not reach standard output, whatever the command returns.
 Status close_output(Status status) {
   return fflush(stdout) || ferror(stdout) ? worse(status, system_failure("standard output")) : status;
 }
@@ -82,7 +83,8 @@ Status close_output(Status status) {
 }  // namespace tolvane
 
 int main(int argc, char **argv) {
-  // A reader that went away and a limit on the size of files are failed writes with a message: half-made files go.
+  // A closed pipe and a limit on the size of files become failed writes with a message, so unfinished files are
+  // removed.
   for (const int failed_write : {SIGPIPE, SIGXFSZ}) signal(failed_write, SIG_IGN);
   tolvane::fill_standard_channels();
   try {

@@ -1,4 +1,4 @@
-// The notation of page selections. Which pages a document has is the caller's to know.
+// The notation of page selections. The caller knows how many pages the document has.
 #include "cli/page_selection.h"
 
 #include <algorithm>
@@ -67,7 +67,7 @@ Status select_pages(const std::string &text, int32_t count, const std::vector<Mi
   while (!rest.empty()) {
     const size_t comma = rest.find(',');
     if (!add_range(rest.substr(0, comma), selecting) || comma + 1 == rest.size())
-      return usage_fault("\"%s\" does not select from the pages 1 to %d", text.c_str(), count);
+      return usage_fault("\"%s\" is not a selection of pages 1 to %d", text.c_str(), count);
     rest.remove_prefix(comma == rest.npos ? rest.size() : comma + 1);
   }
   return pages.empty() && left_out.empty() ? usage_fault("no page is selected") : DONE;

@@ -1,4 +1,4 @@
-// Choosing pages on the command line: 1-3,5,z and the like.
+// Selecting pages on the command line, as in 1-3,5,z.
 #pragma once
 
 #include <cstdint>
@@ -10,15 +10,14 @@
 
 namespace tolvane {
 
-/// Takes a selection apart: page numbers and ranges with commas between them, in the order wanted. `z` is the last
-/// page, `r2` the second from the end; a range may run backwards. Behind it `:even` or `:odd` keeps the pages of even
-/// or odd number.
+/// Parses a selection: page numbers and ranges separated by commas, in the order wanted. `z` is the last page, `r2` the
+/// second from the end; a range may run backwards. A final `:even` or `:odd` keeps the pages of even or odd number.
 ///
 /// @param text      empty: all pages
 /// @param count     pages of the document
 /// @param missing   those of them that are not available: left out
 /// @param left_out  receives the stretches of `missing` that were selected
-/// @return DONE; USAGE after a complaint: no selection, or a page that the document does not have
+/// @return DONE; USAGE after a message: no selection, or a page that the document does not have
 Status select_pages(const std::string &text, int32_t count, const std::vector<MissingPages> &missing,
                     std::vector<int32_t> &pages, std::vector<const MissingPages *> &left_out);
 

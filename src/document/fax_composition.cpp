@@ -1,4 +1,4 @@
-// Header lines are compared whole: a value that contains the name of a keyword is left alone.
+// Header lines are compared by their whole name: a value may contain the name of a keyword.
 #include "document/fax_composition.h"
 
 #include <unistd.h>
@@ -18,7 +18,7 @@ namespace tolvane {
 namespace {
 [[gnu::used]] const char SCCS_ID[] = "@(#)|fax_composition|9|01|1|0|0|11/23/26|04:30:00";
 
-constexpr size_t MOST_LINES = 99;         // lines that the viewer's header reader takes
+constexpr size_t MOST_LINES = 99;         // lines that the viewer's header reader accepts
 constexpr size_t LONGEST_HEADER = 32767;  // bytes of a header in which keywords can be read
 
 constexpr FaxKeyword STRUCTURAL[] = {FAXFILE_PAGES, FAXFILE_RESOLUTION, FAXFILE_INCLUDE_PAGES, FAXFILE_INCLUDE,
@@ -28,7 +28,7 @@ const char *keyword(FaxKeyword number) {
   return faxFileKeywordList[number];
 }
 
-/// A line that would be taken for an inclusion, although it is none: the text is looked for anywhere in the header.
+/// Whether readers would find an inclusion inside a line: they search the whole header for the text.
 bool hides_inclusion(const std::string &line) {
   const std::string_view text = "INCLUDE:";
   const size_t place = line.find(text, line.starts_with(text) ? text.size() : 0);
@@ -58,7 +58,7 @@ bool is_structural(const std::string &line) {
 Status set_page_counts(const char *name, std::vector<std::string> &lines, int32_t records) {
   std::vector<Inclusion> inclusions;
   if (!read_inclusions(lines, inclusions))
-    return failure("%s: an INCLUDE line is out of order or has not three fields", name);
+    return failure("%s: an INCLUDE line is out of order or does not have three fields", name);
   set_header_value(lines, keyword(FAXFILE_PAGES), std::to_string(records));
   if (!inclusions.empty() || find_header_value(lines, keyword(FAXFILE_INCLUDE_PAGES)))
     set_header_value(lines, keyword(FAXFILE_INCLUDE_PAGES), std::to_string(sum_of_counts(inclusions)));
@@ -70,18 +70,18 @@ Status check_header(const char *name, const std::vector<std::string> &lines) {
   if (!read_inclusions(lines, inclusions))
     return failure("%s: the INCLUDE lines would be out of order or not have three fields", name);
   const size_t longest = inclusions.empty() ? LONGEST_HEADER : LONGEST_SCANNED;
-  if (lines.size() > MOST_LINES) return failure("%s: more than %zu header lines cannot be viewed", name, MOST_LINES);
+  if (lines.size() > MOST_LINES) return failure("%s: the viewer reads at most %zu header lines", name, MOST_LINES);
   if (header_length(lines) > longest) return failure("%s: the header would be longer than %zu bytes", name, longest);
   for (const std::string &line : lines) {
     if (line.find(static_cast<char>(FAXFILE_TERMINATOR)) != std::string::npos)
       return failure("%s: a byte 29 would end the header early", name);
-    if (hides_inclusion(line)) return failure("%s: \"INCLUDE:\" inside a value would be taken for an inclusion", name);
+    if (hides_inclusion(line)) return failure("%s: \"INCLUDE:\" inside a value would be read as an inclusion", name);
   }
   return DONE;
 }
 
 Status append_record(int fd, std::span<const uint8_t> data) {
-  constexpr uint8_t NOTHING[1] = {};  // the library takes no null for the data of an empty page
+  constexpr uint8_t NOTHING[1] = {};  // the library accepts no null for the data of an empty page
   const uint8_t *bytes = data.empty() ? NOTHING : data.data();
   if (FaxFileAppendEncodedPage(fd, bytes, static_cast<int32_t>(data.size())) == FAXFILE_OK) return DONE;
   return system_failure("coded pages");

@@ -1,6 +1,5 @@
-// Opening, walking and writing fax files. Pages are read by the library's own reader, the one that the viewer uses;
-// what is added here is where each page came from. Nothing is searched for by name in the header text: lines are
-// compared whole, so that a value that holds the name of a keyword is left alone.
+// Pages are read by the library's own reader, the one that the viewer uses; this module adds where each page comes
+// from. Header lines are compared by their whole name, never searched: a value may contain the name of a keyword.
 #include "document/fax_document.h"
 
 #include <errno.h>
@@ -27,13 +26,13 @@ const char *keyword(FaxKeyword number) {
   return faxFileKeywordList[number];
 }
 
-/// The first character of a value behind blanks, by a conversion of session_params; `missing` for a value without one.
+/// The first character of a value after blanks, by a conversion of session_params; `missing` if there is none.
 int32_t value_code(const char *value, int32_t (*convert)(int32_t), int32_t missing) {
   while (value && (*value == ' ' || (*value >= '\t' && *value <= '\r'))) ++value;
   return value && *value ? convert(static_cast<unsigned char>(*value)) : missing;
 }
 
-/// The value that the header reader gives for a name that stands several times: the last.
+/// The last value of a name, which is the one that the header reader returns.
 const char *last_value(const HeaderLines &lines, const char *name) {
   const char *found = nullptr;
   for (const std::string &line : lines) {
@@ -47,7 +46,7 @@ void read_modes(FaxDocument &document) {
   document.resolution = value_code(find_header_value(document.lines, keyword(FAXFILE_RESOLUTION)), asciitoVR, -1);
 }
 
-/// Walks the records to the end of the file, or to one that the file does not hold whole. False with errno set.
+/// Walks the records to the end of the file, or to one that is cut short. False with errno set.
 bool walk_records(FaxDocument &document) {
   const int64_t size = file_size(document.fd.get());
   document.records_start = lseek(document.fd.get(), 0, SEEK_CUR);  // after the header
@@ -106,10 +105,10 @@ std::string open_included_fax(const std::string &path, FaxDocument &document) {
   return document.fd ? load(path, document) : errno_text(path);
 }
 
-Status tell_lost_bytes(const FaxDocument &document) {
+Status report_lost_bytes(const FaxDocument &document) {
   if (document.lost_bytes == 0) return DONE;
-  complain("%s: the last %lld bytes are a page that is cut short", document.name(),
-           static_cast<long long>(document.lost_bytes));
+  report("%s: the last %lld bytes are a page that is cut short", document.name(),
+         static_cast<long long>(document.lost_bytes));
   return DAMAGED;
 }
 
@@ -153,7 +152,7 @@ Status locate_page(const FaxDocument &document, int32_t page, FaxPage &found) {
     }
     if (build_inclusion_list(fd, &found.source_page, name) != 0 || !*name) break;
     found.source = document.directory + '/' + name;
-    if (depth == DEEPEST_INCLUSION) return failure("%s: page %d: inclusions without end", document.name(), page);
+    if (depth == DEEPEST_INCLUSION) return failure("%s: page %d: endless inclusions", document.name(), page);
   }
   if (depth == 0 && found.source_page >= 1 && found.source_page <= document.record_count())
     found.place = &document.records[static_cast<size_t>(found.source_page) - 1];

@@ -26,7 +26,7 @@ constexpr int32_t DEEPEST_INCLUSION = 32;
 /// A page record of a file.
 struct PageRecord {
   int64_t offset;  ///< of its length word
-  int64_t length;  ///< of the coded data behind the length word
+  int64_t length;  ///< of the coded data after the length word
 };
 
 /// An open fax file.
@@ -41,21 +41,21 @@ struct FaxDocument {
   std::string shown_name;             ///< for messages
   Descriptor fd;                      ///< open for reading
   std::vector<std::string> lines;     ///< header lines in order
-  std::vector<Inclusion> inclusions;  ///< up to the first that cannot be used
+  std::vector<Inclusion> inclusions;  ///< up to the first invalid one
   bool mentions_inclusions = false;   ///< readers find "INCLUDE:" in the header: pages need not be the records
-  bool inclusions_usable = true;      ///< else page numbers of readers are page records from some page on
+  bool inclusions_usable = true;      ///< if not, readers count page records only from some page on
   int32_t included_pages = 0;         ///< sum of the counts of the inclusions
   int32_t coding = 0;                 ///< compression code; -1: not a code
   int32_t resolution = 0;             ///< vertical resolution code; -1: missing or not a code
   std::vector<PageRecord> records;    ///< whole page records in order
   int64_t records_start = 0;          ///< offset of the first record
-  int64_t lost_bytes = 0;             ///< bytes behind the last whole record: one that is cut short
+  int64_t lost_bytes = 0;             ///< bytes after the last whole record: one that is cut short
 };
 
 /// Opens a fax file, reads its header and walks its records.
 ///
 /// @param path  `-` is standard input
-/// @return DONE, or FAILED after a complaint. A record that is cut short is no failure and no complaint
+/// @return DONE, or FAILED after a message. A record that is cut short is neither a failure nor reported
 Status open_fax(const std::string &path, FaxDocument &document);
 
 /// `open_fax` for a file that another one includes: a regular file, and no message.
@@ -63,16 +63,16 @@ Status open_fax(const std::string &path, FaxDocument &document);
 /// @return what is wrong, with the path; empty if nothing is
 std::string open_included_fax(const std::string &path, FaxDocument &document);
 
-/// Complains of a file that ends in a record cut short.
+/// Reports a file that ends in a record cut short.
 ///
 /// @return DAMAGED, or DONE if it does not
-Status tell_lost_bytes(const FaxDocument &document);
+Status report_lost_bytes(const FaxDocument &document);
 
 /// Whether pages can be coded as this document codes them: MH, MR or MMR, normal or fine. DONE, or FAILED after a
-/// complaint.
+/// message.
 Status encodable_modes(const FaxDocument &document);
 
-/// The resolution code at which pages are coded: a file that does not say is shown as normal.
+/// The resolution code at which pages are coded: normal if the header does not say.
 int32_t written_resolution(const FaxDocument &document);
 
 /// The sum of the counts of inclusions, held to what fits beside the records of a file.
@@ -93,8 +93,8 @@ struct FaxPage {
 
 /// Finds the file and the record of a page.
 ///
-/// @param page  from 1, included pages counted in
-/// @return DONE with everything but `record` set, or FAILED after a complaint
+/// @param page  from 1, included pages counted
+/// @return DONE with everything but `record` set, or FAILED after a message
 Status locate_page(const FaxDocument &document, int32_t page, FaxPage &found);
 
 /// Finds a page and reads its record.

@@ -11,9 +11,9 @@ namespace tolvane {
 namespace {
 [[gnu::used]] const char SCCS_ID[] = "@(#)|page_coding|9|01|1|0|0|11/22/26|22:10:00";
 
-constexpr size_t EOL_ZEROS = 11;  // zeros in front of the one of an EOL (ITU-T T.4, 4.1.2)
+constexpr size_t EOL_ZEROS = 11;  // zeros before the one of an EOL (ITU-T T.4, 4.1.2)
 
-// Whether the decoder gives nothing in place of such a line.
+/// Whether the decoder returns nothing in place of such a line.
 bool is_missing(Damage kind) {
   return kind == Damage::skipped_line || kind == Damage::lost_start;
 }
@@ -53,8 +53,8 @@ bool bit_at(std::span<const uint8_t> record, size_t bit) {
   return record[bit / 8] >> bit % 8 & 1;
 }
 
-/// Takes an RTC off an MH record: EOLs with nothing between them, which the decoder would give as white lines. What is
-/// left of the last byte is zeros, and a single EOL at the end, which ends the last line, stays.
+/// Removes an RTC from an MH record: consecutive EOLs, which the decoder would return as white lines. The rest of the
+/// last byte becomes zeros; a single EOL at the end, which ends the last line, stays.
 std::vector<uint8_t> without_rtc(std::span<const uint8_t> record) {
   size_t end = record.size() * 8, eols = 0, cut = 0;
   while (end > 0 && !bit_at(record, end - 1)) --end;
@@ -64,7 +64,7 @@ std::vector<uint8_t> without_rtc(std::span<const uint8_t> record) {
     if (zeros < EOL_ZEROS) break;
     if (eols > 0) cut = end;
     end -= zeros + 1;
-    // Only an EOL that follows another one directly is of the RTC.
+    // Only an EOL directly after another one belongs to the RTC.
     if (zeros > EOL_ZEROS) break;
   }
   std::vector<uint8_t> kept(record.begin(), record.end());
@@ -78,7 +78,7 @@ LineSink sink_of(Decoding &decoding) {
   return {&decoding, nullptr, take_line, nullptr, take_damage};
 }
 
-// The decoder gives a white line for the EOL at the head of a page and keeps the line behind the last EOL back.
+/// The decoder returns a white line for the EOL that starts a page, and does not end the line after the last EOL.
 void decode_MH(Decoder &decoder, std::span<const uint8_t> record, Decoding &decoding) {
   DecodedPage &page = decoding.page;
   LineSink sink = sink_of(decoding);
@@ -91,15 +91,15 @@ void decode_MH(Decoder &decoder, std::span<const uint8_t> record, Decoding &deco
   for (LineDamage &damage : page.damage) damage.line = std::max(damage.line - 1, 1);
 }
 
-// The decoder leaves the runs undone whose codes end in the last byte, and pages that were not made here need not have
-// fill behind them: that byte of fill is put there.
+/// The decoder drops runs whose codes end in the last byte, and pages of other encoders need not end in fill: a byte of
+/// fill is appended.
 void decode_MR(Decoder &decoder, std::span<const uint8_t> record, Decoding &decoding) {
   std::vector<uint8_t> data(record.begin(), record.end());
   data.push_back(0);
   decoder.decode(data, COMP_MR, FAX_WIDTH, sink_of(decoding));
 }
 
-// The decoder gives a white line after the last one, or in its place what there is of an unfinished line.
+/// The decoder returns a white line after the last one, or the beginning of an unfinished line in its place.
 void decode_MMR(Decoder &decoder, std::span<const uint8_t> record, Decoding &decoding) {
   DecodedPage &page = decoding.page;
   const DecodeResult result = decoder.decode(record, COMP_MMR, FAX_WIDTH, sink_of(decoding));
@@ -182,15 +182,15 @@ const char *damage_text(Damage kind) {
     case Damage::short_line:
       return "ends before 1728 pixels";
     case Damage::invalid_code:
-      return "a code that does not exist";
+      return "an invalid code";
     case Damage::skipped_line:
       return "cannot be decoded without the one before it";
     case Damage::stopped:
       return "damaged, and nothing after it can be decoded";
     case Damage::data_ends:
-      return "the data end in the middle of it";
+      return "the data end within it";
     case Damage::lost_start:
-      return "lost, since no EOL begins it";
+      return "lost: no EOL before it";
   }
   return "damaged";
 }

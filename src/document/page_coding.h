@@ -1,5 +1,5 @@
-// One page between lines and its coded record. The lines are those of the picture: what the decoders add to a page by
-// design, and what their rules about the end of the data would swallow, is set right here.
+// Converts a page between lines and its coded record. The lines are those of the picture: lines that the decoders add
+// by design are removed, and lines that their rules about the end of the data would drop are kept.
 #pragma once
 
 #include <cstdint>
@@ -24,7 +24,7 @@ struct DecodedPage {
   int32_t count = 0;               ///< how many lines the page has
   std::vector<LineDamage> damage;  ///< in the order of the lines; several may be at one line
 
-  /// Lines of the record: those that were decoded, and those that are missing because of damage in front of them.
+  /// Lines of the record: those that were decoded, and those that are lost through damage before them.
   int32_t coded_lines() const;
   /// Number of lines with any damage.
   int32_t damaged_lines() const;
@@ -58,7 +58,7 @@ Status decode_page(const char *name, int32_t number, std::span<const uint8_t> re
 Status count_lines(const char *name, int32_t number, std::span<const uint8_t> record, int32_t coding,
                    DecodedPage &page);
 
-/// What a kind of damage is, for messages.
+/// Describes a kind of damage, for messages.
 const char *damage_text(Damage kind);
 
 /// The short name of a coding, "MH", "MR", "UMMR" or "MMR"; "unknown" for any other code.

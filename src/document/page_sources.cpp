@@ -80,7 +80,7 @@ class Walk {
     if (count == 0) return;
     const Source &source = sources_.named(name);
     if (page_ == MOST_PAGES || depth == DEEPEST_INCLUSION)
-      skip(count, source.path, 1, "inclusions without end");
+      skip(count, source.path, 1, "endless inclusions");
     else if (!source.fault.empty())
       skip(count, source.path, 1, source.fault);
     else
@@ -126,10 +126,9 @@ const MissingPages *missing_at(const std::vector<MissingPages> &missing, int32_t
 
 Status report_missing(const FaxDocument &document, const MissingPages &pages) {
   if (pages.first == pages.last)
-    complain("%s: page %d is not available: %s", document.name(), pages.first, pages.reason.c_str());
+    report("%s: page %d is not available: %s", document.name(), pages.first, pages.reason.c_str());
   else
-    complain("%s: pages %d to %d are not available: %s", document.name(), pages.first, pages.last,
-             pages.reason.c_str());
+    report("%s: pages %d to %d are not available: %s", document.name(), pages.first, pages.last, pages.reason.c_str());
   return DAMAGED;
 }
 

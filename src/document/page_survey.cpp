@@ -1,4 +1,4 @@
-// One walk over the pages of a document, for the commands that report on it.
+// Walks the pages of a document once, for the commands that report on it.
 #include "document/page_survey.h"
 
 #include "document/page_sources.h"
@@ -34,7 +34,7 @@ int32_t readable_pages(const FaxDocument &document) {
 Status survey_pages(const FaxDocument &document, std::vector<PageFacts> &pages) {
   const int32_t count = readable_pages(document);
   Progress progress("pages", count);
-  Status status = tell_lost_bytes(document);
+  Status status = report_lost_bytes(document);
   const std::vector<MissingPages> missing = find_missing_pages(document);
   for (int32_t page = 1; page <= count; ++page) {
     PageFacts &facts = pages.emplace_back();

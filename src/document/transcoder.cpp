@@ -1,5 +1,5 @@
-// From fax page to fax page. Every page is decoded, also one that is passed on as it is: damage is told when a page is
-// handled, not when somebody looks at it years later.
+// Every page is decoded, even one that is copied: damage is reported when a page is handled, not when somebody looks at
+// it years later.
 #include "document/transcoder.h"
 
 #include <utility>
@@ -44,7 +44,7 @@ Status Transcoder::add(const FaxDocument &document, int32_t page) {
   if (status == FAILED) return FAILED;
 
   if (resolution != resolution_ && (resolution > 1 || !change_resolution(decoded.lines, resolution, resolution_)))
-    return failure("%s: page %d cannot be brought to the resolution of the others", document.name(), page);
+    return failure("%s: page %d cannot be scaled to the resolution of the others", document.name(), page);
   if (!as_it_is && encode_page(document.name(), decoded.lines, coding_, resolution_, found.record) != DONE)
     return FAILED;
   if (++count_ > MOST_RECORDS) return failure("more than %d pages in one file", MOST_RECORDS);

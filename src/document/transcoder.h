@@ -1,4 +1,4 @@
-// Pages of fax files on their way into another fax file.
+// Copying pages from fax files to another fax file.
 #pragma once
 
 #include <cstdint>
@@ -9,16 +9,16 @@
 
 namespace tolvane {
 
-/// Collects page records of one coding and one resolution in a nameless file. A page that has both is taken as it is;
-/// another is decoded and coded anew, and its lines doubled or merged.
+/// Collects page records of one coding and one resolution in a spool file. A page that has both is copied; any other is
+/// decoded and recoded, and its lines are doubled or merged.
 class Transcoder {
  public:
-  /// @param output  the file that the records are for: the nameless one is made beside it
+  /// @param output  the file that the records are for: the spool file is made in its directory
   Status open(const OutputFile &output, int32_t coding, int32_t resolution);
 
-  /// Reads a page of a document and takes it in.
+  /// Adds a page of a document.
   ///
-  /// @return DONE; DAMAGED after naming what is damaged in it; FAILED after a complaint
+  /// @return DONE; DAMAGED after reporting its damage; FAILED after a message
   Status add(const FaxDocument &document, int32_t page);
 
   /// The records so far, all of them.

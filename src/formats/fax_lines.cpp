@@ -36,8 +36,8 @@ std::vector<uint8_t> resized(const SourcePicture &page, int32_t width, int32_t h
   return result;
 }
 
-/// Error diffusion in place, every other row from right to left so that no pattern leans to one side: 7/16 of the error
-/// go to the next pixel, 3/16, 5/16 and 1/16 to the row below.
+/// Error diffusion in place, every other row from right to left so that patterns do not drift to one side: 7/16 of the
+/// error go to the next pixel, 3/16, 5/16 and 1/16 to the row below.
 void diffuse(std::vector<uint8_t> &grey, int32_t width, int32_t threshold) {
   const auto columns = static_cast<size_t>(width);
   std::vector<int32_t> here(columns + 2), below(columns + 2);  // errors in sixteenths, a pixel to spare at each end

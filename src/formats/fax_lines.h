@@ -1,4 +1,4 @@
-// From a picture in grey to the lines of a fax page: fitted to 1728 pixels, then black and white.
+// Turns a grey picture into the lines of a fax page: fitted to 1728 pixels, then black and white.
 #pragma once
 
 #include <cstddef>
@@ -14,8 +14,8 @@ constexpr int32_t LONGEST_PAGE = 32767;                ///< lines of the longest
 constexpr int32_t WIDEST_PICTURE = 16384;              ///< pixels across of the widest picture that is read
 constexpr int64_t LARGEST_PICTURE = int64_t{1} << 27;  ///< pixels of the largest picture that is read
 
-/// Lines an inch at a vertical resolution code: 98 for 0 (normal), 196 for 1 (fine), 300, 400 and 600 for 2 to 4. What
-/// is no code is shown as normal, and so it counts here.
+/// Lines per inch at a vertical resolution code: 98 for 0 (normal), 196 for 1 (fine), 300, 400 and 600 for 2 to 4.
+/// Invalid codes count as normal.
 double lines_per_inch(int32_t resolution);
 
 /// What becomes of a picture that is narrower or wider than a fax page.
@@ -28,8 +28,8 @@ enum Fit : int32_t {
 /// How a picture becomes a fax page.
 struct FitOptions {
   int32_t resolution = 1;  ///< vertical resolution code of the fax: 0 normal, 1 fine
-  int32_t fit = FIT_CENTER;
-  int32_t diffuse = 0;      ///< non-zero: error diffusion (Floyd and Steinberg); else threshold
+  Fit fit = FIT_CENTER;
+  bool diffuse = false;     ///< error diffusion (Floyd and Steinberg); if not, threshold
   int32_t threshold = 128;  ///< a grey below this is black
 };
 
@@ -38,11 +38,11 @@ struct FitScale {
   double x, y;
 };
 
-/// The scale at which a picture keeps its proportions on paper. A picture 1728 pixels wide of unknown resolution is
-/// taken as a fax page, pixel by pixel; another one as having 204 pixels an inch both ways. Where the pixels of a line
-/// are within 4.5 percent of those of a fax, or of twice as many, they stay as they are or are halved, and lines within
-/// 4.5 percent of a quarter, a half, of as many or of twice as many are merged, kept or doubled: 200 x 200 and 200 x
-/// 100 are used for what is 204 x 196 and 204 x 98 (ITU-T T.30).
+/// The scale at which a picture keeps its proportions on paper. A picture of unknown resolution is a fax page, pixel by
+/// pixel, if it is 1728 pixels wide, else it has 204 pixels per inch both ways. Where the pixels of a line are
+/// within 4.5 percent of those of a fax, or of twice as many, they stay as they are or are halved, and lines within 4.5
+/// percent of 1/4, 1/2, 1 or 2 times as many are merged, kept or doubled: 200 x 200 and 200 x 100 are in use for 204 x
+/// 196 and 204 x 98 (ITU-T T.30).
 FitScale fit_scale(int32_t width, double x_dpi, double y_dpi, const FitOptions &options);
 
 /// How much wider than a fax page a picture is at its true size: 1 if it is not wider, or within the 4.5 percent.
@@ -53,7 +53,7 @@ double overhang(const SourcePicture &page, const FitOptions &options);
 ///
 /// @param page   its pixels may be used up
 /// @param lines  receives the lines, one after another
-/// @return whether the page is within LONGEST_PAGE lines; if not, `lines` is empty
+/// @return false, with `lines` empty, if the page would be longer than LONGEST_PAGE lines
 bool make_fax_lines(SourcePicture &&page, const FitOptions &options, std::vector<uint8_t> &lines);
 
 }  // namespace tolvane

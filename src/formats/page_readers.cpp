@@ -1,5 +1,5 @@
-// Which reader takes a file. The readers themselves stand in a file each; pictures leave here with the resolution that
-// the user gave in place of the file's own.
+// The table of the formats that pages are read from. Each reader has a file of its own. A resolution given by the user
+// overrides that of the file here, for all readers.
 #include "formats/page_readers.h"
 
 #include <algorithm>
@@ -16,7 +16,7 @@ namespace {
 using reader_fn = Status (*)(const PictureFile &file, const SourceOptions &options, const page_sink &sink);
 
 Status refuse_fax(const PictureFile &file, const SourceOptions &, const page_sink &) {
-  return failure("%s: this is a fax file: \"tolvane-fax merge\" takes its pages", file.name);
+  return failure("%s: this is a fax file: use \"tolvane-fax merge\"", file.name);
 }
 
 using namespace std::string_view_literals;
@@ -53,7 +53,7 @@ Status read_pages(const std::string &path, const SourceOptions &options, const p
 
 Status check_picture_size(const char *name, int32_t page, int64_t width, int64_t height) {
   if (width < 1 || height < 1)
-    return failure("%s: page %d: a picture of %" PRId64 " x %" PRId64 " pixels", name, page, width, height);
+    return failure("%s: page %d has %" PRId64 " x %" PRId64 " pixels", name, page, width, height);
   if (width > WIDEST_PICTURE || height > LARGEST_PICTURE / width)
     return failure("%s: page %d is %" PRId64 " x %" PRId64 " pixels: the limit is %d across and %" PRId64 " in all",
                    name, page, width, height, WIDEST_PICTURE, LARGEST_PICTURE);

@@ -7,7 +7,7 @@ namespace tolvane {
 namespace {
 [[gnu::used]] const char SCCS_ID[] = "@(#)|page_writers|9|01|1|0|0|11/22/26|21:40:00";
 
-/// A writer to which the coding of TIFF means nothing.
+/// A writer that ignores the coding of TIFF.
 template <Status (*write)(const OutputFile &, const picture_source &)>
 Status without_coding(const OutputFile &output, TiffCoding, const picture_source &next) {
   return write(output, next);
@@ -48,7 +48,7 @@ std::string format_names() {
 
 const PictureFormat *wanted_format(const std::string &name, const std::string &path) {
   const PictureFormat *format = name.empty() ? format_of_path(path) : format_named(name);
-  if (!format) complain("the format must be one of %s", format_names().c_str());
+  if (!format) report("the format must be one of %s", format_names().c_str());
   return format;
 }
 

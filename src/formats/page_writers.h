@@ -1,4 +1,4 @@
-// The writers of foreign page formats. Each pulls black and white pictures, one at a time, and writes a whole file.
+// The writers of other page formats. Each pulls black and white pictures, one at a time, and writes a whole file.
 #pragma once
 
 #include <cstdint>
@@ -14,15 +14,15 @@ namespace tolvane {
 /// A black and white picture.
 struct PagePicture {
   int32_t width = 0;
-  int32_t height = 0;  ///< 1 at least
-  double x_dpi = 0;    ///< pixels an inch
+  int32_t height = 0;  ///< at least 1
+  double x_dpi = 0;    ///< pixels per inch
   double y_dpi = 0;
   std::vector<uint8_t> rows;  ///< (width + 7) / 8 bytes a row; pixel 0 is bit 7 of byte 0, 1 is black
 
   size_t row_bytes() const { return (static_cast<size_t>(width) + 7) / 8; }
 };
 
-/// Gives the next picture; false when there are no more.
+/// Supplies the next picture; false if there are no more.
 using picture_source = std::function<bool(PagePicture &picture)>;
 
 /// How a page is coded in TIFF.
@@ -30,17 +30,17 @@ enum class TiffCoding : int32_t { g3, g4 };
 
 /// Multi-page TIFF in ITU-T T.6 (G4) or one-dimensional T.4 (G3), one strip a page (libtiff).
 Status write_tiff(const OutputFile &output, TiffCoding coding, const picture_source &next);
-/// PDF whose pages are the picture in G4, in their true size on paper (libqpdf).
+/// PDF whose pages are the pictures in G4, in their true size on paper (libqpdf).
 Status write_pdf(const OutputFile &output, const picture_source &next);
-/// Packed PBM (P4), one picture behind the other.
+/// Packed PBM (P4), one picture after the other.
 Status write_pbm(const OutputFile &output, const picture_source &next);
-/// PNG of one bit a pixel, with its density. Only the first picture is taken: the format holds no more (libpng).
+/// PNG of one bit per pixel, with its density. Only the first picture is written (libpng).
 Status write_png(const OutputFile &output, const picture_source &next);
 
-/// A picture as one strip of ITU-T T.6 data, first pixel in the highest bit, closed by EOFB. Empty on failure.
+/// Codes a picture as one strip of ITU-T T.6 data, first pixel in the highest bit, ending in EOFB. Empty on failure.
 std::string g4_data(const PagePicture &picture);
 
-/// A format by its name and by the endings of file names.
+/// An output format, with the endings of its file names.
 struct PictureFormat {
   const char *name;
   std::vector<const char *> endings;

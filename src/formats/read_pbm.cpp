@@ -1,5 +1,4 @@
-// Portable bitmaps, as netpbm writes them: several may follow each other in one file. Grey and colour kinds are not
-// read: TIFF and PNG bring those.
+// Portable bitmaps, as netpbm writes them: a file may contain several. The grey and colour formats are not read.
 #include <cctype>
 
 #include "formats/page_readers.h"
@@ -8,7 +7,7 @@ namespace tolvane {
 namespace {
 [[gnu::used]] const char SCCS_ID[] = "@(#)|read_pbm|9|01|1|0|0|11/22/26|21:30:00";
 
-/// The text part of the file: numbers apart by white space and by comments up to the end of the line.
+/// The text part of the file: numbers separated by white space and by comments up to the end of the line.
 class Text {
  public:
   explicit Text(std::span<const uint8_t> bytes) : rest_(bytes) {}
@@ -28,7 +27,7 @@ class Text {
       value = (value < 0 ? 0 : value * 10) + rest_[0] - '0';
     return value;
   }
-  /// The next byte that is no blank, or 0.
+  /// The next byte that is not blank, or 0.
   uint8_t byte() {
     skip_blanks();
     return rest_.empty() ? uint8_t{0} : take(1)[0];
@@ -74,7 +73,7 @@ Status read_pbm(const PictureFile &file, const SourceOptions &, const page_sink 
     if (text.left() == 0) break;
     const uint8_t magic = text.byte(), kind = text.byte();
     if (magic != 'P' || (kind != '1' && kind != '4'))
-      return failure("%s: no PBM picture where page %d begins", file.name, number);
+      return failure("%s: no PBM picture at the start of page %d", file.name, number);
     const int64_t width = text.number(), height = text.number();
     if (check_picture_size(file.name, number, width, height) != DONE) return FAILED;
     SourcePicture page = {static_cast<int32_t>(width), static_cast<int32_t>(height)};

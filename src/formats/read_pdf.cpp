@@ -1,5 +1,5 @@
-// PDF pages through poppler, rendered straight at the size and resolution that the fax page needs: a second scaling
-// would only blur what the renderer can draw exactly.
+// PDF pages through poppler, rendered directly at the size and resolution of the fax page: scaling the result would
+// blur it.
 #include <poppler-document.h>
 #include <poppler-page-renderer.h>
 #include <poppler-page.h>
@@ -17,7 +17,7 @@ namespace {
 
 constexpr double POINT = 72;  // points in an inch
 
-/// What the library has to say of the file.
+/// The messages of the library about the file.
 struct PdfLog {
   const char *name;
   Status status = DONE;
@@ -25,11 +25,11 @@ struct PdfLog {
 
 void take_message(const std::string &message, void *closure) {
   auto &log = *static_cast<PdfLog *>(closure);
-  complain("%s: %s", log.name, message.substr(0, message.find_last_not_of('\n') + 1).c_str());
+  report("%s: %s", log.name, message.substr(0, message.find_last_not_of('\n') + 1).c_str());
   log.status = DAMAGED;
 }
 
-/// The width of a page in points, as it is seen.
+/// The width and height of a page in points, as displayed.
 double seen_width(const poppler::page &page, double &height) {
   const poppler::rectf box = page.page_rect();
   const auto turned = page.orientation();
@@ -48,9 +48,9 @@ Status render(const PictureFile &file, const poppler::page &source, int32_t numb
   const double x_dpi = FAX_X_DPI * enlarged, y_dpi = lines_per_inch(fit.resolution) * enlarged;
   SourcePicture page = {0, 0, x_dpi, y_dpi};
   const double pixels = std::ceil(natural * enlarged), lines = std::ceil(height * y_dpi / POINT);
-  // Also false for what is no number.
+  // Also false for NaN.
   if (!(pixels >= 1 && pixels <= WIDEST_PICTURE && lines >= 1 && lines <= LONGEST_PAGE))
-    return failure("%s: page %d is %g x %g points: no fax page", file.name, number, width, height);
+    return failure("%s: page %d of %g x %g points is not a fax page", file.name, number, width, height);
 
   poppler::page_renderer renderer;
   renderer.set_render_hints(poppler::page_renderer::antialiasing | poppler::page_renderer::text_antialiasing);
@@ -75,8 +75,8 @@ Status read_pdf(const PictureFile &file, const SourceOptions &options, const pag
   if (file.bytes.size() > INT_MAX) return failure("%s: larger than 2 GB", file.name);
   const std::unique_ptr<poppler::document> document(poppler::document::load_from_raw_data(
       reinterpret_cast<const char *>(file.bytes.data()), static_cast<int>(file.bytes.size())));
-  if (!document) return failure("%s: not a PDF file that can be read", file.name);
-  if (document->is_locked()) return failure("%s: the file asks for a password", file.name);
+  if (!document) return failure("%s: not a PDF file, or an unreadable one", file.name);
+  if (document->is_locked()) return failure("%s: the file needs a password", file.name);
   Status status = DONE;
   for (int i = 0; i < document->pages() && status != FAILED; ++i) {
     const std::unique_ptr<poppler::page> page(document->create_page(i));

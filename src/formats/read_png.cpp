@@ -1,5 +1,5 @@
-// PNG through libpng's reader of whole pictures in memory. That reader does not tell the pixel density, so the one
-// chunk that holds it is looked up here.
+// PNG through libpng's simplified reader, which does not report the pixel density: the chunk that contains it is found
+// here.
 #include <png.h>
 
 #include <algorithm>

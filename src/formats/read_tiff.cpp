@@ -1,5 +1,5 @@
 // TIFF, and raw coded lines, which are read as the one strip of a TIFF made in memory. A damaged line inside a complete
-// strip costs that line: libtiff tells of it and goes on, and so do we. A strip that is not there, or in another coding
+// strip costs that line alone: libtiff reports it and continues. A strip that is missing, or damaged in a coding other
 // than fax, fails.
 #include <sys/mman.h>
 #include <unistd.h>
@@ -46,7 +46,7 @@ bool is_page(TIFF *tiff) {
   return !(kind & (FILETYPE_REDUCEDIMAGE | FILETYPE_MASK));
 }
 
-/// Whether the page is one bit a pixel in rows, so that its lines can be taken as they are.
+/// Whether the page has one bit per pixel in rows, so that its lines can be copied.
 bool is_bilevel(TIFF *tiff) {
   uint16_t bits = 1, samples = 1, photometric = PHOTOMETRIC_MINISWHITE;
   TIFFGetFieldDefaulted(tiff, TIFFTAG_BITSPERSAMPLE, &bits);
@@ -71,7 +71,7 @@ bool read_line(TIFF *tiff, TiffLog &log, std::vector<uint8_t> &line) {
 
 /// Reads the lines of a black and white page.
 ///
-/// @return whether all `page.height` lines came
+/// @return whether all `page.height` lines were read
 bool read_bilevel(TIFF *tiff, TiffLog &log, SourcePicture &page) {
   uint16_t photometric = PHOTOMETRIC_MINISWHITE;
   TIFFGetField(tiff, TIFFTAG_PHOTOMETRIC, &photometric);
@@ -86,7 +86,7 @@ bool read_bilevel(TIFF *tiff, TiffLog &log, SourcePicture &page) {
   return true;
 }
 
-/// Reads any other page through libtiff's conversion to RGB, whose pixels that let light through stand on white.
+/// Reads any other page through libtiff's conversion to RGB. Transparent pixels become white.
 bool read_colour(TIFF *tiff, SourcePicture &page) {
   const size_t count = static_cast<size_t>(page.width) * static_cast<size_t>(page.height);
   std::vector<uint32_t> pixels(count);
@@ -98,7 +98,7 @@ bool read_colour(TIFF *tiff, SourcePicture &page) {
   page.grey.reserve(count);
   for (const uint32_t pixel : pixels) {
     const uint32_t luminance = (299 * TIFFGetR(pixel) + 587 * TIFFGetG(pixel) + 114 * TIFFGetB(pixel) + 500) / 1000;
-    // Colours come multiplied with their opacity: what is missing to full opacity is white.
+    // Colours are multiplied by their opacity: the rest to full opacity is white.
     page.grey.push_back(static_cast<uint8_t>(std::min<uint32_t>(luminance + 255 - TIFFGetA(pixel), 255)));
   }
   return true;
@@ -144,7 +144,8 @@ bool wrap_raw(const PictureFile &raw, const RawFormat &format, int fd, TiffLog &
                            static_cast<tmsize_t>(raw.bytes.size())) >= 0;
 }
 
-/// Reads lines up to the end of the data, or to an RTC or EOFB: these come as lines that are empty, and no damage.
+/// Reads lines up to the end of the data, or to an RTC or EOFB: libtiff returns these as empty lines, which are no
+/// damage.
 void read_raw_lines(TIFF *tiff, const RawFormat &format, TiffLog &log, SourcePicture &page) {
   const int32_t end_code = format.coding == COMP_MMR ? 1 : RTC_EMPTY_LINES;
   std::vector<uint8_t> line(static_cast<size_t>(TIFFScanlineSize(tiff)));

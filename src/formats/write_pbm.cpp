@@ -1,4 +1,4 @@
-// PBM: a short text and the rows as they are. Its pixels have no size, so one that has square pixels is asked for.
+// PBM: a short text, then the rows as they are. The format has no resolution.
 #include <errno.h>
 
 #include "formats/page_writers.h"

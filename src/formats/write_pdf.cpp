@@ -1,5 +1,5 @@
-// PDF: each page is one picture in G4 that fills it. Its size is that of the paper, by the pixels an inch.
-// Through qpdf's C interface: the headers of the other one are not C++20 to every compiler.
+// PDF: each page is one picture in G4 that fills it, in its true size on paper. Written through qpdf's C interface: the
+// headers of the other one are not C++20 to every compiler.
 #include <qpdf/qpdf-c.h>
 #include <stdio.h>
 
@@ -18,7 +18,7 @@ namespace {
 
 constexpr double POINTS = 72;  // in an inch
 
-/// A text made as printf makes it.
+/// Formats a text as printf does.
 [[gnu::format(printf, 1, 2)]] std::string formatted(const char *format, ...) {
   char text[512];
   va_list arguments;
@@ -28,8 +28,8 @@ constexpr double POINTS = 72;  // in an inch
   return text;
 }
 
-/// The size in points of so many pixels, cut behind the fourth decimal: a page the least bit larger than its pixels is
-/// rendered with one more, and all of them blurred.
+/// The size of pixels in points, cut after the fourth decimal: a page slightly larger than its pixels would be rendered
+/// with one more, and all of them blurred.
 double paper_size(int32_t pixels, double dpi) {
   return std::floor(pixels / dpi * POINTS * 1e4) / 1e4;
 }

@@ -1,10 +1,13 @@
-// PNG. libpng leaves a failed operation by a jump, so nothing with a destructor lives in the procedure that it may jump
-// out of.
+// PNG. libpng leaves a failed operation by longjmp, so the procedure that it may leave has no objects with destructors.
+#include <errno.h>
+#include <errno.h>
 #include <png.h>
 #include <stdio.h>
 #include <unistd.h>
 
 #include <cmath>
+#include <cstring>
+#include <cstring>
 
 #include "formats/page_writers.h"
 #include "io/output_file.h"
@@ -26,7 +29,7 @@ png_uint_32 per_metre(double dpi) {
   return static_cast<png_uint_32>(std::lround(dpi / INCH));
 }
 
-/// Writes the picture. False after libpng jumped out of its work.
+/// Writes the picture. False if libpng failed.
 bool write_picture(png_structp png, png_infop info, const PagePicture &picture) {
   if (setjmp(png_jmpbuf(png))) return false;
   png_set_IHDR(png, info, static_cast<png_uint_32>(picture.width), static_cast<png_uint_32>(picture.height), 1,
@@ -56,7 +59,7 @@ Status write_png(const OutputFile &output, const picture_source &next) {
     written = write_picture(png, info, picture);
     if (fclose(stream) != 0 && written) {
       written = false;
-      message = "it cannot be written";
+      message = strerror(errno);
     }
   }
   png_destroy_write_struct(&png, &info);

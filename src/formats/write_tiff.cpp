@@ -1,5 +1,5 @@
-// TIFF, and the one coding that PDF shares with it. Pages cross as pixels: our MR and MMR differ from the standard's on
-// lines that start black under a line that starts white, so libtiff codes them anew.
+// TIFF, and the G4 data of PDF. Pages are recoded by libtiff from their pixels: our MR and MMR differ from the
+// standard's on lines that start black under a line that starts white.
 #include <sys/mman.h>
 
 #include "formats/page_writers.h"
@@ -42,7 +42,7 @@ Status write_tiff(const OutputFile &output, TiffCoding coding, const picture_sou
     if (!write_directory(tiff.get(), picture, coding, page++)) tiff.reset();
   }
   if (!tiff) return failure("%s: %s", output.name(), log.error.c_str());
-  // Closing writes what is still held back, and has no result but the message.
+  // Closing writes what is still buffered, and reports failure by a message only.
   log.error.clear();
   tiff.reset();
   return log.error.empty() ? DONE : failure("%s: %s", output.name(), log.error.c_str());

@@ -40,7 +40,7 @@ Descriptor open_input(const std::string &path) {
     return Descriptor();
   }
   if (status.st_size == 0) {
-    complain("%s: the file is empty", input_name(path).c_str());
+    report("%s: the file is empty", input_name(path).c_str());
     return Descriptor();
   }
   return fd;

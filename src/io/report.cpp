@@ -1,5 +1,5 @@
-// Diagnostics and progress on standard error. Results never pass through here: they go to standard output, from the
-// command that has them. A diagnostic first wipes the progress line, so that the two never stand on one line.
+// Diagnostics and progress on standard error. Commands print results to standard output themselves. A diagnostic first
+// removes the progress line, so that the two never share a line.
 #include "io/report.h"
 
 #include <errno.h>
@@ -44,7 +44,7 @@ Status worse(Status one, Status other) {
   return one == FAILED || other == FAILED ? FAILED : std::max(one, other);
 }
 
-void complain(const char *format, ...) {
+void report(const char *format, ...) {
   va_list arguments;
   va_start(arguments, format);
   print_diagnostic(format, arguments);
@@ -69,8 +69,8 @@ Status usage_fault(const char *format, ...) {
 
 Status report_damage(const char *name, int32_t page, size_t count, const std::function<std::string(size_t)> &place) {
   const size_t reported = std::min(count, DAMAGE_REPORTED);
-  for (size_t i = 0; i < reported; ++i) complain("%s: page %d: %s", name, page, place(i).c_str());
-  if (reported < count) complain("%s: page %d: %zu more damaged places", name, page, count - reported);
+  for (size_t i = 0; i < reported; ++i) report("%s: page %d: %s", name, page, place(i).c_str());
+  if (reported < count) report("%s: page %d: %zu more damaged places", name, page, count - reported);
   return count > 0 ? DAMAGED : DONE;
 }
 

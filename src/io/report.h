@@ -1,5 +1,4 @@
-// What the user is told beside the result: diagnostics, damage and progress, all on standard error, and the exit
-// statuses.
+// Diagnostics, damage and progress, all on standard error, and the exit statuses.
 #pragma once
 
 #include <chrono>
@@ -15,50 +14,50 @@ enum Status : int {
   DONE = 0,
   USAGE = 1,
   FAILED = 2,
-  DAMAGED = 3,  ///< done, but something that was read is damaged
+  DAMAGED = 3,  ///< done, but the input is damaged
 };
 
 /// The status of two pieces of work together: FAILED if one failed, else the higher.
 Status worse(Status one, Status other);
 
-/// Set by `--quiet`: no progress is shown. Diagnostics are printed all the same.
+/// Set by `--quiet`: no progress is shown. Diagnostics are printed nevertheless.
 extern bool Quiet;
 
-/// Prints "tolvane-fax: ", the text and a line feed on standard error, the name in colour on a terminal unless the
-/// environment has NO_COLOR.
-[[gnu::format(printf, 1, 2)]] void complain(const char *format, ...);
+/// Prints "tolvane-fax: ", the text and a line feed on standard error; the name in colour on a terminal, unless
+/// NO_COLOR is set in the environment.
+[[gnu::format(printf, 1, 2)]] void report(const char *format, ...);
 
-/// `complain`, for use in a return statement: gives FAILED.
+/// `report`, for use in a return statement: returns FAILED.
 [[gnu::format(printf, 1, 2)]] Status failure(const char *format, ...);
 
 /// Reports the damaged places of a page: the first ten one by one, the rest as a number.
 ///
 /// @param count  how many places there are
-/// @param place  gives the text of a place by its index: "line 17: an invalid code"
+/// @param place  describes a place by its index: "line 17: an invalid code"
 /// @return DAMAGED, or DONE if there is none
 Status report_damage(const char *name, int32_t page, size_t count, const std::function<std::string(size_t)> &place);
 
-/// `complain`, for use in a return statement: gives USAGE.
+/// `report`, for use in a return statement: returns USAGE.
 [[gnu::format(printf, 1, 2)]] Status usage_fault(const char *format, ...);
 
-/// Complains of what errno says about a file: "name: No space left on device"; gives FAILED.
+/// Reports errno for a file: "name: No space left on device". Returns FAILED.
 Status system_failure(const char *name);
 
-/// Takes the progress line off the terminal, for results that may go to the same one.
+/// Removes the progress line from the terminal, before results that may go to the same one.
 void wipe_progress();
 
-/// Shows how far long work has come: on a terminal only, and not before it has run for a second.
+/// Shows the progress of long work: on a terminal only, and only after a second.
 class Progress {
  public:
   /// @param unit   what is counted, in the plural: "pages"
-  /// @param total  how many there will be, 0 if nobody knows
+  /// @param total  how many there will be, 0 if unknown
   explicit Progress(const char *unit, int32_t total = 0);
-  /// Takes the line off the terminal.
+  /// Removes the line from the terminal.
   ~Progress();
   Progress(const Progress &) = delete;
   Progress &operator=(const Progress &) = delete;
 
-  /// One more is done.
+  /// Counts one more.
   void step();
 
  private:
