@@ -49,7 +49,7 @@ TEST_F(Faults, InclusionsOfWhatIsNoFileAndOfPagesThatAreNotThereEndAtOnce) {
       {"nofile 1 2000000000", "pages 1 to 2000000000 are not available: ./nofile: No such file"},
       {"fifo 1 1", "page 1 is not available: ./fifo: "},
       {"zero 1 3", "pages 1 to 3 are not available: ./zero: "},
-      {"a.fax 1 70000", "are not available: inclusions without end"},
+      {"a.fax 1 70000", "are not available: endless inclusions"},
   };
   for (const auto &[inclusion, complaint] : cases) {
     dir.write("a.fax", fax_bytes("#PAGES:1\nRESOLUTION:1\nINCLUDE:" + std::string(inclusion) + "\n", {blank_page(4)}));
