@@ -26,7 +26,7 @@ std::vector<std::pair<std::string, int32_t>> raw_codings() {
   return {{"g3", COMP_MH}, {"g3-2d", COMP_MR}, {"g4", COMP_MMR}, {"mh", COMP_MH}, {"mr", COMP_MR}, {"mmr", COMP_MMR}};
 }
 
-/// "300" or "204x98".
+// "300" or "204x98".
 bool store_dpi(const std::string &text, SourceOptions &source) {
   const size_t cross = std::min(text.find('x'), text.size());
   const std::string across = text.substr(0, cross), down = cross < text.size() ? text.substr(cross + 1) : across;
@@ -34,7 +34,7 @@ bool store_dpi(const std::string &text, SourceOptions &source) {
          source.x_dpi >= 1 && source.y_dpi >= 1 && source.x_dpi <= HIGHEST_DPI && source.y_dpi <= HIGHEST_DPI;
 }
 
-/// Moves inclusions after `place` up by the number of new pages.
+// Moves inclusions after `place` up by the number of new pages.
 Status shift_inclusions(FaxDocument &document, int32_t place, int32_t new_pages) {
   if (document.record_count() + new_pages > MOST_RECORDS)
     return failure("%s: more than %d pages in one file", document.name(), MOST_RECORDS);
@@ -44,7 +44,7 @@ Status shift_inclusions(FaxDocument &document, int32_t place, int32_t new_pages)
   return DONE;
 }
 
-/// Whether pages can be added. DONE, or FAILED after a message.
+// Whether pages can be added. DONE, or FAILED after a message.
 Status check_target(const FaxDocument &document, int32_t place) {
   if (encodable_modes(document) != DONE) return FAILED;
   if (document.lost_bytes > 0)
@@ -55,7 +55,7 @@ Status check_target(const FaxDocument &document, int32_t place) {
   return DONE;
 }
 
-/// Reports that a page loses size or its sides: that is no fault, but not what everybody wants.
+// Reports that a page loses size or its sides: that is no fault, but not what everybody wants.
 void report_overhang(const std::string &file, int32_t number, const SourcePicture &page, const FitOptions &fit) {
   const double wider = overhang(page, fit);
   if (wider <= 1 || fit.fit == FIT_SCALE) return;

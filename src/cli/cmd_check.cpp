@@ -21,7 +21,7 @@ void declare(CLI::App &usage) {
   usage.add_option("FILE", files, "fax files; - is standard input")->required();
 }
 
-/// Compares a count in the header with the true one.
+// Compares a count in the header with the true one.
 Status check_count(const FaxDocument &document, FaxKeyword keyword, int32_t true_count) {
   const char *name = faxFileKeywordList[keyword];
   const char *value = find_header_value(document.lines, name);
@@ -31,7 +31,7 @@ Status check_count(const FaxDocument &document, FaxKeyword keyword, int32_t true
   return DAMAGED;
 }
 
-/// Checks the lines that say how pages are read.
+// Checks the lines that say how pages are read.
 Status check_modes(const FaxDocument &document) {
   Status status = DONE;
   if (document.coding != COMP_MH && document.coding != COMP_MR && document.coding != COMP_MMR) {
@@ -61,7 +61,7 @@ Status check_header_text(const FaxDocument &document) {
   return worse(status, check_header(document.name(), document.lines) == DONE ? DONE : DAMAGED);
 }
 
-/// Viewers decode an included page in the coding of the document, not in that of its own file.
+// Viewers decode an included page in the coding of the document, not in that of its own file.
 Status check_included(const FaxDocument &document, const std::vector<PageFacts> &pages) {
   Status status = DONE;
   for (const PageFacts &page : pages) {

@@ -55,8 +55,8 @@ void note_damage(Damage) {
   if (damaged_pages.empty() || damaged_pages.back() != page_in_work) damaged_pages.push_back(page_in_work);
 }
 
-/// Runs the converter on a path, which names the old or the new file at every moment. The target of a link is replaced,
-/// not the link.
+// Runs the converter on a path, which names the old or the new file at every moment. The target of a link is replaced,
+// not the link.
 bool run_converter(const std::string &path) {
   const Block<char> resolved(realpath(path.c_str(), nullptr));
   const std::string target = resolved ? resolved.get() : path;
@@ -70,7 +70,7 @@ bool run_converter(const std::string &path) {
   return done;
 }
 
-/// Reports the damaged lines of the pages in which the converter found damage. The document is still the old file.
+// Reports the damaged lines of the pages in which the converter found damage. The document is still the old file.
 Status report_damaged_pages(const FaxDocument &document) {
   for (const int32_t number : damaged_pages) {
     const PageRecord &place = document.records[static_cast<size_t>(number) - 1];
@@ -83,7 +83,7 @@ Status report_damaged_pages(const FaxDocument &document) {
   return damaged_pages.empty() ? DONE : DAMAGED;
 }
 
-/// Whether the converter keeps every page and every header line.
+// Whether the converter keeps every page and every header line.
 bool converter_keeps_all(const FaxDocument &document) {
   std::map<std::string, int> names;
   for (const std::string &line : document.lines) {
@@ -101,7 +101,7 @@ Status convert_directly(const FaxDocument &document) {
   return keep_rights(document.path, status) ? DONE : system_failure(document.name());
 }
 
-/// Converts a copy with a plain header, then joins the old header lines and the new pages.
+// Converts a copy with a plain header, then joins the old header lines and the new pages.
 Status convert_by_copy(FaxDocument &document) {
   OutputFile copy, output;
   const RecordRange all[] = {{document.fd.get(), document.records_start, records_end(document)}};
@@ -142,7 +142,7 @@ Status convert_file(const std::string &path) {
   return worse(status, damage);
 }
 
-/// Starts a process that converts a file and ends with its status.
+// Starts a process that converts a file and ends with its status.
 pid_t start_worker(const std::string &path) {
   const pid_t worker = fork();
   if (worker != 0) return worker;
@@ -159,7 +159,7 @@ pid_t start_worker(const std::string &path) {
   _exit(status);
 }
 
-/// Waits for any worker. The file of one that succeeded is added to `converted`.
+// Waits for any worker. The file of one that succeeded is added to `converted`.
 Status wait_for_worker(std::map<pid_t, std::string> &workers, std::vector<std::string> &converted) {
   int ended = 0;
   const pid_t worker = wait(&ended);
@@ -172,7 +172,7 @@ Status wait_for_worker(std::map<pid_t, std::string> &workers, std::vector<std::s
   return failure("%s: not converted: ended by signal %d", path.c_str(), WTERMSIG(ended));
 }
 
-/// Viewers decode an included page in the coding of the file that includes it.
+// Viewers decode an included page in the coding of the file that includes it.
 void warn_of_other_codings(const std::string &path) {
   FaxDocument document;
   if (open_fax(path, document) != DONE) return;

@@ -40,7 +40,7 @@ void declare(CLI::App &usage) {
       ->allow_extra_args(false);
 }
 
-/// The header lines that the user adds to those that are set here.
+// The header lines that the user adds to those that are set here.
 Status add_keywords(HeaderLines &lines) {
   for (const std::string &text : keywords) {
     KeywordValue keyword;

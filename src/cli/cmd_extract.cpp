@@ -42,7 +42,7 @@ void declare(CLI::App &usage) {
   usage.add_flag("--square", square, "repeat lines to make pixels square, for text recognition");
 }
 
-/// Repeats or drops lines so that there are as many per inch as pixels.
+// Repeats or drops lines so that there are as many per inch as pixels.
 void make_square(PagePicture &picture) {
   const auto rows = static_cast<int32_t>(std::lround(picture.height * picture.x_dpi / picture.y_dpi));
   const size_t size = picture.row_bytes();
@@ -56,7 +56,7 @@ void make_square(PagePicture &picture) {
   picture.y_dpi = picture.x_dpi;
 }
 
-/// Supplies the selected pages one after another. Faults are reported and kept in `status`.
+// Supplies the selected pages one after another. Faults are reported and kept in `status`.
 struct PagesOut {
   const FaxDocument &document;
   std::span<const int32_t> pages;
@@ -92,7 +92,7 @@ struct PagesOut {
   }
 };
 
-/// Writes one file.
+// Writes one file.
 Status write_file(const PictureFormat &format, const std::string &path, PagesOut &pages) {
   if (check_not_source(path, pages.document) != DONE) return FAILED;
   // The first page is read first: a file without any page is not made.

@@ -32,8 +32,8 @@ void declare(CLI::App &usage) {
   usage.add_option("FILE", file, "the fax file to change")->required();
 }
 
-/// Whether the pages are available, also those that the included file includes itself, and none is in the file being
-/// changed. Readers look for all of these files in the directory of that one.
+// Whether the pages are available, also those that the included file includes itself, and none is in the file being
+// changed. Readers look for all of these files in the directory of that one.
 Status check_sources(const FaxDocument &document, FaxDocument &included) {
   bool leads_back = same_file(included.path, document.path);
   included.directory = document.directory;
@@ -45,7 +45,7 @@ Status check_sources(const FaxDocument &document, FaxDocument &included) {
   return leads_back ? failure("%s includes %s in turn", included.name(), document.name()) : DONE;
 }
 
-/// Whether the pages are available and have the coding and resolution of the document: readers use one for all.
+// Whether the pages are available and have the coding and resolution of the document: readers use one for all.
 Status check_included(const FaxDocument &document) {
   if (included_name.size() >= INCLUDE_NAME_SIZE || included_name.find_first_of(" \t\n\v\f\r") != std::string::npos)
     return failure("the name of an included file must have no blanks and at most %zu characters",
@@ -61,7 +61,7 @@ Status check_included(const FaxDocument &document) {
   return check_sources(document, included);
 }
 
-/// Adds the new line after those for the same or an earlier page.
+// Adds the new line after those for the same or an earlier page.
 void add_inclusion(FaxDocument &document) {
   const std::string line = inclusion_line({0, included_name, place, count}, place);
   for (const Inclusion &inclusion : document.inclusions) {

@@ -29,7 +29,7 @@ void declare(CLI::App &usage) {
   usage.add_flag("--csv", as_csv, "print one line per page, after a line of names")->excludes(json);
 }
 
-/// A header value as one line of text: a line break in it is stored as a carriage return.
+// A header value as one line of text: a line break in it is stored as a carriage return.
 std::string shown(std::string text) {
   for (size_t at = 0; (at = text.find('\r', at)) != text.npos; at += 2) text.replace(at, 1, "\\n");
   return text;
@@ -107,7 +107,7 @@ void print_json(const FaxDocument &document, const std::vector<PageFacts> &pages
   puts(object.dump(-1, ' ', false, ordered_json::error_handler_t::replace).c_str());
 }
 
-/// A field of a CSV line (RFC 4180).
+// A field of a CSV line (RFC 4180).
 std::string csv_field(const std::string &text) {
   if (text.find_first_of(",\"\r\n") == text.npos) return text;
   std::string quoted = "\"";

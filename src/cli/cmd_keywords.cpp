@@ -35,7 +35,7 @@ void remove_lines(HeaderLines &lines, const std::string &name) {
   std::erase_if(lines, [&](const std::string &line) { return is_line_of(line, name); });
 }
 
-/// A stored value as text: a carriage return is a line break.
+// A stored value as text: a carriage return is a line break.
 std::string shown(std::string value, const char *line_break) {
   for (size_t at = 0; (at = value.find('\r', at)) != std::string::npos;) value.replace(at, 1, line_break);
   return value;
@@ -91,7 +91,7 @@ Status delete_values(FaxDocument &document) {
   return DONE;
 }
 
-/// Copies the free text of another file, or the lines of some names.
+// Copies the free text of another file, or the lines of some names.
 Status copy_values(FaxDocument &document) {
   FaxDocument source;
   if (open_fax(copied_file, source) != DONE) return FAILED;
@@ -126,7 +126,7 @@ constexpr Action ACTIONS[] = {
 
 const Action *chosen;
 
-/// The names of keywords, for `--help`. The completion of the shell reads them there.
+// The names of keywords, for `--help`. The completion of the shell reads them there.
 std::string name_list() {
   std::string text = "Names:", line;
   for (const char *name : faxFileKeywordList) {

@@ -36,7 +36,7 @@ void declare(CLI::App &usage) {
   add_force(usage, force, "replace OUT even if it is not among the files merged");
 }
 
-/// Adds the pages of one file: all, or those of its own with its inclusions as header lines.
+// Adds the pages of one file: all, or those of its own with its inclusions as header lines.
 Status add_pages(const FaxDocument &document, Transcoder &pages, HeaderLines &lines, Progress &progress) {
   if (!document.inclusions_usable) return failure("%s: its INCLUDE lines are invalid", document.name());
   if (require_all_pages(document) != DONE) return FAILED;
@@ -55,8 +55,8 @@ Status add_pages(const FaxDocument &document, Transcoder &pages, HeaderLines &li
   return status;
 }
 
-/// Whether inclusions can be kept: readers look for the files in the directory of the fax, and decode their pages in
-/// its coding.
+// Whether inclusions can be kept: readers look for the files in the directory of the fax, and decode their pages in
+// its coding.
 Status check_kept(const FaxDocument &document) {
   if (!keep_inclusions || document.inclusions.empty()) return DONE;
   if (out == "-" || !same_file(directory_of(out), directory_of(document.path)))

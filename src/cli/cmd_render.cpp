@@ -47,7 +47,7 @@ void declare(CLI::App &usage) {
       ->type_name(format_names());
 }
 
-/// Sets what the rasteriser reads: the resolution as the viewer's own header reader finds it.
+// Sets what the rasteriser reads: the resolution as the viewer's own header reader finds it.
 Status set_view(const FaxDocument &document) {
   if (!tn_extract_header_info(("/dev/fd/" + std::to_string(document.fd.get())).c_str()))
     return failure("%s: the viewer cannot read its header", document.name());
@@ -57,7 +57,7 @@ Status set_view(const FaxDocument &document) {
   return DONE;
 }
 
-/// Decodes the page into a picture as the viewer does.
+// Decodes the page into a picture as the viewer does.
 PagePicture rendered(const FaxPage &page, int32_t coding) {
   const ScaleSizes sizes = scale_sizes(Reduced);
   std::vector<uint8_t> block(BITMAP_SIZE);

@@ -41,7 +41,7 @@ void declare(CLI::App &usage) {
   add_inclusions(usage, keep_inclusions);
 }
 
-/// The first page of each part, and the page after the last.
+// The first page of each part, and the page after the last.
 std::vector<int32_t> part_starts(int32_t pages) {
   std::vector<int32_t> starts = {1};
   if (before.empty()) {
@@ -76,7 +76,7 @@ Status check_names(const FaxDocument &document, int32_t parts) {
   return DONE;
 }
 
-/// Writes the pages from `first` up to, not including, `end`, counted among those to split.
+// Writes the pages from `first` up to, not including, `end`, counted among those to split.
 Status write_part(const FaxDocument &document, const std::vector<int32_t> &pages, int32_t first, int32_t end,
                   const std::string &name) {
   OutputFile output;

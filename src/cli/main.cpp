@@ -23,16 +23,16 @@ constexpr const Command *COMMANDS[] = {
     &extract_command, &render_command, &merge_command,  &split_command,  &convert_command, &keywords_command,
 };
 
-/// Reports why the parser rejects the command line. It misses an operand before it finds an unknown word, although the
-/// word is the fault: that is reported instead.
+// Reports why the parser rejects the command line. It misses an operand before it finds an unknown word, although the
+// word is the fault: that is reported instead.
 Status command_line_fault(const CLI::App &usage, const CLI::ParseError &error) {
   const std::vector<std::string> unknown = usage.remaining(true);
   const std::string text = unknown.empty() ? error.what() : "\"" + unknown.front() + "\" was not expected";
   return usage_fault("%s\nRun with --help for more information.", text.c_str());
 }
 
-/// The words of the command line, last one first, as the parser expects them. It would read a word in brackets as a
-/// list of words; for a file of such a name its directory is prepended.
+// The words of the command line, last one first, as the parser expects them. It would read a word in brackets as a
+// list of words; for a file of such a name its directory is prepended.
 std::vector<std::string> words_backwards(int argc, char **argv) {
   std::vector<std::string> words;
   for (int i = argc - 1; i > 0; --i) {
@@ -66,15 +66,15 @@ Status run_command_line(int argc, char **argv) {
   return chosen->run();
 }
 
-/// Opens standard channels that were closed at the start on a device that fails as they would. Otherwise a file of ours
-/// would get such a descriptor, and diagnostics would end up among its bytes.
+// Opens standard channels that were closed at the start on a device that fails as they would. Otherwise a file of ours
+// would get such a descriptor, and diagnostics would end up among its bytes.
 void fill_standard_channels() {
   for (const int channel : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
     if (fcntl(channel, F_GETFD) < 0) open("/dev/null", channel == STDIN_FILENO ? O_WRONLY : O_RDONLY);
   }
 }
 
-/// Fails if results did not reach standard output, whatever the command returns.
+// Fails if results did not reach standard output, whatever the command returns.
 Status close_output(Status status) {
   return fflush(stdout) || ferror(stdout) ? worse(status, system_failure("standard output")) : status;
 }

@@ -9,7 +9,7 @@ namespace tolvane {
 namespace {
 [[gnu::used]] const char SCCS_ID[] = "@(#)|page_selection|9|01|1|0|0|11/22/26|21:40:00";
 
-/// One page: a number, `z`, or `r` and a number. 0 if it is none of these.
+// One page: a number, `z`, or `r` and a number. 0 if it is none of these.
 int32_t page_of(std::string_view text, int32_t count) {
   if (text == "z") return count;
   const bool from_end = text.starts_with('r');

@@ -28,7 +28,7 @@ const char *keyword(FaxKeyword number) {
   return faxFileKeywordList[number];
 }
 
-/// Whether readers would find an inclusion inside a line: they search the whole header for the text.
+// Whether readers would find an inclusion inside a line: they search the whole header for the text.
 bool hides_inclusion(const std::string &line) {
   const std::string_view text = "INCLUDE:";
   const size_t place = line.find(text, line.starts_with(text) ? text.size() : 0);

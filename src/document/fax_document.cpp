@@ -26,13 +26,13 @@ const char *keyword(FaxKeyword number) {
   return faxFileKeywordList[number];
 }
 
-/// The first character of a value after blanks, by a conversion of session_params; `missing` if there is none.
+// The first character of a value after blanks, by a conversion of session_params; `missing` if there is none.
 int32_t value_code(const char *value, int32_t (*convert)(int32_t), int32_t missing) {
   while (value && (*value == ' ' || (*value >= '\t' && *value <= '\r'))) ++value;
   return value && *value ? convert(static_cast<unsigned char>(*value)) : missing;
 }
 
-/// The last value of a name, which is the one that the header reader returns.
+// The last value of a name, which is the one that the header reader returns.
 const char *last_value(const HeaderLines &lines, const char *name) {
   const char *found = nullptr;
   for (const std::string &line : lines) {
@@ -46,7 +46,7 @@ void read_modes(FaxDocument &document) {
   document.resolution = value_code(find_header_value(document.lines, keyword(FAXFILE_RESOLUTION)), asciitoVR, -1);
 }
 
-/// Walks the records to the end of the file, or to one that is cut short. False with errno set.
+// Walks the records to the end of the file, or to one that is cut short. False with errno set.
 bool walk_records(FaxDocument &document) {
   const int64_t size = file_size(document.fd.get());
   document.records_start = lseek(document.fd.get(), 0, SEEK_CUR);  // after the header

@@ -13,7 +13,7 @@ namespace {
 
 constexpr size_t EOL_ZEROS = 11;  // zeros before the one of an EOL (ITU-T T.4, 4.1.2)
 
-/// Whether the decoder returns nothing in place of such a line.
+// Whether the decoder returns nothing in place of such a line.
 bool is_missing(Damage kind) {
   return kind == Damage::skipped_line || kind == Damage::lost_start;
 }
@@ -53,8 +53,8 @@ bool bit_at(std::span<const uint8_t> record, size_t bit) {
   return record[bit / 8] >> bit % 8 & 1;
 }
 
-/// Removes an RTC from an MH record: consecutive EOLs, which the decoder would return as white lines. The rest of the
-/// last byte becomes zeros; a single EOL at the end, which ends the last line, stays.
+// Removes an RTC from an MH record: consecutive EOLs, which the decoder would return as white lines. The rest of the
+// last byte becomes zeros; a single EOL at the end, which ends the last line, stays.
 std::vector<uint8_t> without_rtc(std::span<const uint8_t> record) {
   size_t end = record.size() * 8, eols = 0, cut = 0;
   while (end > 0 && !bit_at(record, end - 1)) --end;
@@ -78,7 +78,7 @@ LineSink sink_of(Decoding &decoding) {
   return {&decoding, nullptr, take_line, nullptr, take_damage};
 }
 
-/// The decoder returns a white line for the EOL that starts a page, and does not end the line after the last EOL.
+// The decoder returns a white line for the EOL that starts a page, and does not end the line after the last EOL.
 void decode_MH(Decoder &decoder, std::span<const uint8_t> record, Decoding &decoding) {
   DecodedPage &page = decoding.page;
   LineSink sink = sink_of(decoding);
@@ -91,15 +91,15 @@ void decode_MH(Decoder &decoder, std::span<const uint8_t> record, Decoding &deco
   for (LineDamage &damage : page.damage) damage.line = std::max(damage.line - 1, 1);
 }
 
-/// The decoder drops runs whose codes end in the last byte, and pages of other encoders need not end in fill: a byte of
-/// fill is appended.
+// The decoder drops runs whose codes end in the last byte, and pages of other encoders need not end in fill: a byte of
+// fill is appended.
 void decode_MR(Decoder &decoder, std::span<const uint8_t> record, Decoding &decoding) {
   std::vector<uint8_t> data(record.begin(), record.end());
   data.push_back(0);
   decoder.decode(data, COMP_MR, FAX_WIDTH, sink_of(decoding));
 }
 
-/// The decoder returns a white line after the last one, or the beginning of an unfinished line in its place.
+// The decoder returns a white line after the last one, or the beginning of an unfinished line in its place.
 void decode_MMR(Decoder &decoder, std::span<const uint8_t> record, Decoding &decoding) {
   DecodedPage &page = decoding.page;
   const DecodeResult result = decoder.decode(record, COMP_MMR, FAX_WIDTH, sink_of(decoding));

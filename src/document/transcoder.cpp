@@ -14,7 +14,7 @@ namespace tolvane {
 namespace {
 [[gnu::used]] const char SCCS_ID[] = "@(#)|transcoder|9|01|1|0|0|11/22/26|22:40:00";
 
-/// The lines of a page at another resolution.
+// The lines of a page at another resolution.
 bool change_resolution(std::vector<uint8_t> &lines, int32_t from, int32_t to) {
   SourcePicture page = {FAX_WIDTH, static_cast<int32_t>(lines.size() / LINE_BYTES), FAX_X_DPI, lines_per_inch(from)};
   if (page.height == 0) return true;

@@ -19,7 +19,7 @@ bool is_nominally(double scale, double simple) {
   return std::abs(scale / simple - 1) < NOMINAL;
 }
 
-/// The picture at a new size.
+// The picture at a new size.
 std::vector<uint8_t> resized(const SourcePicture &page, int32_t width, int32_t height) {
   const auto new_width = static_cast<size_t>(width), old_width = static_cast<size_t>(page.width);
   const auto rows = static_cast<size_t>(page.height);
@@ -36,8 +36,8 @@ std::vector<uint8_t> resized(const SourcePicture &page, int32_t width, int32_t h
   return result;
 }
 
-/// Error diffusion in place, every other row from right to left so that patterns do not drift to one side: 7/16 of the
-/// error go to the next pixel, 3/16, 5/16 and 1/16 to the row below.
+// Error diffusion in place, every other row from right to left so that patterns do not drift to one side: 7/16 of the
+// error go to the next pixel, 3/16, 5/16 and 1/16 to the row below.
 void diffuse(std::vector<uint8_t> &grey, int32_t width, int32_t threshold) {
   const auto columns = static_cast<size_t>(width);
   std::vector<int32_t> here(columns + 2), below(columns + 2);  // errors in sixteenths, a pixel to spare at each end
@@ -68,7 +68,7 @@ double lines_per_inch(int32_t resolution) {
 
 namespace {
 
-/// The scale that keeps the true size on paper.
+// The scale that keeps the true size on paper.
 FitScale true_scale(int32_t width, double x_dpi, double y_dpi, int32_t resolution) {
   const bool unknown = x_dpi <= 0 || y_dpi <= 0;
   if (unknown && width == FAX_WIDTH) return {1, 1};

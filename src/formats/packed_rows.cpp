@@ -15,7 +15,7 @@ namespace {
 
 constexpr int32_t MOST_ROWS = 3;  // that one line covers: those of a reduction to half the height
 
-/// For each combination of black rows of a span (bit i: row i is black), whether their average is black.
+// For each combination of black rows of a span (bit i: row i is black), whether their average is black.
 std::array<bool, 1 << MOST_ROWS> black_averages(const Span &span, int32_t threshold) {
   const int32_t rows = span.last - span.first + 1;
   std::array<bool, 1 << MOST_ROWS> black = {};
@@ -27,9 +27,9 @@ std::array<bool, 1 << MOST_ROWS> black_averages(const Span &span, int32_t thresh
   return black;
 }
 
-/// Averages the rows of a span.
-///
-/// @param rows  the first of them, `size` bytes each
+// Averages the rows of a span.
+//
+// @param rows  the first of them, `size` bytes each
 void merge_rows(const uint8_t *rows, size_t size, const Span &span, int32_t threshold, uint8_t *merged) {
   const auto black = black_averages(span, threshold);
   const auto count = static_cast<size_t>(span.last - span.first) + 1;
@@ -46,7 +46,7 @@ void merge_rows(const uint8_t *rows, size_t size, const Span &span, int32_t thre
   }
 }
 
-/// Puts a row into a line that is white, `left` pixels from its start.
+// Puts a row into a line that is white, `left` pixels from its start.
 void place_row(const uint8_t *row, int32_t width, size_t left, uint8_t *line) {
   const size_t size = (static_cast<size_t>(width) + 7) / 8, shift = left % 8;
   line += left / 8;

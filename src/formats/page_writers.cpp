@@ -7,7 +7,7 @@ namespace tolvane {
 namespace {
 [[gnu::used]] const char SCCS_ID[] = "@(#)|page_writers|9|01|1|0|0|11/22/26|21:40:00";
 
-/// A writer that ignores the coding of TIFF.
+// A writer that ignores the coding of TIFF.
 template <Status (*write)(const OutputFile &, const picture_source &)>
 Status without_coding(const OutputFile &output, TiffCoding, const picture_source &next) {
   return write(output, next);

@@ -7,7 +7,7 @@ namespace tolvane {
 namespace {
 [[gnu::used]] const char SCCS_ID[] = "@(#)|read_pbm|9|01|1|0|0|11/22/26|21:30:00";
 
-/// The text part of the file: numbers separated by white space and by comments up to the end of the line.
+// The text part of the file: numbers separated by white space and by comments up to the end of the line.
 class Text {
  public:
   explicit Text(std::span<const uint8_t> bytes) : rest_(bytes) {}
@@ -19,7 +19,7 @@ class Text {
       while (comment && !rest_.empty() && rest_[0] != '\n');
     }
   }
-  /// The next number, or -1.
+  // The next number, or -1.
   int64_t number() {
     skip_blanks();
     int64_t value = -1;
@@ -27,7 +27,7 @@ class Text {
       value = (value < 0 ? 0 : value * 10) + rest_[0] - '0';
     return value;
   }
-  /// The next byte that is not blank, or 0.
+  // The next byte that is not blank, or 0.
   uint8_t byte() {
     skip_blanks();
     return rest_.empty() ? uint8_t{0} : take(1)[0];
@@ -43,7 +43,7 @@ class Text {
   std::span<const uint8_t> rest_;
 };
 
-/// Packed rows of whole bytes, after exactly one blank.
+// Packed rows of whole bytes, after exactly one blank.
 bool read_rows(Text &text, SourcePicture &page) {
   const size_t size = page.row_bytes() * static_cast<size_t>(page.height);
   if (text.left() < 1 + size) return false;

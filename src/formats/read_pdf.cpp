@@ -17,7 +17,7 @@ namespace {
 
 constexpr double POINT = 72;  // points in an inch
 
-/// The messages of the library about the file.
+// The messages of the library about the file.
 struct PdfLog {
   const char *name;
   Status status = DONE;
@@ -29,7 +29,7 @@ void take_message(const std::string &message, void *closure) {
   log.status = DAMAGED;
 }
 
-/// The width and height of a page in points, as displayed.
+// The width and height of a page in points, as displayed.
 double seen_width(const poppler::page &page, double &height) {
   const poppler::rectf box = page.page_rect();
   const auto turned = page.orientation();

@@ -19,7 +19,7 @@ uint32_t word(const uint8_t *bytes) {
   return uint32_t{bytes[0]} << 24 | uint32_t{bytes[1]} << 16 | uint32_t{bytes[2]} << 8 | bytes[3];
 }
 
-/// Sets the page's resolution from the chunk pHYs: pixels a metre, across and down, and the unit 1 for metres.
+// Sets the page's resolution from the chunk pHYs: pixels a metre, across and down, and the unit 1 for metres.
 void find_density(std::span<const uint8_t> bytes, SourcePicture &page) {
   for (size_t at = SIGNATURE; at + CHUNK_HEAD + CHUNK_CHECK <= bytes.size();) {
     const uint32_t length = word(&bytes[at]);

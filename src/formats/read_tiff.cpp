@@ -39,14 +39,14 @@ uint16_t orientation_of(TIFF *tiff) {
   return orientation;
 }
 
-/// Whether the directory is a page: not a smaller copy of one, and not a mask.
+// Whether the directory is a page: not a smaller copy of one, and not a mask.
 bool is_page(TIFF *tiff) {
   uint32_t kind = 0;
   TIFFGetFieldDefaulted(tiff, TIFFTAG_SUBFILETYPE, &kind);
   return !(kind & (FILETYPE_REDUCEDIMAGE | FILETYPE_MASK));
 }
 
-/// Whether the page has one bit per pixel in rows, so that its lines can be copied.
+// Whether the page has one bit per pixel in rows, so that its lines can be copied.
 bool is_bilevel(TIFF *tiff) {
   uint16_t bits = 1, samples = 1, photometric = PHOTOMETRIC_MINISWHITE;
   TIFFGetFieldDefaulted(tiff, TIFFTAG_BITSPERSAMPLE, &bits);
@@ -55,23 +55,23 @@ bool is_bilevel(TIFF *tiff) {
   return bits == 1 && samples == 1 && photometric <= PHOTOMETRIC_MINISBLACK && !TIFFIsTiled(tiff);
 }
 
-/// Adds a packed line to the page.
-///
-/// @param white  a byte of white pixels in the line
+// Adds a packed line to the page.
+//
+// @param white  a byte of white pixels in the line
 void add_line(const std::vector<uint8_t> &line, uint8_t white, SourcePicture &page) {
   const auto end = line.begin() + static_cast<ptrdiff_t>(page.row_bytes());
   std::transform(line.begin(), end, std::back_inserter(page.bits), [=](uint8_t byte) { return byte ^ white; });
 }
 
-/// Reads the next coded line; damage goes to the log.
+// Reads the next coded line; damage goes to the log.
 bool read_line(TIFF *tiff, TiffLog &log, std::vector<uint8_t> &line) {
   log.empty_line = false;
   return TIFFReadScanline(tiff, line.data(), static_cast<uint32_t>(log.line)) == 1;
 }
 
-/// Reads the lines of a black and white page.
-///
-/// @return whether all `page.height` lines were read
+// Reads the lines of a black and white page.
+//
+// @return whether all `page.height` lines were read
 bool read_bilevel(TIFF *tiff, TiffLog &log, SourcePicture &page) {
   uint16_t photometric = PHOTOMETRIC_MINISWHITE;
   TIFFGetField(tiff, TIFFTAG_PHOTOMETRIC, &photometric);
@@ -86,7 +86,7 @@ bool read_bilevel(TIFF *tiff, TiffLog &log, SourcePicture &page) {
   return true;
 }
 
-/// Reads any other page through libtiff's conversion to RGB. Transparent pixels become white.
+// Reads any other page through libtiff's conversion to RGB. Transparent pixels become white.
 bool read_colour(TIFF *tiff, SourcePicture &page) {
   const size_t count = static_cast<size_t>(page.width) * static_cast<size_t>(page.height);
   std::vector<uint32_t> pixels(count);
@@ -124,7 +124,7 @@ Status read_tiff_page(TIFF *tiff, const char *name, int32_t number, TiffLog &log
   return worse(report_tiff_damage(name, number, log), sink(std::move(page)));
 }
 
-/// Writes coded lines of unknown number as a TIFF.
+// Writes coded lines of unknown number as a TIFF.
 bool wrap_raw(const PictureFile &raw, const RawFormat &format, int fd, TiffLog &log) {
   const TiffHandle tiff = open_tiff(fd, raw.name, "w", log);
   if (!tiff) return false;
@@ -144,8 +144,8 @@ bool wrap_raw(const PictureFile &raw, const RawFormat &format, int fd, TiffLog &
                            static_cast<tmsize_t>(raw.bytes.size())) >= 0;
 }
 
-/// Reads lines up to the end of the data, or to an RTC or EOFB: libtiff returns these as empty lines, which are no
-/// damage.
+// Reads lines up to the end of the data, or to an RTC or EOFB: libtiff returns these as empty lines, which are no
+// damage.
 void read_raw_lines(TIFF *tiff, const RawFormat &format, TiffLog &log, SourcePicture &page) {
   const int32_t end_code = format.coding == COMP_MMR ? 1 : RTC_EMPTY_LINES;
   std::vector<uint8_t> line(static_cast<size_t>(TIFFScanlineSize(tiff)));

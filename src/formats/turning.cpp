@@ -7,7 +7,7 @@ namespace tolvane {
 namespace {
 [[gnu::used]] const char SCCS_ID[] = "@(#)|turning|9|01|1|0|0|11/23/26|05:40:00";
 
-/// Calls `copy` for each pixel of the turned picture, with its place and the place that it comes from.
+// Calls `copy` for each pixel of the turned picture, with its place and the place that it comes from.
 template <typename Copy>
 void walk(int32_t width, int32_t height, const Turn &turn, const Copy &copy) {
   const auto columns = static_cast<size_t>(turn.transpose ? height : width);

@@ -18,7 +18,7 @@ namespace {
 
 constexpr double POINTS = 72;  // in an inch
 
-/// Formats a text as printf does.
+// Formats a text as printf does.
 [[gnu::format(printf, 1, 2)]] std::string formatted(const char *format, ...) {
   char text[512];
   va_list arguments;
@@ -28,8 +28,8 @@ constexpr double POINTS = 72;  // in an inch
   return text;
 }
 
-/// The size of pixels in points, cut after the fourth decimal: a page slightly larger than its pixels would be rendered
-/// with one more, and all of them blurred.
+// The size of pixels in points, cut after the fourth decimal: a page slightly larger than its pixels would be rendered
+// with one more, and all of them blurred.
 double paper_size(int32_t pixels, double dpi) {
   return std::floor(pixels / dpi * POINTS * 1e4) / 1e4;
 }
@@ -39,7 +39,7 @@ struct CloseQpdf {
 };
 using QpdfHandle = std::unique_ptr<_qpdf_data, CloseQpdf>;
 
-/// A stream object. The bytes are copied.
+// A stream object. The bytes are copied.
 qpdf_oh new_stream(qpdf_data pdf, const std::string &bytes, const char *filter, const std::string &parameters) {
   const qpdf_oh stream = qpdf_oh_new_stream(pdf);
   qpdf_oh_replace_stream_data(pdf, stream, reinterpret_cast<const unsigned char *>(bytes.data()), bytes.size(),

@@ -1,12 +1,10 @@
 // PNG. libpng leaves a failed operation by longjmp, so the procedure that it may leave has no objects with destructors.
 #include <errno.h>
-#include <errno.h>
 #include <png.h>
 #include <stdio.h>
 #include <unistd.h>
 
 #include <cmath>
-#include <cstring>
 #include <cstring>
 
 #include "formats/page_writers.h"
@@ -29,7 +27,7 @@ png_uint_32 per_metre(double dpi) {
   return static_cast<png_uint_32>(std::lround(dpi / INCH));
 }
 
-/// Writes the picture. False if libpng failed.
+// Writes the picture. False if libpng failed.
 bool write_picture(png_structp png, png_infop info, const PagePicture &picture) {
   if (setjmp(png_jmpbuf(png))) return false;
   png_set_IHDR(png, info, static_cast<png_uint_32>(picture.width), static_cast<png_uint_32>(picture.height), 1,

@@ -11,7 +11,7 @@ namespace tolvane {
 namespace {
 [[gnu::used]] const char SCCS_ID[] = "@(#)|write_tiff|9|01|1|0|0|11/22/26|21:40:00";
 
-/// Writes a picture as one strip of a new directory.
+// Writes a picture as one strip of a new directory.
 bool write_directory(TIFF *tiff, PagePicture &picture, TiffCoding coding, uint16_t page) {
   TIFFSetField(tiff, TIFFTAG_SUBFILETYPE, FILETYPE_PAGE);
   TIFFSetField(tiff, TIFFTAG_IMAGEWIDTH, static_cast<uint32_t>(picture.width));

@@ -24,7 +24,7 @@ mode_t new_file_mode() {
   return 0666 & ~mask;
 }
 
-/// Makes the new name last through a crash of the machine.
+// Makes the new name last through a crash of the machine.
 void sync_directory(const std::string &path) {
   const Descriptor directory(open(directory_of(path).c_str(), O_RDONLY | O_DIRECTORY));
   if (directory) fsync(directory.get());
