@@ -2,7 +2,7 @@
 // untouched until then.
 #include "cli/adding.h"
 
-#include <CLI/CLI.hpp>
+#include <charconv>
 
 #include "cli/options.h"
 #include "document/fax_composition.h"
@@ -26,12 +26,17 @@ std::vector<std::pair<std::string, int32_t>> raw_codings() {
   return {{"g3", COMP_MH}, {"g3-2d", COMP_MR}, {"g4", COMP_MMR}, {"mh", COMP_MH}, {"mr", COMP_MR}, {"mmr", COMP_MMR}};
 }
 
+bool parse_dpi(const std::string &text, double &dpi) {
+  const char *end = text.data() + text.size();
+  const auto [parsed, fault] = std::from_chars(text.data(), end, dpi);
+  return fault == std::errc() && parsed == end && dpi >= 1 && dpi <= HIGHEST_DPI;
+}
+
 // "300" or "204x98".
 bool store_dpi(const std::string &text, SourceOptions &source) {
   const size_t cross = std::min(text.find('x'), text.size());
   const std::string across = text.substr(0, cross), down = cross < text.size() ? text.substr(cross + 1) : across;
-  return CLI::detail::lexical_cast(across, source.x_dpi) && CLI::detail::lexical_cast(down, source.y_dpi) &&
-         source.x_dpi >= 1 && source.y_dpi >= 1 && source.x_dpi <= HIGHEST_DPI && source.y_dpi <= HIGHEST_DPI;
+  return parse_dpi(across, source.x_dpi) && parse_dpi(down, source.y_dpi);
 }
 
 // Moves inclusions after `place` up by the number of new pages.
@@ -67,9 +72,9 @@ void report_overhang(const std::string &file, int32_t number, const SourcePictur
 
 }  // namespace
 
-void declare_page_input(CLI::App &usage, PageInput &input) {
+void declare_page_input(Usage &usage, PageInput &input) {
   SourceOptions &source = input.source;
-  usage.add_option("PAGES", input.files, "files with pages: TIFF, PBM, PNG or PDF; - is standard input")->required();
+  usage.add_option("PAGES", input.files, "files with pages: TIFF, PBM, PNG or PDF; - is standard input").required();
   add_choice<Fit>(usage, "--fit", source.fit.fit,
                   {{"center", FIT_CENTER}, {"centre", FIT_CENTER}, {"scale", FIT_SCALE}, {"crop", FIT_CROP}},
                   "keep the true size and centre, reducing what is too wide; scale to the full width; or keep the true "
@@ -77,21 +82,16 @@ void declare_page_input(CLI::App &usage, PageInput &input) {
   add_choice<bool>(usage, "--grey", source.fit.diffuse, {{"threshold", false}, {"diffusion", true}},
                    "how grey becomes black and white");
   add_number(usage, "--threshold", source.fit.threshold, 1, 255, "grey below this is black");
-  usage
-      .add_option_function<std::string>(
-          "--source-dpi",
-          [&source](const std::string &text) {
-            if (!store_dpi(text, source))
-              throw CLI::ValidationError("--source-dpi", "expected a number, or two as in 204x98");
-          },
-          "pixels per inch of PAGES, overriding the files")
-      ->type_name("X[xY]");
-  CLI::Option *raw =
+  const auto store = [&source](const std::string &text) {
+    return store_dpi(text, source) ? "" : "expected a number, or two as in 204x98";
+  };
+  usage.add_parsed("--source-dpi", store, "pixels per inch of PAGES, overriding the files").type_name("X[xY]");
+  Option raw =
       add_choice(usage, "--raw", source.raw.coding, raw_codings(), "PAGES are bare coded lines, one page per file");
-  add_number(usage, "--width", source.raw.width, 1, WIDEST_PICTURE, "pixels of a raw line")->needs(raw);
+  add_number(usage, "--width", source.raw.width, 1, WIDEST_PICTURE, "pixels of a raw line").needs(raw);
   add_choice<bool>(usage, "--bit-order", source.raw.high_bit_first, {{"lsb", false}, {"msb", true}},
                    "which bit of a raw byte comes first")
-      ->needs(raw);
+      .needs(raw);
 }
 
 Status code_pages(const PageInput &input, int32_t coding, int32_t resolution, int fd, int32_t &count) {

@@ -4,11 +4,8 @@
 #include <string>
 #include <vector>
 
+#include "cli/command_usage.h"
 #include "formats/page_readers.h"
-
-namespace CLI {
-class App;
-}
 
 namespace tolvane {
 
@@ -19,7 +16,7 @@ struct PageInput {
 };
 
 /// Adds the operands PAGES... and the options on reading them.
-void declare_page_input(CLI::App &usage, PageInput &input);
+void declare_page_input(Usage &usage, PageInput &input);
 
 /// Reads all pages, codes them, and appends the records to an open file, in order.
 ///

@@ -1,6 +1,4 @@
 // tolvane-fax append: adds pages of other formats after the last page of a fax file.
-#include <CLI/CLI.hpp>
-
 #include "cli/adding.h"
 #include "cli/commands.h"
 
@@ -11,8 +9,8 @@ namespace {
 std::string file;
 PageInput input;
 
-void declare(CLI::App &usage) {
-  usage.add_option("FILE", file, "the fax file")->required();
+void declare(Usage &usage) {
+  usage.add_option("FILE", file, "the fax file").required();
   declare_page_input(usage, input);
 }
 

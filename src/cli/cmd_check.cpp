@@ -1,7 +1,5 @@
 // tolvane-fax check: decodes every page of fax files and compares headers with the facts. Faults are reported on
 // standard error; each file gets one line on standard output.
-#include <CLI/CLI.hpp>
-
 #include <cstdio>
 
 #include "cli/commands.h"
@@ -17,8 +15,8 @@ namespace {
 
 std::vector<std::string> files;
 
-void declare(CLI::App &usage) {
-  usage.add_option("FILE", files, "fax files; - is standard input")->required();
+void declare(Usage &usage) {
+  usage.add_option("FILE", files, "fax files; - is standard input").required();
 }
 
 // Compares a count in the header with the true one.

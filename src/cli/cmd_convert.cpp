@@ -1,8 +1,6 @@
 // tolvane-fax convert: rewrites files in another page coding, in place, by the library's converter. Each file gets a
 // process of its own. The converter relies on #PAGES and keeps one line of each name; a file that would lose something
 // is converted as a copy with a plain header, and its own header lines are put back afterwards.
-#include <CLI/CLI.hpp>
-
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -33,11 +31,11 @@ std::vector<std::string> files;
 int32_t coding = -1;
 int32_t jobs = 1;
 
-void declare(CLI::App &usage) {
-  usage.add_option("FILE", files, "fax files to convert in place")->required()->check([](const std::string &path) {
+void declare(Usage &usage) {
+  usage.add_option("FILE", files, "fax files to convert in place").required().check([](const std::string &path) {
     return path == "-" ? "files are converted in place: standard input cannot be" : "";
   });
-  add_coding(usage, "--to", coding, "the new coding of their pages")->required();
+  add_coding(usage, "--to", coding, "the new coding of their pages").required();
   add_number(usage, "-j,--jobs", jobs, 1, 1024, "files to convert at a time");
 }
 

@@ -2,8 +2,6 @@
 // fitting them in formats/fax_lines.
 #include <sys/stat.h>
 
-#include <CLI/CLI.hpp>
-
 #include "cli/adding.h"
 #include "cli/commands.h"
 #include "cli/keyword_values.h"
@@ -29,15 +27,15 @@ int32_t resolution = 1;
 std::vector<std::string> keywords;
 bool force;
 
-void declare(CLI::App &usage) {
-  usage.add_option("OUT", out, "the new fax file; - is standard output")->required();
+void declare(Usage &usage) {
+  usage.add_option("OUT", out, "the new fax file; - is standard output").required();
   declare_page_input(usage, input);
   add_coding(usage, "--coding", coding, "how pages are coded");
   add_resolution(usage, resolution, "98 or 196 lines per inch");
   add_force(usage, force, "replace OUT even if it is not a fax file");
   usage.add_option("-k,--keyword", keywords, "add a header line; may be repeated")
-      ->type_name("NAME=VALUE")
-      ->allow_extra_args(false);
+      .type_name("NAME=VALUE")
+      .one_word_each();
 }
 
 // The header lines that the user adds to those that are set here.

@@ -1,7 +1,5 @@
 // tolvane-fax extract: writes pages of a fax file in other formats. Pages are written as pixels, at their own
 // resolution. An unreadable page is reported and skipped.
-#include <CLI/CLI.hpp>
-
 #include <cmath>
 #include <cstring>
 
@@ -27,16 +25,16 @@ std::string format_name;
 TiffCoding tiff_coding = TiffCoding::g4;
 bool square;
 
-void declare(CLI::App &usage) {
-  usage.add_option("FILE", file, "the fax file; - is standard input")->required();
+void declare(Usage &usage) {
+  usage.add_option("FILE", file, "the fax file; - is standard input").required();
   usage.add_option("OUT", out, "the new file; - is standard output; with %d or %03d one file per page, by page number")
-      ->required();
+      .required();
   usage
       .add_option("-p,--pages", selection,
                   "pages: 1-3,5,z (the last), r2 (second from the end), :even, :odd (default: all)")
-      ->type_name("PAGES");
+      .type_name("PAGES");
   usage.add_option("-f,--format", format_name, "output format (default: by the ending of OUT)")
-      ->type_name(format_names());
+      .type_name(format_names());
   add_choice<TiffCoding>(usage, "--coding", tiff_coding, {{"g4", TiffCoding::g4}, {"g3", TiffCoding::g3}},
                          "how pages are coded in TIFF");
   usage.add_flag("--square", square, "repeat lines to make pixels square, for text recognition");

@@ -1,7 +1,5 @@
 // tolvane-fax include: makes a fax file include pages of another one in its directory. Only the header changes. Readers
 // scan the INCLUDE lines once, in the order of the pages, so the new line has a place among the others.
-#include <CLI/CLI.hpp>
-
 #include "cli/commands.h"
 #include "document/fax_composition.h"
 #include "document/fax_document.h"
@@ -21,15 +19,13 @@ int32_t place;
 int32_t count;
 std::string file;
 
-void declare(CLI::App &usage) {
-  usage.add_option("NAME", included_name, "the fax file with the pages, relative to the directory of FILE")->required();
+void declare(Usage &usage) {
+  usage.add_option("NAME", included_name, "the fax file with the pages, relative to the directory of FILE").required();
   usage.add_option("AT", place, "include them before this page of FILE's own, from 1")
-      ->required()
-      ->check(CLI::Range(1, MOST_RECORDS + 1).description(""));
-  usage.add_option("COUNT", count, "include pages 1 to COUNT")
-      ->required()
-      ->check(CLI::Range(1, MOST_RECORDS).description(""));
-  usage.add_option("FILE", file, "the fax file to change")->required();
+      .required()
+      .range(1, MOST_RECORDS + 1);
+  usage.add_option("COUNT", count, "include pages 1 to COUNT").required().range(1, MOST_RECORDS);
+  usage.add_option("FILE", file, "the fax file to change").required();
 }
 
 // Whether the pages are available, also those that the included file includes itself, and none is in the file being

@@ -1,5 +1,4 @@
 // tolvane-fax info: describes fax files and their pages, as text for people, as JSON or CSV for programs.
-#include <CLI/CLI.hpp>
 #include <nlohmann/json.hpp>
 
 #include <cmath>
@@ -23,10 +22,10 @@ std::vector<std::string> files;
 bool as_json;
 bool as_csv;
 
-void declare(CLI::App &usage) {
-  usage.add_option("FILE", files, "fax files; - is standard input")->required();
-  CLI::Option *json = usage.add_flag("--json", as_json, "print one line with a JSON object per file");
-  usage.add_flag("--csv", as_csv, "print one line per page, after a line of names")->excludes(json);
+void declare(Usage &usage) {
+  usage.add_option("FILE", files, "fax files; - is standard input").required();
+  Option json = usage.add_flag("--json", as_json, "print one line with a JSON object per file");
+  usage.add_flag("--csv", as_csv, "print one line per page, after a line of names").excludes(json);
 }
 
 // A header value as one line of text: a line break in it is stored as a carriage return.

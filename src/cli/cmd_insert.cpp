@@ -1,7 +1,5 @@
 // tolvane-fax insert: adds pages of other formats before a page of a fax file. Pages count those stored in the file,
 // not those that it includes.
-#include <CLI/CLI.hpp>
-
 #include "cli/adding.h"
 #include "cli/commands.h"
 #include "document/fax_document.h"
@@ -14,11 +12,9 @@ std::string file;
 int32_t place;
 PageInput input;
 
-void declare(CLI::App &usage) {
-  usage.add_option("N", place, "insert before this page of the file's own, from 1")
-      ->required()
-      ->check(CLI::Range(1, MOST_RECORDS).description(""));
-  usage.add_option("FILE", file, "the fax file")->required();
+void declare(Usage &usage) {
+  usage.add_option("N", place, "insert before this page of the file's own, from 1").required().range(1, MOST_RECORDS);
+  usage.add_option("FILE", file, "the fax file").required();
   declare_page_input(usage, input);
 }
 

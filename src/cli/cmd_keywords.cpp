@@ -1,8 +1,6 @@
 // tolvane-fax keywords: prints and edits the header lines of a fax file. The keyword operations of the library find a
 // name anywhere in the header, also in a value. So lines are compared by their whole name and edited here, in memory,
 // and the file is replaced as a whole.
-#include <CLI/CLI.hpp>
-
 #include <algorithm>
 #include <cstring>
 #include <utility>
@@ -137,18 +135,16 @@ std::string name_list() {
   return text + "\n " + line;
 }
 
-void declare(CLI::App &usage) {
-  usage.require_subcommand(1);
-  usage.footer(name_list() + "\n\n" + usage.get_footer());
+void declare(Usage &usage) {
+  usage.add_footer(name_list());
   for (const Action &action : ACTIONS) {
-    CLI::App *parser = usage.add_subcommand(action.name, action.summary);
-    parser->callback([&action] { chosen = &action; });
-    parser->add_option("FILE", file, "the fax file")->required();
-    if (action.edits) add_force(*parser, force, "also change lines that say how pages are read");
+    Usage parser = usage.add_subcommand(action.name, action.summary, [&action] { chosen = &action; });
+    parser.add_option("FILE", file, "the fax file").required();
+    if (action.edits) add_force(parser, force, "also change lines that say how pages are read");
     const bool copies = action.act == copy_values;
     if (action.operands)
-      parser->add_option(action.operands, words, copies ? "copy only these names" : "one or more")->required(!copies);
-    if (copies) parser->add_option("--from", copied_file, "the fax file to copy from")->required();
+      parser.add_option(action.operands, words, copies ? "copy only these names" : "one or more").required(!copies);
+    if (copies) parser.add_option("--from", copied_file, "the fax file to copy from").required();
   }
 }
 

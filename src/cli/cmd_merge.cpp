@@ -2,8 +2,6 @@
 // are coding and resolution by default.
 #include <sys/stat.h>
 
-#include <CLI/CLI.hpp>
-
 #include <deque>
 
 #include "cli/commands.h"
@@ -27,9 +25,9 @@ int32_t resolution = -1;
 bool keep_inclusions;
 bool force;
 
-void declare(CLI::App &usage) {
-  usage.add_option("OUT", out, "the new fax file; - is standard output")->required();
-  usage.add_option("FILE", files, "fax files to combine")->required();
+void declare(Usage &usage) {
+  usage.add_option("OUT", out, "the new fax file; - is standard output").required();
+  usage.add_option("FILE", files, "fax files to combine").required();
   add_coding(usage, "--coding", coding, "how pages are coded (default: as in the first FILE)");
   add_resolution(usage, resolution, "98 or 196 lines per inch (default: as in the first FILE)");
   add_inclusions(usage, keep_inclusions);

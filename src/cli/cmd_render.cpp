@@ -1,8 +1,6 @@
 // tolvane-fax render: writes the picture of a page that the viewer shows, by the viewer's own code. Unlike extract it
 // decodes a page in the coding and resolution of the document, at a scale of the viewer, with every line that the
 // decoder returns.
-#include <CLI/CLI.hpp>
-
 #include <climits>
 
 #include "cli/commands.h"
@@ -36,15 +34,15 @@ std::vector<std::pair<std::string, int32_t>> scale_choices() {
   return choices;
 }
 
-void declare(CLI::App &usage) {
-  usage.add_option("FILE", file, "the fax file; - is standard input")->required();
-  usage.add_option("OUT", out, "the new file; - is standard output")->required();
+void declare(Usage &usage) {
+  usage.add_option("FILE", file, "the fax file; - is standard input").required();
+  usage.add_option("OUT", out, "the new file; - is standard output").required();
   add_number(usage, "-p,--page", page_wanted, 1, INT_MAX, "page to render");
   add_choice(usage, "--scale", scale_index, scale_choices(), "percent, as in the viewer");
   add_choice<int32_t>(usage, "--orientation", degrees, {{"0", 0}, {"90", 90}, {"180", 180}, {"270", 270}},
                       "degrees; at 90 the top of the page is at the left");
   usage.add_option("-f,--format", format_name, "output format (default: by the ending of OUT)")
-      ->type_name(format_names());
+      .type_name(format_names());
 }
 
 // Sets what the rasteriser reads: the resolution as the viewer's own header reader finds it.

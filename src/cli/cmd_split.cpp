@@ -1,7 +1,5 @@
 // tolvane-fax split: splits a fax file into several with the same header. Pages are counted with included ones; with
 // inclusions kept, only the file's own pages count, and an inclusion stays with the page after it.
-#include <CLI/CLI.hpp>
-
 #include <algorithm>
 
 #include "cli/commands.h"
@@ -24,20 +22,20 @@ int32_t every = 1;
 std::vector<int32_t> before;
 bool keep_inclusions;
 
-void declare(CLI::App &usage) {
-  usage.add_option("FILE", file, "the fax file to split; - is standard input")->required();
+void declare(Usage &usage) {
+  usage.add_option("FILE", file, "the fax file to split; - is standard input").required();
   usage.add_option("PATTERN", pattern, "names of the new files: %d or %03d is replaced by their number, from 1")
-      ->required()
-      ->check([](const std::string &text) {
+      .required()
+      .check([](const std::string &text) {
         return is_numbered_pattern(text) ? std::string() : "\"" + text + "\" needs one %d";
       });
-  CLI::Option *size = add_number(usage, "--every", every, 1, MOST_RECORDS, "pages per new file");
+  Option size = add_number(usage, "--every", every, 1, MOST_RECORDS, "pages per new file");
   usage.add_option("--before", before, "begin new files before these pages and nowhere else")
-      ->delimiter(',')
-      ->type_name("N,N...")
-      ->allow_extra_args(false)
-      ->check(CLI::Range(1, MOST_RECORDS).description(""))
-      ->excludes(size);
+      .delimiter(',')
+      .type_name("N,N...")
+      .one_word_each()
+      .range(1, MOST_RECORDS)
+      .excludes(size);
   add_inclusions(usage, keep_inclusions);
 }
 

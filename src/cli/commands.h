@@ -1,20 +1,17 @@
 // The commands of tolvane-fax. Each has a file of its own, cmd_<name>.cpp, and a row in the table in main.
 #pragma once
 
+#include "cli/command_usage.h"
 #include "io/report.h"
-
-namespace CLI {
-class App;
-}
 
 namespace tolvane {
 
 /// A command: `tolvane-fax NAME`.
 struct Command {
   const char *name;
-  const char *summary;               ///< one line for `--help`
-  void (*declare)(CLI::App &usage);  ///< adds options and operands, bound to variables of the command's file
-  Status (*run)();                   ///< does the work; faults have been reported when it returns
+  const char *summary;            ///< one line for `--help`
+  void (*declare)(Usage &usage);  ///< adds options and operands, bound to variables of the command's file
+  Status (*run)();                ///< does the work; faults have been reported when it returns
 };
 
 extern const Command create_command;

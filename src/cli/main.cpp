@@ -48,13 +48,12 @@ Status run_command_line(int argc, char **argv) {
   usage.add_flag("-q,--quiet", Quiet, "show no progress");
   for (const char *word : {"REQUIRED", "TEXT", "INT"}) usage.get_formatter()->label(word, "");
   usage.fallthrough();
-  usage.require_subcommand(1);
   usage.footer("Exit status: 0 done, 1 usage error, 2 failed, 3 done, but damage was found.");
   const Command *chosen = nullptr;
   for (const Command *command : COMMANDS) {
-    CLI::App *parser = usage.add_subcommand(command->name, command->summary);
-    parser->callback([&chosen, command] { chosen = command; });
-    command->declare(*parser);
+    Usage parser =
+        Usage(usage).add_subcommand(command->name, command->summary, [&chosen, command] { chosen = command; });
+    command->declare(parser);
   }
   try {
     usage.parse(words_backwards(argc, argv));

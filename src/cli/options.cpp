@@ -1,7 +1,7 @@
-// The parser sees a choice as a function that takes a word, so that the help can list the words as they are.
+// Options that several commands have. A choice is stored as its value at once: no command compares words.
 #include "cli/options.h"
 
-#include <CLI/CLI.hpp>
+#include <ctype.h>
 
 #include <algorithm>
 
@@ -12,39 +12,41 @@ namespace {
 [[gnu::used]] const char SCCS_ID[] = "@(#)|options|9|01|1|0|0|11/22/26|22:40:00";
 }
 
-CLI::Option *add_words(CLI::App &usage, const char *names, const std::vector<std::string> &words,
-                       const std::function<void(size_t)> &chosen, size_t preset, const std::string &help) {
+Option add_words(Usage &usage, const char *names, const std::vector<std::string> &words,
+                 const std::function<void(size_t)> &chosen, size_t preset, const std::string &help) {
   std::string listed;
   for (const std::string &word : words) listed += (listed.empty() ? "" : "|") + word;
-  const auto store = [chosen, words, listed, name = std::string(names)](const CLI::results_t &given) {
-    const auto found = std::find(words.begin(), words.end(), CLI::detail::to_lower(given[0]));
-    if (found == words.end()) throw CLI::ValidationError(name, "\"" + given[0] + "\" is not one of " + listed);
+  const auto store = [chosen, words, listed](const std::string &given) -> std::string {
+    std::string word = given;
+    for (char &letter : word) letter = static_cast<char>(tolower(static_cast<unsigned char>(letter)));
+    const auto found = std::find(words.begin(), words.end(), word);
+    if (found == words.end()) return "\"" + given + "\" is not one of " + listed;
     chosen(static_cast<size_t>(found - words.begin()));
-    return true;
+    return "";
   };
   const std::string note = preset < words.size() ? " (default: " + words[preset] + ")" : "";
-  return usage.add_option(names, store, help + note)->type_name(listed)->type_size(1);
+  return usage.add_parsed(names, store, help + note).type_name(listed);
 }
 
-CLI::Option *add_number(CLI::App &usage, const char *names, int32_t &target, int32_t low, int32_t high,
-                        const std::string &help) {
+Option add_number(Usage &usage, const char *names, int32_t &target, int32_t low, int32_t high,
+                  const std::string &help) {
   const std::string note = target >= low && target <= high ? " (default: " + std::to_string(target) + ")" : "";
-  return usage.add_option(names, target, help + note)->type_name("N")->check(CLI::Range(low, high).description(""));
+  return usage.add_option(names, target, help + note).type_name("N").range(low, high);
 }
 
-CLI::Option *add_coding(CLI::App &usage, const char *names, int32_t &target, const std::string &help) {
+Option add_coding(Usage &usage, const char *names, int32_t &target, const std::string &help) {
   return add_choice<int32_t>(usage, names, target, {{"mh", COMP_MH}, {"mr", COMP_MR}, {"mmr", COMP_MMR}}, help);
 }
 
-CLI::Option *add_force(CLI::App &usage, bool &force, const std::string &help) {
+Option add_force(Usage &usage, bool &force, const std::string &help) {
   return usage.add_flag("--force", force, help);
 }
 
-CLI::Option *add_resolution(CLI::App &usage, int32_t &target, const std::string &help) {
+Option add_resolution(Usage &usage, int32_t &target, const std::string &help) {
   return add_choice<int32_t>(usage, "--resolution", target, {{"normal", 0}, {"fine", 1}}, help);
 }
 
-CLI::Option *add_inclusions(CLI::App &usage, bool &keep) {
+Option add_inclusions(Usage &usage, bool &keep) {
   return add_choice<bool>(usage, "--inclusions", keep, {{"resolve", false}, {"keep", true}},
                           "copy pages of other files, or keep including them");
 }

@@ -8,10 +8,7 @@
 #include <utility>
 #include <vector>
 
-namespace CLI {
-class App;
-class Option;
-}  // namespace CLI
+#include "cli/command_usage.h"
 
 namespace tolvane {
 
@@ -19,14 +16,14 @@ namespace tolvane {
 ///
 /// @param chosen   receives the index of the word that was given
 /// @param preset   index of the word that is the default, shown in the help; none if there is no such word
-CLI::Option *add_words(CLI::App &usage, const char *names, const std::vector<std::string> &words,
-                       const std::function<void(size_t)> &chosen, size_t preset, const std::string &help);
+Option add_words(Usage &usage, const char *names, const std::vector<std::string> &words,
+                 const std::function<void(size_t)> &chosen, size_t preset, const std::string &help);
 
 /// Adds an option that takes one of some words and stores the value that the word stands for. The value that `target`
 /// has is the default.
 template <typename Value>
-CLI::Option *add_choice(CLI::App &usage, const char *names, Value &target,
-                        const std::vector<std::pair<std::string, Value>> &choices, const std::string &help) {
+Option add_choice(Usage &usage, const char *names, Value &target,
+                  const std::vector<std::pair<std::string, Value>> &choices, const std::string &help) {
   std::vector<std::string> words;
   size_t preset = choices.size();
   for (size_t i = choices.size(); i-- > 0;) {
@@ -38,19 +35,18 @@ CLI::Option *add_choice(CLI::App &usage, const char *names, Value &target,
 }
 
 /// Adds an option that takes a number from `low` to `high`. The value that `target` has is the default, if it is one.
-CLI::Option *add_number(CLI::App &usage, const char *names, int32_t &target, int32_t low, int32_t high,
-                        const std::string &help);
+Option add_number(Usage &usage, const char *names, int32_t &target, int32_t low, int32_t high, const std::string &help);
 
 /// Adds an option that takes a page coding that can be written: mh, mr or mmr.
-CLI::Option *add_coding(CLI::App &usage, const char *names, int32_t &target, const std::string &help);
+Option add_coding(Usage &usage, const char *names, int32_t &target, const std::string &help);
 
 /// Adds `--resolution normal|fine`.
-CLI::Option *add_resolution(CLI::App &usage, int32_t &target, const std::string &help);
+Option add_resolution(Usage &usage, int32_t &target, const std::string &help);
 
 /// Adds `--inclusions resolve|keep`: what becomes of pages that come from other files.
-CLI::Option *add_inclusions(CLI::App &usage, bool &keep);
+Option add_inclusions(Usage &usage, bool &keep);
 
 /// Adds `--force`: do what is refused to protect a file.
-CLI::Option *add_force(CLI::App &usage, bool &force, const std::string &help);
+Option add_force(Usage &usage, bool &force, const std::string &help);
 
 }  // namespace tolvane
