@@ -30,6 +30,8 @@ if(CMAKE_INSTALL_PREFIX STREQUAL "/usr")
   set(sysconf_dir /etc)
 endif()
 install(FILES packaging/Tolvane DESTINATION ${sysconf_dir}/X11/app-defaults COMPONENT runtime)
+install(PROGRAMS packaging/tolvane_print DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT runtime)
+install(FILES packaging/XKeysymDB DESTINATION lib/X11 COMPONENT runtime)
 install(FILES packaging/tolvane-fax.bash DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions
   RENAME tolvane-fax COMPONENT runtime)
 

@@ -5,7 +5,10 @@
 #include <signal.h>
 #include <stdio.h>
 #include <stdlib.h>
+#include <sys/mman.h>
+#include <unistd.h>
 
+#include <algorithm>
 #include <iterator>
 #include <string>
 #include <string_view>
@@ -76,15 +79,32 @@ std::string print_command() {
   return {};
 }
 
-// Runs a command line through the shell, away from the command protocol: standard input is empty, and standard output
-// goes to standard error. Signals that the viewer ignores have their default action again.
-int run_apart(const std::string &command) {
+// `system`, with the default action for the signals that the viewer ignores.
+int run(const std::string &command) {
   constexpr int SIGNALS[] = {SIGPIPE, SIGTTIN, SIGTTOU};
   struct sigaction standard = {}, saved[std::size(SIGNALS)];
   standard.sa_handler = SIG_DFL;
   for (size_t i = 0; i < std::size(SIGNALS); ++i) sigaction(SIGNALS[i], &standard, &saved[i]);
-  const int result = system(("{ " + command + "\n} </dev/null >&2").c_str());
+  const int result = system(command.c_str());
   for (size_t i = 0; i < std::size(SIGNALS); ++i) sigaction(SIGNALS[i], &saved[i], nullptr);
+  return result;
+}
+
+// Shows what a failed print command wrote to the file `output`, and copies it to standard error.
+void report_output(int output, bool failed) {
+  char text[1000];
+  const ssize_t length = std::max<ssize_t>(pread(output, text, sizeof text, 0), 0);
+  write_fully(STDERR_FILENO, text, static_cast<size_t>(length));
+  if (failed) notify_user("The file could not be printed.\n" + std::string(text, static_cast<size_t>(length)));
+}
+
+// Runs a command line through the shell, apart from the command protocol: standard input is empty, and standard output
+// goes to standard error, through a file if a failure is to be shown in the window.
+int run_apart(const std::string &command) {
+  const Descriptor output(notices_enabled() ? memfd_create("print", 0) : -1);
+  const std::string target = output ? std::to_string(output.get()) + " 2>&1" : "2";
+  const int result = run("{ " + command + "\n} </dev/null >&" + target);
+  if (output) report_output(output.get(), result != 0);
   return result;
 }
 

@@ -31,6 +31,10 @@ void enable_notices(Display *for_display) {
   display = for_display;
 }
 
+bool notices_enabled() {
+  return display != nullptr;
+}
+
 void notify_user(const std::string &text) {
   if (!display) return;
   if (!dialog) dialog = make_dialog();

@@ -10,6 +10,8 @@ namespace tolvane {
 /// Turns the dialogs on. Without this call the other procedures do nothing.
 void enable_notices(Display *display);
 
+bool notices_enabled();
+
 /// Shows a message in a dialog and returns at once. A message that is still shown is replaced.
 ///
 /// @param text  what failed, why, and what to do; a newline breaks the line
