@@ -31,7 +31,7 @@ std::vector<uint8_t> encoded(Encoder &encoder, const Picture &page, int32_t codi
   return code;
 }
 
-/// The page without the white line that MH puts before it and MMR after it.
+// The page without the white line that MH puts before it and MMR after it.
 Picture decoded(Decoder &decoder, std::span<const uint8_t> code, int32_t coding, uint32_t width, CodeForm form) {
   Picture page{width, 0, {}};
   LineSink sink;

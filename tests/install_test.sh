@@ -31,7 +31,7 @@ END
 export PKG_CONFIG_PATH=$work/prefix/lib/pkgconfig
 sh -e block2
 ./list page.fax >/dev/null
-for example in make_fax:tolvane-fax parent:tolvane-view; do
+for example in make_fax:tolvane-fax black_share:tolvane-fax parent:tolvane-view; do
   name=${example%:*}
   read -ra flags < <(pkg-config --cflags --libs "${example#*:}")
   g++ -std=c++20 "$source_dir/examples/$name.cpp" -o "$name" "${flags[@]}"
