@@ -2,6 +2,8 @@
 // resolution. An unreadable page is reported and skipped.
 #include <cmath>
 #include <cstring>
+#include <deque>
+#include <memory>
 
 #include "cli/commands.h"
 #include "cli/options.h"
@@ -12,6 +14,7 @@
 #include "formats/fax_lines.h"
 #include "formats/page_writers.h"
 #include "io/file_names.h"
+#include "io/ordered_work.h"
 #include "io/output_file.h"
 
 namespace tolvane {
@@ -54,58 +57,96 @@ void make_square(PagePicture &picture) {
   picture.y_dpi = picture.x_dpi;
 }
 
-// Supplies the selected pages one after another. Faults are reported and kept in `status`.
-struct PagesOut {
-  const FaxDocument &document;
-  std::span<const int32_t> pages;
-  Progress &progress;
-  Status status = DONE;
-  size_t next = 0;
-  int32_t given = 0;
+// A page on its way out.
+struct PageOut {
+  int32_t number = 0;
+  FaxPage found;
+  PagePicture picture;
+  Diagnostics diagnostics;
+  Status status = DONE;  ///< DONE or DAMAGED with a picture, else FAILED
+};
 
-  bool read(int32_t page, PagePicture &picture) {
-    FaxPage found;
-    DecodedPage decoded;
-    if (read_fax_page(document, page, found) != DONE) return false;
-    const Status decode = decode_page(document.name(), page, found.record, found.coding, decoded);
-    if (decode == FAILED) return false;
-    status = worse(status, decode);
-    if (decoded.count == 0) {
-      report("%s: page %d has no lines: skipped", document.name(), page);
-      return false;
-    }
-    picture = {FAX_WIDTH, decoded.count, FAX_X_DPI, lines_per_inch(found.resolution), std::move(decoded.lines)};
-    if (square) make_square(picture);
-    return true;
-  }
+// Makes the picture of a page whose record has been read, and its code.
+Status make_picture(const FaxDocument &document, const PictureFormat &format, PageOut &page) {
+  DecodedPage decoded;
+  const Status status = decode_page(document.name(), page.number, page.found.record, page.found.coding, decoded);
+  if (status == FAILED) return FAILED;
+  if (decoded.count == 0)
+    return failure("%s: page %d has no lines: skipped", document.name(), page.number);
+  page.picture = {FAX_WIDTH, decoded.count, FAX_X_DPI, lines_per_inch(page.found.resolution),
+                  std::move(decoded.lines)};
+  if (square) make_square(page.picture);
+  if (format.encode) page.picture.code = format.encode(page.picture, tiff_coding);
+  return status;
+}
 
+// Gives the selected pages one after another. What is wrong with them is reported and kept in `status`.
+class PagesOut {
+ public:
+  PagesOut(const FaxDocument &document, const PictureFormat &format, std::span<const int32_t> pages, Progress &progress)
+      : document_(document), format_(format), pages_(pages), progress_(progress) {}
+
+  // @return false if there are no more pages
   bool give(PagePicture &picture) {
-    while (next < pages.size()) {
-      const int32_t page = pages[next++];
-      progress.step();
-      if (read(page, picture)) return ++given;
-      status = worse(status, DAMAGED);
+    while (true) {
+      while (next_ < pages_.size() && work_.has_room()) begin(pages_[next_++]);
+      if (work_.empty()) return false;
+      work_.take();
+      const std::unique_ptr<PageOut> page = std::move(under_way_.front());
+      under_way_.pop_front();
+      print_diagnostics(page->diagnostics);
+      progress_.step();
+      status = worse(status, page->status == DONE ? DONE : DAMAGED);
+      if (page->status == FAILED) continue;
+      picture = std::move(page->picture);
+      number = page->number;
+      ++given;
+      return true;
     }
-    return false;
   }
+
+  Status status = DONE;
+  int32_t given = 0;   // pages
+  int32_t number = 0;  // of the page given last
+
+ private:
+  void begin(int32_t number_of_page) {
+    under_way_.push_back(std::make_unique<PageOut>());
+    PageOut &page = *under_way_.back();
+    page.number = number_of_page;
+    const HoldDiagnostics hold(page.diagnostics);
+    page.status = read_fax_page(document_, page.number, page.found);
+    work_.add([this, &page] {
+      const HoldDiagnostics held(page.diagnostics);
+      if (page.status == DONE) page.status = make_picture(document_, format_, page);
+    });
+  }
+
+  const FaxDocument &document_;
+  const PictureFormat &format_;
+  std::span<const int32_t> pages_;
+  Progress &progress_;
+  size_t next_ = 0;
+  std::deque<std::unique_ptr<PageOut>> under_way_;  // oldest first
+  OrderedWork work_;
 };
 
 // Writes one file.
-Status write_file(const PictureFormat &format, const std::string &path, PagesOut &pages) {
-  if (check_not_source(path, pages.document) != DONE) return FAILED;
-  // The first page is read first: a file without any page is not made.
-  PagePicture first;
-  if (!pages.give(first)) return pages.status;
+///
+// @param first  its first page: a file without any page is not made
+// @param more   gives the others
+Status write_file(const PictureFormat &format, const std::string &path, PagePicture &first,
+                  const picture_source &more) {
   bool first_given = false;
   OutputFile output;
   if (output.open(path) != DONE) return FAILED;
   const auto next = [&](PagePicture &picture) {
-    if (first_given) return pages.give(picture);
+    if (first_given) return more(picture);
     picture = std::move(first);
     return first_given = true;
   };
-  if (format.write(output, tiff_coding, next) != DONE || output.commit() != DONE) return FAILED;
-  return pages.status;
+  if (format.write(output, tiff_coding, next) != DONE) return FAILED;
+  return output.commit();
 }
 
 Status run() {
@@ -122,22 +163,21 @@ Status run() {
   for (const MissingPages *stretch : left_out) lost = worse(lost, report_missing(document, *stretch));
 
   Progress progress("pages", static_cast<int32_t>(pages.size()));
-  PagesOut all = {document, pages, progress};
+  PagesOut all(document, *format, pages, progress);
+  PagePicture picture;
   if (!is_numbered_pattern(out)) {
     if (pages.size() > 1 && !format->several_pages)
       return usage_fault("%s files contain one page: put %%d into the name", format->name);
-    const Status status = worse(lost, write_file(*format, out, all));
-    return all.given == 0 ? failure("%s: no page could be extracted", document.name()) : status;
+    if (check_not_source(out, document) != DONE) return FAILED;
+    const auto more = [&](PagePicture &wanted) { return all.give(wanted); };
+    if (all.give(picture) && write_file(*format, out, picture, more) != DONE) return FAILED;
   }
-  Status status = lost;
-  int32_t given = 0;
-  for (const int32_t &page : pages) {
-    PagesOut one = {document, {&page, 1}, progress};
-    status = worse(status, write_file(*format, numbered_name(out, page), one));
-    if (status == FAILED) return FAILED;
-    given += one.given;
+  while (all.give(picture)) {
+    const std::string path = numbered_name(out, all.number);
+    if (check_not_source(path, document) != DONE) return FAILED;
+    if (write_file(*format, path, picture, [](PagePicture &) { return false; }) != DONE) return FAILED;
   }
-  return given == 0 ? failure("%s: no page could be extracted", document.name()) : status;
+  return all.given == 0 ? failure("%s: no page could be extracted", document.name()) : worse(lost, all.status);
 }
 
 }  // namespace

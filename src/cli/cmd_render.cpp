@@ -65,7 +65,7 @@ PagePicture rendered(const FaxPage &page, int32_t coding) {
   // At 100% a picture pixel is two fax pixels across and one line of normal resolution down.
   const bool upright = orientation == 0 || orientation == 180;
   const double across = FAX_X_DPI / sizes.divisor, down = 2 * lines_per_inch(0) / sizes.divisor;
-  PagePicture picture = {extents.Dx, extents.Dy, upright ? across : down, upright ? down : across, {}};
+  PagePicture picture = {extents.Dx, extents.Dy, upright ? across : down, upright ? down : across};
   picture.rows.resize(static_cast<size_t>(picture.height) * picture.row_bytes());
   for (int32_t row = 0; row < picture.height; ++row)
     copy_picture_row(block.data(), extents, row, &picture.rows[static_cast<size_t>(row) * picture.row_bytes()]);
@@ -91,6 +91,7 @@ Status run() {
   if (picture.width == 0 || picture.height == 0)
     return failure("%s: page %d has no lines to show", document.name(), page_wanted);
 
+  if (format->encode) picture.code = format->encode(picture, TiffCoding::g4);
   if (check_not_source(out, document) != DONE) return FAILED;
   OutputFile output;
   if (output.open(out) != DONE) return FAILED;

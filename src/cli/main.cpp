@@ -13,6 +13,7 @@
 #include <vector>
 
 #include "cli/commands.h"
+#include "io/ordered_work.h"
 
 namespace tolvane {
 namespace {
@@ -47,6 +48,8 @@ Status run_command_line(int argc, char **argv) {
   usage.set_version_flag("--version", "tolvane-fax " TOLVANE_VERSION " (" TOLVANE_VERSION_LINE ")");
   usage.add_flag("-q,--quiet", Quiet, "show no progress");
   for (const char *word : {"REQUIRED", "TEXT", "INT"}) usage.get_formatter()->label(word, "");
+  usage.add_option("-j,--jobs", Jobs, "threads that work on pages (default: one for each processor)")
+      ->check(CLI::Range(1, 1024));
   usage.fallthrough();
   usage.footer("Exit status: 0 done, 1 usage error, 2 failed, 3 done, but damage was found.");
   const Command *chosen = nullptr;

@@ -3,6 +3,8 @@
 
 #include <strings.h>
 
+#include "formats/picture_code.h"
+
 namespace tolvane {
 namespace {
 [[gnu::used]] const char SCCS_ID[] = "@(#)|page_writers|9|01|1|0|0|11/22/26|21:40:00";
@@ -13,15 +15,19 @@ Status without_coding(const OutputFile &output, TiffCoding, const picture_source
   return write(output, next);
 }
 
-const PictureFormat formats[] = {
-    {"tiff", {".tif", ".tiff"}, true, write_tiff},
-    {"pdf", {".pdf"}, true, without_coding<write_pdf>},
-    {"png", {".png"}, false, without_coding<write_png>},
-    {"pbm", {".pbm"}, true, without_coding<write_pbm>},
+std::vector<uint8_t> g4_code(const PagePicture &picture, TiffCoding) {
+  return standard_code(picture, TiffCoding::g4);
+}
+
+const PictureFormat FORMATS[] = {
+    {"tiff", {".tif", ".tiff"}, true, standard_code, write_tiff},
+    {"pdf", {".pdf"}, true, g4_code, without_coding<write_pdf>},
+    {"png", {".png"}, false, nullptr, without_coding<write_png>},
+    {"pbm", {".pbm"}, true, nullptr, without_coding<write_pbm>},
 };
 
 const PictureFormat *format_named(const std::string &name) {
-  for (const PictureFormat &format : formats) {
+  for (const PictureFormat &format : FORMATS) {
     if (strcasecmp(name.c_str(), format.name) == 0) return &format;
   }
   return nullptr;
@@ -30,7 +36,7 @@ const PictureFormat *format_named(const std::string &name) {
 const PictureFormat *format_of_path(const std::string &path) {
   const size_t dot = path.rfind('.');
   if (dot == path.npos) return nullptr;
-  for (const PictureFormat &format : formats) {
+  for (const PictureFormat &format : FORMATS) {
     for (const char *ending : format.endings) {
       if (strcasecmp(path.c_str() + dot, ending) == 0) return &format;
     }
@@ -42,7 +48,7 @@ const PictureFormat *format_of_path(const std::string &path) {
 
 std::string format_names() {
   std::string names;
-  for (const PictureFormat &format : formats) names += (names.empty() ? "" : "|") + std::string(format.name);
+  for (const PictureFormat &format : FORMATS) names += (names.empty() ? "" : "|") + std::string(format.name);
   return names;
 }
 

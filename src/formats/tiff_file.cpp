@@ -34,6 +34,21 @@ TiffHandle open_tiff(int fd, const char *name, const char *mode, TiffLog &log) {
   return TiffHandle(tiff);
 }
 
+void set_fax_tags(TIFF *tiff, const PagePicture &picture, TiffCoding coding) {
+  TIFFSetField(tiff, TIFFTAG_SUBFILETYPE, FILETYPE_PAGE);
+  TIFFSetField(tiff, TIFFTAG_IMAGEWIDTH, static_cast<uint32_t>(picture.width));
+  TIFFSetField(tiff, TIFFTAG_IMAGELENGTH, static_cast<uint32_t>(picture.height));
+  TIFFSetField(tiff, TIFFTAG_ROWSPERSTRIP, static_cast<uint32_t>(picture.height));
+  TIFFSetField(tiff, TIFFTAG_BITSPERSAMPLE, 1);
+  TIFFSetField(tiff, TIFFTAG_SAMPLESPERPIXEL, 1);
+  TIFFSetField(tiff, TIFFTAG_PHOTOMETRIC, PHOTOMETRIC_MINISWHITE);
+  TIFFSetField(tiff, TIFFTAG_PLANARCONFIG, PLANARCONFIG_CONTIG);
+  TIFFSetField(tiff, TIFFTAG_COMPRESSION, coding == TiffCoding::g3 ? COMPRESSION_CCITTFAX3 : COMPRESSION_CCITTFAX4);
+  TIFFSetField(tiff, TIFFTAG_RESOLUTIONUNIT, RESUNIT_INCH);
+  TIFFSetField(tiff, TIFFTAG_XRESOLUTION, picture.x_dpi);
+  TIFFSetField(tiff, TIFFTAG_YRESOLUTION, picture.y_dpi);
+}
+
 Status report_tiff_damage(const char *name, int32_t page, const TiffLog &log) {
   return report_damage(name, page, log.damage.size(), [&](size_t i) {
     const auto &[line, text] = log.damage[i];

@@ -9,6 +9,7 @@
 #include <utility>
 #include <vector>
 
+#include "formats/page_picture.h"
 #include "io/report.h"
 
 namespace tolvane {
@@ -38,6 +39,9 @@ struct TiffLog {
 /// @param log   receives the messages; must live as long as the handle
 /// @return null if it is no TIFF, with the reason in `log.error`
 TiffHandle open_tiff(int fd, const char *name, const char *mode, TiffLog &log);
+
+/// Sets the tags of a black and white picture in one strip: size, density, coding.
+void set_fax_tags(TIFF *tiff, const PagePicture &picture, TiffCoding coding);
 
 /// Reports the damaged lines of a page. DONE if there are none, else DAMAGED.
 Status report_tiff_damage(const char *name, int32_t page, const TiffLog &log);

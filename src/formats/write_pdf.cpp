@@ -1,12 +1,11 @@
-// PDF: each page is one picture in G4 that fills it, in its true size on paper. Written through qpdf's C interface: the
-// headers of the other one are not C++20 to every compiler.
-#include <qpdf/qpdf-c.h>
+// PDF: each page is one picture in G4 that fills it. Its size is that of the paper, by the pixels an inch. Pages are
+// written as they come; what is kept of them is where their objects are (ISO 32000-1, 7.5).
 #include <stdio.h>
 
 #include <cmath>
 #include <cstdarg>
-#include <memory>
-#include <utility>
+#include <string>
+#include <vector>
 
 #include "formats/page_writers.h"
 #include "io/output_file.h"
@@ -18,7 +17,10 @@ namespace {
 
 constexpr double POINTS = 72;  // in an inch
 
-// Formats a text as printf does.
+// Numbers of the objects; those of page n, from 0, are PAGE_OBJECTS * n higher than those of page 0.
+constexpr size_t CATALOG = 1, PAGES = 2, PAGE = 3, IMAGE = 4, CONTENTS = 5, PAGE_OBJECTS = 3;
+
+// A text made as printf makes it.
 [[gnu::format(printf, 1, 2)]] std::string formatted(const char *format, ...) {
   char text[512];
   va_list arguments;
@@ -28,73 +30,84 @@ constexpr double POINTS = 72;  // in an inch
   return text;
 }
 
-// The size of pixels in points, cut after the fourth decimal: a page slightly larger than its pixels would be rendered
-// with one more, and all of them blurred.
+// The size in points of so many pixels, cut after the fourth decimal: a page the least bit larger than its pixels is
+// rendered with one more, and all of them blurred.
 double paper_size(int32_t pixels, double dpi) {
   return std::floor(pixels / dpi * POINTS * 1e4) / 1e4;
 }
 
-struct CloseQpdf {
-  void operator()(_qpdf_data *pdf) const { qpdf_cleanup(&pdf); }
+// The file as far as it is written, and what its end needs to know.
+class PdfFile {
+ public:
+  explicit PdfFile(int fd) : fd_(fd) { put("%PDF-1.4\n%\xE2\xE3\xCF\xD3\n"); }
+
+  bool add_page(const PagePicture &picture) {
+    const size_t first = PAGE_OBJECTS * pages_++;
+    const double width = paper_size(picture.width, picture.x_dpi), height = paper_size(picture.height, picture.y_dpi);
+    put_object(PAGE + first, formatted("<< /Type /Page /Parent %zu 0 R /MediaBox [ 0 0 %.4f %.4f ] /Contents %zu 0 R "
+                                       "/Resources << /XObject << /Page %zu 0 R >> >> >>",
+                                       PAGES, width, height, CONTENTS + first, IMAGE + first));
+    const std::string image = formatted(
+        "/Type /XObject /Subtype /Image /Width %d /Height %d /ColorSpace /DeviceGray /BitsPerComponent 1 "
+        "/Filter /CCITTFaxDecode /DecodeParms << /K -1 /Columns %d /Rows %d >>",
+        picture.width, picture.height, picture.width, picture.height);
+    put_stream(IMAGE + first, image, {picture.code.begin(), picture.code.end()});
+    put_stream(CONTENTS + first, "", formatted("%.4f 0 0 %.4f 0 0 cm /Page Do\n", width, height));
+    return send();
+  }
+
+  bool finish() {
+    std::string kids;
+    for (size_t page = 0; page < pages_; ++page) kids += std::to_string(PAGE + PAGE_OBJECTS * page) + " 0 R ";
+    put_object(PAGES, "<< /Type /Pages /Count " + std::to_string(pages_) + " /Kids [ " + kids + "] >>");
+    put_object(CATALOG, formatted("<< /Type /Catalog /Pages %zu 0 R >>", PAGES));
+    const int64_t table = written_ + std::ssize(text_);
+    put("xref\n0 " + std::to_string(offsets_.size()) + "\n0000000000 65535 f \n");
+    for (size_t i = 1; i < offsets_.size(); ++i)
+      put(formatted("%010lld 00000 n \n", static_cast<long long>(offsets_[i])));
+    put(formatted("trailer\n<< /Size %zu /Root %zu 0 R >>\nstartxref\n%lld\n%%%%EOF\n", offsets_.size(), CATALOG,
+                  static_cast<long long>(table)));
+    return send();
+  }
+
+ private:
+  void put(const std::string &text) { text_ += text; }
+
+  void put_object(size_t number, const std::string &value) {
+    if (offsets_.size() <= number) offsets_.resize(number + 1);
+    offsets_[number] = written_ + std::ssize(text_);
+    put(std::to_string(number) + " 0 obj\n" + value + "\nendobj\n");
+  }
+
+  void put_stream(size_t number, const std::string &keys, const std::string &bytes) {
+    put_object(number,
+               "<< " + keys + " /Length " + std::to_string(bytes.size()) + " >>\nstream\n" + bytes + "\nendstream");
+  }
+
+  bool send() {
+    const bool done = write_fully(fd_, text_.data(), text_.size());
+    written_ += std::ssize(text_);
+    text_.clear();
+    return done;
+  }
+
+  int fd_;
+  std::string text_;  // not written yet
+  int64_t written_ = 0;
+  size_t pages_ = 0;
+  std::vector<int64_t> offsets_;  // of the objects, by number
 };
-using QpdfHandle = std::unique_ptr<_qpdf_data, CloseQpdf>;
-
-// A stream object. The bytes are copied.
-qpdf_oh new_stream(qpdf_data pdf, const std::string &bytes, const char *filter, const std::string &parameters) {
-  const qpdf_oh stream = qpdf_oh_new_stream(pdf);
-  qpdf_oh_replace_stream_data(pdf, stream, reinterpret_cast<const unsigned char *>(bytes.data()), bytes.size(),
-                              qpdf_oh_parse(pdf, filter), qpdf_oh_parse(pdf, parameters.c_str()));
-  return stream;
-}
-
-qpdf_oh picture_object(qpdf_data pdf, const PagePicture &picture, const std::string &g4) {
-  const int width = picture.width, height = picture.height;
-  const qpdf_oh image =
-      new_stream(pdf, g4, "/CCITTFaxDecode", formatted("<< /K -1 /Columns %d /Rows %d >>", width, height));
-  const std::pair<const char *, std::string> keys[] = {{"/Type", "/XObject"},
-                                                       {"/Subtype", "/Image"},
-                                                       {"/Width", std::to_string(width)},
-                                                       {"/Height", std::to_string(height)},
-                                                       {"/ColorSpace", "/DeviceGray"},
-                                                       {"/BitsPerComponent", "1"}};
-  for (const auto &[key, value] : keys)
-    qpdf_oh_replace_key(pdf, qpdf_oh_get_dict(pdf, image), key, qpdf_oh_parse(pdf, value.c_str()));
-  return image;
-}
-
-void add_page(qpdf_data pdf, const PagePicture &picture, const std::string &g4) {
-  const double width = paper_size(picture.width, picture.x_dpi);
-  const double height = paper_size(picture.height, picture.y_dpi);
-  const qpdf_oh page =
-      qpdf_oh_parse(pdf, formatted("<< /Type /Page /MediaBox [ 0 0 %.4f %.4f ] >>", width, height).c_str());
-  const qpdf_oh resources = qpdf_oh_parse(pdf, "<< /XObject << >> >>");
-  qpdf_oh_replace_key(pdf, qpdf_oh_get_key(pdf, resources, "/XObject"), "/Page", picture_object(pdf, picture, g4));
-  qpdf_oh_replace_key(pdf, page, "/Resources", resources);
-  const std::string drawing = formatted("%.4f 0 0 %.4f 0 0 cm /Page Do\n", width, height);
-  qpdf_oh_replace_key(pdf, page, "/Contents", new_stream(pdf, drawing, "null", "null"));
-  qpdf_add_page(pdf, pdf, qpdf_make_indirect_object(pdf, page), QPDF_FALSE);
-}
 
 }  // namespace
 
 Status write_pdf(const OutputFile &output, const picture_source &next) {
-  const QpdfHandle pdf(qpdf_init());
-  qpdf_silence_errors(pdf.get());
-  qpdf_empty_pdf(pdf.get());
+  PdfFile pdf(output.fd());
   PagePicture picture;
   while (next(picture)) {
-    const std::string g4 = g4_data(picture);
-    if (g4.empty()) return failure("%s: a page cannot be coded", output.name());
-    add_page(pdf.get(), picture, g4);
+    if (picture.code.empty()) return failure("%s: a page cannot be coded", output.name());
+    if (!pdf.add_page(picture)) return system_failure(output.name());
   }
-  qpdf_init_write_memory(pdf.get());
-  qpdf_set_stream_data_mode(pdf.get(), qpdf_s_preserve);
-  qpdf_set_deterministic_ID(pdf.get(), QPDF_TRUE);
-  qpdf_write(pdf.get());
-  if (qpdf_has_error(pdf.get()))
-    return failure("%s: %s", output.name(), qpdf_get_error_full_text(pdf.get(), qpdf_get_error(pdf.get())));
-  const unsigned char *bytes = qpdf_get_buffer(pdf.get());
-  return write_fully(output.fd(), bytes, qpdf_get_buffer_length(pdf.get())) ? DONE : system_failure(output.name());
+  return pdf.finish() ? DONE : system_failure(output.name());
 }
 
 }  // namespace tolvane

@@ -10,6 +10,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <utility>
 
 namespace tolvane {
 namespace {
@@ -24,11 +25,23 @@ bool coloured() {
   return (!no_color || !*no_color) && isatty(STDERR_FILENO);
 }
 
-void print_diagnostic(const char *format, va_list arguments) {
+void print_diagnostic(const std::string &text) {
   wipe_progress();
-  fputs(coloured() ? "\033[1;31mtolvane-fax:\033[0m " : "tolvane-fax: ", stderr);
-  vfprintf(stderr, format, arguments);
-  fputc('\n', stderr);
+  fprintf(stderr, "%s%s\n", coloured() ? "\033[1;31mtolvane-fax:\033[0m " : "tolvane-fax: ", text.c_str());
+}
+
+thread_local Diagnostics *held_back = nullptr;  // null: diagnostics are printed at once
+
+void take_diagnostic(const char *format, va_list arguments) {
+  va_list again;
+  va_copy(again, arguments);
+  std::string text(static_cast<size_t>(std::max(vsnprintf(nullptr, 0, format, arguments), 0)), '\0');
+  vsnprintf(text.data(), text.size() + 1, format, again);
+  va_end(again);
+  if (held_back)
+    held_back->push_back(std::move(text));
+  else
+    print_diagnostic(text);
 }
 
 }  // namespace
@@ -40,6 +53,18 @@ void wipe_progress() {
   progress_on_screen = false;
 }
 
+HoldDiagnostics::HoldDiagnostics(Diagnostics &held) : before_(held_back) {
+  held_back = &held;
+}
+
+HoldDiagnostics::~HoldDiagnostics() {
+  held_back = before_;
+}
+
+void print_diagnostics(const Diagnostics &held) {
+  for (const std::string &text : held) print_diagnostic(text);
+}
+
 Status worse(Status one, Status other) {
   return one == FAILED || other == FAILED ? FAILED : std::max(one, other);
 }
@@ -47,14 +72,14 @@ Status worse(Status one, Status other) {
 void report(const char *format, ...) {
   va_list arguments;
   va_start(arguments, format);
-  print_diagnostic(format, arguments);
+  take_diagnostic(format, arguments);
   va_end(arguments);
 }
 
 Status failure(const char *format, ...) {
   va_list arguments;
   va_start(arguments, format);
-  print_diagnostic(format, arguments);
+  take_diagnostic(format, arguments);
   va_end(arguments);
   return FAILED;
 }
@@ -62,7 +87,7 @@ Status failure(const char *format, ...) {
 Status usage_fault(const char *format, ...) {
   va_list arguments;
   va_start(arguments, format);
-  print_diagnostic(format, arguments);
+  take_diagnostic(format, arguments);
   va_end(arguments);
   return USAGE;
 }

@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <functional>
 #include <string>
+#include <vector>
 
 namespace tolvane {
 
@@ -26,6 +27,25 @@ extern bool Quiet;
 /// Prints "tolvane-fax: ", the text and a line feed on standard error; the name in colour on a terminal, unless
 /// NO_COLOR is set in the environment.
 [[gnu::format(printf, 1, 2)]] void report(const char *format, ...);
+
+/// Diagnostics that are not printed yet.
+using Diagnostics = std::vector<std::string>;
+
+/// Holds back the diagnostics of this thread as long as the object lives.
+class HoldDiagnostics {
+ public:
+  /// @param held  receives them, after those that it contains
+  explicit HoldDiagnostics(Diagnostics &held);
+  ~HoldDiagnostics();
+  HoldDiagnostics(const HoldDiagnostics &) = delete;
+  HoldDiagnostics &operator=(const HoldDiagnostics &) = delete;
+
+ private:
+  Diagnostics *before_;
+};
+
+/// Prints what was held back.
+void print_diagnostics(const Diagnostics &held);
 
 /// `report`, for use in a return statement: returns FAILED.
 [[gnu::format(printf, 1, 2)]] Status failure(const char *format, ...);

@@ -1,0 +1,25 @@
+// Pictures on their way into foreign formats.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <vector>
+
+namespace tolvane {
+
+/// A black and white picture.
+struct PagePicture {
+  int32_t width = 0;
+  int32_t height = 0;  ///< 1 at least
+  double x_dpi = 0;    ///< pixels an inch
+  double y_dpi = 0;
+  std::vector<uint8_t> rows = {};  ///< (width + 7) / 8 bytes a row; pixel 0 is bit 7 of byte 0, 1 is black
+  std::vector<uint8_t> code = {};  ///< of the rows, in a format that encodes them
+
+  size_t row_bytes() const { return (static_cast<size_t>(width) + 7) / 8; }
+};
+
+/// How a picture is coded in TIFF.
+enum class TiffCoding : int32_t { g3, g4 };
+
+}  // namespace tolvane

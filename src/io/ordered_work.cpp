@@ -1,0 +1,91 @@
+// The thread that takes results works too: it runs the oldest job itself rather than wait for another thread to begin.
+#include "io/ordered_work.h"
+
+#include <algorithm>
+#include <exception>
+
+namespace tolvane {
+namespace {
+[[gnu::used]] const char SCCS_ID[] = "@(#)|ordered_work|9|01|1|0|0|11/23/26|05:30:00";
+
+constexpr size_t FEW = 3;  // jobs that are done by the calling thread before others are worth their start
+}  // namespace
+
+int32_t Jobs = 0;
+
+struct OrderedWork::Job {
+  std::function<void()> work;
+  bool done = false;
+  std::exception_ptr thrown;
+};
+
+OrderedWork::OrderedWork()
+    : threads_wanted_(Jobs > 0 ? static_cast<size_t>(Jobs) : std::max(std::thread::hardware_concurrency(), 1U)) {}
+
+OrderedWork::~OrderedWork() {
+  {
+    const std::lock_guard lock(mutex_);
+    stopping_ = true;
+  }
+  changed_.notify_all();
+  for (std::thread &thread : threads_) thread.join();
+}
+
+bool OrderedWork::has_room() const {
+  return jobs_.size() < (threads_wanted_ == 1 ? 1 : 2 * threads_wanted_ + FEW);
+}
+
+void OrderedWork::add(std::function<void()> work) {
+  jobs_.push_back(std::make_shared<Job>(std::move(work)));
+  {
+    const std::lock_guard lock(mutex_);
+    waiting_.push_back(jobs_.back());
+  }
+  if (jobs_.size() > FEW && threads_.empty()) start_threads();
+  changed_.notify_one();
+}
+
+void OrderedWork::start_threads() {
+  while (threads_.size() + 1 < threads_wanted_) threads_.emplace_back([this] { run_jobs(); });
+}
+
+void OrderedWork::run(Job &job) {
+  try {
+    job.work();
+  } catch (...) {
+    job.thrown = std::current_exception();
+  }
+  job.work = nullptr;
+}
+
+void OrderedWork::run_jobs() {
+  std::unique_lock lock(mutex_);
+  while (true) {
+    changed_.wait(lock, [&] { return stopping_ || !waiting_.empty(); });
+    if (stopping_) return;
+    const std::shared_ptr<Job> job = waiting_.front();
+    waiting_.pop_front();
+    lock.unlock();
+    run(*job);
+    lock.lock();
+    job->done = true;
+    changed_.notify_all();
+  }
+}
+
+void OrderedWork::take() {
+  const std::shared_ptr<Job> job = jobs_.front();
+  jobs_.pop_front();
+  std::unique_lock lock(mutex_);
+  if (!waiting_.empty() && waiting_.front() == job) {
+    waiting_.pop_front();
+    lock.unlock();
+    run(*job);
+  } else {
+    changed_.wait(lock, [&] { return job->done; });
+    lock.unlock();
+  }
+  if (job->thrown) std::rethrow_exception(job->thrown);
+}
+
+}  // namespace tolvane
