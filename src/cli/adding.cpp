@@ -3,6 +3,9 @@
 #include "cli/adding.h"
 
 #include <charconv>
+#include <deque>
+#include <memory>
+#include <utility>
 
 #include "cli/options.h"
 #include "document/fax_composition.h"
@@ -11,6 +14,7 @@
 #include "faxfile/header_lines.h"
 #include "faxfile/usorbport.h"
 #include "io/input_file.h"
+#include "io/ordered_work.h"
 #include "io/output_file.h"
 #include "io/spool.h"
 #include "support/handle.h"
@@ -61,14 +65,101 @@ Status check_target(const FaxDocument &document, int32_t place) {
 }
 
 // Reports that a page loses size or its sides: that is no fault, but not what everybody wants.
-void report_overhang(const std::string &file, int32_t number, const SourcePicture &page, const FitOptions &fit) {
+void report_overhang(const char *name, int32_t number, const SourcePicture &page, const FitOptions &fit) {
   const double wider = overhang(page, fit);
   if (wider <= 1 || fit.fit == FIT_SCALE) return;
   const bool cut = fit.fit == FIT_CROP;
-  report("%s: page %d is %.1f inches wide, a fax page %.1f: %s", input_name(file).c_str(), number,
-         wider * FAX_WIDTH / FAX_X_DPI, FAX_WIDTH / FAX_X_DPI,
-         cut ? "its sides are cut off" : "it is reduced (--fit crop keeps the size)");
+  report("%s: page %d is %.1f inches wide, a fax page %.1f: %s", name, number, wider * FAX_WIDTH / FAX_X_DPI,
+         FAX_WIDTH / FAX_X_DPI, cut ? "its sides are cut off" : "it is reduced (--fit crop keeps the size)");
 }
+
+// A page on its way into a fax file.
+struct NewPage {
+  std::string name;    // for messages
+  int32_t number = 0;  // in its file
+  SourcePicture picture;
+  std::vector<uint8_t> record;
+  Diagnostics diagnostics;
+  Status status = DONE;
+};
+
+// Codes pages and adds the records at the end of an open file, in order.
+class NewPages {
+ public:
+  NewPages(const FitOptions &fit, int32_t coding, int fd) : fit_(fit), coding_(coding), fd_(fd), progress_("pages") {}
+
+  // @param count  of pages so far
+  Status code_file(const std::string &file, const SourceOptions &source, int32_t &count) {
+    const int32_t before = count;
+    Diagnostics held;  // what the reader reports before it gives the next page
+    Status status;
+    {
+      const HoldDiagnostics hold(held);
+      status = read_pages(file, source, [&](SourcePicture &&picture) {
+        if (++count > MOST_RECORDS) return failure("more than %d pages in one file", MOST_RECORDS);
+        auto page = std::make_shared<NewPage>(NewPage{input_name(file), count - before, std::move(picture), {}, {}});
+        page->diagnostics.swap(held);
+        return add(page);
+      });
+    }
+    const Status rest = finish();
+    if (!failed_) print_diagnostics(held);
+    return worse(status, rest);
+  }
+
+ private:
+  Status add(const std::shared_ptr<NewPage> &page) {
+    Status status = DONE;
+    while (!work_.has_room() && status != FAILED) status = worse(status, take());
+    if (status == FAILED) return FAILED;
+    under_way_.push_back(page);
+    work_.add([this, page] {
+      const HoldDiagnostics hold(page->diagnostics);
+      code(*page);
+    });
+    return status;
+  }
+
+  void code(NewPage &page) const {
+    std::vector<uint8_t> lines;
+    const char *name = page.name.c_str();
+    report_overhang(name, page.number, page.picture, fit_);
+    page.status = make_fax_lines(std::move(page.picture), fit_, lines)
+                      ? encode_page(name, lines, coding_, fit_.resolution, page.record)
+                      : failure("%s: page %d would have more than %d lines", name, page.number, LONGEST_PAGE);
+  }
+
+  Status take() {
+    work_.take();
+    const std::shared_ptr<NewPage> page = under_way_.front();
+    under_way_.pop_front();
+    print_diagnostics(page->diagnostics);
+    progress_.step();
+    Status status = page->status;
+    if (status == DONE) {
+      Diagnostics fault;
+      const HoldDiagnostics hold(fault);
+      status = append_record(fd_, page->record);
+      print_diagnostics(fault);
+    }
+    failed_ = failed_ || status == FAILED;
+    return status;
+  }
+
+  Status finish() {
+    Status status = DONE;
+    while (!work_.empty() && !failed_) status = worse(status, take());
+    return status;
+  }
+
+  const FitOptions fit_;
+  const int32_t coding_;
+  const int fd_;
+  Progress progress_;
+  bool failed_ = false;
+  std::deque<std::shared_ptr<NewPage>> under_way_;  // oldest first
+  OrderedWork work_;
+};
 
 }  // namespace
 
@@ -97,25 +188,11 @@ void declare_page_input(Usage &usage, PageInput &input) {
 Status code_pages(const PageInput &input, int32_t coding, int32_t resolution, int fd, int32_t &count) {
   SourceOptions source = input.source;
   source.fit.resolution = resolution;
-  Progress progress("pages");
+  NewPages coder(source.fit, coding, fd);
   Status status = DONE;
   count = 0;
   for (const std::string &file : input.files) {
-    const int32_t before = count;
-    const Status read = read_pages(file, source, [&](SourcePicture &&page) {
-      std::vector<uint8_t> lines;
-      report_overhang(file, count - before + 1, page, source.fit);
-      if (!make_fax_lines(std::move(page), source.fit, lines))
-        return failure("%s: page %d would have more than %d lines", input_name(file).c_str(), count - before + 1,
-                       LONGEST_PAGE);
-      if (++count > MOST_RECORDS) return failure("more than %d pages in one file", MOST_RECORDS);
-      progress.step();
-      std::vector<uint8_t> record;
-      return encode_page(input_name(file).c_str(), lines, coding, resolution, record) == DONE
-                 ? append_record(fd, record)
-                 : FAILED;
-    });
-    status = worse(status, read);
+    status = worse(status, coder.code_file(file, source, count));
     if (status == FAILED) return FAILED;
   }
   return count > 0 ? status : failure("the input contains no pages");

@@ -71,10 +71,8 @@ Status make_picture(const FaxDocument &document, const PictureFormat &format, Pa
   DecodedPage decoded;
   const Status status = decode_page(document.name(), page.number, page.found.record, page.found.coding, decoded);
   if (status == FAILED) return FAILED;
-  if (decoded.count == 0)
-    return failure("%s: page %d has no lines: skipped", document.name(), page.number);
-  page.picture = {FAX_WIDTH, decoded.count, FAX_X_DPI, lines_per_inch(page.found.resolution),
-                  std::move(decoded.lines)};
+  if (decoded.count == 0) return failure("%s: page %d has no lines: skipped", document.name(), page.number);
+  page.picture = {FAX_WIDTH, decoded.count, FAX_X_DPI, lines_per_inch(page.found.resolution), std::move(decoded.lines)};
   if (square) make_square(page.picture);
   if (format.encode) page.picture.code = format.encode(page.picture, tiff_coding);
   return status;

@@ -47,6 +47,7 @@ Status add_pages(const FaxDocument &document, Transcoder &pages, HeaderLines &li
     status = worse(status, pages.add(document, page));
     progress.step();
   }
+  if (status != FAILED) status = worse(status, pages.finish());
   for (const Inclusion &inclusion : document.inclusions) {
     if (keep_inclusions) lines.push_back(inclusion_line(inclusion, inclusion.at + before));
   }

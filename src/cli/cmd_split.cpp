@@ -84,6 +84,7 @@ Status write_part(const FaxDocument &document, const std::vector<int32_t> &pages
   Status status = DONE;
   for (int32_t i = first; i < end && status != FAILED; ++i)
     status = worse(status, records.add(document, pages[static_cast<size_t>(i) - 1]));
+  if (status != FAILED) status = worse(status, records.finish());
   if (status == FAILED) return FAILED;
 
   HeaderLines lines = leading_lines(records.count(), written_resolution(document), document.coding);

@@ -1,28 +1,62 @@
 // Walks the pages of a document once, for the commands that report on it.
 #include "document/page_survey.h"
 
+#include <deque>
+#include <memory>
+#include <utility>
+
 #include "document/page_sources.h"
 #include "io/input_file.h"
+#include "io/ordered_work.h"
 
 namespace tolvane {
 namespace {
 [[gnu::used]] const char SCCS_ID[] = "@(#)|page_survey|9|01|1|0|0|11/22/26|21:40:00";
 
-Status survey_page(const FaxDocument &document, PageFacts &facts) {
+// A page in work.
+struct PageInWork {
+  PageFacts facts;
   FaxPage found;
-  const Status read = read_fax_page(document, facts.page, found);
-  facts.source = input_name(found.source);
-  facts.source_page = found.source_page;
-  facts.coding = found.coding;
-  if (read != DONE) return DAMAGED;
-  facts.readable = true;
-  facts.bytes = std::ssize(found.record);
+  Diagnostics diagnostics;
+  Status status = DONE;
+};
+
+// Finds a page and reads its record.
+void find_page(const FaxDocument &document, PageInWork &page) {
+  PageFacts &facts = page.facts;
+  const Status read = read_fax_page(document, facts.page, page.found);
+  facts.source = input_name(page.found.source);
+  facts.source_page = page.found.source_page;
+  facts.coding = page.found.coding;
+  facts.bytes = std::ssize(page.found.record);
+  facts.readable = read == DONE;
+  if (read != DONE) page.status = DAMAGED;
+}
+
+void decode_found(const FaxDocument &document, PageInWork &page) {
+  PageFacts &facts = page.facts;
+  if (!facts.readable) return;
   DecodedPage decoded;
-  const Status status = count_lines(document.name(), facts.page, found.record, found.coding, decoded);
+  const Status status = count_lines(document.name(), facts.page, page.found.record, page.found.coding, decoded);
   facts.lines = decoded.coded_lines();
   facts.damaged_lines = decoded.damaged_lines();
-  facts.damage = decoded.damage;
-  return status == FAILED ? DAMAGED : status;
+  facts.damage = std::move(decoded.damage);
+  page.status = status == FAILED ? DAMAGED : status;
+}
+
+// Finds a page, or the stretch of missing pages that begins with it.
+void begin_page(const FaxDocument &document, const std::vector<MissingPages> &missing, PageInWork &page) {
+  PageFacts &facts = page.facts;
+  const HoldDiagnostics hold(page.diagnostics);
+  if (const MissingPages *stretch = missing_at(missing, facts.page)) {
+    facts.last_page = stretch->last;
+    facts.source = input_name(stretch->source);
+    facts.source_page = stretch->source_page;
+    page.status = report_missing(document, *stretch);
+  } else {
+    facts.last_page = facts.page;
+    find_page(document, page);
+  }
 }
 
 }  // namespace
@@ -36,17 +70,26 @@ Status survey_pages(const FaxDocument &document, std::vector<PageFacts> &pages) 
   Progress progress("pages", count);
   Status status = report_lost_bytes(document);
   const std::vector<MissingPages> missing = find_missing_pages(document);
-  for (int32_t page = 1; page <= count; ++page) {
-    PageFacts &facts = pages.emplace_back();
-    facts.page = facts.last_page = page;
-    if (const MissingPages *stretch = missing_at(missing, page)) {
-      page = facts.last_page = stretch->last;
-      facts.source = input_name(stretch->source);
-      facts.source_page = stretch->source_page;
-      status = worse(status, report_missing(document, *stretch));
-    } else {
-      status = worse(status, survey_page(document, facts));
+  std::deque<std::unique_ptr<PageInWork>> under_way;  // oldest first
+  OrderedWork work;
+  for (int32_t next = 1; next <= count || !work.empty();) {
+    if (next <= count && work.has_room()) {
+      PageInWork &page = *under_way.emplace_back(std::make_unique<PageInWork>());
+      page.facts.page = next;
+      begin_page(document, missing, page);
+      next = page.facts.last_page + 1;
+      work.add([&document, &page] {
+        const HoldDiagnostics hold(page.diagnostics);
+        decode_found(document, page);
+      });
+      continue;
     }
+    work.take();
+    PageInWork &page = *under_way.front();
+    print_diagnostics(page.diagnostics);
+    status = worse(status, page.status);
+    pages.push_back(std::move(page.facts));
+    under_way.pop_front();
     progress.step();
   }
   return status;

@@ -33,22 +33,60 @@ Status Transcoder::open(const OutputFile &output, int32_t coding, int32_t resolu
   return spool_ ? DONE : system_failure(output.name());
 }
 
-Status Transcoder::add(const FaxDocument &document, int32_t page) {
-  FaxPage found;
-  if (read_fax_page(document, page, found) != DONE) return FAILED;
+struct Transcoder::Page {
+  const FaxDocument &document;
+  int32_t number;
+  FaxPage found = {};  ///< with the record in the new coding and resolution in the end
+  Diagnostics diagnostics = {};
+  Status status = DONE;
+};
+
+void Transcoder::convert(Page &page) const {
+  FaxPage &found = page.found;
+  const char *name = page.document.name();
   const int32_t resolution = found.resolution < 0 ? 0 : found.resolution;
   const bool as_it_is = found.coding == coding_ && resolution == resolution_;
   DecodedPage decoded;
-  const Status status =
-      (as_it_is ? count_lines : decode_page)(document.name(), page, found.record, found.coding, decoded);
-  if (status == FAILED) return FAILED;
-
+  page.status = (as_it_is ? count_lines : decode_page)(name, page.number, found.record, found.coding, decoded);
+  if (page.status == FAILED || as_it_is) return;
   if (resolution != resolution_ && (resolution > 1 || !change_resolution(decoded.lines, resolution, resolution_)))
-    return failure("%s: page %d cannot be scaled to the resolution of the others", document.name(), page);
-  if (!as_it_is && encode_page(document.name(), decoded.lines, coding_, resolution_, found.record) != DONE)
-    return FAILED;
-  if (++count_ > MOST_RECORDS) return failure("more than %d pages in one file", MOST_RECORDS);
-  return append_record(spool_.get(), found.record) == DONE ? status : FAILED;
+    page.status = failure("%s: page %d cannot be scaled to the resolution of the others", name, page.number);
+  else
+    page.status = worse(page.status, encode_page(name, decoded.lines, coding_, resolution_, found.record));
+}
+
+Status Transcoder::take() {
+  work_.take();
+  const std::shared_ptr<Page> page = under_way_.front();
+  under_way_.pop_front();
+  print_diagnostics(page->diagnostics);
+  if (page->status == FAILED) return FAILED;
+  return append_record(spool_.get(), page->found.record) == DONE ? page->status : FAILED;
+}
+
+Status Transcoder::add(const FaxDocument &document, int32_t number) {
+  Status status = DONE;
+  while (!work_.has_room() && status != FAILED) status = worse(status, take());
+  if (status == FAILED) return FAILED;
+  const auto page = std::make_shared<Page>(Page{document, number});
+  {
+    const HoldDiagnostics hold(page->diagnostics);
+    page->status = read_fax_page(document, number, page->found);
+    if (page->status == DONE && ++count_ > MOST_RECORDS)
+      page->status = failure("more than %d pages in one file", MOST_RECORDS);
+  }
+  under_way_.push_back(page);
+  work_.add([this, page] {
+    const HoldDiagnostics hold(page->diagnostics);
+    if (page->status == DONE) convert(*page);
+  });
+  return status;
+}
+
+Status Transcoder::finish() {
+  Status status = DONE;
+  while (!work_.empty() && status != FAILED) status = worse(status, take());
+  return status;
 }
 
 RecordRange Transcoder::records() const {

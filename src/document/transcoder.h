@@ -2,10 +2,12 @@
 #pragma once
 
 #include <cstdint>
-#include <string>
-#include <vector>
+#include <deque>
+#include <memory>
 
 #include "document/fax_composition.h"
+#include "io/ordered_work.h"
+#include "support/handle.h"
 
 namespace tolvane {
 
@@ -16,18 +18,27 @@ class Transcoder {
   /// @param output  the file that the records are for: the spool file is made in its directory
   Status open(const OutputFile &output, int32_t coding, int32_t resolution);
 
-  /// Adds a page of a document.
+  /// Reads a page of a document and adds it. The work on it may end later.
   ///
-  /// @return DONE; DAMAGED after reporting its damage; FAILED after a message
+  /// @param document  must live until `finish`
+  /// @return for the pages whose work has ended: DONE; DAMAGED after the damage was reported; FAILED after a message
   Status add(const FaxDocument &document, int32_t page);
-
-  /// The records so far, all of them.
+  /// Waits for all pages; returns as `add`.
+  Status finish();
+  /// The records, all of them after `finish`.
   RecordRange records() const;
+  /// Pages added.
   int32_t count() const { return count_; }
 
  private:
+  struct Page;
+  void convert(Page &page) const;
+  Status take();
+
   Descriptor spool_;
   int32_t coding_ = 0, resolution_ = 0, count_ = 0;
+  std::deque<std::shared_ptr<Page>> under_way_;  // oldest first
+  OrderedWork work_;
 };
 
 }  // namespace tolvane

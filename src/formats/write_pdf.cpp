@@ -18,7 +18,7 @@ namespace {
 constexpr double POINTS = 72;  // in an inch
 
 // Numbers of the objects; those of page n, from 0, are PAGE_OBJECTS * n higher than those of page 0.
-constexpr size_t CATALOG = 1, PAGES = 2, PAGE = 3, IMAGE = 4, CONTENTS = 5, PAGE_OBJECTS = 3;
+constexpr size_t CATALOG = 1, PAGES = 2, PAGE = 3, CONTENTS = 4, IMAGE = 5, PAGE_OBJECTS = 3;
 
 // A text made as printf makes it.
 [[gnu::format(printf, 1, 2)]] std::string formatted(const char *format, ...) {
