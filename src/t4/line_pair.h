@@ -6,7 +6,6 @@
 #include <cstdint>
 #include <memory>
 #include <new>
-#include <span>
 #include <utility>
 
 #include "bit_window.h"
@@ -52,6 +51,32 @@ struct LineStore {
   }
 };
 
+/// The words of a bitmap that may not be white: from `first` up to, not including, `end`.
+struct PaintedWords {
+  size_t first = 0, end = 0;
+};
+
+/// Paints a line of `words` words from its changing elements. From each element on, the pixels of its word turn round,
+/// and so do all up to the next one. Takes and gives values alone, so that the lines of a decode can stay in registers.
+///
+/// @param old  what the bitmap contains
+inline PaintedWords paint(uint64_t *pixels, size_t words, PaintedWords old, const int32_t *first, const int32_t *end) {
+  std::fill_n(pixels + old.first, old.end - old.first, 0);
+  if (first == end) return {};
+  const bool black_at_end = (end - first) % 2 != 0;
+  const PaintedWords painted = {static_cast<uint32_t>(*first) / 64,
+                                black_at_end ? words : static_cast<uint32_t>(end[-1]) / 64 + 1};
+  for (const int32_t *change = first; change < end; ++change)
+    pixels[static_cast<uint32_t>(*change) / 64] ^= ~UINT64_C(0) >> *change % 64;
+  uint64_t before = 0;  // the last pixel before the word, 64 times
+  for (size_t n = painted.first; n < painted.end; ++n) {
+    const uint64_t word = pixels[n] ^ before;
+    before = -(word & 1);
+    store_window(reinterpret_cast<uint8_t *>(&pixels[n]), word);
+  }
+  return painted;
+}
+
 /// The line being decoded and the one above it, the reference line, and what is known of the next run.
 template <CodeForm form>
 struct LinePair {
@@ -72,12 +97,13 @@ struct LinePair {
         to(sink),
         current(store.elements.get()),
         reference(store.elements.get() + ChangeList::room(width)) {
+    if (pixels) std::fill_n(pixels, words_of(size), 0);
     end_line();
     next_line();
   }
 
   /// Begins a white line in place of the current one.
-  void clear_line() {
+  [[gnu::always_inline]] void clear_line() {
     current.clear();
     b1 = reference.first();
     a0 = -1;
@@ -85,33 +111,35 @@ struct LinePair {
   }
 
   /// Ends the current line at a0. What no run has reached is white.
-  void end_line() {
+  [[gnu::always_inline]] void end_line() {
     if (black) current.change_at(a0);
     current.finish<form>(static_cast<int32_t>(8 * size));
   }
 
   /// Makes the current line, which has ended, the reference line, and begins a white one.
-  void next_line() {
+  [[gnu::always_inline]] void next_line() {
     std::swap(current, reference);
     clear_line();
   }
 
   /// Delivers the bitmap of a line from its finished list.
-  void deliver_pixels(const ChangeList &line) const {
-    if (to.found_line) to.found_line(to.context, paint(line), size);
+  [[gnu::always_inline]] void deliver_pixels(const ChangeList &line) {
+    if (!to.found_line) return;
+    painted_ = paint(pixels, words_of(size), painted_, line.first(), line.end());
+    to.found_line(to.context, reinterpret_cast<const uint8_t *>(pixels), size);
   }
 
-  void deliver_eol() const {
+  [[gnu::always_inline]] void deliver_eol() const {
     if (to.found_eol) to.found_eol(to.context);
   }
 
-  void deliver(const ChangeList &line) const {
+  [[gnu::always_inline]] void deliver(const ChangeList &line) {
     deliver_pixels(line);
     deliver_eol();
   }
 
   /// White padding up to the end of the line.
-  void deliver_padding() const {
+  [[gnu::always_inline]] void deliver_padding() const {
     if (a0 < width && to.found_run) to.found_run(to.context, width - a0);
   }
 
@@ -130,20 +158,7 @@ struct LinePair {
   }
 
  private:
-  /// From each element on, the pixels of its word turn round, and all the words after it.
-  const uint8_t *paint(const ChangeList &line) const {
-    const std::span<uint64_t> words(pixels, words_of(size));
-    std::ranges::fill(words, 0);
-    for (const int32_t *change = line.first(); change < line.end(); ++change)
-      words[static_cast<uint32_t>(*change) / 64] ^= ~UINT64_C(0) >> *change % 64;
-    uint64_t before = 0;  // the last pixel before the word, 64 times
-    for (uint64_t &word : words) {
-      word ^= before;
-      before = -(word & 1);
-      store_window(reinterpret_cast<uint8_t *>(&word), word);
-    }
-    return reinterpret_cast<const uint8_t *>(pixels);
-  }
+  PaintedWords painted_;
 };
 
 }  // namespace tolvane

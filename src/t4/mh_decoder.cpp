@@ -53,7 +53,8 @@ void deliver_padding(const MhLine &line, int32_t width, const LineSink &to) {
 void start_line(MhLine &line) {
   line.pos = 0;
   line.make_up = 0;
-  if (line.painted) memset(line.current, 0, line.size);
+  if (line.current_has_black) memset(line.current, 0, line.size);
+  line.current_has_black = false;
 }
 
 // A run consumer gets the good part and white after it, a line consumer the last good line again.
@@ -70,7 +71,10 @@ void give_up_line(MhLine &line, int32_t width, const LineSink &to) {
   const int32_t run = line.make_up + token;
   const int32_t pixels = abs(run);
   if (pixels > width - line.pos) return give_up_line(line, width, to);
-  if (run < 0 && line.painted) paint_black(line.current, line.pos, pixels);
+  if (run < 0 && line.painted) {
+    paint_black(line.current, line.pos, pixels);
+    line.current_has_black = true;
+  }
   line.pos += pixels;
   line.make_up = 0;
   if (to.found_run) to.found_run(to.context, run);
@@ -87,6 +91,7 @@ void take_eol(MhLine &line, bool after_bad_code, int32_t width, const LineSink &
   if (after_bad_code) report(line, Damage::invalid_code, to);
   if (line.pos >= width) {
     std::swap(line.current, line.last_good);
+    std::swap(line.current_has_black, line.last_good_has_black);
     deliver(line, line.last_good, to);
   } else {
     if (line.pos > 0) report(line, Damage::short_line, to);

@@ -21,6 +21,8 @@ struct MhLine {
   uint32_t size = 0;      ///< bytes of a line, 0 if there is no memory for lines
   uint8_t *current = nullptr;
   uint8_t *last_good = nullptr;
+  bool current_has_black = false;
+  bool last_good_has_black = false;
 };
 
 /// The state of an MH decode.

@@ -36,6 +36,12 @@ void find_changes(const uint8_t *line, uint32_t size, Found found) {
     }
   };
   uint32_t offset = 0;
+  for (; offset + 32 <= size; offset += 32) {  // white for the most part
+    const uint64_t windows[] = {load_window(line + offset), load_window(line + offset + 8),
+                                load_window(line + offset + 16), load_window(line + offset + 24)};
+    if ((windows[0] | windows[1] | windows[2] | windows[3] | last_pixel) == 0) continue;
+    for (uint32_t n = 0; n < 4; ++n) find_in(windows[n], ~uint64_t{0}, offset + 8 * n);
+  }
   for (; offset + 8 <= size; offset += 8) find_in(load_window(line + offset), ~uint64_t{0}, offset);
   if (offset < size) find_in(load_line_window(line, size, offset), ~(~uint64_t{0} >> 8 * (size - offset)), offset);
 }
