@@ -125,6 +125,7 @@ TEST_F(Create, PagesKeepTheirProportionsAndPlace) {
       {3456, 4752, "408x391", "", 2376, 0, 204, 196},
       {3456, 4752, "400x400", "--resolution normal", 1188, 0, 200, 100},
       {600, 300, "72x72", "--resolution normal", 408, 14, 204, 98},
+      {1080, 1350, "300x300", "", 882, 497, 204, 196},
   };
   for (const auto &row : cases) {
     SCOPED_TRACE(row.density + row.options);
@@ -134,6 +135,10 @@ TEST_F(Create, PagesKeepTheirProportionsAndPlace) {
               pbm(drawn(row.width, row.height, [&](uint32_t x, uint32_t y) { return x < x_dpi && y < y_dpi; })));
     prepare("convert page.pbm -units PixelsPerInch -compress Group4 -density " + row.density + " page.tif");
     const std::string made = run("create - page.tif " + row.options).out;
+    const std::string metric = "tiffset -s 282 " + std::to_string(x_dpi / 2.54) + " metric.tif && tiffset -s 283 ";
+    prepare("cp page.tif metric.tif && " + metric + std::to_string(y_dpi / 2.54) +
+            " metric.tif && tiffset -s 296 3 metric.tif");
+    EXPECT_TRUE(made == run("create - metric.tif " + row.options).out);
     EXPECT_TRUE(made == run("create - page.pbm --source-dpi " + row.density + " " + row.options).out);
     const Picture page = first_page(made);
     const auto black = [&](uint32_t x, uint32_t y) { return page.row(y)[x / 8] >> (7 - x % 8) & 1; };
@@ -152,6 +157,11 @@ TEST_F(Create, GreyBecomesBlackAndWhite) {
   prepare("convert -size 1728x400 'xc:rgb(140,140,140)' grey.png");
   const Picture page = first_page(run("create --grey diffusion - grey.png").out);
   EXPECT_NEAR(black_pixels(page.pixels) / (1728.0 * page.height), 1 - 140 / 255.0, 0.002);
+  // The second row is diffused from the right: its right pixel becomes black and leaves the left one white.
+  dir.write("two.pgm", "P2 2 2 255 255 255 120 120\n");
+  prepare("convert two.pgm two.png");
+  const Picture two = first_page(run("create --grey diffusion --source-dpi 204x196 - two.png").out);
+  EXPECT_EQ(std::vector<uint8_t>(two.row(1) + 107, two.row(1) + 109), (std::vector<uint8_t>{0, 0x80}));
   // 16 bits without a word about gamma are as bright as 8.
   prepare("convert -size 64x512 gradient: -depth 16 -define png:bit-depth=16 -define png:exclude-chunks=all 16.png");
   EXPECT_NEAR(black_pixels(first_page(run("create --source-dpi 204x196 - 16.png").out).pixels), 64 * 256, 64);

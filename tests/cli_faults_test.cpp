@@ -132,6 +132,16 @@ TEST_F(Faults, ClosedStandardChannelsStayOutOfTheFiles) {
   EXPECT_EQ(run("check bad.fax <&-").out.substr(0, 15), "bad.fax: good, ");
 }
 
+TEST_F(Faults, TheTargetOfALinkIsReplaced) {
+  ASSERT_EQ(shell("$tool create a.fax $charts/itu1.tif && chmod 640 a.fax && ln -s a.fax link.fax").status, 0);
+  for (const char *line :
+       {"keywords set link.fax SUBJECT=x", "convert --to mr link.fax", "append link.fax $charts/itu1.tif"}) {
+    complains(line, 0, "");
+    EXPECT_EQ(shell("readlink link.fax; stat -c %a a.fax").out, "a.fax\n640\n") << line;
+  }
+  EXPECT_EQ(run("check a.fax").out, "a.fax: good, 2 pages, 4753 lines\n");
+}
+
 TEST_F(Faults, ASignalLeavesNoHalfMadeFile) {
   ChildProcess child({in_build("tolvane-fax"), "create", "out.fax", "-"}, {}, dir.string());
   child.write("P4 1728 30000\n");

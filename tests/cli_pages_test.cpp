@@ -70,6 +70,7 @@ TEST_F(Pages, WhatCannotBeDoneLeavesTheFileAlone) {
       {"include back.fax 1 2 main.fax", "includes main.fax in turn"},
       {"merge --force main.fax cover.fax fall.fax", "INCLUDE"},
       {"merge --inclusions keep ../kept.fax main.fax", "same directory"},
+      {"merge --inclusions keep kept.fax other.fax main.fax", "same coding and resolution"},
       {"split cut1.fax cut%d.fax", "not overwritten"},
       {"include ../main.fax 1 1 sub/main.fax", "page 1 is not available"},
       {"create 21.pbm 22.pbm", "21.pbm exists and is not a fax file"},

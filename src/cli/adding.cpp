@@ -16,8 +16,8 @@
 #include "io/input_file.h"
 #include "io/ordered_work.h"
 #include "io/output_file.h"
-#include "io/spool.h"
 #include "support/handle.h"
+#include "support/replace_file.h"
 #include "t4/line.h"
 
 namespace tolvane {
@@ -205,7 +205,7 @@ Status insert_pages(const std::string &path, int32_t place, const PageInput &inp
 
   OutputFile output;
   if (output.open(path) != DONE) return FAILED;
-  const Descriptor spool = open_spool(output.working_path());
+  const Descriptor spool = open_spool(output.fd());
   if (!spool) return system_failure(output.name());
   int32_t new_pages = 0;
   const Status read = code_pages(input, document.coding, written_resolution(document), spool.get(), new_pages);

@@ -1,7 +1,6 @@
 // tolvane-fax convert: rewrites files in another page coding, in place, by the library's converter. Each file gets a
 // process of its own. The converter relies on #PAGES and keeps one line of each name; a file that would lose something
 // is converted as a copy with a plain header, and its own header lines are put back afterwards.
-#include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -55,7 +54,7 @@ void note_damage(Damage) {
 
 // Runs the converter on a path, which names the old or the new file at every moment. The target of a link is replaced,
 // not the link.
-bool run_converter(const std::string &path) {
+Status run_converter(const std::string &path) {
   const Block<char> resolved(realpath(path.c_str(), nullptr));
   const std::string target = resolved ? resolved.get() : path;
   // The name under which the converter makes the new file.
@@ -65,7 +64,7 @@ bool run_converter(const std::string &path) {
   const bool done = t4dec_change_format(target.c_str(), coding, 0, begin_page) == 1;
   t4dec_set_damage_callback(nullptr);
   forget_unfinished_file(unfinished);
-  return done;
+  return done ? DONE : FAILED;
 }
 
 // Reports the damaged lines of the pages in which the converter found damage. The document is still the old file.
@@ -92,20 +91,13 @@ bool converter_keeps_all(const FaxDocument &document) {
   return pages && atoi(pages) == document.record_count();
 }
 
-Status convert_directly(const FaxDocument &document) {
-  struct stat status;
-  if (fstat(document.fd.get(), &status)) return system_failure(document.name());
-  if (!run_converter(document.path)) return FAILED;
-  return keep_rights(document.path, status) ? DONE : system_failure(document.name());
-}
-
 // Converts a copy with a plain header, then joins the old header lines and the new pages.
 Status convert_by_copy(FaxDocument &document) {
   OutputFile copy, output;
   const RecordRange all[] = {{document.fd.get(), document.records_start, records_end(document)}};
   const HeaderLines plain = leading_lines(document.record_count(), document.resolution, document.coding);
   if (copy.open(document.path) != DONE || write_fax(copy, plain, all) != DONE) return FAILED;
-  if (!run_converter(copy.working_path())) return FAILED;
+  if (run_converter(copy.working_path()) != DONE) return FAILED;
 
   FaxDocument converted;
   if (open_fax(copy.working_path(), converted) != DONE || output.open(document.path) != DONE) return FAILED;
@@ -134,7 +126,7 @@ Status convert_file(const std::string &path) {
 
   Progress progress("pages", document.record_count());
   page_progress = files.size() == 1 ? &progress : nullptr;
-  const Status status = converter_keeps_all(document) ? convert_directly(document) : convert_by_copy(document);
+  const Status status = converter_keeps_all(document) ? run_converter(document.path) : convert_by_copy(document);
   const Status damage = report_damaged_pages(document);
   if (status == FAILED) return failure("%s: not converted", document.name());
   return worse(status, damage);
@@ -146,8 +138,6 @@ pid_t start_worker(const std::string &path) {
   if (worker != 0) return worker;
   // The library reports some failures on standard output, which is for results alone.
   dup2(STDERR_FILENO, STDOUT_FILENO);
-  // The converter's new file gets the mode of the old one only when it is whole: until then nobody else may read it.
-  umask(077);
   Status status = FAILED;
   try {
     status = convert_file(path);

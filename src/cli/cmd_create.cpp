@@ -12,8 +12,8 @@
 #include "faxfile/usorbport.h"
 #include "io/input_file.h"
 #include "io/output_file.h"
-#include "io/spool.h"
 #include "support/handle.h"
+#include "support/replace_file.h"
 #include "t4/line.h"
 
 namespace tolvane {
@@ -66,7 +66,7 @@ Status run() {
   if (const Status status = add_keywords(wanted); status != DONE) return status;
   OutputFile output;
   if (check_output() != DONE || output.open(out) != DONE) return FAILED;
-  const Descriptor spool = open_spool(output.working_path());
+  const Descriptor spool = open_spool(output.fd());
   if (!spool) return system_failure(output.name());
   int32_t pages = 0;
   const Status read = code_pages(input, coding, resolution, spool.get(), pages);

@@ -8,7 +8,7 @@
 #include "faxfile/usorbport.h"
 #include "formats/fax_lines.h"
 #include "io/output_file.h"
-#include "io/spool.h"
+#include "support/replace_file.h"
 
 namespace tolvane {
 namespace {
@@ -29,7 +29,7 @@ bool change_resolution(std::vector<uint8_t> &lines, int32_t from, int32_t to) {
 Status Transcoder::open(const OutputFile &output, int32_t coding, int32_t resolution) {
   coding_ = coding;
   resolution_ = resolution;
-  spool_ = open_spool(output.working_path());
+  spool_ = open_spool(output.fd());
   return spool_ ? DONE : system_failure(output.name());
 }
 

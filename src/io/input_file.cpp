@@ -7,7 +7,8 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include "io/spool.h"
+#include "io/copy_bytes.h"
+#include "support/replace_file.h"
 
 namespace tolvane {
 namespace {
@@ -21,7 +22,7 @@ Descriptor seekable(Descriptor fd) {
     errno = EISDIR;
     return Descriptor();
   }
-  Descriptor spool = open_spool("");
+  Descriptor spool = open_spool(nullptr);
   if (spool && !copy_bytes(fd.get(), spool.get(), -1)) return Descriptor();
   return spool;
 }

@@ -1,12 +1,11 @@
 // Files to write, which appear complete or not at all. `-` is standard output.
 #pragma once
 
-#include <sys/stat.h>
-
 #include <string>
 
 #include "io/report.h"
 #include "support/handle.h"
+#include "support/replace_file.h"
 
 namespace tolvane {
 
@@ -15,16 +14,11 @@ namespace tolvane {
 /// replaced are kept. What cannot be replaced (standard output, a device, a pipe) is written to in `commit`.
 class OutputFile {
  public:
-  OutputFile() = default;
-  ~OutputFile();
-  OutputFile(const OutputFile &) = delete;
-  OutputFile &operator=(const OutputFile &) = delete;
-
   /// DONE with an empty file open for reading and writing, or FAILED after a message.
   Status open(const std::string &path);
-  int fd() const { return fd_.get(); }
+  int fd() const { return spool_ ? spool_.get() : file_.fd(); }
   /// The path of the file being made, for operations that take one; empty if it has none.
-  const std::string &working_path() const { return working_path_; }
+  const char *working_path() const { return file_.working_path(); }
   /// For messages: the path, or "standard output".
   const char *name() const { return name_.c_str(); }
 
@@ -34,14 +28,9 @@ class OutputFile {
  private:
   Status write_through();
 
-  std::string name_, final_path_, working_path_;
-  Descriptor fd_;
+  std::string name_, path_;
+  Replacement file_;
+  Descriptor spool_;  // in place of `file_` for what cannot be replaced
 };
-
-/// Gives a file that is to replace another one its owner and group, as far as the user may, and its permission bits.
-///
-/// @param old  of the file that is replaced
-/// @return false with errno set
-bool keep_rights(const std::string &path, const struct stat &old);
 
 }  // namespace tolvane

@@ -1,10 +1,7 @@
 // The names are in fixed storage: a signal handler reads them.
 #include "io/unfinished_files.h"
 
-#include <errno.h>
-#include <fcntl.h>
 #include <signal.h>
-#include <stdlib.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -41,19 +38,6 @@ void forget_unfinished_file(const std::string &path) {
   for (char *name : unfinished) {
     if (path == name) *name = 0;
   }
-}
-
-int make_unfinished_file(std::string &path) {
-  sigset_t waiting, before;
-  sigemptyset(&waiting);
-  for (const int ending : ENDINGS) sigaddset(&waiting, ending);
-  sigprocmask(SIG_BLOCK, &waiting, &before);
-  const int fd = mkostemp(path.data(), O_CLOEXEC);
-  const int kept = errno;
-  if (fd >= 0) note_unfinished_file(path);
-  sigprocmask(SIG_SETMASK, &before, nullptr);
-  errno = kept;
-  return fd;
 }
 
 }  // namespace tolvane

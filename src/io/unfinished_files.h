@@ -10,9 +10,4 @@ void note_unfinished_file(const std::string &path);
 /// Keeps a file that was noted.
 void forget_unfinished_file(const std::string &path);
 
-/// Creates the file that `path`, ending in XXXXXX, names, and notes it. A signal in between waits.
-///
-/// @return a descriptor that the caller closes; -1 with errno set
-int make_unfinished_file(std::string &path);
-
 }  // namespace tolvane

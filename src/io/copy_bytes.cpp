@@ -1,31 +1,18 @@
-// A spool file loses its name as soon as it is open, so nothing is left when the program ends, however it ends.
-#include "io/spool.h"
+// Copies in blocks: either side may be a pipe.
+#include "io/copy_bytes.h"
 
 #include <errno.h>
-#include <fcntl.h>
-#include <stdlib.h>
-#include <unistd.h>
 
 #include <algorithm>
 
-#include "io/file_names.h"
-#include "support/replace_file.h"
+#include "support/handle.h"
 
 namespace tolvane {
 namespace {
-[[gnu::used]] const char SCCS_ID[] = "@(#)|spool|9|01|1|0|0|11/23/26|04:30:00";
+[[gnu::used]] const char SCCS_ID[] = "@(#)|copy_bytes|9|01|1|0|0|11/23/26|06:00:00";
 
 constexpr size_t COPY_BLOCK = 1 << 16;
 }  // namespace
-
-Descriptor open_spool(const std::string &beside) {
-  const char *temporary = getenv("TMPDIR");
-  if (!temporary || !*temporary) temporary = "/tmp";
-  std::string name = (beside.empty() ? temporary : directory_of(beside)) + "/.tolvane-XXXXXX";
-  Descriptor spool(mkostemp(name.data(), O_CLOEXEC));
-  if (spool) unlink(name.c_str());
-  return spool;
-}
 
 bool copy_bytes(int source, int target, off_t count) {
   char block[COPY_BLOCK];
