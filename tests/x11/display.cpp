@@ -200,6 +200,11 @@ void press_key(const std::string &name) {
   XSync(connection, False);
 }
 
+void hold_control(bool pressed) {
+  XTestFakeKeyEvent(connection, XKeysymToKeycode(connection, XK_Control_L), pressed, CurrentTime);
+  XSync(connection, False);
+}
+
 int bells_rung() {
   XSync(connection, False);
   int count = 0;

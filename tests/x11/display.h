@@ -77,5 +77,8 @@ void click(Widget widget);
 /// the window that has the focus, or to the one under the pointer.
 void press_key(const std::string &name);
 
+/// Presses or releases the Control key.
+void hold_control(bool pressed);
+
 /// How often the bell has rung since the last call.
 int bells_rung();

@@ -2,6 +2,8 @@
 
 #include "x11/viewer.h"
 
+#include <thread>
+
 #include "app/key_bindings.h"
 #include "app/open_view.h"
 #include "app/resource_defaults.h"
@@ -32,10 +34,33 @@ TEST_F(Keys, EachKeyDoesItsWork) {
       space 1 100% 0 bottom      space 2 100% 0 top  BackSpace 1 100% 0 bottom             BackSpace 1 100% 0 top
       Down 1 100% 0 between      Up 1 100% 0 top     wheel_down 1 100% 0 between           wheel_up 1 100% 0 top
       minus 1 75% 0 top          KP_Subtract 1 50% 0 top             minus 1 50% 0 top     KP_Add 1 75% 0 top
+      3 1 75% 0 top              Return 3 75% 0 top  Return 3 75% 0 top      1 3 75% 0 top         Return 1 75% 0 top
       r 1 75% 270 top            r 1 75% 180 top     R 1 75% 270 top         R 1 75% 0 top         R 1 75% 90 top)");
   const Area area = area_of(viewer.window);
   click(area.x + 48, area.y + 182);  // the toggle "100%": had the keys left it on, it would do nothing
   viewer.expect("1 100% 90 top");
+}
+
+TEST_F(Keys, TheMouseMovesAndScalesThePage) {
+  const Viewer viewer({document});
+  viewer.expect("1 100% 0 top");
+  const Area area = area_of(viewer.window);
+  drag(area.x + 400, area.y + 500, area.x + 400, area.y + 300);
+  viewer.expect("1 100% 0 between");
+  drag(area.x + 400, area.y + 300, area.x + 400, area.y + 700);
+  viewer.expect("1 100% 0 top");
+  const auto click_twice = [&](int x, int y) {
+    for (int i = 0; i < 2; ++i) click(area.x + x, area.y + y);
+  };
+  click_twice(400, 300);
+  viewer.expect("1 50% 0 top");
+  std::this_thread::sleep_for(Milliseconds(500));  // no third click of the same
+  click_twice(400, 250);
+  viewer.expect("1 100% 0 between");
+  hold_control(true);
+  for (const unsigned wheel : {5, 5, 4}) click(area.x + 300, area.y + 100, wheel);
+  hold_control(false);
+  viewer.expect("1 75% 0 top");
 }
 
 TEST_F(Keys, AUsersResourcesStandAboveTheDefaults) {

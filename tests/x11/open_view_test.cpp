@@ -48,7 +48,7 @@ struct Parent : testing::Test {
   }
   void key(const char *name) const {
     const Area area = area_of(shell());
-    click(area.x + 300, area.y + 100);
+    click(area.x + 3, area.y + 450);  // a place without a control
     press_key(name);
   }
   void hide(int (*call)(Display *, Window, int)) const {

@@ -155,7 +155,7 @@ void Viewer::press(const std::string &steps) const {
   for (std::string key, shown, word; words >> key; shown.clear()) {
     SCOPED_TRACE(key);
     const Area area = area_of(window);
-    click(area.x + 300, area.y + 100, key == "wheel_up" ? 4 : key == "wheel_down" ? 5 : 1);
+    click(area.x + 300, area.y + 100, key == "wheel_up" ? 4 : key == "wheel_down" ? 5 : 2);
     if (!key.starts_with("wheel")) press_key(key);
     for (int i = 0; i < 4 && words >> word; i++) shown += (i ? " " : "") + word;
     expect(shown);

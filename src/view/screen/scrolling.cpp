@@ -2,6 +2,7 @@
 // page, not by one view: only the scroll bar reaches the middle of a page of more than two views.
 #include "view/screen/scrolling.h"
 
+#include "ui/motif_values.h"
 #include "ui/widgets.h"
 #include "view/screen/pagescope.h"
 #include "view/screen/presentation.h"
@@ -26,10 +27,10 @@ struct Bar {
   int bottom() const { return maximum - slider_size; }
 };
 
-Bar read_bar() {
+Bar read_bar(Widget widget = view_vscrollbar) {
   Bar bar;
-  XmScrollBarGetValues(view_vscrollbar, &bar.value, &bar.slider_size, &bar.increment, &bar.page_increment);
-  XtVaGetValues(view_vscrollbar, XmNmaximum, &bar.maximum, nullptr);
+  XmScrollBarGetValues(widget, &bar.value, &bar.slider_size, &bar.increment, &bar.page_increment);
+  XtVaGetValues(widget, XmNmaximum, &bar.maximum, nullptr);
   return bar;
 }
 
@@ -37,6 +38,20 @@ Bar read_bar() {
 void move_to(const Bar &bar, int value) {
   XmScrollBarSetValues(view_vscrollbar, value, bar.slider_size, bar.increment, bar.page_increment, True);
 }
+
+// The same for either bar, as far as it can go.
+void move_within(Widget widget, int value) {
+  const Bar bar = read_bar(widget);
+  const int reached = std::clamp(value, 0, std::max(bar.bottom(), 0));
+  if (reached != bar.value)
+    XmScrollBarSetValues(widget, reached, bar.slider_size, bar.increment, bar.page_increment, True);
+}
+
+Widget horizontal_bar() {
+  return resource<Widget>(scrolled_window, XmNhorizontalScrollBar);
+}
+
+int pan_x, pan_y;  // the sums of pointer and bar, which a drag keeps
 
 }  // namespace
 
@@ -68,6 +83,25 @@ int chunk_scroll(int forward) {
   view_scroll_to_pos(!forward, 0);                       // backward enters the page at its bottom
   refresh_view();
   return forward ? 1 : -1;
+}
+
+void start_pan(int x, int y) {
+  pan_x = x + read_bar(horizontal_bar()).value;
+  pan_y = y + read_bar().value;
+}
+
+void pan_to(int x, int y) {
+  move_within(horizontal_bar(), pan_x - x);
+  move_within(view_vscrollbar, pan_y - y);
+}
+
+void scroll_to_middle(double across, double down) {
+  const auto scroll = [](Widget widget, double fraction) {
+    const Bar bar = read_bar(widget);
+    move_within(widget, static_cast<int>(fraction * bar.maximum) - bar.slider_size / 2);
+  };
+  scroll(horizontal_bar(), across);
+  scroll(view_vscrollbar, down);
 }
 
 void scroll_up() {

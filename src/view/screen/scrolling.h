@@ -22,6 +22,14 @@ void view_scroll_to_pos(int to_bottom, int mark);
 /// @return 1 for a step to the next page, -1 to the previous, also if that page could not be read; else 0
 int chunk_scroll(int forward);
 
+/// Move the page with the pointer, in both directions: the start of a drag, and each later position on the screen.
+void start_pan(int x, int y);
+void pan_to(int x, int y);
+
+/// Scrolls so that a place of the picture, as fractions of its width and height, is in the middle of the view as far as
+/// the picture reaches.
+void scroll_to_middle(double across, double down);
+
 /// Move the view by one increment of the bar, within the page. The marker stays as it is.
 void scroll_up();
 void scroll_down();
