@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 #include <sys/syscall.h>
+#include <sys/uio.h>
 #include <sys/wait.h>
 
 #include <csignal>
@@ -42,6 +43,15 @@ extern "C" {
 ssize_t write(int fd, const void *bytes, size_t count) {
   return trip("write") ? -1 : syscall(SYS_write, fd, bytes, count);
 }
+ssize_t pwritev(int fd, const iovec *pieces, int count, off_t offset) {
+  return trip("pwritev") ? -1 : syscall(SYS_pwritev, fd, pieces, count, offset, 0);
+}
+int fallocate(int fd, int mode, off_t offset, off_t size) {
+  return trip("fallocate") ? -1 : static_cast<int>(syscall(SYS_fallocate, fd, mode, offset, size));
+}
+int linkat(int from, const char *old, int to, const char *path, int flags) noexcept {
+  return trip("linkat") ? -1 : static_cast<int>(syscall(SYS_linkat, from, old, to, path, flags));
+}
 int rename(const char *from, const char *to) noexcept {
   return trip("rename") ? -1 : static_cast<int>(syscall(SYS_rename, from, to));
 }
@@ -73,6 +83,11 @@ class FaxWriting : public testing::Test {
     for (const std::string &piece : {page.substr(0, page.size() / 2), page.substr(page.size() / 2)})
       if (!page.empty()) write(piece);
     return FaxFileEndPage(fd);
+  }
+  static ino_t inode(const char *path) {
+    struct stat status = {};
+    stat(path, &status);
+    return status.st_ino;
   }
   static auto in_progress() { return 10 - std::count(gPageIOArray, gPageIOArray + 10, nullptr); }
   static int16_t cut(const char *path, int16_t keyword, const char *) { return FaxFileDeleteKeyword(path, keyword); }
@@ -138,6 +153,131 @@ TEST_F(FaxWriting, BadFilesAreRefused) {
   EXPECT_EQ(in_progress(), 0) << "a failed start gives its slot back";
 }
 
+TEST_F(FaxWriting, MisuseLosesNoPageWithoutACode) {
+  const std::string old = fax_bytes("", {"one"}), cut_short = old.substr(0, old.size() - 1);
+  const auto with = [](const std::string &page) { return fax_bytes("", {"one", page}); };
+  int32_t a = -1, b = -1;
+  const auto on = [&](int32_t file, auto call) { return fd = file, call(); };
+  // What is called on the file a, and on b while a has a page in progress; the codes; what a and b are then.
+  const struct {
+    const char *misuse;
+    std::function<Codes()> calls;
+    Codes codes;
+    std::string a, b;
+  } rows[] = {
+      {"closed with a page in progress, and the number is another file's",
+       [&] {
+         const Codes codes = {start(1, 4), write("ab"), FaxFileClose(a), FaxFileOpen("b", &b)};
+         return Codes{codes[0], codes[1], codes[2], codes[3], on(b, [&] { return write("cd"); }), FaxFileEndPage(b)};
+       },
+       {0, 0, 15, 0, 15, 0},
+       old,
+       old},
+      {"closed by the system call alone",
+       [&] {
+         const Codes codes = {start(1, 2), write("ab"), close(a), FaxFileOpen("b", &b)};
+         return Codes{codes[0], codes[1], codes[2], codes[3], FaxFileEndPage(b)};
+       },
+       {0, 0, 0, 0, 0},
+       old,
+       old},
+      {"ended while another file's page is current",
+       [&] {
+         const Codes codes = {start(0xFFFF, 2), write("aa"), on(b, [&] { return start(0xFFFF, 2); }), write("bb")};
+         return Codes{codes[2], codes[3], FaxFileEndPage(a), FaxFileEndPage(a), FaxFileEndPage(b)};
+       },
+       {0, 0, 0, 0, 0},
+       with("aa"),
+       with("bb")},
+      {"too few bytes",
+       [&] {
+         return Codes{start(0xFFFF, 3), write("aa"), FaxFileEndPage(a)};
+       },
+       {0, 0, 15},
+       old,
+       old},
+      {"too many bytes",
+       [&] {
+         return Codes{start(1, 1), write("aa"), FaxFileEndPage(a)};
+       },
+       {0, 0, 15},
+       old,
+       old},
+      {"two pages on one descriptor",
+       [&] {
+         return Codes{start(0xFFFF, 1), write("x"), start(0xFFFF, 1), write("y"), FaxFileEndPage(a)};
+       },
+       {0, 0, 0, 0, 15},
+       with("y"),
+       old},
+      {"a keyword added, and a page by another editor, before the page is ended",
+       [&] {
+         const Codes codes = {start(1, 1), write("x"), FaxFileAddKeyword(a, DATE, "d"), add("a", SUBJECT, "s")};
+         const int32_t other = open("a", O_RDWR);
+         fd = other;
+         const int16_t appended = write<FaxFileAppendEncodedPage>("last");
+         close(other);
+         return Codes{codes[2], codes[3], appended, FaxFileEndPage(a)};
+       },
+       {0, 0, 0, 0},
+       fax_bytes("DATE:d\nSUBJECT:s\n", {"x", "one", "last"}),
+       old},
+      {"a page to insert before that is cut short",
+       [&] {
+         return Codes{truncate("a", 12), start(1, 0, 1)};
+       },
+       {0, 15},
+       cut_short.substr(0, 12),
+       old},
+      {"a page read that is cut short",
+       [&] {
+         return Codes{truncate("a", 15), start(1, 0, FAX_PAGE_READ)};
+       },
+       {0, 15},
+       cut_short,
+       old},
+      {"a file open for reading only",
+       [&] {
+         return Codes{fd = open("a", O_RDONLY), start(0xFFFF, 2), write<FaxFileAppendEncodedPage>("x")};
+       },
+       {-1, 7, 7},
+       old,
+       old}};
+  for (const auto &row : rows) {
+    SCOPED_TRACE(row.misuse);
+    b = make("b", "", {"one"});
+    a = make("a", "", {"one"});
+    const Codes codes = row.calls();
+    EXPECT_TRUE(codes == row.codes || (row.codes[0] == -1 && std::equal(codes.begin() + 1, codes.end(), &row.codes[1])))
+        << testing::PrintToString(codes);
+    EXPECT_EQ(read_file("a"), row.a);
+    EXPECT_EQ(read_file("b"), row.b);
+    EXPECT_EQ(in_progress(), 0);
+    for (const int32_t file : {a, b, fd}) close(file);
+  }
+}
+
+TEST_F(FaxWriting, EditorsAtTheSameTimeLoseNothingOfEachOther) {
+  constexpr int EDITORS = 4, EDITS = 100;
+  make("a", "", PAGES);
+  for (int editor = 0; editor < EDITORS; ++editor) {
+    if (fork() != 0) continue;
+    int failures = 0;
+    for (int i = 0; i < EDITS; ++i) {
+      const std::string value = std::to_string(editor) + "." + std::to_string(i);
+      const auto keyword = static_cast<int16_t>(FAXFILE_SENDER_NAME + editor);
+      failures += editor == 0 ? modify("a", keyword, value.c_str()) : add("a", keyword, value.c_str());
+    }
+    _exit(failures != 0);
+  }
+  for (int status; wait(&status) > 0;) EXPECT_EQ(status, 0);
+  const std::string bytes = read_file("a");
+  EXPECT_NE(bytes.find("0.99\n"), std::string::npos);
+  for (int editor = 1; editor < EDITORS; ++editor)
+    for (int i = 0; i < EDITS; ++i)
+      EXPECT_NE(bytes.find(":" + std::to_string(editor) + "." + std::to_string(i) + "\n"), std::string::npos) << editor;
+}
+
 TEST_F(FaxWriting, ThousandsOfRandomOperationsEqualAModel) {
   std::mt19937 random(20261122);
   const auto below = [&](size_t n) { return static_cast<size_t>(random() % n); };
@@ -172,22 +312,23 @@ TEST_F(FaxWriting, ThousandsOfRandomOperationsEqualAModel) {
 
 TEST_F(FaxWriting, CrashesAndFullDisksLeaveTheWholeOldOrTheWholeNewFile) {
   const std::string lines = "SUBJECT:old\nFAX_ID:f\n", old = fax_bytes(lines, PAGES), page(7000, 'n');
-  // What is run, what it leaves, and whether the path names the old or the new file at every moment.
+  // What is run, what it leaves, and whether it replaces the file.
   const std::tuple<std::function<int16_t()>, std::string, bool> operations[] = {
       {[&] { return cut("a", SUBJECT, ""); }, fax_bytes("FAX_ID:f\n", PAGES), true},
       {[&] { return modify("a", SUBJECT, "newer"); }, fax_bytes("FAX_ID:f\nSUBJECT:newer\n", PAGES), true},
-      {[&] { return modify("a", DATE, "d"); }, fax_bytes(lines + "DATE:d\n", PAGES), true},
+      {[&] { return modify("a", DATE, "d"); }, fax_bytes(lines + "DATE:d\n", PAGES), false},
       {[&] { return add("a", DATE, "d"); }, fax_bytes(lines + "DATE:d\n", PAGES), false},
       {[&] { return insert(3, page); }, fax_bytes(lines, {"one", "", page, PAGES[2]}), false},
       {[&] { return write<FaxFileAppendEncodedPage>(page); }, fax_bytes(lines, {"one", "", PAGES[2], page}), false},
   };
-  for (const auto &[run, after, atomic] : operations) {
+  for (const auto &[run, after, replaces] : operations) {
     for (const Fault kind : {Fault::fail, Fault::kill}) {
-      bool ended = kind == Fault::kill && !atomic;
+      bool ended = false;
       for (int step = 1; !ended; ++step) {
         make("a", lines, PAGES);
         fchmod(fd, 0604);
         const int entries = dir.entries();
+        const ino_t before = inode("a");
         calls.clear();
         countdown = step;
         fault = kind;
@@ -206,8 +347,8 @@ TEST_F(FaxWriting, CrashesAndFullDisksLeaveTheWholeOldOrTheWholeNewFile) {
         if (kind == Fault::kill) continue;
         EXPECT_EQ(status, bytes == after ? 0 : status == 5 ? 5 : 7) << "step " << step;
         EXPECT_EQ(dir.entries(), entries);
-        EXPECT_TRUE(!ended || !atomic || calls.ends_with("wfrf"))
-            << "on disk before the file takes its name: " << calls;
+        EXPECT_TRUE(!ended || calls.ends_with(replaces ? "wflrf" : "p")) << "one write, or on disk before: " << calls;
+        EXPECT_EQ(inode("a") != before, bytes == after && replaces) << "step " << step;
       }
     }
   }

@@ -11,8 +11,8 @@
 #include "faxfile/page_writer.h"
 #include "faxfile/session_params.h"
 #include "faxfile/usorbport.h"
-#include "io/copy_bytes.h"
 #include "io/output_file.h"
+#include "support/handle.h"
 
 namespace tolvane {
 namespace {

@@ -9,6 +9,7 @@
 
 #include <algorithm>
 
+#include "faxfile/fax_lock.h"
 #include "faxfile/usorbport.h"
 #include "support/handle.h"
 
@@ -31,6 +32,7 @@ void FreeHeaderText::operator()(char *bytes) const {
 
 HeaderFault read_header_text(int32_t fd, const HeaderRules &rules, HeaderText &text) {
   text = {};
+  const FaxHeaderLock lock(fd, FaxHeaderLock::Kind::shared);
   if (lseek(fd, 0, SEEK_SET) < 0) return HeaderFault::not_seekable;
   uint8_t preamble[FAXFILE_PREAMBLE] = {};
   const ssize_t got = read_fully(fd, preamble, sizeof preamble);

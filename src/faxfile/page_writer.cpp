@@ -1,16 +1,20 @@
-// New page records at the end of a file or in front of a page, pages in progress, and reading in sequence. What a page
-// holds is no business of this module, and neither is `#PAGES`. FaxFileEndPage works on the page last selected, which
-// is not always the one of the descriptor that it is given.
+// New page records at the end of a file or before a page, pages in progress, and reading in sequence. What a page holds
+// and what `#PAGES` says is up to the caller. The file changes in FaxFileEndPage only, in one write of the record and
+// all that follows it.
 #include "faxfile/page_writer.h"
 
 #include <stdlib.h>
+#include <string.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
+#include <utility>
 
+#include "faxfile/fax_lock.h"
+#include "faxfile/in_place.h"
 #include "faxfile/pages.h"
 #include "faxfile/usorbport.h"
-#include "support/file.h"
 #include "support/handle.h"
 #include "support/replace_file.h"
 
@@ -22,134 +26,158 @@ PageIO *gCurrentPageIO = nullptr;
 namespace {
 [[gnu::used]] const char SCCS_ID[] = "@(#)|page_writer|9|01|1|0|0|11/22/26|21:45:00";
 
-constexpr size_t COPY_BLOCK = 5120;
-
-// Copies `count` bytes between the positions of two files; 0 if one of them falls short.
-int copy_bytes(int32_t from, int32_t to, int64_t count) {
-  uint8_t block[COPY_BLOCK];
-  while (count > 0) {
-    const size_t piece = std::min(COPY_BLOCK, static_cast<size_t>(count));
-    if (_pread(from, block, piece) != static_cast<ssize_t>(piece)) return 0;
-    if (_pwrite(to, block, piece) < 0) return 0;
-    count -= static_cast<int64_t>(piece);
-  }
-  return 1;
-}
-
-int copy_spool(int32_t spool, int32_t target) {
-  const int64_t size = file_size(spool);
-  return size >= 0 && lseek(spool, 0, SEEK_SET) == 0 && copy_bytes(spool, target, size);
-}
-
-void release_page(PageIO **slot) {
-  PageIO *page = *slot;
+void release_page(PageIO *&slot) {
+  PageIO *page = std::exchange(slot, nullptr);
   if (page->savedPages > 0) close(page->savedPages);
   if (page->decodedStream) fclose(page->decodedStream);
   if (gCurrentPageIO == page) gCurrentPageIO = nullptr;
+  free(page->data);
   _pfree(page);
-  *slot = nullptr;
 }
 
-int take_back(const PageIO &page) {
-  return restore_tail(page.fd, page.recordStart, page.savedPages, page.sizeBefore);
+// Whether the descriptor still is the file that it was when the page was started.
+bool is_same_file(const PageIO &page) {
+  struct stat status;
+  return fstat(page.fd, &status) == 0 && status.st_dev == page.device && status.st_ino == page.file;
+}
+
+// The page in progress on a descriptor, made the current one; null if there is none. Pages of a file that was closed
+// without FaxFileClose, and whose number is another file's now, are given up.
+PageIO *find_page(int32_t fd) {
+  for (PageIO *&slot : gPageIOArray)
+    if (slot && slot->fd == fd && !is_same_file(*slot)) release_page(slot);
+  if (gCurrentPageIO && gCurrentPageIO->fd == fd) return gCurrentPageIO;
+  return SetCurrentPageIO(fd) ? gCurrentPageIO : nullptr;
+}
+
+// Saves the pages after an insertion, which are those from the file position on.
+bool save_following_pages(PageIO *page) {
+  page->recordStart = lseek(page->fd, 0, SEEK_CUR);
+  page->sizeBefore = file_size(page->fd);
+  if (page->savedPages > 0) close(std::exchange(page->savedPages, 0));
+  return SaveFaxPages(page->fd, &page->savedPages);
 }
 
 int16_t start_writing(PageIO *page) {
-  page->sizeBefore = file_size(page->fd);
-  if (page->params.pageNumber == FAX_PAGE_AT_END) {
-    page->recordStart = lseek(page->fd, 0, SEEK_END);
-  } else {
+  if (page->params.pageNumber != FAX_PAGE_AT_END) {
     if (!SeekToPage(page->fd, page->params.pageNumber)) return FAXFILE_ERR_ARGUMENT;
-    page->recordStart = lseek(page->fd, 0, SEEK_CUR);
-    if (!SaveFaxPages(page->fd, &page->savedPages)) return FAXFILE_ERR_CREATE;
+    if (!save_following_pages(page)) return FAXFILE_ERR_CREATE;
   }
-  constexpr uint32_t NO_LENGTH = 0;
-  if (writeLongFlipped(page->fd, &NO_LENGTH) == 4) return FAXFILE_OK;
-  take_back(*page);
-  return FAXFILE_ERR_WRITE;
+  const int64_t length = std::max(page->params.dataLength, 0) + static_cast<int64_t>(FAXFILE_WORD);
+  return reserve_space(page->fd, file_size(page->fd) + length) ? FAXFILE_OK : FAXFILE_ERR_WRITE;
 }
 
 int16_t start_reading(PageIO *page, FaxPageParams *params) {
   uint32_t length;
-  if (!SeekToPage(page->fd, params->pageNumber) || readLongFlipped(page->fd, &length) != 4 || length > INT32_MAX)
+  if (!SeekToPage(page->fd, params->pageNumber) || readLongFlipped(page->fd, &length) != FAXFILE_WORD)
     return FAXFILE_ERR_ARGUMENT;
-  lseek(page->fd, -4, SEEK_CUR);
+  const off_t data = lseek(page->fd, 0, SEEK_CUR);
+  if (length > file_size(page->fd) - data || length > INT32_MAX) return FAXFILE_ERR_ARGUMENT;
+  lseek(page->fd, data - static_cast<off_t>(FAXFILE_WORD), SEEK_SET);
   params->dataLength = static_cast<int32_t>(length);
   params->lengthMark = -1;
   page->params = *params;
   return FAXFILE_OK;
 }
 
-// Whether the current page takes data: its code if it does not.
-int16_t refusal() {
-  if (!gCurrentPageIO) return FAXFILE_ERR_ARGUMENT;
-  if (gCurrentPageIO->params.mode != FAX_PAGE_WRITE) return FAXFILE_ERR_READONLY;
-  return gCurrentPageIO->fd < 1 || gCurrentPageIO->params.dataLength <= 0 ? FAXFILE_ERR_ARGUMENT : FAXFILE_OK;
+// Puts a record at the end of the file.
+bool append_record(int32_t fd, const uint8_t *data, uint32_t length) {
+  uint8_t word[FAXFILE_WORD];
+  put_word(word, length);
+  const int64_t end = file_size(fd);
+  return end >= 0 && replace_end(fd, end, {piece(word, sizeof word), piece(data, length)}, {});
 }
 
-// Writes the length word of a page whose data is there, and behind it the pages that an insertion has moved.
-int finish_page(PageIO *page) {
-  if (page->writeFailed) return 0;
+// Puts the record of a page before the page that it was started for. Another editor may have been at the file since.
+bool insert_record(PageIO *page) {
+  if (!SeekToPage(page->fd, page->params.pageNumber)) return false;
+  const bool moved = lseek(page->fd, 0, SEEK_CUR) != page->recordStart || file_size(page->fd) != page->sizeBefore;
+  if (moved && !save_following_pages(page)) return false;
+  SpoolMapping following;
+  if (!following.map(page->savedPages)) return false;
   const auto length = static_cast<uint32_t>(page->pageLength);
-  if (lseek(page->fd, page->recordStart, SEEK_SET) < 0 || writeLongFlipped(page->fd, &length) != 4) return 0;
-  if (page->savedPages == 0) return 1;
-  if (lseek(page->fd, page->pageLength, SEEK_CUR) < 0 || !WriteSavedPages(page->savedPages, page->fd)) return 0;
-  page->savedPages = 0;
-  return 1;
+  uint8_t word[FAXFILE_WORD];
+  put_word(word, length);
+  return replace_end(page->fd, page->recordStart,
+                     {piece(word, sizeof word), piece(page->data, length), following.bytes()}, {following.bytes()});
+}
+
+int16_t finish_page(PageIO *page) {
+  if (page->writeFailed) return FAXFILE_ERR_WRITE;
+  if (page->written != page->pageLength) return FAXFILE_ERR_ARGUMENT;
+  FaxEditLock lock;
+  if (!take_to_change(lock, page->fd)) return FAXFILE_ERR_WRITE;
+  const bool done = page->params.pageNumber == FAX_PAGE_AT_END
+                        ? append_record(page->fd, page->data, static_cast<uint32_t>(page->pageLength))
+                        : insert_record(page);
+  return done ? FAXFILE_OK : FAXFILE_ERR_WRITE;
+}
+
+// Gives up the pages in progress on a descriptor, and counts those in write mode that were begun, or have data.
+int give_up(int32_t fd, bool with_data) {
+  int lost = 0;
+  for (PageIO *&slot : gPageIOArray) {
+    if (!slot || slot->fd != fd) continue;
+    if (slot->params.mode == FAX_PAGE_WRITE) lost += !with_data || slot->written > 0;
+    release_page(slot);
+    gCurrentPageIO = nullptr;
+  }
+  return lost;
 }
 }  // namespace
 
 int16_t FaxFileStartPage(int32_t fd, FaxPageParams *params) {
   if (fd < 1 || !params || params->size != sizeof(FaxPageParams)) return FAXFILE_ERR_ARGUMENT;
+  struct stat status;
+  if (fstat(fd, &status) != 0) return FAXFILE_ERR_ARGUMENT;
   if (!AllocNextPageIO()) return FAXFILE_ERR_MEMORY;
   PageIO *page = gCurrentPageIO;
   page->fd = fd;
   page->params = *params;
+  page->device = status.st_dev;
+  page->file = status.st_ino;
   const int16_t code = params->mode == FAX_PAGE_WRITE ? start_writing(page) : start_reading(page, params);
-  if (code != FAXFILE_OK) release_page(std::find(gPageIOArray, std::end(gPageIOArray), page));
+  if (code != FAXFILE_OK) release_page(*std::find(gPageIOArray, std::end(gPageIOArray), page));
   return code;
 }
 
 int16_t FaxFileWriteEncodedPage(int32_t fd, const uint8_t *buffer, int32_t length) {
-  // The page selected before the call speaks first, then the page of the descriptor.
-  if (refusal() == FAXFILE_ERR_READONLY) return FAXFILE_ERR_READONLY;
-  if (fd < 1 || !buffer || length < 0) return FAXFILE_ERR_ARGUMENT;
-  if (refusal() != FAXFILE_OK || !SetCurrentPageIO(fd)) return FAXFILE_ERR_ARGUMENT;
-  if (const int16_t code = refusal(); code != FAXFILE_OK) return code;
+  PageIO *page = fd < 1 ? nullptr : find_page(fd);
+  if (page && page->params.mode != FAX_PAGE_WRITE) return FAXFILE_ERR_READONLY;
+  if (!page || !buffer || length < 0 || page->params.dataLength <= 0) return FAXFILE_ERR_ARGUMENT;
 
-  PageIO *page = gCurrentPageIO;
-  if (page->writeFailed || _pwrite(fd, buffer, static_cast<size_t>(length)) < 0) {
+  const auto room = static_cast<size_t>(page->params.dataLength);
+  if (!page->data) page->data = static_cast<uint8_t *>(malloc(room));
+  if (!page->data) {
     page->writeFailed = 1;
-    return FAXFILE_ERR_WRITE;
+    return FAXFILE_ERR_MEMORY;
   }
+  const auto begin = static_cast<size_t>(page->written);
+  if (begin < room) memcpy(page->data + begin, buffer, std::min(room - begin, static_cast<size_t>(length)));
+  page->written += length;
   page->pageLength = page->params.dataLength;
   return FAXFILE_OK;
 }
 
 int16_t FaxFileEndPage(int32_t fd) {
-  PageIO *page = gCurrentPageIO;
+  PageIO *page = find_page(fd);
   if (!page) return FAXFILE_OK;
-  int16_t code = FAXFILE_OK;
-  if (page->params.mode == FAX_PAGE_WRITE && !finish_page(page)) {
-    take_back(*page);
-    code = FAXFILE_ERR_WRITE;
-  }
-  DeletePageIO(fd);
-  return code;
+  const int16_t code = page->params.mode == FAX_PAGE_WRITE ? finish_page(page) : FAXFILE_OK;
+  if (code == FAXFILE_OK) release_page(*std::find(gPageIOArray, std::end(gPageIOArray), page));
+  const int lost = give_up(fd, true);
+  return code == FAXFILE_OK && lost > 0 ? FAXFILE_ERR_ARGUMENT : code;
 }
 
 int16_t FaxFileAppendEncodedPage(int32_t fd, const uint8_t *buffer, int32_t length) {
   if (fd < 1 || !buffer || length < 0) return FAXFILE_ERR_ARGUMENT;
-  const off_t end = lseek(fd, 0, SEEK_END);
-  const auto word = static_cast<uint32_t>(length);
-  if (writeLongFlipped(fd, &word) == 4 && _pwrite(fd, buffer, word) >= 0) return FAXFILE_OK;
-  restore_tail(fd, end, 0, end);
-  return FAXFILE_ERR_WRITE;
+  FaxEditLock lock;
+  const bool done = take_to_change(lock, fd) && append_record(fd, buffer, static_cast<uint32_t>(length));
+  return done ? FAXFILE_OK : FAXFILE_ERR_WRITE;
 }
 
 int16_t FaxFileReadEncodedPage(int32_t fd, uint8_t *buffer, int32_t size) {
   if (fd < 1 || !buffer || size < 1) return FAXFILE_ERR_ARGUMENT;
-  if (!SetCurrentPageIO(fd)) return FAXFILE_ERR_ARGUMENT;
+  if (!find_page(fd)) return FAXFILE_ERR_ARGUMENT;
   uint32_t length;
   if (readLongFlipped(fd, &length) != 4) return FAXFILE_ERR_READ;
   if (length > static_cast<uint32_t>(size)) return FAXFILE_ERR_ARGUMENT;
@@ -159,7 +187,7 @@ int16_t FaxFileReadEncodedPage(int32_t fd, uint8_t *buffer, int32_t size) {
 int16_t FaxFileReadDecodedPage(int32_t fd, uint8_t *buffer, int32_t length) {
   if (fd < 1 || !buffer || length < 0) return FAXFILE_ERR_ARGUMENT;
   if (length == 0) return FAXFILE_OK;
-  PageIO *page = gCurrentPageIO;
+  PageIO *page = find_page(fd);
   if (!page || !page->decodedStream || fileno(page->decodedStream) == 0) return FAXFILE_ERR_FORMAT;
   if (_pread(fileno(page->decodedStream), buffer, static_cast<size_t>(length)) != length) return FAXFILE_ERR_READ;
   fclose(page->decodedStream);
@@ -179,15 +207,10 @@ int SaveFaxPages(int32_t fd, int32_t *spool) {
 }
 
 int WriteSavedPages(int32_t spool, int32_t target) {
-  if (!copy_spool(spool, target)) return 0;
+  const int64_t size = file_size(spool);
+  if (size < 0 || lseek(spool, 0, SEEK_SET) != 0 || !copy_bytes(spool, target, size)) return 0;
   close(spool);
   return 1;
-}
-
-int restore_tail(int32_t fd, int64_t offset, int32_t spool, int64_t size) {
-  if (lseek(fd, offset, SEEK_SET) != offset) return 0;
-  if (spool > 0 && !copy_spool(spool, fd)) return 0;
-  return ks_ftruncate(fd, size) == 0;
 }
 
 int AllocNextPageIO() {
@@ -209,12 +232,12 @@ int SetCurrentPageIO(int32_t fd) {
 }
 
 int DeletePageIO(int32_t fd) {
-  for (PageIO *&slot : gPageIOArray) {
-    if (!slot || slot->fd != fd) continue;
-    release_page(&slot);
-    gCurrentPageIO = nullptr;
-  }
+  give_up(fd, true);
   return 0;
+}
+
+int give_up_pages(int32_t fd) {
+  return find_page(fd) ? give_up(fd, false) : 0;
 }
 
 }  // namespace tolvane

@@ -1,6 +1,6 @@
-// Fax files made, opened and closed, and their header lines by keyword number, straight on the file. The header as a
-// list in memory is fax_header's. The header stands in front of the pages, so every line added moves them; deleting and
-// changing a line write a whole new file instead, which takes the old one's name in one step.
+// Creates, opens and closes fax files, and edits header lines by keyword number, directly in the file. The header as a
+// list in memory is in fax_header. The header comes before the pages, so every line added moves them, in place, because
+// a descriptor is open; deleting and changing a line by path write a new file, which takes the name in one step.
 #include "faxfile/sorbfile.h"
 
 #include <errno.h>
@@ -11,8 +11,11 @@
 
 #include <algorithm>
 #include <string_view>
+#include <utility>
 
+#include "faxfile/fax_lock.h"
 #include "faxfile/header_text.h"
+#include "faxfile/in_place.h"
 #include "faxfile/page_writer.h"
 #include "faxfile/usorbport.h"
 #include "support/handle.h"
@@ -25,78 +28,86 @@ namespace {
 constexpr uint32_t VALUE_HEADER_MAX = 32767;  // bytes of a header whose values fit the buffers of callers
 constexpr mode_t NEW_FILE_MODE = 0666;        // before the process mask
 
-// A fax file about to be rewritten.
-struct OldFile {
-  Descriptor file;
-  HeaderText header{};
-  Descriptor pages{};  // spool file with all page records; none if there are none
-};
-
-// Copies the page records, from the file position on, out to a spool file, if there are any.
-int save_pages(int32_t fd, Descriptor *pages) {
-  if (file_size(fd) <= lseek(fd, 0, SEEK_CUR)) return 1;
-  int32_t spool;
-  if (!SaveFaxPages(fd, &spool)) return 0;
-  pages->reset(spool);
-  return 1;
+// Reads a header that is about to be changed.
+int16_t load(int32_t fd, HeaderText &header) {
+  return header_fault_code(read_header_text(fd, WHOLE_HEADER, header));
 }
 
-int write_pages(Descriptor *pages, int32_t fd) {
-  if (!*pages) return 1;
-  if (!WriteSavedPages(pages->get(), fd)) return 0;
-  pages->release();
-  return 1;
+// Opens a fax file and locks it. While this waits for the lock, another editor may replace the file: then the new one
+// is opened.
+int16_t open_to_edit(const char *path, Descriptor &file, FaxEditLock &lock) {
+  do {
+    lock.release();
+    int32_t fd;
+    if (const int16_t code = FaxFileOpen(path, &fd); code != FAXFILE_OK) return code;
+    file.reset(fd);
+    if (!lock.take(fd)) return FAXFILE_ERR_OPEN;
+  } while (!is_file_at(file.get(), path));
+  return FAXFILE_OK;
 }
 
-int write_length(int32_t fd, size_t length) {
-  const auto word = static_cast<uint32_t>(length);
-  return lseek(fd, 4, SEEK_SET) == 4 && writeLongFlipped(fd, &word) == 4;
-}
-
-int write_at(int32_t fd, int64_t offset, const char *bytes, size_t count) {
-  return lseek(fd, offset, SEEK_SET) == offset && _pwrite(fd, bytes, count) >= 0;
-}
-
-// Reads all that is needed of the file that `old` has open.
-int16_t load(OldFile *old) {
-  const int32_t fd = old->file.get();
-  if (const auto fault = read_header_text(fd, WHOLE_HEADER, old->header); fault != HeaderFault::none)
-    return header_fault_code(fault);
-  return save_pages(fd, &old->pages) ? FAXFILE_OK : FAXFILE_ERR_CREATE;
-}
-
-// Replaces the file at `path` by one with these header lines and the pages of the old file.
-int16_t replace(const char *path, std::string_view lines, OldFile *old) {
+// Replaces the file at `path` by one with these header lines and the pages of the file that is open.
+int16_t replace(const char *path, int32_t fd, const HeaderText &header, std::string_view lines) {
+  const off_t pages = FAXFILE_PREAMBLE + static_cast<off_t>(header.length);
   Replacement file;
   if (!file.begin(path)) return errno == EEXIST || errno == ENAMETOOLONG ? FAXFILE_ERR_TEMPNAME : FAXFILE_ERR_CREATE;
-  const bool written = write_header_text(file.fd(), lines) && write_pages(&old->pages, file.fd());
+  const bool written =
+      write_header_text(file.fd(), lines) && lseek(fd, pages, SEEK_SET) == pages && copy_bytes(fd, file.fd(), -1);
   return written && file.commit() ? FAXFILE_OK : FAXFILE_ERR_WRITE;
 }
 
-// Rewrites a file without the first match of a keyword, and with a new last line for it if there is a value.
-int16_t rewrite(const char *path, int16_t keyword, const char *value) {
-  int32_t fd;
-  if (const int16_t code = FaxFileOpen(path, &fd); code != FAXFILE_OK) return code;
-  OldFile old{.file = Descriptor(fd)};
-  char name[FAXFILE_KEYWORD_LIMIT + 1];
-  if (!_pgetstring(keyword, name, FAXFILE_KEYWORD_LIMIT)) return FAXFILE_ERR_ARGUMENT;
-  if (const int16_t code = load(&old); code != FAXFILE_OK) return code;
+// Adds a line after those of the header, in place.
+int16_t add_line(int32_t fd, const HeaderText &header, const char *name, const char *value) {
+  const size_t count = header_line_size(name, value);
+  const Block<char> line(static_cast<char *>(malloc(count + 1)));
+  if (!line) return FAXFILE_ERR_MEMORY;
+  *put_header_line(line.get(), name, value, LineFeeds::replaced) = static_cast<char>(FAXFILE_TERMINATOR);
+  if (header.length + count > UINT32_MAX) return FAXFILE_ERR_WRITE;
 
-  char *const text = old.header.bytes.get();
-  char *end = text + old.header.size - 1;
-  char *const match = strstr(text, name);
-  if (!match && !value) return FAXFILE_OK;
-  if (match) {
-    const char *const line_feed = strchr(match, '\n');
-    if (!line_feed) return FAXFILE_ERR_FORMAT;
-    end = std::copy<const char *>(line_feed + 1, end, match);
+  const off_t pages = FAXFILE_PREAMBLE + static_cast<off_t>(header.length);
+  SpoolMapping following;
+  Descriptor spool;
+  if (file_size(fd) > pages) {
+    int32_t saved;
+    if (lseek(fd, pages, SEEK_SET) != pages || !SaveFaxPages(fd, &saved)) return FAXFILE_ERR_CREATE;
+    spool.reset(saved);
+    if (!following.map(saved)) return FAXFILE_ERR_MEMORY;
   }
-  if (!value) return replace(path, {text, end}, &old);
+  uint8_t length[FAXFILE_WORD], old_length[FAXFILE_WORD];
+  put_word(length, static_cast<uint32_t>(header.length + count));
+  put_word(old_length, header.length);
+  const char *text = header.bytes.get();
+  const bool done = replace_end(
+      fd, FAXFILE_WORD,
+      {piece(length, sizeof length), piece(text, header.size - 1), piece(line.get(), count + 1), following.bytes()},
+      {piece(old_length, sizeof old_length), piece(text, header.size), following.bytes()});
+  return done ? FAXFILE_OK : FAXFILE_ERR_WRITE;
+}
 
-  const Block<char> longer(static_cast<char *>(malloc(old.header.size + header_line_size(name, value))));
+// Rewrites a file without the first match of a keyword, and with a new last line for it if there is a value. If there
+// is no match, the line is added in place.
+int16_t rewrite(const char *path, int16_t keyword, const char *value) {
+  Descriptor file;
+  FaxEditLock lock;
+  HeaderText header;
+  char name[FAXFILE_KEYWORD_LIMIT + 1];
+  if (const int16_t code = open_to_edit(path, file, lock); code != FAXFILE_OK) return code;
+  if (!_pgetstring(keyword, name, FAXFILE_KEYWORD_LIMIT)) return FAXFILE_ERR_ARGUMENT;
+  if (const int16_t code = load(file.get(), header); code != FAXFILE_OK) return code;
+
+  char *const text = header.bytes.get();
+  char *end = text + header.size - 1;
+  char *const match = strstr(text, name);
+  if (!match) return value ? add_line(file.get(), header, name, value) : FAXFILE_OK;
+  const char *const line_feed = strchr(match, '\n');
+  if (!line_feed) return FAXFILE_ERR_FORMAT;
+  end = std::copy<const char *>(line_feed + 1, end, match);
+  if (!value) return replace(path, file.get(), header, {text, end});
+
+  const Block<char> longer(static_cast<char *>(malloc(header.size + header_line_size(name, value))));
   if (!longer) return FAXFILE_ERR_MEMORY;
   end = put_header_line(std::copy(text, end, longer.get()), name, value, LineFeeds::replaced);
-  return replace(path, {longer.get(), end}, &old);
+  return replace(path, file.get(), header, {longer.get(), end});
 }
 }  // namespace
 
@@ -104,6 +115,7 @@ int16_t FaxFileCreate(const char *path, int32_t *fd) {
   if (!path || !fd) return FAXFILE_ERR_ARGUMENT;
   *fd = -1;
   Descriptor file(open(path, O_RDWR | O_CREAT | O_TRUNC | O_CLOEXEC, NEW_FILE_MODE));
+  file = above_standard_streams(std::move(file));
   if (!file || !write_header_text(file.get(), "")) return FAXFILE_ERR_CREATE;
   *fd = file.release();
   return FAXFILE_OK;
@@ -114,6 +126,7 @@ int16_t FaxFileOpen(const char *path, int32_t *fd) {
   *fd = -1;
   // Non-blocking, so that a FIFO is no fax file and not a wait for one.
   Descriptor file(open(path, O_RDWR | O_NONBLOCK | O_NOCTTY | O_CLOEXEC));
+  file = above_standard_streams(std::move(file));
   if (!file) return FAXFILE_ERR_OPEN;
   uint32_t magic;
   if (readLongFlipped(file.get(), &magic) != 4 || magic != FAXFILE_MAGIC) return FAXFILE_ERR_FORMAT;
@@ -123,31 +136,19 @@ int16_t FaxFileOpen(const char *path, int32_t *fd) {
 
 int16_t FaxFileClose(int32_t fd) {
   if (fd == 0) return FAXFILE_ERR_ARGUMENT;
-  return close(fd) == 0 ? FAXFILE_OK : FAXFILE_ERR_CLOSE;
+  const int lost = give_up_pages(fd);
+  if (close(fd) != 0) return FAXFILE_ERR_CLOSE;
+  return lost > 0 ? FAXFILE_ERR_ARGUMENT : FAXFILE_OK;
 }
 
 int16_t FaxFileAddKeyword(int32_t fd, int16_t keyword, const char *value) {
   char name[FAXFILE_KEYWORD_LIMIT + 1];
   if (fd == 0 || !value || !_pgetstring(keyword, name, FAXFILE_KEYWORD_LIMIT)) return FAXFILE_ERR_ARGUMENT;
+  FaxEditLock lock;
   HeaderText header;
-  if (const auto fault = read_header_text(fd, WHOLE_HEADER, header); fault != HeaderFault::none)
-    return header_fault_code(fault);
-  const int64_t size = file_size(fd);
-  const int64_t last = FAXFILE_PREAMBLE + header.length - 1;
-  const size_t count = header_line_size(name, value) + 1;
-  const Block<char> line(static_cast<char *>(malloc(count)));
-  if (!line) return FAXFILE_ERR_MEMORY;
-  *put_header_line(line.get(), name, value, LineFeeds::replaced) = static_cast<char>(FAXFILE_TERMINATOR);
-  Descriptor pages;
-  if (!save_pages(fd, &pages)) return FAXFILE_ERR_CREATE;
-
-  if (write_at(fd, last, line.get(), count) && write_length(fd, header.length + count - 1) &&
-      lseek(fd, last + static_cast<int64_t>(count), SEEK_SET) > 0 && write_pages(&pages, fd))
-    return FAXFILE_OK;
-  write_length(fd, header.length);
-  write_at(fd, last, header.bytes.get() + header.length - 1, 1);
-  restore_tail(fd, last + 1, pages.get(), size);
-  return FAXFILE_ERR_WRITE;
+  if (!take_to_change(lock, fd)) return FAXFILE_ERR_WRITE;
+  const int16_t code = load(fd, header);
+  return code == FAXFILE_OK ? add_line(fd, header, name, value) : code;
 }
 
 int16_t FaxFileModifyKeyword(const char *path, int16_t keyword, const char *value) {

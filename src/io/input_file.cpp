@@ -7,7 +7,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include "io/copy_bytes.h"
+#include "support/handle.h"
 #include "support/replace_file.h"
 
 namespace tolvane {

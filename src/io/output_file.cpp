@@ -9,8 +9,8 @@
 
 #include <cstring>
 
-#include "io/copy_bytes.h"
 #include "io/unfinished_files.h"
+#include "support/handle.h"
 
 namespace tolvane {
 namespace {

@@ -6,12 +6,15 @@
 #include <fcntl.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <utility>
 
 namespace tolvane {
 namespace {
 [[gnu::used]] const char SCCS_ID[] = "@(#)|handle|9|01|1|0|0|11/22/26|21:05:00";
-}
+
+constexpr size_t COPY_BLOCK = 1 << 16;
+}  // namespace
 
 int Descriptor::release() {
   return std::exchange(fd_, -1);
@@ -47,10 +50,27 @@ int write_fully(int fd, const void *buffer, size_t count) {
   while (done < count) {
     const ssize_t put = write(fd, static_cast<const char *>(buffer) + done, count - done);
     if (put < 0 && errno == EINTR) continue;
-    if (put < 0) return 0;
+    if (put == 0) errno = EIO;
+    if (put <= 0) return 0;
     done += static_cast<size_t>(put);
   }
   return 1;
+}
+
+bool copy_bytes(int source, int target, off_t count) {
+  char block[COPY_BLOCK];
+  while (count != 0) {
+    const size_t wanted =
+        count < 0 ? COPY_BLOCK : static_cast<size_t>(std::min<off_t>(count, static_cast<off_t>(COPY_BLOCK)));
+    const ssize_t got = read_fully(source, block, wanted);
+    if (got < 0 || !write_fully(target, block, static_cast<size_t>(got))) return false;
+    if (static_cast<size_t>(got) < wanted) {
+      errno = 0;
+      return count < 0;
+    }
+    if (count > 0) count -= got;
+  }
+  return true;
 }
 
 }  // namespace tolvane

@@ -54,4 +54,10 @@ ssize_t read_fully(int fd, void *buffer, size_t count);
 /// @return 1, or 0 with errno set
 int write_fully(int fd, const void *buffer, size_t count);
 
+/// Copies bytes between descriptors from their present positions.
+///
+/// @param count  bytes to copy; negative: up to the end of the source
+/// @return false with errno set, which is 0 if the source ended early
+bool copy_bytes(int source, int target, off_t count);
+
 }  // namespace tolvane

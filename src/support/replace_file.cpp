@@ -180,10 +180,14 @@ Descriptor open_spool(const char *beside) {
 }
 
 Descriptor open_spool(int beside) {
+  const std::string path = path_of_descriptor(beside);
+  return open_spool(path.empty() ? nullptr : path.c_str());
+}
+
+std::string path_of_descriptor(int fd) {
   char path[PATH_MAX];
-  const ssize_t length = readlink(descriptor_path(beside).c_str(), path, sizeof path - 1);
-  path[std::max<ssize_t>(length, 0)] = '\0';
-  return open_spool(*path == '/' ? path : nullptr);  // a pipe has a path of another form
+  const ssize_t length = readlink(descriptor_path(fd).c_str(), path, sizeof path);
+  return length > 0 && *path == '/' ? std::string(path, static_cast<size_t>(length)) : "";  // a pipe is of another form
 }
 
 std::string directory_of(const std::string &path) {

@@ -81,6 +81,10 @@ Descriptor open_spool(const char *beside);
 /// The same for an open file.
 Descriptor open_spool(int beside);
 
+/// The path under which an open file was opened, or has now; empty for a pipe. A file without a name gives a path that
+/// does not exist.
+std::string path_of_descriptor(int fd);
+
 /// The directory part of a path: "." if it has none.
 std::string directory_of(const std::string &path);
 

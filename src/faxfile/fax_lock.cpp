@@ -1,0 +1,140 @@
+// Each lock is a range of bytes: the edit lock one far beyond the end of any file, the header lock the preamble.
+// Nothing here reads or writes a fax file.
+#include "faxfile/fax_lock.h"
+
+#include <errno.h>
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <time.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <mutex>
+#include <string>
+#include <string_view>
+
+#include "faxfile/usorbport.h"
+#include "support/handle.h"
+#include "support/replace_file.h"
+
+namespace tolvane {
+namespace {
+[[gnu::used]] const char SCCS_ID[] = "@(#)|fax_lock|9|01|1|0|0|11/23/26|05:30:00";
+
+constexpr off_t EDIT_LOCK_PLACE = off_t{1} << 62;
+
+// The edit locks that this process holds, so that a lock within a lock on one descriptor is counted: the system would
+// end both at once. A lock that finds no slot is taken and not counted.
+struct HeldLock {
+  int32_t fd;
+  int depth;
+};
+HeldLock held_locks[64];
+std::mutex held_locks_mutex;
+
+HeldLock *find_held(int32_t fd) {
+  return std::find_if(std::begin(held_locks), std::end(held_locks),
+                      [fd](const HeldLock &held) { return held.depth > 0 && held.fd == fd; });
+}
+
+int set_lock(int32_t fd, int command, short type, off_t start, off_t length) {
+  struct flock lock = {};
+  lock.l_type = type;
+  lock.l_whence = SEEK_SET;
+  lock.l_start = start;
+  lock.l_len = length;
+  int result;
+  do result = fcntl(fd, command, &lock);
+  while (result != 0 && errno == EINTR);
+  return result;
+}
+
+bool is_held_by_another() {
+  return errno == EAGAIN || errno == EACCES;
+}
+}  // namespace
+
+bool FaxEditLock::take(int32_t fd, bool wait) {
+  release();
+  if (fd < 0) return true;
+  {
+    const std::lock_guard guard(held_locks_mutex);
+    if (HeldLock *held = find_held(fd); held != std::end(held_locks)) {
+      ++held->depth;
+      fd_ = fd;
+      return true;
+    }
+  }
+  if (set_lock(fd, wait ? F_OFD_SETLKW : F_OFD_SETLK, F_WRLCK, EDIT_LOCK_PLACE, 1) != 0 && is_held_by_another())
+    return false;
+  const std::lock_guard guard(held_locks_mutex);
+  HeldLock *free_slot =
+      std::find_if(std::begin(held_locks), std::end(held_locks), [](const HeldLock &held) { return held.depth == 0; });
+  if (free_slot != std::end(held_locks)) *free_slot = {fd, 1};
+  fd_ = fd;
+  return true;
+}
+
+void FaxEditLock::release() {
+  if (fd_ < 0) return;
+  const int kept = errno;
+  const std::lock_guard guard(held_locks_mutex);
+  HeldLock *held = find_held(fd_);
+  if (held == std::end(held_locks) || --held->depth == 0) set_lock(fd_, F_OFD_SETLK, F_UNLCK, EDIT_LOCK_PLACE, 1);
+  fd_ = -1;
+  errno = kept;
+}
+
+namespace {
+// Opens the fax file that has replaced the one that is open; none if it has not been replaced.
+Descriptor open_successor(int32_t fd) {
+  constexpr std::string_view DELETED = " (deleted)";
+  struct stat status;
+  if (fstat(fd, &status) != 0 || status.st_nlink > 0) return Descriptor();
+  std::string path = path_of_descriptor(fd);
+  if (!path.ends_with(DELETED)) return Descriptor();
+  path.resize(path.size() - DELETED.size());
+  Descriptor successor(open(path.c_str(), O_RDWR | O_NONBLOCK | O_NOCTTY | O_CLOEXEC));
+  uint32_t magic;
+  if (successor && (readLongFlipped(successor.get(), &magic) != FAXFILE_WORD || magic != FAXFILE_MAGIC))
+    successor.reset();
+  return successor;
+}
+}  // namespace
+
+bool take_to_change(FaxEditLock &lock, int32_t fd) {
+  for (;;) {
+    if (!lock.take(fd)) return false;
+    const Descriptor successor = open_successor(fd);
+    if (!successor) return true;
+    lock.release();
+    if (dup3(successor.get(), fd, O_CLOEXEC) < 0) return false;
+  }
+}
+
+bool is_file_at(int32_t fd, const char *path) {
+  struct stat open_file, named;
+  return fstat(fd, &open_file) == 0 && stat(path, &named) == 0 && open_file.st_dev == named.st_dev &&
+         open_file.st_ino == named.st_ino;
+}
+
+FaxHeaderLock::FaxHeaderLock(int32_t fd, Kind kind) : fd_(fd) {
+  if (kind == Kind::exclusive) {
+    set_lock(fd, F_OFD_SETLKW, F_WRLCK, 0, FAXFILE_PREAMBLE);
+    return;
+  }
+  constexpr int TRIES = 100;
+  constexpr timespec PAUSE = {0, 10 * 1000 * 1000};
+  for (int i = 0; i < TRIES; ++i) {
+    if (set_lock(fd, F_OFD_SETLK, F_RDLCK, 0, FAXFILE_PREAMBLE) == 0 || !is_held_by_another()) return;
+    nanosleep(&PAUSE, nullptr);
+  }
+}
+
+FaxHeaderLock::~FaxHeaderLock() {
+  const int kept = errno;
+  set_lock(fd_, F_OFD_SETLK, F_UNLCK, 0, FAXFILE_PREAMBLE);
+  errno = kept;
+}
+
+}  // namespace tolvane

@@ -1,0 +1,59 @@
+// Locks on fax files between processes, and between the descriptors of one process: open file description locks
+// (fcntl(2), F_OFD_SETLK). They are advisory and end with the descriptor.
+//
+// There are two, so that a long edit does not keep readers waiting: the edit lock keeps editors apart, the header lock
+// keeps readers of a header out for the moment in which it is rewritten in place. On a file system without locks, and
+// on a descriptor that does not allow a lock, every lock counts as taken.
+#pragma once
+
+#include <cstdint>
+
+namespace tolvane {
+
+/// The right to edit a fax file, given back with the object.
+///
+/// The FaxFile operations that write take it for the time of the call. A program that reads, decides and writes takes
+/// it itself, on the descriptor that it writes with: the calls then go on under its lock. On another descriptor of the
+/// same file such a call would wait for ever. Whoever replaces the file by a new one keeps the lock on the old one
+/// until the new one has the name.
+class FaxEditLock {
+ public:
+  FaxEditLock() = default;
+  ~FaxEditLock() { release(); }
+  FaxEditLock(const FaxEditLock &) = delete;
+  FaxEditLock &operator=(const FaxEditLock &) = delete;
+
+  /// @param wait  false: don't wait for another editor
+  /// @return false with errno set: EAGAIN if another descriptor has the lock and `wait` is false
+  bool take(int32_t fd, bool wait = true);
+  void release();
+
+ private:
+  int32_t fd_ = -1;
+};
+
+/// Takes the lock to change the file that `fd` is open on. If an editor has replaced that file since it was opened, so
+/// that a change to it would be lost, the descriptor is moved to the fax file that has the name now (dup2(2)).
+///
+/// @return false with errno set
+bool take_to_change(FaxEditLock &lock, int32_t fd);
+
+/// Whether `path` still names the file that `fd` is open on. An editor that has waited for a lock asks this: the file
+/// may have been replaced meanwhile, and the lock is on the old one.
+bool is_file_at(int32_t fd, const char *path);
+
+/// A moment without half-written headers: shared by readers, exclusive for whoever rewrites a header in place.
+class FaxHeaderLock {
+ public:
+  enum class Kind { shared, exclusive };
+  /// A reader goes on without the lock if it has waited for a second.
+  FaxHeaderLock(int32_t fd, Kind kind);
+  ~FaxHeaderLock();
+  FaxHeaderLock(const FaxHeaderLock &) = delete;
+  FaxHeaderLock &operator=(const FaxHeaderLock &) = delete;
+
+ private:
+  int32_t fd_;
+};
+
+}  // namespace tolvane
