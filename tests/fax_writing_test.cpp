@@ -257,6 +257,32 @@ TEST_F(FaxWriting, MisuseLosesNoPageWithoutACode) {
   }
 }
 
+TEST_F(FaxWriting, AnOpenFileIsChangedAndAskedWithBuffersOfAnySize) {
+  const std::string value(40000, 'v');
+  make("a", "DATE:d\nSUBJECT:old\nFAX_ID:\n", PAGES);
+  const int32_t other = open("a", O_RDONLY);
+  for (const std::string &subject : {std::string("s"), value, std::string("some")}) {
+    EXPECT_EQ(FaxFileChangeKeyword(fd, SUBJECT, subject.c_str()), 0);
+    EXPECT_EQ(read_file("a"), fax_bytes("DATE:d\nFAX_ID:\nSUBJECT:" + subject + "\n", PAGES));
+  }
+  // The keyword, the size of the buffer, the code, the length and the text.
+  const std::tuple<int16_t, int32_t, int16_t, int32_t, const char *> rows[] = {
+      {SUBJECT, 5, 0, 4, "some"},      {SUBJECT, 4, 4, 4, ""},   {FAXFILE_FAX_ID, 1, 0, 0, ""},
+      {FAXFILE_FOLDERS, 9, 0, -1, ""}, {SUBJECT, 0, 15, 9, "x"}, {99, 9, 15, 9, "x"}};
+  for (const auto &[keyword, size, code, length, text] : rows) {
+    char buffer[16] = "x";
+    int32_t found = 9;
+    EXPECT_EQ(FaxFileGetKeywordText(other, keyword, buffer, size, &found), code);
+    EXPECT_EQ(std::pair(found, std::string(buffer)), std::pair(length, std::string(text)));
+  }
+  close(other);
+  chmod("a", 0444);
+  int32_t reading = -1;
+  EXPECT_EQ(FaxFileOpenReadOnly("a", &reading), 0);
+  EXPECT_EQ(FaxFileAddKeyword(reading, DATE, "x"), 7);
+  EXPECT_EQ(FaxFileClose(reading), 0);
+}
+
 TEST_F(FaxWriting, EditorsAtTheSameTimeLoseNothingOfEachOther) {
   constexpr int EDITORS = 4, EDITS = 100;
   make("a", "", PAGES);
@@ -318,6 +344,8 @@ TEST_F(FaxWriting, CrashesAndFullDisksLeaveTheWholeOldOrTheWholeNewFile) {
       {[&] { return modify("a", SUBJECT, "newer"); }, fax_bytes("FAX_ID:f\nSUBJECT:newer\n", PAGES), true},
       {[&] { return modify("a", DATE, "d"); }, fax_bytes(lines + "DATE:d\n", PAGES), false},
       {[&] { return add("a", DATE, "d"); }, fax_bytes(lines + "DATE:d\n", PAGES), false},
+      {[&] { return FaxFileChangeKeyword(fd, SUBJECT, "longer"); }, fax_bytes("FAX_ID:f\nSUBJECT:longer\n", PAGES),
+       false},
       {[&] { return insert(3, page); }, fax_bytes(lines, {"one", "", page, PAGES[2]}), false},
       {[&] { return write<FaxFileAppendEncodedPage>(page); }, fax_bytes(lines, {"one", "", PAGES[2], page}), false},
   };

@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 
+#include "faxfile/sorbfile.h"
 #include "helpers/fax_bytes.h"
 #include "helpers/temp_dir.h"
 
@@ -92,4 +93,62 @@ TEST_F(Document, RecordsAreBelievedAsFarAsTheFileGoes) {
 
   const std::string path = write_main("");
   EXPECT_EQ(page_of(path, 0), "!15");
+}
+
+TEST_F(Document, FaultsAndTheEndAreToldApartAndPagesAreCounted) {
+  const std::string cut = fax_bytes("", {"m1", "m2"}) + big_endian(9) + "short";
+  dir.write("broken.fax", fax_bytes("", {"b1"}) + big_endian(9));
+  // The file, the codes of reading its pages from 1 on, of counting its records and pages, and these numbers.
+  const std::tuple<std::string, std::string, std::string> rows[] = {
+      {fax_bytes(cover, {"m1", "m2"}), "0 0 0 18 18", "0:2 0:3"},
+      {cut, "0 0 10 10", "10:2 10:2"},
+      {fax_bytes("", {"m1"}) + "ab", "0 10", "10:1 10:1"},
+      {fax_bytes("INCLUDE:none.fax 1 1\n", {"m1"}), "19 0 18", "0:1 0:2"},
+      {fax_bytes("INCLUDE:cover.fax 1 3\n", {"m1"}), "0 0 19 0 18", "0:1 0:4"},
+      {fax_bytes("INCLUDE:broken.fax 1 2\n", {"m1"}), "0 10 0 18", "0:1 0:3"},
+      {fax_bytes("INCLUDE:main.fax 1 1\n", {"m1"}), "19 0 18", "0:1 0:2"},
+      {fax_bytes("INCLUDE:cover.fax 2 1\nINCLUDE:x\n", {"m1"}), "0 0 18", "0:1 10:1"},
+      {fax_bytes(""), "18", "0:0 0:0"},
+      {fax_bytes("DATE:d\n").substr(0, 14), "10", "10:0 10:0"},
+  };
+  for (const auto &[bytes, codes, counts] : rows) {
+    SCOPED_TRACE(codes);
+    int32_t fd, length, pages;
+    ASSERT_EQ(FaxFileOpenReadOnly(dir.write("main.fax", bytes).c_str(), &fd), 0);
+    std::string read;
+    for (int32_t page = 1; read.size() < codes.size(); ++page) {
+      uint8_t *data = nullptr;
+      read += (page > 1 ? " " : "") + std::to_string(FaxFileReadDocumentPage(fd, "main.fax", page, &data, &length));
+      free(data);
+    }
+    EXPECT_EQ(read, codes);
+    std::string counted;
+    for (const auto count : {FaxFileCountPages, FaxFileCountDocumentPages}) {
+      counted += (counted.empty() ? "" : " ") + std::to_string(count(fd, &pages));
+      counted += ":" + std::to_string(pages);
+    }
+    EXPECT_EQ(counted, counts);
+    close(fd);
+  }
+}
+
+TEST_F(Document, RecordsAreFoundAnewInAChangedFileAndOnceInOneThatRests) {
+  constexpr int PAGES = 60000;
+  expect_pages(dir.write("a", fax_bytes("", {"one", "two"})), "one two");
+  expect_pages(dir.write("a", fax_bytes("", {"o", "netwo"})), "o netwo");  // same size, perhaps the same times
+
+  std::vector<std::string> pages(PAGES);
+  for (int i = 0; i < PAGES; ++i) pages[static_cast<size_t>(i)] = std::to_string(i);
+  const std::string path = dir.write("long", fax_bytes("", pages));
+  const timespec rested[2] = {{1, 0}, {1, 0}};
+  utimensat(AT_FDCWD, path.c_str(), rested, 0);
+  const int fd = open(path.c_str(), O_RDONLY);
+  for (int32_t page = 1; page <= PAGES; ++page) {
+    uint8_t *data = nullptr;
+    int32_t length = 0;
+    ASSERT_EQ(FaxFileReadSpecificPage(fd, path.c_str(), page, &data, &length), 0);
+    ASSERT_EQ(std::string(data, data + length), pages[static_cast<size_t>(page - 1)]);
+    free(data);
+  }
+  close(fd);
 }

@@ -87,7 +87,8 @@ bool replace_end(int32_t fd, int64_t offset, std::initializer_list<iovec> fresh,
     lock.emplace(fd, FaxHeaderLock::Kind::exclusive);
   }
   bool written;
-  if (write_pieces(fd, offset, fresh, &written)) {
+  if (write_pieces(fd, offset, fresh, &written) &&
+      (total(fresh) >= total(old) || ftruncate(fd, offset + total(fresh)) == 0)) {
     if (total(old) > 0) fdatasync(fd);  // a power failure must not find moved pages half on disk minutes later
     return true;
   }

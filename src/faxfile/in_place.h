@@ -26,7 +26,7 @@ bool reserve_space(int32_t fd, int64_t size);
 
 /// Replaces everything from `offset` to the end of the file.
 ///
-/// @param fresh  the new bytes, at least as many as are replaced
+/// @param fresh  the new bytes; if they are fewer, the file is cut in a second call
 /// @param old    the bytes that are replaced
 /// @return false with errno set and the file as it was. If it can't be put back either, a whole copy of the old file
 ///         takes its name and the file itself is damaged

@@ -1,5 +1,5 @@
-// From a page of the document to the coded bytes of one page record, across included files. Writing pages is
-// page_writer's. Nothing is kept between calls: the header text is searched anew for every page, in every file.
+// From a page of the document to the coded bytes of one page record, across included files. Pages are written in
+// page_writer. The header text is searched anew for every page, in every file; only places of records are remembered.
 #include "faxfile/pages.h"
 
 #include <fcntl.h>
@@ -13,7 +13,9 @@
 #include <iterator>
 #include <string_view>
 
+#include "faxfile/fax_lock.h"
 #include "faxfile/header_text.h"
+#include "faxfile/record_index.h"
 #include "faxfile/usorbport.h"
 #include "support/file.h"
 #include "support/handle.h"
@@ -27,7 +29,7 @@ namespace {
 
 constexpr int INCLUSION_DEPTH_MAX = 32;
 
-// The files that a request has come through, so that an inclusion without end is noticed.
+// The files that a request has come through, to notice an inclusion without end.
 struct Chain {
   struct {
     dev_t device;
@@ -38,7 +40,7 @@ struct Chain {
   const char *path;  // of the first file: all names are resolved beside it
 };
 
-[[gnu::format(printf, 1, 2)]] void tell(const char *format, ...) {
+[[gnu::format(printf, 1, 2)]] void trace(const char *format, ...) {
   if (!fl_trace_on) return;
   va_list arguments;
   va_start(arguments, format);
@@ -46,41 +48,39 @@ struct Chain {
   va_end(arguments);
 }
 
-// Goes from a record to the next one, which may lie past the end of the file; 0 if there is no length word.
-int find_next_record(int32_t fd, int64_t *offset) {
-  uint32_t length;
-  if (lseek(fd, *offset, SEEK_SET) < 0 || readLongFlipped(fd, &length) != 4) return 0;
-  *offset += 4 + int64_t{length};
-  return 1;
+// What is wrong with a file in which a record does not begin at `offset`, or is not whole.
+int16_t record_fault(int32_t fd, int64_t offset) {
+  return offset == file_size(fd) ? FAXFILE_ERR_NO_PAGE : FAXFILE_ERR_FORMAT;
 }
 
 int16_t read_record(int32_t fd, int32_t page, uint8_t **data, int32_t *length) {
+  const FaxHeaderLock lock(fd, FaxHeaderLock::Kind::shared);
+  const auto number = static_cast<uint16_t>(page);  // the format's readers compare 16 bits
   int64_t offset;
-  if (!find_first_record(fd, &offset)) return FAXFILE_ERR_READ;
-  for (uint16_t at = 1; at != static_cast<uint16_t>(page); ++at)
-    if (!find_next_record(fd, &offset)) return FAXFILE_ERR_READ;
-
+  if (!find_record(fd, number == 0 ? UINT16_MAX + 1 : number, &offset)) return record_fault(fd, offset);
   uint32_t count;
-  if (lseek(fd, offset, SEEK_SET) < 0 || readLongFlipped(fd, &count) != 4) return FAXFILE_ERR_READ;
-  if (count > file_size(fd) - offset - 4 || count > INT32_MAX) return FAXFILE_ERR_READ;
+  if (lseek(fd, offset, SEEK_SET) < 0 || readLongFlipped(fd, &count) != FAXFILE_WORD) return record_fault(fd, offset);
+  const int64_t left = file_size(fd) - offset - static_cast<int64_t>(FAXFILE_WORD);
+  if (count > left || count > INT32_MAX) return FAXFILE_ERR_FORMAT;
   Block<uint8_t> block(static_cast<uint8_t *>(malloc(count ? count : 1)));  // null would be no page at all
-  if (!block || _pread(fd, block.get(), count) != static_cast<ssize_t>(count)) return FAXFILE_ERR_READ;
+  if (!block) return FAXFILE_ERR_MEMORY;
+  if (_pread(fd, block.get(), count) != static_cast<ssize_t>(count)) return FAXFILE_ERR_READ;
   *length = static_cast<int32_t>(count);
   *data = block.release();
   return FAXFILE_OK;
 }
 
-// Notes that the request has come to a page of a file; 0 if it was there before, or has come too far.
-int enter(Chain *chain, int32_t fd, int32_t page) {
-  if (chain->count == std::ssize(chain->visits)) return 0;
+// Notes that the request has come to a page of a file; false if it has been there before, or has come too far.
+bool note_visit(Chain *chain, int32_t fd, int32_t page) {
+  if (chain->count == std::ssize(chain->visits)) return false;
   struct stat status;
-  if (fstat(fd, &status) != 0) return 1;  // reading will say what is wrong
+  if (fstat(fd, &status) != 0) return true;  // reading reports what is wrong
   for (int i = 0; i < chain->count; ++i) {
     const auto &visit = chain->visits[i];
-    if (visit.device == status.st_dev && visit.file == status.st_ino && visit.page == page) return 0;
+    if (visit.device == status.st_dev && visit.file == status.st_ino && visit.page == page) return false;
   }
   chain->visits[chain->count++] = {status.st_dev, status.st_ino, page};
-  return 1;
+  return true;
 }
 
 // Opens an included file beside the file at `path`. Opening must not wait for the other end of a FIFO.
@@ -101,22 +101,36 @@ Descriptor open_included(const char *path, const char *name) {
 }
 
 int16_t read_page(Chain *chain, int32_t fd, int32_t page, uint8_t **data, int32_t *length) {
-  if (!enter(chain, fd, page)) return FAXFILE_ERR_ARGUMENT;
+  if (!note_visit(chain, fd, page)) return FAXFILE_ERR_INCLUDED;
   char name[INCLUDE_NAME_SIZE] = "";
-  if (build_inclusion_list(fd, &page, name) == 0) tell("build_inclusion_list() returned %d, %s\n", page, name);
+  if (build_inclusion_list(fd, &page, name) == 0) trace("build_inclusion_list() returned %d, %s\n", page, name);
   if (*name) {
     const Descriptor included = open_included(chain->path, name);
-    if (!included || read_page(chain, included.get(), page, data, length) != FAXFILE_OK) return FAXFILE_ERR_ARGUMENT;
+    if (!included) return FAXFILE_ERR_INCLUDED;
+    const int16_t code = read_page(chain, included.get(), page, data, length);
+    if (code != FAXFILE_OK) return code == FAXFILE_ERR_NO_PAGE ? FAXFILE_ERR_INCLUDED : code;
   }
-  tell("after build_inclusion_list()\n");
+  trace("after build_inclusion_list()\n");
   return *data ? FAXFILE_OK : read_record(fd, page, data, length);
+}
+
+// The next INCLUDE line, wherever the text of one occurs; null if there is none.
+const char *find_inclusion(const char *scan) {
+  return strstr(scan, "INCLUDE:");
+}
+
+// Reads the fields of the line at `scan` and moves after its name; false if there are fewer than three.
+bool read_inclusion(const char **scan, char (&name)[INCLUDE_NAME_SIZE], int16_t *at, int32_t *count) {
+  *scan += strlen("INCLUDE:");
+  static_assert(INCLUDE_NAME_SIZE == 208, "the width of the first field");
+  return sscanf(*scan, "%207s %hd %d", name, at, count) == 3;
 }
 
 // Answers build_inclusion_list.
 int settle(int64_t mapped, const char *included, int32_t *page, char *name) {
   *page = static_cast<int32_t>(mapped);
   strcpy(name, included);
-  tell("return page number set to %d\n", *page);
+  trace("return page number set to %d\n", *page);
   return 0;
 }
 }  // namespace
@@ -124,27 +138,26 @@ int settle(int64_t mapped, const char *included, int32_t *page, char *name) {
 int build_inclusion_list(int32_t fd, int32_t *page, char *name) {
   HeaderText text;
   if (read_header_text(fd, INCLUSION_HEADER, text) != HeaderFault::none) return 1;
-  tell("build_inclusion_list(), looking for page %d\n", *page);
+  trace("build_inclusion_list(), looking for page %d\n", *page);
 
   int64_t virtual_page = 0;  // last page of the document accounted for
   int64_t real_page = 0;     // last page of this file accounted for
   int64_t included_pages = 0;
-  for (const char *scan = text.bytes.get(); (scan = strstr(scan, "INCLUDE:"));) {
-    scan += strlen("INCLUDE:");
+  for (const char *scan = text.bytes.get(); (scan = find_inclusion(scan));) {
     char included[INCLUDE_NAME_SIZE];
     int16_t at;
     int32_t count;
-    if (sscanf(scan, "%207s %hd %d", included, &at, &count) != 3) return 1;
-    tell("just scanned %s %d %d\n", included, at, count);
+    if (!read_inclusion(&scan, included, &at, &count)) return 1;
+    trace("just scanned %s %d %d\n", included, at, count);
     if (at <= real_page) return 1;
     included_pages += count;
     if (at > real_page + 1) virtual_page += at - real_page - 1;
-    tell("virtual page set to %d\n", static_cast<int32_t>(virtual_page));
+    trace("virtual page set to %d\n", static_cast<int32_t>(virtual_page));
     real_page = at - 1;
-    tell("real page set to %d\n", static_cast<int32_t>(real_page));
+    trace("real page set to %d\n", static_cast<int32_t>(real_page));
     if (*page <= virtual_page) return settle(real_page - (virtual_page - *page), "", page, name);
     virtual_page += count;
-    tell("virtual page set to %d\n", static_cast<int32_t>(virtual_page));
+    trace("virtual page set to %d\n", static_cast<int32_t>(virtual_page));
     if (*page <= virtual_page) return settle(count - (virtual_page - *page), included, page, name);
   }
   return settle(*page - included_pages, "", page, name);
@@ -154,16 +167,52 @@ int16_t FaxFileReadSpecificPage(int32_t fd, const char *path, int32_t page, uint
   if (fd < 1 || !path || page < 1 || !data || !length) return FAXFILE_ERR_ARGUMENT;
   Chain chain = {};
   chain.path = path;
+  const int16_t code = read_page(&chain, fd, page, data, length);
+  if (code == FAXFILE_OK) return code;
+  return code == FAXFILE_ERR_INCLUDED || chain.count > 1 ? FAXFILE_ERR_ARGUMENT : FAXFILE_ERR_READ;
+}
+
+int16_t FaxFileReadDocumentPage(int32_t fd, const char *path, int32_t page, uint8_t **data, int32_t *length) {
+  if (fd < 1 || !path || page < 1 || !data || *data || !length) return FAXFILE_ERR_ARGUMENT;
+  Chain chain = {};
+  chain.path = path;
   return read_page(&chain, fd, page, data, length);
+}
+
+int16_t FaxFileCountPages(int32_t fd, int32_t *pages) {
+  if (fd < 1 || !pages) return FAXFILE_ERR_ARGUMENT;
+  HeaderText text;
+  *pages = 0;
+  if (const HeaderFault fault = read_header_text(fd, WHOLE_HEADER, text); fault != HeaderFault::none)
+    return header_fault_code(fault);
+  const FaxHeaderLock lock(fd, FaxHeaderLock::Kind::shared);
+  return count_records(fd, pages) ? FAXFILE_OK : FAXFILE_ERR_FORMAT;
+}
+
+int16_t FaxFileCountDocumentPages(int32_t fd, int32_t *pages) {
+  if (const int16_t code = FaxFileCountPages(fd, pages); code != FAXFILE_OK) return code;
+  HeaderText text;
+  if (read_header_text(fd, INCLUSION_HEADER, text) != HeaderFault::none) return FAXFILE_ERR_FORMAT;
+  int64_t total = *pages;
+  int16_t last = 1;
+  for (const char *scan = text.bytes.get(); (scan = find_inclusion(scan));) {
+    char included[INCLUDE_NAME_SIZE];
+    int16_t at;
+    int32_t count;
+    if (!read_inclusion(&scan, included, &at, &count) || at < last || count < 0) return FAXFILE_ERR_FORMAT;
+    last = at;
+    total += count;
+  }
+  if (total > INT32_MAX) return FAXFILE_ERR_FORMAT;
+  *pages = static_cast<int32_t>(total);
+  return FAXFILE_OK;
 }
 
 int SeekToPage(int32_t fd, uint16_t page) {
   if (page == 0 || page == 0xFFFF) return 0;
+  const FaxHeaderLock lock(fd, FaxHeaderLock::Kind::shared);
   int64_t offset;
-  if (!find_first_record(fd, &offset)) return 0;
-  for (uint16_t at = 1; at != page; ++at)
-    if (!find_next_record(fd, &offset)) return 0;
-  return offset <= file_size(fd) && lseek(fd, offset, SEEK_SET) == offset;
+  return find_record(fd, page, &offset) && offset <= file_size(fd) && lseek(fd, offset, SEEK_SET) == offset;
 }
 
 }  // namespace tolvane

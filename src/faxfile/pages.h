@@ -8,12 +8,12 @@ namespace tolvane {
 
 constexpr size_t INCLUDE_NAME_SIZE = 208;  ///< bytes of an include name, the closing zero included
 
-/// Non-zero: page reading tells its steps on standard output. A host program sets it; nothing here does.
+/// Non-zero: page reading reports its steps on standard output. A host program sets it; nothing here does.
 extern int32_t fl_trace_on;
 
-/// Reads one page of a document. A line `INCLUDE:name at count` puts the pages 1 to `count` of the file `name` in front
-/// of this file's own page `at`; names, also those in included files, are taken relative to the directory of `path`.
-/// Without usable INCLUDE lines the number is a page of this file.
+/// Reads one page of a document. A line `INCLUDE:name at count` puts the pages 1 to `count` of the file `name` before
+/// this file's own page `at`; names, also those in included files, are relative to the directory of `path`. Without
+/// usable INCLUDE lines the number is a page of this file.
 ///
 /// @param fd      fax file, open for reading; left at any position
 /// @param path    the path under which `fd` was opened
@@ -26,15 +26,38 @@ extern int32_t fl_trace_on;
 ///         cut short, and without memory. `*data` is null on failure
 int16_t FaxFileReadSpecificPage(int32_t fd, const char *path, int32_t page, uint8_t **data, int32_t *length);
 
+/// The same, with the reason for a failure.
+///
+/// @return 0; 18 if the document ends before the page; 19 if an included file is missing, is no regular file, has no
+/// such
+///         page or includes itself without end; 10 if the page is cut short, here or in an included file; 6 if a read
+///         failed; 4 without memory; 15 for a bad argument
+int16_t FaxFileReadDocumentPage(int32_t fd, const char *path, int32_t page, uint8_t **data, int32_t *length);
+
+/// Counts the page records of a file, whatever `#PAGES` says.
+///
+/// @param pages  receives the number of whole records
+/// @return 0; 10 if the file is no whole fax file, or bytes follow the records that are no whole record; 6 if it can't
+/// be
+///         read; 15 for a bad argument
+int16_t FaxFileCountPages(int32_t fd, int32_t *pages);
+
+/// Counts the pages of a document: the page records, and the counts of its INCLUDE lines. Included files are not
+/// opened.
+///
+/// @return as FaxFileCountPages; 10 also if the INCLUDE lines are not usable, with the number of records in `pages`
+int16_t FaxFileCountDocumentPages(int32_t fd, int32_t *pages);
+
 /// Finds out where a page of a document lies, by the INCLUDE lines of one file.
 ///
 /// @param page  in: page of the document from 1; out: page of this file if `name` is empty, else page of that file
 /// @param name  out: buffer of INCLUDE_NAME_SIZE bytes
-/// @return 0; 1 if the lines don't tell (header above 10000 bytes or cut short, a line of fewer than three fields, an
+/// @return 0; 1 if the lines are not usable (header above 10000 bytes or cut short, a line of fewer than three fields,
+/// an
 ///         `at` that falls back), with both arguments untouched
 int build_inclusion_list(int32_t fd, int32_t *page, char *name);
 
-/// Moves to the first byte of a page record, its length word. The place behind the last record is one, too.
+/// Moves to the first byte of a page record, its length word. The place after the last record is one, too.
 ///
 /// @param page  page of this file from 1
 /// @return 1; 0 if there is no such place, for page 0 and 0xFFFF with the file position unchanged

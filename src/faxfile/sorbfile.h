@@ -23,6 +23,11 @@ int16_t FaxFileCreate(const char *path, int32_t *fd);
 /// @return 0; 15 for a null argument; 8 if it can't be opened so; 10 if it is no fax file
 int16_t FaxFileOpen(const char *path, int32_t *fd);
 
+/// Opens a fax file for reading.
+///
+/// @return as FaxFileOpen
+int16_t FaxFileOpenReadOnly(const char *path, int32_t *fd);
+
 /// Closes a file. A page that was started and not ended (page_writer.h) is given up: the file is as it was before.
 ///
 /// @return 0; 15 for descriptor 0, or if a page was given up; 2 if closing failed
@@ -36,12 +41,19 @@ int16_t FaxFileClose(int32_t fd);
 ///         the pages can't be spooled; 7 if a write failed. On failure the file is as it was (see in_place.h)
 int16_t FaxFileAddKeyword(int32_t fd, int16_t keyword, const char *value);
 
-/// Deletes the first line of a keyword and appends the new line after the last, as FaxFileDeleteKeyword does: the file is
-/// replaced. A keyword that is missing is added in place, as FaxFileAddKeyword does.
+/// Deletes the first line of a keyword and appends the new line after the last, as FaxFileDeleteKeyword does: the file
+/// is replaced. A keyword that is missing is added in place, as FaxFileAddKeyword does.
 ///
 /// @param value  must not be null; may be empty
 /// @return as FaxFileDeleteKeyword; 15 also for a null value
 int16_t FaxFileModifyKeyword(const char *path, int16_t keyword, const char *value);
+
+/// Changes the first line of a keyword in an open file, in place, or adds it: the new line is the last one. Killed
+/// between the two system calls that make a file shorter, it leaves bytes after the last page.
+///
+/// @param value  must not be null; may be empty
+/// @return as FaxFileAddKeyword; 10 also if the line has no end
+int16_t FaxFileChangeKeyword(int32_t fd, int16_t keyword, const char *value);
 
 /// Deletes the first match of a keyword up to the end of its line; without a match the file stays as it is. A new file
 /// is written beside the old one, put on disk, and takes its name: at every moment `path` names the whole old or the
@@ -49,8 +61,8 @@ int16_t FaxFileModifyKeyword(const char *path, int16_t keyword, const char *valu
 /// replaced. Hard links and open descriptors of the old file keep the old content.
 ///
 /// @return 0; 15 for a bad argument; 8, 10, 6 if the file can't be opened, is no whole fax file, or can't be read; 4
-///         without memory; 5 if the new file can't be created; 12 without a name for it; 7 if a write failed or it could
-///         not take the name. On failure the old file is unchanged and nothing is left over
+///         without memory; 5 if the new file can't be created; 12 without a name for it; 7 if a write failed or it
+///         could not take the name. On failure the old file is unchanged and nothing is left over
 int16_t FaxFileDeleteKeyword(const char *path, int16_t keyword);
 
 /// Copies the value of the first match of a keyword, from the next colon to the end of that line. A missing keyword
@@ -60,5 +72,12 @@ int16_t FaxFileDeleteKeyword(const char *path, int16_t keyword);
 /// @return 0; 15 for a bad argument; 10 if the file is no whole fax file or the line has no end; 6 if it can't be read;
 ///         4 without memory, and for a header above 32767 bytes, whose values may not fit
 int16_t FaxFileGetKeywordValue(int32_t fd, int16_t keyword, char *buffer);
+
+/// The same for headers of any length, into a buffer whose size is given.
+///
+/// @param size    of `buffer`, which receives the value and a closing zero
+/// @param length  receives the length of the value; -1 for a missing keyword
+/// @return 0; 4 without memory, and, with `length` set, if the value does not fit; other codes as above
+int16_t FaxFileGetKeywordText(int32_t fd, int16_t keyword, char *buffer, int32_t size, int32_t *length);
 
 }  // namespace tolvane

@@ -18,8 +18,10 @@ constexpr int16_t FAXFILE_ERR_WRITE = 7;      ///< a write failed, or the new fi
 constexpr int16_t FAXFILE_ERR_OPEN = 8;       ///< the file can't be opened for reading and writing
 constexpr int16_t FAXFILE_ERR_FORMAT = 10;    ///< not a fax file, a damaged header, or no decoded stream
 constexpr int16_t FAXFILE_ERR_TEMPNAME = 12;  ///< no unique name for the rewritten file
-constexpr int16_t FAXFILE_ERR_ARGUMENT = 15;  ///< bad argument, no such page, an included file that can't be had
+constexpr int16_t FAXFILE_ERR_ARGUMENT = 15;  ///< bad argument, no such page, an included file that is not available
 constexpr int16_t FAXFILE_ERR_READONLY = 17;  ///< write to a page opened for reading
+constexpr int16_t FAXFILE_ERR_NO_PAGE = 18;   ///< the document ends before that page
+constexpr int16_t FAXFILE_ERR_INCLUDED = 19;  ///< an included file is missing, or has no such page
 
 constexpr uint32_t FAXFILE_MAGIC = 0xBADBAD16;  ///< first word of every fax file
 constexpr uint8_t FAXFILE_TERMINATOR = 29;      ///< last byte of the header text
