@@ -153,3 +153,57 @@ TEST_F(Pages, DamageIsNamedAndWhatCanBeReadIsPassedOn) {
     complains("merge --force --coding mmr all.fax damaged.fax", 3, "damaged.fax: " + std::string(complaint));
   EXPECT_EQ(parts("all.fax").records.size(), 2U);
 }
+
+TEST_F(Pages, RepairSaysWhatItDoesAndDoesIt) {
+  const std::string good = fax(head(1), {40}), mmr = "COMPRESSION:3\n";
+  const struct {
+    std::string before, done, after;
+  } cases[] = {
+      {good, "nothing to repair", good},
+      {fax(head(9), {40}), "#PAGES set to 1", good},
+      {fax("#PAGES:1\n" + mmr, {40}), "RESOLUTION set to Normal", fax("#PAGES:1\n" + mmr + "RESOLUTION:0\n", {40})},
+      {fax("#PAGES:1\nRESOLUTION:1\n", {40}), "COMPRESSION set to MMR", fax(head(1), {40})},
+      {good + std::string(403, '\0'), "removed 403 trailing bytes", good},
+      {good + "tail.", "removed 5 trailing bytes", good},
+  };
+  for (const auto &row : cases) {
+    dir.write("a.fax", row.before);
+    const ToolRun dry = run("repair --dry-run a.fax");
+    EXPECT_TRUE(dry.status == 0 && bytes("a.fax") == row.before) << row.done << dry.err;
+    EXPECT_EQ(dry.out.rfind("a.fax: " + row.done, 0), 0U) << dry.out;
+    EXPECT_TRUE(run("repair a.fax -").out == row.after) << row.done;
+    EXPECT_EQ(run("repair --in-place a.fax").out, dry.out);
+    EXPECT_TRUE(bytes("a.fax") == row.after) << row.done;
+  }
+}
+
+TEST_F(Pages, RepairKeepsTheWholeLinesOfAPageThatIsCutShort) {
+  const Picture picture = random_page(3, 60);
+  for (const int32_t coding : {0, 1, 3}) {
+    const std::string all =
+        fax_bytes("#PAGES:1\n" + modes + std::to_string(coding) + "\n", {encoded_page(picture, coding)});
+    dir.write("a.fax", all.substr(0, all.size() * 2 / 3));
+    const ToolRun out = run("repair a.fax --in-place");
+    EXPECT_EQ(out.status, 3) << out.err;
+    uint32_t lines = 0;
+    ASSERT_EQ(sscanf(out.out.c_str(), "a.fax: page 1 is cut short: kept its first %u lines", &lines), 1) << out.out;
+    EXPECT_GT(lines, 30U);
+    EXPECT_EQ(run("check a.fax").status, 0);
+    ASSERT_EQ(run("merge --coding mh --force b.fax a.fax").status, 0);
+    EXPECT_EQ(seen_by_libtiff(parts("b.fax").records.at(0), "mh", lines), rows_of(picture, 0, lines)) << coding;
+  }
+}
+
+TEST_F(Pages, UnreadablePagesAreSkippedOnlyIfThatIsWanted) {
+  shell("tiffcp $charts/itu1.tif $charts/itu4.tif $charts/itu5.tif 3.tif; head -c -100 3.tif >cut.tif");
+  dir.write("part.fax", fax(head(1) + "INCLUDE:gone.fax 1 2\nINCLUDE_PAGES:2\n", {9}));
+  const std::pair<std::string, size_t> cases[] = {{"create a.fax cut.tif missing.tif 21.pbm", 3},
+                                                  {"merge a.fax cover.fax part.fax missing.fax", 3}};
+  for (const auto &[line, pages] : cases) {
+    EXPECT_EQ(run(line).status, 2) << line;
+    const ToolRun out = run(line + " --keep-going");
+    EXPECT_EQ(out.status, 3) << line << out.err;
+    EXPECT_EQ(parts("a.fax").records.size(), pages) << out.err;
+    std::filesystem::remove(dir.path("a.fax"));
+  }
+}

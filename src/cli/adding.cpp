@@ -177,6 +177,7 @@ void declare_page_input(Usage &usage, PageInput &input) {
     return store_dpi(text, source) ? "" : "expected a number, or two as in 204x98";
   };
   usage.add_parsed("--source-dpi", store, "pixels per inch of PAGES, overriding the files").type_name("X[xY]");
+  add_keep_going(usage, source.keep_going);
   Option raw =
       add_choice(usage, "--raw", source.raw.coding, raw_codings(), "PAGES are bare coded lines, one page per file");
   add_number(usage, "--width", source.raw.width, 1, WIDEST_PICTURE, "pixels of a raw line").needs(raw);

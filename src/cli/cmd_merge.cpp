@@ -24,6 +24,7 @@ int32_t coding = -1;
 int32_t resolution = -1;
 bool keep_inclusions;
 bool force;
+bool keep_going;
 
 void declare(Usage &usage) {
   usage.add_option("OUT", out, "the new fax file; - is standard output").required();
@@ -31,16 +32,23 @@ void declare(Usage &usage) {
   add_coding(usage, "--coding", coding, "how pages are coded (default: as in the first FILE)");
   add_resolution(usage, resolution, "98 or 196 lines per inch (default: as in the first FILE)");
   add_inclusions(usage, keep_inclusions);
+  add_keep_going(usage, keep_going);
   add_force(usage, force, "replace OUT even if it is not among the files merged");
 }
 
 // Adds the pages of one file: all, or those of its own with its inclusions as header lines.
 Status add_pages(const FaxDocument &document, Transcoder &pages, HeaderLines &lines, Progress &progress) {
   if (!document.inclusions_usable) return failure("%s: its INCLUDE lines are invalid", document.name());
-  if (require_all_pages(document) != DONE) return FAILED;
+  if (!keep_going && require_all_pages(document) != DONE) return FAILED;
+  const std::vector<MissingPages> missing = find_missing_pages(document);
   Status status = report_lost_bytes(document);
   const int32_t before = pages.count();
   for (int32_t page = 1; page <= document.page_count() && status != FAILED; ++page) {
+    if (const MissingPages *stretch = missing_at(missing, page)) {
+      status = worse(status, report_missing(document, *stretch));
+      page = stretch->last;
+      continue;
+    }
     FaxPage found;
     if (locate_page(document, page, found) != DONE) return FAILED;
     if (keep_inclusions && found.source != document.path) continue;
@@ -81,24 +89,30 @@ Status check_output(const std::deque<FaxDocument> &documents) {
 
 Status run() {
   std::deque<FaxDocument> documents;
+  Status status = DONE;
   int32_t total = 0;
   for (const std::string &file : files) {
-    if (open_fax(file, documents.emplace_back()) != DONE) return FAILED;
-    total += documents.back().page_count();
+    if (open_fax(file, documents.emplace_back()) == DONE) {
+      total += documents.back().page_count();
+      continue;
+    }
+    documents.pop_back();
+    status = DAMAGED;
+    if (!keep_going) return FAILED;
   }
+  if (documents.empty()) return failure("no fax to merge");
   if (coding < 0) coding = documents.front().coding;
   if (resolution < 0) resolution = written_resolution(documents.front());
 
   if (check_output(documents) != DONE) return FAILED;
   OutputFile output;
   Transcoder pages;
-  if (output.open(out) != DONE || pages.open(output, coding, resolution) != DONE) return FAILED;
+  if (output.open(out) != DONE || pages.open(output, coding, resolution, keep_going) != DONE) return FAILED;
   HeaderLines lines = leading_lines(0, resolution, coding);
   for (const std::string &line : documents.front().lines) {
     if (!is_structural(line)) lines.push_back(line);
   }
   Progress progress("pages", total);
-  Status status = DONE;
   for (const FaxDocument &document : documents) {
     if (check_kept(document) != DONE) return FAILED;
     status = worse(status, add_pages(document, pages, lines, progress));

@@ -22,6 +22,7 @@ extern const Command merge_command;
 extern const Command split_command;
 extern const Command convert_command;
 extern const Command keywords_command;
+extern const Command repair_command;
 extern const Command info_command;
 extern const Command check_command;
 extern const Command extract_command;

@@ -38,6 +38,10 @@ Option add_coding(Usage &usage, const char *names, int32_t &target, const std::s
   return add_choice<int32_t>(usage, names, target, {{"mh", COMP_MH}, {"mr", COMP_MR}, {"mmr", COMP_MMR}}, help);
 }
 
+Option add_keep_going(Usage &usage, bool &keep_going) {
+  return usage.add_flag("--keep-going", keep_going, "skip unreadable pages and files, and exit with 3");
+}
+
 Option add_force(Usage &usage, bool &force, const std::string &help) {
   return usage.add_flag("--force", force, help);
 }

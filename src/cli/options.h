@@ -46,6 +46,9 @@ Option add_resolution(Usage &usage, int32_t &target, const std::string &help);
 /// Adds `--inclusions resolve|keep`: what becomes of pages that come from other files.
 Option add_inclusions(Usage &usage, bool &keep);
 
+/// Adds `--keep-going`: unreadable pages are reported and skipped.
+Option add_keep_going(Usage &usage, bool &keep_going);
+
 /// Adds `--force`: do what is refused to protect a file.
 Option add_force(Usage &usage, bool &force, const std::string &help);
 

@@ -26,7 +26,8 @@ bool change_resolution(std::vector<uint8_t> &lines, int32_t from, int32_t to) {
 
 }  // namespace
 
-Status Transcoder::open(const OutputFile &output, int32_t coding, int32_t resolution) {
+Status Transcoder::open(const OutputFile &output, int32_t coding, int32_t resolution, bool keep_going) {
+  keep_going_ = keep_going;
   coding_ = coding;
   resolution_ = resolution;
   spool_ = open_spool(output.fd());
@@ -60,6 +61,7 @@ Status Transcoder::take() {
   const std::shared_ptr<Page> page = under_way_.front();
   under_way_.pop_front();
   print_diagnostics(page->diagnostics);
+  if (page->status == FAILED && keep_going_) return --count_, DAMAGED;
   if (page->status == FAILED) return FAILED;
   return append_record(spool_.get(), page->found.record) == DONE ? page->status : FAILED;
 }
@@ -68,12 +70,11 @@ Status Transcoder::add(const FaxDocument &document, int32_t number) {
   Status status = DONE;
   while (!work_.has_room() && status != FAILED) status = worse(status, take());
   if (status == FAILED) return FAILED;
+  if (++count_ > MOST_RECORDS) return failure("more than %d pages in one file", MOST_RECORDS);
   const auto page = std::make_shared<Page>(Page{document, number});
   {
     const HoldDiagnostics hold(page->diagnostics);
     page->status = read_fax_page(document, number, page->found);
-    if (page->status == DONE && ++count_ > MOST_RECORDS)
-      page->status = failure("more than %d pages in one file", MOST_RECORDS);
   }
   under_way_.push_back(page);
   work_.add([this, page] {

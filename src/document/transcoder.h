@@ -16,7 +16,8 @@ namespace tolvane {
 class Transcoder {
  public:
   /// @param output  the file that the records are for: the spool file is made in its directory
-  Status open(const OutputFile &output, int32_t coding, int32_t resolution);
+  /// @param keep_going  unreadable pages are left out: their status is DAMAGED
+  Status open(const OutputFile &output, int32_t coding, int32_t resolution, bool keep_going = false);
 
   /// Reads a page of a document and adds it. The work on it may end later.
   ///
@@ -27,7 +28,7 @@ class Transcoder {
   Status finish();
   /// The records, all of them after `finish`.
   RecordRange records() const;
-  /// Pages added.
+  /// Pages added; after `finish` without those left out.
   int32_t count() const { return count_; }
 
  private:
@@ -37,6 +38,7 @@ class Transcoder {
 
   Descriptor spool_;
   int32_t coding_ = 0, resolution_ = 0, count_ = 0;
+  bool keep_going_ = false;
   std::deque<std::shared_ptr<Page>> under_way_;  // oldest first
   OrderedWork work_;
 };

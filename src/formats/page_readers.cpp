@@ -30,17 +30,11 @@ const struct {
     {"\x89PNG"sv, read_png}, {"%PDF-"sv, read_pdf},  {"\xBA\xDB\xAD\x16"sv, refuse_fax},
 };
 
-}  // namespace
-
-Status read_pages(const std::string &path, const SourceOptions &options, const page_sink &sink) {
+Status read_file(const std::string &path, const SourceOptions &options, const page_sink &sink) {
   InputFile input;
   if (input.open(path) != DONE) return FAILED;
   const PictureFile file = {input.name(), input.fd(), input.bytes()};
-  const page_sink corrected = [&](SourcePicture &&page) {
-    if (options.x_dpi > 0) page.x_dpi = options.x_dpi, page.y_dpi = options.y_dpi;
-    return sink(std::move(page));
-  };
-  if (options.raw.coding >= 0) return read_raw(file, options, corrected);
+  if (options.raw.coding >= 0) return read_raw(file, options, sink);
 
   const std::string_view head(reinterpret_cast<const char *>(file.bytes.data()),
                               std::min<size_t>(file.bytes.size(), 16));
@@ -48,7 +42,21 @@ Status read_pages(const std::string &path, const SourceOptions &options, const p
                                     [&](const auto &row) { return head.starts_with(row.magic); });
   if (format == std::end(formats))
     return failure("%s: not a TIFF, PBM, PNG or PDF file (raw coded data needs --raw)", file.name);
-  return format->read(file, options, corrected);
+  return format->read(file, options, sink);
+}
+
+}  // namespace
+
+Status read_pages(const std::string &path, const SourceOptions &options, const page_sink &sink) {
+  bool stopped = false;
+  const Status status = read_file(path, options, [&](SourcePicture &&page) {
+    if (stopped) return FAILED;
+    if (options.x_dpi > 0) page.x_dpi = options.x_dpi, page.y_dpi = options.y_dpi;
+    const Status taken = sink(std::move(page));
+    stopped = taken == FAILED;
+    return taken;
+  });
+  return status == FAILED && options.keep_going && !stopped ? DAMAGED : status;
 }
 
 Status check_picture_size(const char *name, int32_t page, int64_t width, int64_t height) {

@@ -25,7 +25,8 @@ struct RawFormat {
 struct SourceOptions {
   FitOptions fit;
   RawFormat raw;
-  double x_dpi = 0;  ///< overrides the file; 0 in both: as in the file
+  bool keep_going = false;  ///< report and skip unreadable pages, the rest of an unreadable file included
+  double x_dpi = 0;         ///< overrides the file; 0 in both: as in the file
   double y_dpi = 0;
 };
 

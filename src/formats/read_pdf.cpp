@@ -78,7 +78,7 @@ Status read_pdf(const PictureFile &file, const SourceOptions &options, const pag
   if (!document) return failure("%s: not a PDF file, or an unreadable one", file.name);
   if (document->is_locked()) return failure("%s: the file needs a password", file.name);
   Status status = DONE;
-  for (int i = 0; i < document->pages() && status != FAILED; ++i) {
+  for (int i = 0; i < document->pages() && (status != FAILED || options.keep_going); ++i) {
     const std::unique_ptr<poppler::page> page(document->create_page(i));
     status = worse(status, page ? render(file, *page, i + 1, options.fit, sink)
                                 : failure("%s: page %d cannot be read", file.name, i + 1));

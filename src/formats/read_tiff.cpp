@@ -162,7 +162,7 @@ void read_raw_lines(TIFF *tiff, const RawFormat &format, TiffLog &log, SourcePic
 
 }  // namespace
 
-Status read_tiff(const PictureFile &file, const SourceOptions &, const page_sink &sink) {
+Status read_tiff(const PictureFile &file, const SourceOptions &options, const page_sink &sink) {
   TiffLog log;
   log.error = "no picture";
   const TiffHandle tiff = open_tiff(file.fd, file.name, "r", log);
@@ -171,7 +171,7 @@ Status read_tiff(const PictureFile &file, const SourceOptions &, const page_sink
   int32_t page = 0;
   do {
     if (is_page(tiff.get())) status = worse(status, read_tiff_page(tiff.get(), file.name, ++page, log, sink));
-    if (status == FAILED) return FAILED;
+    if (status == FAILED && !options.keep_going) return FAILED;
     log.error.clear();
   } while (TIFFReadDirectory(tiff.get()));
   // The directory after the last does not exist; a message about it means that it should.
