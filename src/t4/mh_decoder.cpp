@@ -1,5 +1,5 @@
-// MH never sets its walker back: the links of a leaf lead into the tree of the next code, so one pointer is the whole
-// state of the parse.
+// From leaves to lines. What a newcomer gets wrong: an EOL ends a line and begins none, so that the first one of a page
+// gives a blank line and the line after the last one stays open.
 
 #include "t4/mh_decoder.h"
 
@@ -13,6 +13,7 @@
 
 #include "t4/bit_window.h"
 #include "t4/lost_start.h"
+#include "t4/mh_walk.h"
 
 namespace tolvane {
 namespace {
@@ -108,25 +109,6 @@ bool looks_for_eol(const DecNode *node) {
                      [node](const DecNode &other) { return &other == node; });
 }
 
-constexpr size_t BLOCK = 64;  // bytes walked before their leaves are acted on
-
-// Walks `count` bytes from `node` on, eight steps each, and adds the leaves reached to `leaves`. A leaf is written
-// down at every step and counted only if it is one, so that no branch has to be guessed for it.
-//
-// @return the node reached
-const DecNode *walk_block(const DecNode *node, const uint8_t *data, size_t count, const DecNode **&leaves) {
-  for (const uint8_t *end = data + count; data != end; data++) {
-    uint32_t byte = *data;
-#pragma GCC unroll 8
-    for (int bit = 0; bit < 8; bit++, byte >>= 1) {
-      node = node->link[byte & 1];
-      *leaves = node;
-      leaves += node->value != DEC_INNER;
-    }
-  }
-  return node;
-}
-
 }  // namespace
 
 void start_mh_page(MhState &state, bool painted) {
@@ -164,18 +146,14 @@ void take_mh_leaves(MhState &state, const DecNode *const *first, const DecNode *
 
 void decode_mh(MhState &state, std::span<const uint8_t> data, int32_t width, const LineSink &to) {
   report_lost_start(data, to);
-  const DecNode *node = eoltree.node;
-  while (!data.empty()) {
-    const size_t count = std::min(data.size(), BLOCK);
-    const DecNode *leaves[8 * BLOCK + 1];
-    const DecNode **end = leaves;
-    node = walk_block(node, data.data(), count, end);
-    take_mh_leaves(state, leaves, end, width, to);
-    data = data.subspan(count);
+  MhWalk walk(data);
+  while (!walk.done()) {
+    const std::span<const DecNode *const> leaves = walk.next();
+    take_mh_leaves(state, leaves.data(), leaves.data() + leaves.size(), width, to);
   }
   MhLine &line = state.line;
   if (line.given_up) return;
-  if (looks_for_eol(node)) report(line, Damage::invalid_code, to);
+  if (looks_for_eol(walk.node())) report(line, Damage::invalid_code, to);
   if (line.make_up != 0 || (line.pos > 0 && line.pos < width)) report(line, Damage::data_ends, to);
 }
 
