@@ -68,11 +68,8 @@ void close_by_dismissing() {
 // Whether messages are also shown in dialogs: as the resource showMessages says; else if neither a terminal nor a
 // parent program is there to show them, as after a start from a desktop.
 bool wants_notices(Display *display) {
-  char *type = nullptr;
-  XrmValue value;
-  if (XrmGetResource(XtDatabase(display), "tolvane.showMessages", "Tolvane.ShowMessages", &type, &value) &&
-      strcasecmp(value.addr, "auto") != 0)
-    return strcasecmp(value.addr, "true") == 0 || strcasecmp(value.addr, "on") == 0;
+  const std::string wanted = application_resource(display, "showMessages");
+  if (!wanted.empty() && strcasecmp(wanted.c_str(), "auto") != 0) return strcasecmp(wanted.c_str(), "true") == 0;
   const auto has_reader = [](int fd) {
     struct stat status;
     return isatty(fd) ||

@@ -2,6 +2,8 @@
 // in pixels depends on the display: a font is chosen by measuring.
 #include "app/resource_defaults.h"
 
+#include <ctype.h>
+
 #include <memory>
 #include <string>
 
@@ -72,6 +74,16 @@ void merge_below_user_resources(Display *display, const char *scope, const char 
   for (; *lines; ++lines) text += std::string(scope) + *lines + '\n';
   XrmDatabase database = XtDatabase(display);
   XrmCombineDatabase(XrmGetStringDatabase(text.c_str()), &database, False);
+}
+
+std::string application_resource(Display *display, const char *name) {
+  std::string class_name = name;
+  class_name[0] = static_cast<char>(toupper(class_name[0]));
+  char *type = nullptr;
+  XrmValue value;
+  const bool found = XrmGetResource(XtDatabase(display), (std::string("tolvane.") + name).c_str(),
+                                    ("Tolvane." + class_name).c_str(), &type, &value);
+  return found ? value.addr : "";
 }
 
 void add_default_looks(Display *display, const char *scope) {

@@ -2,6 +2,8 @@
 // override them.
 #pragma once
 
+#include <string>
+
 #include <X11/Intrinsic.h>
 
 namespace tolvane {
@@ -11,6 +13,9 @@ namespace tolvane {
 /// @param scope  prefix of each line: a class limits the lines to shells of that class, "" does not
 /// @param lines  each starts with "*"; terminated by a null entry
 void merge_below_user_resources(Display *display, const char *scope, const char *const *lines);
+
+/// A resource of the application itself, such as "showMessages" for *showMessages; empty if it is not set.
+std::string application_resource(Display *display, const char *name);
 
 /// The default colours as resource lines, terminated by a null entry.
 extern const char *const default_colours[];

@@ -13,6 +13,7 @@
 #include <string>
 
 #include "app/app_state.h"
+#include "app/file_watch.h"
 #include "support/trace.h"
 #include "support/whitespace.h"
 #include "ui/motif_utils.h"
@@ -93,6 +94,7 @@ bool new_file(Scan &scan) {
   }
   page_numb = 1;
   view_arbitrary_fax(name.c_str());
+  watch_shown_file();
   return true;
 }
 

@@ -15,6 +15,7 @@
 
 #include "app/app_state.h"
 #include "app/exit_tasks.h"
+#include "app/file_watch.h"
 #include "app/stdin_commands.h"
 #include "app/tn_api_functions.h"
 #include "app/usage.h"
@@ -173,6 +174,7 @@ int post_create_init() {
   refresh_view();
   if (!Api) {
     register_stdin_input();
+    watch_shown_file();
     tn_center_fax();
   }
   show_scale_on_toggles();

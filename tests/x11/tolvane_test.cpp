@@ -4,6 +4,9 @@
 
 #include <sys/stat.h>
 
+#include <filesystem>
+#include <thread>
+
 #include "helpers/fax_bytes.h"
 #include "helpers/temp_dir.h"
 
@@ -131,4 +134,23 @@ TEST(Start, AFailureIsShownInTheWindowWhereNobodyReadsStandardError) {
   ChildProcess quiet(
       {"sh", "-c", "exec " + viewer_command({})[0] + " -xrm '*showMessages: false' none </dev/null 2>/dev/null"});
   EXPECT_EQ(quiet.wait(PATIENCE), 1);
+}
+
+TEST(Start, AFileThatChangesIsShownAgain) {
+  const TempDir dir;
+  const std::string document = dir.write("one.fax", marked_document(2, 2));
+  for (const bool watched : {true, false}) {
+    Viewer viewer({"-xrm", watched ? "*watchFile: True" : "*watchFile: False", document});
+    viewer.press("n 2 100% 0 top");
+    std::filesystem::rename(dir.write("new", marked_document(4, 4)), document);
+    std::this_thread::sleep_for(Milliseconds(800));
+    viewer.press(watched ? "End 4 100% 0 top" : "End 2 100% 0 top");
+    std::filesystem::remove(document);  // without a word
+    dir.write("one.fax", marked_document(1, 1));
+    if (watched) viewer.expect("1 100% 0 top");  // a page that is no longer there
+    dir.write("one.fax", "no fax");
+    std::this_thread::sleep_for(Milliseconds(500));
+    EXPECT_EQ(viewer.program.errors().find("fax !"), std::string::npos);
+    dir.write("one.fax", marked_document(2, 2));
+  }
 }

@@ -161,6 +161,17 @@ void view_arbitrary_fax(const char *name) {
   set_fax_filename(saved);
 }
 
+void reload_view() {
+  const std::string name = Local_filename;
+  const Descriptor file(open(name.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC));
+  uint32_t magic = 0;
+  if (!file || readLongFlipped(file.get(), &magic) != sizeof magic || magic != FAXFILE_MAGIC) return;
+  const int32_t page = page_number;
+  if (common(name.c_str()) != 0) return;
+  if (page > 0) random_page(std::min(page + 1, std::max(Total_pages, 1)));
+  refresh_view();
+}
+
 int do_this_page() {
   if (!allocate_bitmap()) return 1;      // dismissing an embedded window freed it
   if (!Api) open_trace_file("tolvane");  // TRACES may have been edited since the last page; a parent has its own trace

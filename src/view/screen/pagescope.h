@@ -22,6 +22,10 @@ int common(const char *name);
 /// fails. A name that does not fit there is refused with a message on standard error; nothing changes.
 void view_arbitrary_fax(const char *name);
 
+/// Loads the file shown again after it has changed, and shows the page of the same number, or the last one if there are
+/// fewer now. Does nothing if the file has gone or is no fax: the old one stays as far as it can be read.
+void reload_view();
+
 /// Reads the page `page_number` and decodes it into the bitmap.
 ///
 /// @return 0 done; 1 if the page cannot be read: the bell has rung, and nothing has changed

@@ -1,0 +1,89 @@
+// Changes of the file shown. A change is acted upon once the file has been quiet for a moment: a writer may close a
+// file several times, and an event for the directory says nothing of other writers.
+#include "app/file_watch.h"
+
+#include <limits.h>
+#include <signal.h>
+#include <string.h>
+#include <strings.h>
+#include <sys/inotify.h>
+#include <unistd.h>
+
+#include <filesystem>
+#include <string>
+
+#include "app/app_state.h"
+#include "app/resource_defaults.h"
+#include "support/handle.h"
+#include "ui/widgets.h"
+#include "view/screen/pagescope.h"
+#include "view/view_state.h"
+
+#include <X11/Intrinsic.h>
+
+namespace tolvane {
+namespace {
+
+[[gnu::used]] const char SCCS_ID[] = "@(#)|file_watch|9|01|1|0|0|11/23/26|06:10:00";
+
+constexpr unsigned long QUIET_TIME = 200;  // milliseconds
+
+Descriptor watcher;
+int directory_watch = -1;
+std::string file_name;  // within that directory
+XtIntervalId timer;
+XtSignalId hangup;
+
+void reload(XtPointer, XtIntervalId *) {
+  timer = 0;
+  reload_view();
+}
+
+void start_timer() {
+  if (timer) XtRemoveTimeOut(timer);
+  timer = XtAppAddTimeOut(tn_context, QUIET_TIME, reload, nullptr);
+}
+
+void read_events(XtPointer, int *fd, XtInputId *) {
+  alignas(inotify_event) char events[16 * (sizeof(inotify_event) + NAME_MAX + 1)];
+  const ssize_t length = read(*fd, events, sizeof events);
+  for (ssize_t at = 0; at < length;) {
+    const auto *event = reinterpret_cast<const inotify_event *>(events + at);
+    if (event->wd == directory_watch && event->len > 0 && file_name == event->name) start_timer();
+    at += static_cast<ssize_t>(sizeof *event + event->len);
+  }
+}
+
+void catch_hangup(int) {
+  XtNoticeSignal(hangup);
+}
+
+void start() {
+  struct sigaction present;
+  sigaction(SIGHUP, nullptr, &present);
+  if (present.sa_handler != SIG_IGN) {
+    hangup = XtAppAddSignal(
+        tn_context, [](XtPointer, XtSignalId *) { reload_view(); }, nullptr);
+    signal(SIGHUP, catch_hangup);
+  }
+  watcher.reset(inotify_init1(IN_NONBLOCK | IN_CLOEXEC));
+  if (watcher)
+    XtAppAddInput(tn_context, watcher.get(), reinterpret_cast<XtPointer>(XtInputReadMask), read_events, nullptr);
+}
+
+}  // namespace
+
+void watch_shown_file() {
+  static bool started = false;
+  if (strcasecmp(application_resource(XtDisplay(tn_Shell000), "watchFile").c_str(), "false") == 0) return;
+  if (!started) start();
+  started = true;
+  if (!watcher) return;
+  const std::filesystem::path path = Fullpath_fax_filename;
+  if (directory_watch >= 0) inotify_rm_watch(watcher.get(), directory_watch);
+  file_name = path.filename();
+  const std::string directory = path.has_parent_path() ? path.parent_path() : ".";
+  directory_watch = inotify_add_watch(watcher.get(), directory.c_str(), IN_CLOSE_WRITE | IN_MOVED_TO);
+}
+
+}  // namespace tolvane
