@@ -32,6 +32,21 @@ endif()
 install(FILES packaging/Tolvane DESTINATION ${sysconf_dir}/X11/app-defaults COMPONENT runtime)
 install(PROGRAMS packaging/tolvane_print DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT runtime)
 install(FILES packaging/XKeysymDB DESTINATION lib/X11 COMPONENT runtime)
-install(FILES packaging/tolvane-fax.bash DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions
-  RENAME tolvane-fax COMPONENT runtime)
 
+# Completion: a script for each shell, around the table that the program prints about itself.
+set(completion ${PROJECT_BINARY_DIR}/completion)
+set(scripts tolvane-fax.bash _tolvane-fax tolvane-fax.fish)
+foreach(script ${scripts})
+  set(source ${PROJECT_SOURCE_DIR}/packaging/completion/${script})
+  add_custom_command(OUTPUT ${completion}/${script} DEPENDS tolvane_fax_cli ${source}
+    COMMAND ${CMAKE_COMMAND} -E make_directory ${completion}
+    COMMAND sh ${PROJECT_SOURCE_DIR}/cmake/completion.sh $<TARGET_FILE:tolvane_fax_cli> ${source} ${completion}/${script}
+    VERBATIM)
+  list(APPEND completion_files ${completion}/${script})
+endforeach()
+add_custom_target(completion ALL DEPENDS ${completion_files})
+install(FILES ${completion}/tolvane-fax.bash DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions
+  RENAME tolvane-fax COMPONENT runtime)
+install(FILES ${completion}/_tolvane-fax DESTINATION ${CMAKE_INSTALL_DATADIR}/zsh/vendor-completions COMPONENT runtime)
+install(FILES ${completion}/tolvane-fax.fish DESTINATION ${CMAKE_INSTALL_DATADIR}/fish/vendor_completions.d
+  COMPONENT runtime)

@@ -72,11 +72,18 @@ version=$(tolvane -rev 2>&1 | sed -nE 's/.*Version +([0-9]+)\.([0-9]+) +Release 
 tolvane-fax --version | grep -q "^tolvane-fax $version\b"
 head -n 1 "$source_dir/debian/changelog" | grep -q "^tolvane ($version-"
 grep -q "<release version=\"$version\"" "$share/metainfo/tolvane.metainfo.xml"
-# What the shell offers behind a line.
+# What the shells offer after a line.
 bash 2>/dev/null <<'END' | grep -qx 'mh mr mmr'
 . /usr/share/bash-completion/bash_completion
 . "$share/bash-completion/completions/tolvane-fax"
-COMP_LINE='tolvane-fax convert --to m' COMP_POINT=26 COMP_WORDS=(tolvane-fax convert --to m) COMP_CWORD=3
+COMP_LINE='tolvane-fax create --coding=m' COMP_POINT=29 COMP_WORDS=(tolvane-fax create --coding = m) COMP_CWORD=4
 _tolvane_fax tolvane-fax
 echo "${COMPREPLY[*]}"
 END
+offered_by_fish() {
+  # shellcheck disable=SC2016 # fish expands them
+  fish -c 'source $share/fish/vendor_completions.d/tolvane-fax.fish; complete -C $argv[1]' "$1" | cut -f1 | paste -sd' '
+}
+[ "$(offered_by_fish 'tolvane-fax convert --to m')" = 'mh mmr mr' ]
+[ "$(offered_by_fish 'tolvane-fax keywords get page.fax SUBJ')" = SUBJECT ]
+zsh -n "$share/zsh/vendor-completions/_tolvane-fax"

@@ -27,5 +27,6 @@ extern const Command info_command;
 extern const Command check_command;
 extern const Command extract_command;
 extern const Command render_command;
+extern const Command completion_table_command;
 
 }  // namespace tolvane
