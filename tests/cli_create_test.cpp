@@ -15,6 +15,40 @@ class Create : public ToolTest {
   }
 };
 
+// Has libtiff write lines without EOLs: `mode` says whether each starts in a new byte.
+void write_without_eols(const Picture &picture, const std::string &path, uint16_t compression, int mode,
+                        uint32_t rows_per_strip) {
+  TIFF *tiff = TIFFOpen(path.c_str(), "w");
+  TIFFSetField(tiff, TIFFTAG_IMAGEWIDTH, picture.width);
+  TIFFSetField(tiff, TIFFTAG_IMAGELENGTH, picture.height);
+  TIFFSetField(tiff, TIFFTAG_BITSPERSAMPLE, 1);
+  TIFFSetField(tiff, TIFFTAG_PHOTOMETRIC, PHOTOMETRIC_MINISWHITE);
+  TIFFSetField(tiff, TIFFTAG_FILLORDER, FILLORDER_LSB2MSB);
+  TIFFSetField(tiff, TIFFTAG_ROWSPERSTRIP, rows_per_strip);
+  TIFFSetField(tiff, TIFFTAG_COMPRESSION, compression);
+  TIFFSetField(tiff, TIFFTAG_FAXMODE, mode);
+  std::vector<uint8_t> row(picture.stride());
+  for (uint32_t y = 0; y < picture.height; ++y) {
+    row.assign(picture.row(y), picture.row(y) + picture.stride());
+    TIFFWriteScanline(tiff, row.data(), y);
+  }
+  TIFFClose(tiff);
+}
+
+// An SFF page of a TIFF with a line in each strip; the tenth line is white, and not coded.
+std::string sff_of(const std::string &path) {
+  std::string sff("Sfff\1\0\0\0\1\0\x14\0\0\0\0\0\0\0\0\0\xFE\x10\1\0\0\0\xC0\6\0\0\0\0\0\0\0\0\0\0", 38);
+  TIFF *tiff = TIFFOpen(path.c_str(), "r");
+  for (uint32_t strip = 0; strip < TIFFNumberOfStrips(tiff); ++strip) {
+    std::string line(TIFFRawStripSize64(tiff, strip), '\0');
+    TIFFReadRawStrip(tiff, strip, line.data(), static_cast<tmsize_t>(line.size()));
+    const std::string size(1, static_cast<char>(line.size()));
+    sff += strip == 9 ? "\xD9" : line.size() > 216 ? '\0' + size + '\0' + line : size + line;
+  }
+  TIFFClose(tiff);
+  return sff + std::string("\xFE\0", 2);
+}
+
 uint32_t black_pixels(const std::vector<uint8_t> &pixels) {
   uint32_t count = 0;
   for (const uint8_t byte : pixels) count += static_cast<uint32_t>(__builtin_popcount(byte));
@@ -91,7 +125,29 @@ TEST_F(Create, EveryFormatOfThePageGivesTheSameFax) {
     const std::vector<uint8_t> coded = libtiff_encode(chart, coding);
     const ToolRun made = run("create --raw " + word + " - -", {coded.begin(), coded.end()});
     EXPECT_TRUE(made.out == expected) << word << made.err;
+    const ToolRun guessed = run("create --raw auto - -", {coded.begin(), coded.end()});
+    EXPECT_TRUE(guessed.out == expected) << word;
+    EXPECT_EQ(guessed.err,
+              "tolvane-fax: standard input: read as --raw " + word + " --width 1728 --bit-order lsb: 2376 lines\n");
   }
+}
+
+TEST_F(Create, PagesWithoutLineEndsAndInJbigAreRead) {
+  const Picture chart = load_chart("itu5");
+  dir.write("source.pbm", pbm(chart));
+  const std::string expected = run("create - source.pbm").out;
+  constexpr int BYTES = FAXMODE_NORTC | FAXMODE_NOEOL | FAXMODE_BYTEALIGN, BITS = FAXMODE_NORTC | FAXMODE_NOEOL;
+  write_without_eols(chart, dir.path("rle.tif"), COMPRESSION_CCITTRLE, BYTES, 100);
+  write_without_eols(chart, dir.path("lines.tif"), COMPRESSION_CCITTRLE, BYTES, 1);
+  write_without_eols(chart, dir.path("bits.tif"), COMPRESSION_CCITTFAX3, BITS, 500);
+  prepare("cp rle.tif three.tif && tiffset -s 259 3 three.tif && tiffcp -c jbig $charts/itu5.tif jbig.tif");
+  dir.write("page.sff", sff_of(dir.path("lines.tif")));
+  for (const std::string file : {"rle.tif", "three.tif", "bits.tif", "jbig.tif", "page.sff"}) {
+    const ToolRun made = run("create - " + file);
+    EXPECT_TRUE(made.status == 0 && made.out == expected) << file << made.err;
+  }
+  dir.write("cut.sff", bytes("page.sff").substr(0, 20000));
+  EXPECT_EQ(run("create cut.fax cut.sff").status, 3);
 }
 
 // ImageMagick turns the page upright.

@@ -27,7 +27,8 @@ namespace {
 constexpr double HIGHEST_DPI = 100000;
 
 std::vector<std::pair<std::string, int32_t>> raw_codings() {
-  return {{"g3", COMP_MH}, {"g3-2d", COMP_MR}, {"g4", COMP_MMR}, {"mh", COMP_MH}, {"mr", COMP_MR}, {"mmr", COMP_MMR}};
+  return {{"g3", COMP_MH},   {"g3-2d", COMP_MR}, {"g4", COMP_MMR},          {"mh", COMP_MH},   {"mr", COMP_MR},
+          {"mmr", COMP_MMR}, {"rle", RAW_RLE},   {"g3-no-eol", RAW_NO_EOL}, {"auto", RAW_AUTO}};
 }
 
 bool parse_dpi(const std::string &text, double &dpi) {

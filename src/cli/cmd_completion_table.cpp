@@ -19,12 +19,12 @@ void declare(Usage &usage) {
   program = usage.parser().get_parent();
 }
 
-/// A row: a command or two words of one, what is completed after it, what it takes, a text.
+// A row: a command or two words of one, what is completed after it, what it takes, a text.
 void print_row(const std::string &command, const std::string &names, const std::string &takes, const char *text) {
   printf("%s|%s|%s|%s\n", command.c_str(), names.c_str(), takes.c_str(), text);
 }
 
-/// What an option or operand takes: nothing, one of some words, a FILE, a keyword and its value, or another VALUE.
+// What an option or operand takes: nothing, one of some words, a FILE, a keyword and its value, or another VALUE.
 std::string taken(const CLI::Option &option) {
   std::string type = option.get_type_name();
   if (option.get_expected_min() == 0 && !option.get_positional()) return "";
@@ -33,7 +33,7 @@ std::string taken(const CLI::Option &option) {
   return type;
 }
 
-/// Rows of the options of a command, of its operands, and of its subcommands.
+// Rows of the options of a command, of its operands, and of its subcommands.
 void print_command(const CLI::App &app, const std::string &command) {
   for (const CLI::Option *option : app.get_options()) {
     std::string names = option->get_positional() ? option->get_name(true) : "";

@@ -25,9 +25,11 @@ const struct {
   std::string_view magic;
   reader_fn read;
 } formats[] = {
-    {"II*\0"sv, read_tiff},  {"MM\0*"sv, read_tiff}, {"II+\0"sv, read_tiff},
-    {"MM\0+"sv, read_tiff},  {"P1"sv, read_pbm},     {"P4"sv, read_pbm},
-    {"\x89PNG"sv, read_png}, {"%PDF-"sv, read_pdf},  {"\xBA\xDB\xAD\x16"sv, refuse_fax},
+    {"II*\0"sv, read_tiff},  {"MM\0*"sv, read_tiff},
+    {"II+\0"sv, read_tiff},  {"MM\0+"sv, read_tiff},
+    {"P1"sv, read_pbm},      {"P4"sv, read_pbm},
+    {"\x89PNG"sv, read_png}, {"%PDF-"sv, read_pdf},
+    {"Sfff"sv, read_sff},    {"\xBA\xDB\xAD\x16"sv, refuse_fax},
 };
 
 Status read_file(const std::string &path, const SourceOptions &options, const page_sink &sink) {

@@ -14,9 +14,14 @@ namespace tolvane {
 /// Receives a picture. Any result but DONE and DAMAGED ends the reading.
 using page_sink = std::function<Status(SourcePicture &&page)>;
 
+/// Codings of raw lines beside those of a fax file: MH without EOLs with each line from a new byte (TIFF compression
+/// 2), the same with each line from where the last one ends, and whatever gives lines without damage at any bit order
+/// and standard width.
+constexpr int32_t RAW_RLE = 16, RAW_NO_EOL = 17, RAW_AUTO = 18;
+
 /// Coded data without a file format around it.
 struct RawFormat {
-  int32_t coding = -1;          ///< 0 MH (G3), 1 MR (G3 two-dimensional), 3 MMR (G4); -1: the file is not raw
+  int32_t coding = -1;          ///< 0 MH (G3), 1 MR (G3 two-dimensional), 3 MMR (G4), or one of the above; -1: not raw
   int32_t width = 1728;         ///< pixels of a line
   bool high_bit_first = false;  ///< the first code starts in the bit of value 0x80
 };
@@ -41,6 +46,8 @@ struct PictureFile {
 Status read_tiff(const PictureFile &file, const SourceOptions &options, const page_sink &sink);
 /// Raw coded lines. libtiff decodes them: our decoder differs on lines that start black under a line that starts white.
 Status read_raw(const PictureFile &file, const SourceOptions &options, const page_sink &sink);
+/// SFF, the structured fax file of ISDN adapters.
+Status read_sff(const PictureFile &file, const SourceOptions &options, const page_sink &sink);
 /// One or more PBM pictures, plain (P1) or packed (P4).
 Status read_pbm(const PictureFile &file, const SourceOptions &options, const page_sink &sink);
 /// One PNG picture; transparent pixels are white.

@@ -1,11 +1,13 @@
-// TIFF, and raw coded lines, which are read as the one strip of a TIFF made in memory. A damaged line inside a complete
-// strip costs that line alone: libtiff reports it and continues. A strip that is missing, or damaged in a coding other
-// than fax, fails.
+// TIFF. A damaged line inside a complete strip costs that line alone: libtiff reports it and continues. A strip that is
+// missing, or damaged in a coding other than fax, fails.
+#include <errno.h>
+#include <string.h>
 #include <sys/mman.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <iterator>
+#include <utility>
 #include <vector>
 
 #include "formats/page_readers.h"
@@ -18,8 +20,7 @@ namespace tolvane {
 namespace {
 [[gnu::used]] const char SCCS_ID[] = "@(#)|read_tiff|9|01|1|0|0|11/22/26|21:30:00";
 
-constexpr double CENTIMETRES = 2.54;    // in an inch
-constexpr int32_t RTC_EMPTY_LINES = 5;  // six EOLs, of which the first ends a line (ITU-T T.4, 4.1.4)
+constexpr double CENTIMETRES = 2.54;  // in an inch
 
 void find_density(TIFF *tiff, SourcePicture &page) {
   float x = 0, y = 0;
@@ -55,18 +56,27 @@ bool is_bilevel(TIFF *tiff) {
   return bits == 1 && samples == 1 && photometric <= PHOTOMETRIC_MINISBLACK && !TIFFIsTiled(tiff);
 }
 
-// Adds a packed line to the page.
-//
-// @param white  a byte of white pixels in the line
-void add_line(const std::vector<uint8_t> &line, uint8_t white, SourcePicture &page) {
-  const auto end = line.begin() + static_cast<ptrdiff_t>(page.row_bytes());
-  std::transform(line.begin(), end, std::back_inserter(page.bits), [=](uint8_t byte) { return byte ^ white; });
+uint16_t compression_of(TIFF *tiff) {
+  uint16_t compression = COMPRESSION_NONE;
+  TIFFGetFieldDefaulted(tiff, TIFFTAG_COMPRESSION, &compression);
+  return compression;
 }
 
-// Reads the next coded line; damage goes to the log.
-bool read_line(TIFF *tiff, TiffLog &log, std::vector<uint8_t> &line) {
-  log.empty_line = false;
-  return TIFFReadScanline(tiff, line.data(), static_cast<uint32_t>(log.line)) == 1;
+// Reads the lines of a black and white page whose coding has no lines of its own.
+//
+// @param line  room for a line
+bool read_strips(TIFF *tiff, SourcePicture &page, uint8_t white, std::vector<uint8_t> &line) {
+  uint32_t rows = 0;
+  TIFFGetFieldDefaulted(tiff, TIFFTAG_ROWSPERSTRIP, &rows);
+  std::vector<uint8_t> strip(static_cast<size_t>(TIFFStripSize(tiff)));
+  for (uint32_t at = 0; at < static_cast<uint32_t>(page.height); ++at) {
+    const size_t row = at % rows;
+    if (row == 0 && TIFFReadEncodedStrip(tiff, TIFFComputeStrip(tiff, at, 0), strip.data(), -1) < 0) return false;
+    if ((row + 1) * line.size() > strip.size()) return false;
+    std::copy_n(&strip[row * line.size()], line.size(), line.begin());
+    add_line(line, white, page);
+  }
+  return true;
 }
 
 // Reads the lines of a black and white page.
@@ -78,12 +88,56 @@ bool read_bilevel(TIFF *tiff, TiffLog &log, SourcePicture &page) {
   std::vector<uint8_t> line(static_cast<size_t>(TIFFScanlineSize(tiff)));
   if (line.size() < page.row_bytes()) return false;
   const uint8_t white = photometric == PHOTOMETRIC_MINISWHITE ? 0 : 0xFF;
+  if (compression_of(tiff) == COMPRESSION_JBIG) return read_strips(tiff, page, white, line);
   for (log.line = 0; log.line < page.height; ++log.line) {
     if (!read_line(tiff, log, line)) return false;
     add_line(line, white, page);
   }
   log.line = NO_LINE;
   return true;
+}
+
+// Copies a page of coded lines as one of lines without EOLs.
+bool copy_without_eols(TIFF *tiff, const SourcePicture &page, TIFF *copy) {
+  uint32_t rows = 0;
+  uint16_t photometric = PHOTOMETRIC_MINISWHITE, order = FILLORDER_MSB2LSB;
+  TIFFGetFieldDefaulted(tiff, TIFFTAG_ROWSPERSTRIP, &rows);
+  TIFFGetField(tiff, TIFFTAG_PHOTOMETRIC, &photometric);
+  TIFFGetFieldDefaulted(tiff, TIFFTAG_FILLORDER, &order);
+  describe_lines(copy, page.width, page.height, COMPRESSION_CCITTRLE, order);
+  TIFFSetField(copy, TIFFTAG_ROWSPERSTRIP, rows);
+  TIFFSetField(copy, TIFFTAG_PHOTOMETRIC, photometric);
+  for (uint32_t strip = 0; strip < TIFFNumberOfStrips(tiff); ++strip) {
+    std::vector<uint8_t> coded(static_cast<size_t>(TIFFRawStripSize(tiff, strip)));
+    const tmsize_t size = TIFFReadRawStrip(tiff, strip, coded.data(), static_cast<tmsize_t>(coded.size()));
+    if (size < 0 || TIFFWriteRawStrip(copy, strip, coded.data(), size) < 0) return false;
+  }
+  return true;
+}
+
+// Reads a page whose tag says G3, but whose lines have no EOLs: each starts in a new byte, or where the last one ends.
+//
+// @param read  whether the page can be read as the tag says, with the damage in `log`; `page` and `log` change only if
+//              there is less damage without EOLs
+// @return whether the page has been read
+bool read_without_eols(TIFF *tiff, bool read, TiffLog &log, SourcePicture &page) {
+  const Descriptor memory(memfd_create("page", MFD_CLOEXEC));
+  TiffLog writing;
+  TiffHandle copy = memory ? open_tiff(memory.get(), "page", "w", writing) : nullptr;
+  if (!copy || !copy_without_eols(tiff, page, copy.get())) return read;
+  copy.reset();  // writes the directory
+  for (const int mode : {FAXMODE_NORTC | FAXMODE_NOEOL | FAXMODE_BYTEALIGN, FAXMODE_NORTC | FAXMODE_NOEOL}) {
+    TiffLog found;
+    const TiffHandle lines = open_tiff(memory.get(), "page", "r", found);
+    SourcePicture other = {page.width, page.height, page.x_dpi, page.y_dpi};
+    if (!lines || !TIFFSetField(lines.get(), TIFFTAG_FAXMODE, mode)) continue;
+    found.in_pixels = true;
+    if (!read_bilevel(lines.get(), found, other) || (read && found.damage.size() >= log.damage.size())) continue;
+    page = std::move(other);
+    log.damage = std::move(found.damage);
+    read = true;
+  }
+  return read;
 }
 
 // Reads any other page through libtiff's conversion to RGB. Transparent pixels become white.
@@ -117,47 +171,16 @@ Status read_tiff_page(TIFF *tiff, const char *name, int32_t number, TiffLog &log
   log.error = "no picture";
   log.damage.clear();
   log.in_pixels = true;
-  const bool read = is_bilevel(tiff) ? read_bilevel(tiff, log, page) : read_colour(tiff, page);
+  const bool bilevel = is_bilevel(tiff);
+  bool read = bilevel ? read_bilevel(tiff, log, page) : read_colour(tiff, page);
   log.in_pixels = false;
+  // Lines of G3 with EOLs are found again after damage: most of them are good.
+  if (bilevel && compression_of(tiff) == COMPRESSION_CCITTFAX3 &&
+      (!read || log.damage.size() > static_cast<size_t>(page.height) / 2))
+    read = read_without_eols(tiff, read, log, page);
   if (!read) return failure("%s: page %d cannot be read: %s", name, number, log.error.c_str());
   turn_picture(page, turn);
   return worse(report_tiff_damage(name, number, log), sink(std::move(page)));
-}
-
-// Writes coded lines of unknown number as a TIFF.
-bool wrap_raw(const PictureFile &raw, const RawFormat &format, int fd, TiffLog &log) {
-  const TiffHandle tiff = open_tiff(fd, raw.name, "w", log);
-  if (!tiff) return false;
-  TIFFSetField(tiff.get(), TIFFTAG_IMAGEWIDTH, static_cast<uint32_t>(format.width));
-  TIFFSetField(tiff.get(), TIFFTAG_IMAGELENGTH, static_cast<uint32_t>(LONGEST_PAGE) + 1);
-  TIFFSetField(tiff.get(), TIFFTAG_ROWSPERSTRIP, static_cast<uint32_t>(LONGEST_PAGE) + 1);
-  TIFFSetField(tiff.get(), TIFFTAG_BITSPERSAMPLE, 1);
-  TIFFSetField(tiff.get(), TIFFTAG_SAMPLESPERPIXEL, 1);
-  TIFFSetField(tiff.get(), TIFFTAG_PHOTOMETRIC, PHOTOMETRIC_MINISWHITE);
-  TIFFSetField(tiff.get(), TIFFTAG_FILLORDER, format.high_bit_first ? FILLORDER_MSB2LSB : FILLORDER_LSB2MSB);
-  TIFFSetField(tiff.get(), TIFFTAG_COMPRESSION,
-               format.coding == COMP_MMR ? COMPRESSION_CCITTFAX4 : COMPRESSION_CCITTFAX3);
-  if (format.coding != COMP_MMR)
-    TIFFSetField(tiff.get(), TIFFTAG_GROUP3OPTIONS,
-                 static_cast<uint32_t>(format.coding == COMP_MR ? GROUP3OPT_2DENCODING : 0));
-  return TIFFWriteRawStrip(tiff.get(), 0, const_cast<uint8_t *>(raw.bytes.data()),
-                           static_cast<tmsize_t>(raw.bytes.size())) >= 0;
-}
-
-// Reads lines up to the end of the data, or to an RTC or EOFB: libtiff returns these as empty lines, which are no
-// damage.
-void read_raw_lines(TIFF *tiff, const RawFormat &format, TiffLog &log, SourcePicture &page) {
-  const int32_t end_code = format.coding == COMP_MMR ? 1 : RTC_EMPTY_LINES;
-  std::vector<uint8_t> line(static_cast<size_t>(TIFFScanlineSize(tiff)));
-  int32_t empty = 0;
-  log.in_pixels = true;
-  for (log.line = 0; log.line < LONGEST_PAGE && empty < end_code && read_line(tiff, log, line); ++log.line) {
-    add_line(line, 0, page);
-    empty = log.empty_line ? empty + 1 : 0;
-  }
-  page.height = log.line - empty;
-  std::erase_if(log.damage, [&](const auto &damage) { return damage.first >= page.height; });
-  page.bits.resize(page.row_bytes() * static_cast<size_t>(page.height));
 }
 
 }  // namespace
@@ -176,22 +199,6 @@ Status read_tiff(const PictureFile &file, const SourceOptions &options, const pa
   } while (TIFFReadDirectory(tiff.get()));
   // The directory after the last does not exist; a message about it means that it should.
   return log.error.empty() ? status : failure("%s: after page %d: %s", file.name, page, log.error.c_str());
-}
-
-Status read_raw(const PictureFile &file, const SourceOptions &options, const page_sink &sink) {
-  if (check_picture_size(file.name, 1, options.raw.width, 1) != DONE) return FAILED;
-  const Descriptor memory(memfd_create("raw lines", MFD_CLOEXEC));
-  if (!memory) return system_failure(file.name);
-  TiffLog log;
-  if (!wrap_raw(file, options.raw, memory.get(), log)) return failure("%s: %s", file.name, log.error.c_str());
-  const TiffHandle tiff = open_tiff(memory.get(), file.name, "r", log);
-  if (!tiff) return failure("%s: %s", file.name, log.error.c_str());
-
-  SourcePicture page = {options.raw.width};
-  read_raw_lines(tiff.get(), options.raw, log, page);
-  if (page.height == 0)
-    return failure("%s: no line can be read as raw %s", file.name, options.raw.coding == COMP_MMR ? "G4" : "G3");
-  return worse(report_tiff_damage(file.name, 1, log), sink(std::move(page)));
 }
 
 }  // namespace tolvane

@@ -3,9 +3,11 @@
 
 #include <unistd.h>
 
+#include <algorithm>
 #include <cstdarg>
 #include <cstdio>
 #include <cstring>
+#include <iterator>
 
 namespace tolvane {
 namespace {
@@ -47,6 +49,27 @@ void set_fax_tags(TIFF *tiff, const PagePicture &picture, TiffCoding coding) {
   TIFFSetField(tiff, TIFFTAG_RESOLUTIONUNIT, RESUNIT_INCH);
   TIFFSetField(tiff, TIFFTAG_XRESOLUTION, picture.x_dpi);
   TIFFSetField(tiff, TIFFTAG_YRESOLUTION, picture.y_dpi);
+}
+
+void describe_lines(TIFF *tiff, int32_t width, int32_t height, uint16_t compression, uint16_t fill_order) {
+  TIFFSetField(tiff, TIFFTAG_IMAGEWIDTH, static_cast<uint32_t>(width));
+  TIFFSetField(tiff, TIFFTAG_IMAGELENGTH, static_cast<uint32_t>(height));
+  TIFFSetField(tiff, TIFFTAG_ROWSPERSTRIP, static_cast<uint32_t>(height));
+  TIFFSetField(tiff, TIFFTAG_BITSPERSAMPLE, 1);
+  TIFFSetField(tiff, TIFFTAG_SAMPLESPERPIXEL, 1);
+  TIFFSetField(tiff, TIFFTAG_PHOTOMETRIC, PHOTOMETRIC_MINISWHITE);
+  TIFFSetField(tiff, TIFFTAG_FILLORDER, fill_order);
+  TIFFSetField(tiff, TIFFTAG_COMPRESSION, compression);
+}
+
+void add_line(const std::vector<uint8_t> &line, uint8_t white, SourcePicture &page) {
+  const auto end = line.begin() + static_cast<ptrdiff_t>(page.row_bytes());
+  std::transform(line.begin(), end, std::back_inserter(page.bits), [=](uint8_t byte) { return byte ^ white; });
+}
+
+bool read_line(TIFF *tiff, TiffLog &log, std::vector<uint8_t> &line) {
+  log.empty_line = false;
+  return TIFFReadScanline(tiff, line.data(), static_cast<uint32_t>(log.line)) == 1;
 }
 
 Status report_tiff_damage(const char *name, int32_t page, const TiffLog &log) {

@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "formats/page_picture.h"
+#include "formats/source_picture.h"
 #include "io/report.h"
 
 namespace tolvane {
@@ -42,6 +43,17 @@ TiffHandle open_tiff(int fd, const char *name, const char *mode, TiffLog &log);
 
 /// Sets the tags of a black and white picture in one strip: size, density, coding.
 void set_fax_tags(TIFF *tiff, const PagePicture &picture, TiffCoding coding);
+
+/// Describes one strip of coded lines, white where bits are 0.
+void describe_lines(TIFF *tiff, int32_t width, int32_t height, uint16_t compression, uint16_t fill_order);
+
+/// Reads the line of number `log.line`; damage goes to the log. False if there are no more lines.
+bool read_line(TIFF *tiff, TiffLog &log, std::vector<uint8_t> &line);
+
+/// Adds a packed line to a picture.
+///
+/// @param white  a byte of white pixels in the line
+void add_line(const std::vector<uint8_t> &line, uint8_t white, SourcePicture &page);
 
 /// Reports the damaged lines of a page. DONE if there are none, else DAMAGED.
 Status report_tiff_damage(const char *name, int32_t page, const TiffLog &log);
