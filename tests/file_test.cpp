@@ -8,6 +8,8 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <fstream>
+
 #include "helpers/temp_dir.h"
 #include "helpers/trace_capture.h"
 #include "support/getcwd.h"
@@ -92,7 +94,12 @@ TEST_F(File, CopyAndMoveLeaveEverythingAsItWasWhenTheyFail) {
   const rlimit limit{10000, 10000};
   setrlimit(RLIMIT_FSIZE, &limit);
   const std::string longest(PATH_LIMIT - 3, 'x'), large = "failed: File too large.\n";
+  const std::string other = "/dev/shm/tolvane-test-old-" + std::to_string(getpid());  // another file system
+  std::ofstream(other) << "old";
   const std::tuple<int (*)(const char *, const char *), const char *, const char *, std::string> cases[] = {
+      {copy, "source", "fifo", "copy: open(\"fifo\") failed: No such device or address.\n"},  // it has no reader
+      {ks_move, "source", other.c_str(),
+       "copy: write(\"" + other + "\") " + large + "ks_move: copy(\"source\",\"" + other + "\") " + large},
       {copy, "fifo", "target", "copy: \"fifo\" isn't a regular file.\n"},
       {copy, "source", "twin", "copy: \"source\" and \"twin\" are the same file.\n"},
       {copy, longest.c_str(), "dir", "copy: path too large\n"},
@@ -103,7 +110,10 @@ TEST_F(File, CopyAndMoveLeaveEverythingAsItWasWhenTheyFail) {
     EXPECT_EQ(operation(source, target), 0);
     EXPECT_EQ(trace_.take(), trace);
   }
-  EXPECT_EQ(read_file("target") + read_file("dir/source"), "oldinner");
+  EXPECT_EQ(read_file("target") + read_file("dir/source") + read_file(other), "oldinnerold");
+  EXPECT_EQ(copy("source", "target"), 0);
+  EXPECT_EQ(fs::file_size("target"), 10000) << "a target that was there is not removed";
+  unlink(other.c_str());
   EXPECT_TRUE(fs::is_empty("dir2") && fs::file_size("source") == 20000);
 }
 

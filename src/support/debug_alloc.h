@@ -71,6 +71,7 @@ int debug_fcntl(const char *fname, int line, int fd, int command, Argument... ar
 
 }  // namespace tolvane
 
+#define TOLVANE_WATCHED  // for inline functions of other headers that call these names
 #define malloc(...) tolvane::debug_malloc(__FILE_NAME__, __LINE__, __VA_ARGS__)
 #define calloc(...) tolvane::debug_calloc(__FILE_NAME__, __LINE__, __VA_ARGS__)
 #define realloc(...) tolvane::debug_realloc(__FILE_NAME__, __LINE__, __VA_ARGS__)

@@ -17,6 +17,7 @@
 
 #include "support/getcwd.h"
 #include "support/handle.h"
+#include "support/replace_file.h"
 #include "support/strlib.h"
 #include "support/trace.h"
 #include "support/whitespace.h"
@@ -255,7 +256,20 @@ bool copy_blocks(int in, const char *source, int out, const char *target) {
   }
 }
 
-// Fills the target and closes it: a file system may tell only at the closing that the bytes did not go down.
+// Opens the target of a copy, empty; `made` receives whether it is new.
+Descriptor open_target(const char *target, mode_t mode, bool *made) {
+  Descriptor out(open(target, O_WRONLY | O_CREAT | O_EXCL | O_NONBLOCK | O_CLOEXEC, mode));
+  *made = static_cast<bool>(out);
+  // Without blocking: a FIFO without a reader must not hold the program.
+  if (!out && errno == EEXIST) out.reset(open(target, O_WRONLY | O_CREAT | O_TRUNC | O_NONBLOCK | O_CLOEXEC, mode));
+  if (out)
+    fcntl(out.get(), F_SETFL, 0);
+  else
+    trprintf("copy: open(\"%s\") failed: %s.\n", target, strerror(errno));
+  return out;
+}
+
+// Fills the target and closes it: some file systems report only on closing that the bytes were not stored.
 bool fill_target(int in, const char *source, Descriptor out, const char *target, const mode_t *new_mode) {
   if (new_mode && fchmod(out.get(), *new_mode) != 0) {
     trprintf("copy: fchmod(\"%s\") failed: %s.\n", target, strerror(errno));
@@ -266,9 +280,26 @@ bool fill_target(int in, const char *source, Descriptor out, const char *target,
   trprintf("copy: write(\"%s\") failed: %s.\n", target, strerror(errno));
   return false;
 }
-}  // namespace
 
-int copy(const char *source, const char *target) {
+// Copies to a new file that then takes the name of the target, so that a failure leaves an old target whole.
+bool replace_target(int in, const char *source, const char *target, const mode_t *new_mode) {
+  Replacement file;
+  if (!file.begin(target)) {
+    trprintf("copy: open(\"%s\") failed: %s.\n", target, strerror(errno));
+    return false;
+  }
+  if (!copy_blocks(in, source, file.fd(), target)) return false;
+  if (!file.commit()) {
+    trprintf("copy: write(\"%s\") failed: %s.\n", target, strerror(errno));
+    return false;
+  }
+  if (!new_mode || fchmod(file.fd(), *new_mode) == 0) return true;
+  trprintf("copy: fchmod(\"%s\") failed: %s.\n", target, strerror(errno));
+  return false;
+}
+
+// `copy`; with `whole`, a target that is a regular file or missing is replaced whole.
+int copy_file(const char *source, const char *target, bool whole) {
   PathBuffer inside;
   struct stat old_target = {};
   bool exists = stat(target, &old_target) == 0;
@@ -291,16 +322,22 @@ int copy(const char *source, const char *target) {
     return 0;
   }
   const mode_t mode = status.st_mode & 07777;
-  Descriptor out(open(target, O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, mode));
-  if (!out) {
-    trprintf("copy: open(\"%s\") failed: %s.\n", target, strerror(errno));
-    return 0;
-  }
-  if (fill_target(in.get(), source, std::move(out), target, into_directory && exists ? &mode : nullptr)) return 1;
+  const mode_t *new_mode = into_directory && exists ? &mode : nullptr;
+  if (whole && (!exists || S_ISREG(old_target.st_mode)))
+    return replace_target(in.get(), source, target, exists ? new_mode : &mode);
+  bool made;
+  Descriptor out = open_target(target, mode, &made);
+  if (!out) return 0;
+  if (fill_target(in.get(), source, std::move(out), target, new_mode)) return 1;
   const int kept = errno;
-  if (unlink(target) != 0) trprintf("copy: unlink(\"%s\") failed: %s.\n", target, strerror(errno));
+  if (made && unlink(target) != 0) trprintf("copy: unlink(\"%s\") failed: %s.\n", target, strerror(errno));
   errno = kept;
   return 0;
+}
+}  // namespace
+
+int copy(const char *source, const char *target) {
+  return copy_file(source, target, false);
 }
 
 int ks_move(const char *source, const char *target) {
@@ -318,7 +355,7 @@ int ks_move(const char *source, const char *target) {
     trprintf("ks_move: rename(\"%s\",\"%s\") failed: %s.\n", source, target, strerror(errno));
     return 0;
   }
-  if (!copy(source, target)) {
+  if (!copy_file(source, target, true)) {
     trprintf("ks_move: copy(\"%s\",\"%s\") failed: %s.\n", source, target, strerror(errno));
     return 0;
   }

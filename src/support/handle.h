@@ -10,9 +10,17 @@
 
 namespace tolvane {
 
+// With debug_alloc.h, `free` is another function: the inline namespace gives that version a name of its own, so that a
+// program without it can be linked with libraries that have it.
+#ifdef TOLVANE_WATCHED
+inline namespace watched {
+#endif
 struct FreeBlock {
   void operator()(void *block) const { free(block); }
 };
+#ifdef TOLVANE_WATCHED
+}
+#endif
 
 /// A block from `malloc`, freed with the handle. `release()` hands it to a caller who frees it.
 template <typename T>

@@ -19,7 +19,7 @@ char item_str[1000];
 
 /// The selected positions of a list, in ascending order.
 struct Selection {
-  Block<int> positions;
+  std::unique_ptr<int, XtDeleter> positions;
   int count = 0;
 };
 
@@ -27,7 +27,7 @@ Selection selection_of(Widget list) {
   int *positions = nullptr;
   int count = 0;
   if (!XmListGetSelectedPos(list, &positions, &count)) return {};
-  return {Block<int>(positions), count};
+  return {std::unique_ptr<int, XtDeleter>(positions), count};
 }
 
 Selection saved;

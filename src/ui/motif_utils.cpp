@@ -137,14 +137,21 @@ Cursor make_clock_cursor() {
   return clock_cursor;
 }
 
+namespace {
+// The window of a widget; none before it is realized, and none for a gadget, which has no field for one.
+Window window_of(Widget w) {
+  return XtIsWidget(w) ? XtWindow(w) : None;
+}
+}  // namespace
+
 void show_clock_cursor(Widget w) {
   if (!clock_cursor) make_clock_cursor();
-  if (XtWindow(w)) XDefineCursor(display, XtWindow(w), clock_cursor);
+  if (window_of(w)) XDefineCursor(display, window_of(w), clock_cursor);
   XFlush(display);
 }
 
 void restore_cursor(Widget w) {
-  if (XtWindow(w)) XUndefineCursor(display, XtWindow(w));
+  if (window_of(w)) XUndefineCursor(display, window_of(w));
   XFlush(display);
 }
 
@@ -154,11 +161,11 @@ void simulate_button_click(Widget w, int state) {
   XEvent event{};
   event.xbutton.type = ButtonPress;
   event.xbutton.display = display;
-  event.xbutton.window = XtWindow(w);
+  event.xbutton.window = window_of(w);
   event.xbutton.state = static_cast<unsigned>(state);
   event.xbutton.button = Button1;
   // Window 0 would mean the window under the pointer: a widget without a window gets no event.
-  if (XtWindow(w)) XSendEvent(display, XtWindow(w), True, ButtonPressMask, &event);
+  if (window_of(w)) XSendEvent(display, window_of(w), True, ButtonPressMask, &event);
   XtVaSetValues(w, XmNuserData, reinterpret_cast<XtPointer>(static_cast<intptr_t>(state)), nullptr);
   flush_display();
 }

@@ -9,7 +9,7 @@
 namespace tolvane {
 
 struct XtDeleter {
-  void operator()(char *text) const { XtFree(text); }
+  void operator()(void *block) const { XtFree(static_cast<char *>(block)); }
 };
 /// A text that the toolkit allocated, released with `XtFree`.
 using XtText = std::unique_ptr<char, XtDeleter>;
