@@ -7,6 +7,8 @@ include(CMakePackageConfigHelpers)
 
 install(TARGETS tolvane tolvane_fax_cli RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT runtime)
 install(TARGETS tolvane_fax EXPORT tolvane-fax ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT development)
+install(TARGETS tolvane_c LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT runtime
+  NAMELINK_COMPONENT development)
 install(TARGETS tolvane_view EXPORT tolvane-view ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT development)
 install(FILES ${TOLVANE_FAX_HEADERS} ${TOLVANE_VIEW_HEADERS}
   DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/tolvane COMPONENT development)
@@ -23,7 +25,7 @@ install(FILES ${PROJECT_BINARY_DIR}/tolvaneConfig.cmake ${PROJECT_BINARY_DIR}/to
   DESTINATION ${package_dir} COMPONENT development)
 
 file(RELATIVE_PATH TOLVANE_PC_TO_PREFIX /${CMAKE_INSTALL_LIBDIR}/pkgconfig /)
-foreach(name tolvane-fax tolvane-view)
+foreach(name tolvane tolvane-fax tolvane-view)
   configure_file(cmake/${name}.pc.in ${PROJECT_BINARY_DIR}/${name}.pc @ONLY)
   install(FILES ${PROJECT_BINARY_DIR}/${name}.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig COMPONENT development)
 endforeach()

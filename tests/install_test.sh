@@ -11,7 +11,7 @@ trap '[ -z "$server" ] || kill "$server"; rm -rf "$work"' EXIT
 cmake --install "$1" --prefix "$work/first" >/dev/null
 mv "$work/first" "$work/prefix"
 
-# The blocks of the page in their order: CMakeLists.txt, the pkg-config line, blank.cpp, list.cpp.
+# The blocks of the page in their order: CMakeLists.txt, the pkg-config line, blank.cpp, list.cpp; the last one is Python.
 mkdir "$work/user"
 cd "$work/user"
 awk '/^```./ { file = "block" ++count; next } /^```/ { file = "" } file { print > file }' "$source_dir/docs/library.md"
@@ -27,6 +27,9 @@ RESOLUTION: 0
 COMPRESSION: 3
 page 1: MMR, $(($(stat -c %s page.fax) - 49)) bytes, 1101 lines
 END
+
+python=$(printf '%s\n' block* | sort -V | tail -n 1)
+diff <(LD_LIBRARY_PATH=$work/prefix/lib python3 "$python" page.fax) - <<<'page 1: 1100 lines, 152800 black pixels'
 
 export PKG_CONFIG_PATH=$work/prefix/lib/pkgconfig
 sh -e block2

@@ -1,0 +1,98 @@
+/* The C face used from C: each call's code, and what it leaves, in rows. */
+#include <stdio.h>
+#include <string.h>
+#include <tolvane/fax.h>
+#include <unistd.h>
+
+enum { LINE_BYTES = 216, LINES = 40 };
+
+static int failures = 0;
+
+#define EXPECT(actual, expected)                                                              \
+  do {                                                                                        \
+    const long got = (long)(actual), wanted = (long)(expected);                               \
+    if (got == wanted) break;                                                                 \
+    fprintf(stderr, "%s:%d: %s is %ld, not %ld\n", __FILE__, __LINE__, #actual, got, wanted); \
+    ++failures;                                                                               \
+  } while (0)
+
+static uint8_t lines[LINES * LINE_BYTES];
+static const tolvane_picture drawn = {1728, LINES, LINE_BYTES, lines};
+
+static void expect_value(tolvane_fax *fax, const char *name, const char *expected) {
+  char *value;
+  EXPECT(tolvane_value(fax, name, &value), expected ? TOLVANE_OK : TOLVANE_NO_KEYWORD);
+  if (expected) EXPECT(value && strcmp(value, expected) == 0, 1);
+  tolvane_free(value);
+}
+
+static void expect_picture(tolvane_fax *fax, int32_t page) {
+  tolvane_picture read;
+  EXPECT(tolvane_decode_page(fax, page, &read), TOLVANE_OK);
+  EXPECT(read.height, LINES);
+  EXPECT(read.lines && memcmp(read.lines, lines, sizeof lines) == 0, 1);
+  tolvane_free(read.lines);
+}
+
+static void round_trip(int coding) {
+  const char digit[] = {(char)('0' + coding), '\0'};
+  tolvane_fax *fax, *reader;
+  int32_t pages;
+  uint8_t *data;
+  size_t count;
+  EXPECT(tolvane_create("a.fax", &fax), TOLVANE_OK);
+  EXPECT(tolvane_set_value(fax, "COMPRESSION", digit), TOLVANE_OK);
+  EXPECT(tolvane_set_value(fax, "RESOLUTION", "1"), TOLVANE_OK);
+  EXPECT(tolvane_append_picture(fax, &drawn), TOLVANE_OK);
+  EXPECT(tolvane_append_page(fax, NULL, 0), TOLVANE_OK);
+  EXPECT(tolvane_set_value(fax, "SUBJECT", "two\nlines"), TOLVANE_OK);
+  EXPECT(tolvane_set_value(fax, "#PAGES", "2"), TOLVANE_OK);
+
+  EXPECT(tolvane_open("a.fax", 0, &reader), TOLVANE_OK);
+  EXPECT(tolvane_page_count(reader, &pages), TOLVANE_OK);
+  EXPECT(pages, 2);
+  EXPECT(tolvane_line_count(reader, &count), TOLVANE_OK);
+  EXPECT(count, 4);
+  expect_value(reader, "SUBJECT", "two\rlines");
+  expect_value(reader, "SUB", NULL);
+  expect_picture(reader, 1);
+  EXPECT(tolvane_read_page(reader, 2, &data, &count), TOLVANE_OK);
+  EXPECT(count, 0);
+  tolvane_free(data);
+  EXPECT(tolvane_read_page(reader, 3, &data, &count), TOLVANE_NO_PAGE);
+  EXPECT(data == NULL, 1);
+  EXPECT(tolvane_set_value(reader, "DATE", "x"), TOLVANE_READONLY);
+  EXPECT(tolvane_append_page(reader, lines, 1), TOLVANE_READONLY);
+  EXPECT(tolvane_close(reader), TOLVANE_OK);
+  EXPECT(tolvane_close(fax), TOLVANE_OK);
+}
+
+int main(void) {
+  static const int codings[] = {TOLVANE_MH, TOLVANE_MR, TOLVANE_MMR};
+  tolvane_fax *fax;
+  char *line;
+  size_t i;
+  for (i = 0; i < sizeof lines; ++i)
+    lines[i] = (uint8_t)(i % LINE_BYTES > 20 && i / LINE_BYTES % 7 < 4 ? i * i >> 3 : 0);
+  lines[sizeof lines - 1] = 1; /* a last line that is not white */
+  for (i = 0; i < sizeof codings / sizeof *codings; ++i) round_trip(codings[i]);
+
+  EXPECT(tolvane_convert("a.fax", TOLVANE_MR), TOLVANE_OK);
+  EXPECT(tolvane_convert("none.fax", TOLVANE_MR), TOLVANE_CODING);
+  EXPECT(tolvane_open("none.fax", 0, &fax), TOLVANE_OPEN);
+  EXPECT(fax == NULL, 1);
+  EXPECT(tolvane_open("a.fax", 1, &fax), TOLVANE_OK);
+  expect_value(fax, "COMPRESSION", "1");
+  EXPECT(tolvane_line(fax, 0, &line), TOLVANE_OK);
+  EXPECT(strcmp(line, "COMPRESSION:1"), 0);
+  tolvane_free(line);
+  EXPECT(tolvane_line(fax, 4, &line), TOLVANE_NO_KEYWORD);
+  EXPECT(tolvane_set_value(fax, "a:b", ""), TOLVANE_ARGUMENT);
+  EXPECT(tolvane_set_value(fax, "COMPRESSION", "2"), TOLVANE_OK);
+  EXPECT(tolvane_append_picture(fax, &drawn), TOLVANE_CODING);
+  EXPECT(tolvane_close(fax), TOLVANE_OK);
+  EXPECT(tolvane_close(NULL), TOLVANE_OK);
+  EXPECT(strcmp(tolvane_error_text(TOLVANE_NO_PAGE), "no such page"), 0);
+  unlink("a.fax");
+  return failures != 0;
+}
