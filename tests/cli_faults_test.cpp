@@ -145,8 +145,7 @@ TEST_F(Faults, TheTargetOfALinkIsReplaced) {
 TEST_F(Faults, ASignalLeavesNoHalfMadeFile) {
   ChildProcess child({in_build("tolvane-fax"), "create", "out.fax", "-"}, {}, dir.string());
   child.write("P4 1728 30000\n");
-  for (int i = 0; i < 200 && dir.entries() == 0; ++i) usleep(10000);
-  EXPECT_EQ(dir.entries(), 1);
+  for (int i = 0; i < 20 && dir.entries() == 0; ++i) usleep(10000);  // a file without a name never shows
   child.kill(SIGTERM);
   EXPECT_EQ(child.wait(), 128 + SIGTERM);
   EXPECT_EQ(dir.entries(), 0);

@@ -1,10 +1,12 @@
 // tolvane-fax convert: rewrites files in another page coding, in place, by the library's converter. Each file gets a
 // process of its own. The converter relies on #PAGES and keeps one line of each name; a file that would lose something
 // is converted as a copy with a plain header, and its own header lines are put back afterwards.
+#include <sys/prctl.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <algorithm>
+#include <csignal>
 #include <map>
 
 #include "cli/commands.h"
@@ -59,11 +61,11 @@ Status run_converter(const std::string &path) {
   const std::string target = resolved ? resolved.get() : path;
   // The name under which the converter makes the new file.
   const std::string unfinished = target + '.' + std::to_string(getpid());
-  note_unfinished_file(unfinished);
+  note_unfinished_file(unfinished.c_str());
   t4dec_set_damage_callback(note_damage);
   const bool done = t4dec_change_format(target.c_str(), coding, 0, begin_page) == 1;
   t4dec_set_damage_callback(nullptr);
-  forget_unfinished_file(unfinished);
+  forget_unfinished_file(unfinished.c_str());
   return done ? DONE : FAILED;
 }
 
@@ -96,7 +98,7 @@ Status convert_by_copy(FaxDocument &document) {
   OutputFile copy, output;
   const RecordRange all[] = {{document.fd.get(), document.records_start, records_end(document)}};
   const HeaderLines plain = leading_lines(document.record_count(), document.resolution, document.coding);
-  if (copy.open(document.path) != DONE || write_fax(copy, plain, all) != DONE) return FAILED;
+  if (copy.open(document.path, true) != DONE || write_fax(copy, plain, all) != DONE) return FAILED;
   if (run_converter(copy.working_path()) != DONE) return FAILED;
 
   FaxDocument converted;
@@ -136,6 +138,7 @@ Status convert_file(const std::string &path) {
 pid_t start_worker(const std::string &path) {
   const pid_t worker = fork();
   if (worker != 0) return worker;
+  prctl(PR_SET_PDEATHSIG, SIGTERM);  // no worker goes on when the command has ended
   // The library reports some failures on standard output, which is for results alone.
   dup2(STDERR_FILENO, STDOUT_FILENO);
   Status status = FAILED;

@@ -90,7 +90,8 @@ Status append_record(int fd, std::span<const uint8_t> data) {
 Status write_fax(const OutputFile &output, const std::vector<std::string> &lines, std::span<const RecordRange> ranges) {
   if (!write_header_lines(output.fd(), lines)) return system_failure(output.name());
   for (const RecordRange &range : ranges) {
-    if (lseek(range.fd, range.begin, SEEK_SET) < 0 || !copy_bytes(range.fd, output.fd(), range.end - range.begin))
+    if (range.end < range.begin || lseek(range.fd, range.begin, SEEK_SET) < 0 ||
+        !copy_bytes(range.fd, output.fd(), range.end - range.begin))
       return system_failure(output.name());
   }
   return DONE;

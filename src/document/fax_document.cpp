@@ -81,6 +81,10 @@ std::string load_header(const std::string &path, FaxDocument &document) {
   });
   document.inclusions_usable =
       read_inclusions(document.lines, document.inclusions) == 1 && header_length(document.lines) <= LONGEST_SCANNED;
+  document.inclusions_clear = document.inclusions_usable &&
+                              std::all_of(document.lines.begin(), document.lines.end(), [](const std::string &line) {
+                                return line.find("INCLUDE:", line.starts_with("INCLUDE:") ? 1 : 0) == std::string::npos;
+                              });
   document.included_pages = sum_of_counts(document.inclusions);
   return {};
 }
@@ -138,55 +142,41 @@ int64_t records_end(const FaxDocument &document) {
 Status locate_page(const FaxDocument &document, int32_t page, FaxPage &found) {
   found.source = document.path;
   found.source_page = page;
-  found.place = nullptr;
-  int32_t depth = 0;
-  for (; document.mentions_inclusions; ++depth) {
+  FaxDocument included;
+  const FaxDocument *file = &document;
+  for (int32_t depth = 0; file->mentions_inclusions; ++depth) {
     char name[INCLUDE_NAME_SIZE] = "";
-    Descriptor opened;
-    int fd = document.fd.get();
-    if (depth > 0) {
-      opened = open_regular(found.source);
-      fd = opened.get();
-      if (!opened)
-        return failure("%s: page %d is not available: %s", document.name(), page, errno_text(found.source).c_str());
+    if (build_inclusion_list(file->fd.get(), &found.source_page, name) != 0) {
+      if (!file->inclusions_clear) break;  // readers then take the number for that of a record
+      return failure("%s: page %d: the header cannot be read again", file->name(), page);
     }
-    if (build_inclusion_list(fd, &found.source_page, name) != 0 || !*name) break;
-    found.source = document.directory + '/' + name;
+    if (!*name) break;
     if (depth == DEEPEST_INCLUSION) return failure("%s: page %d: endless inclusions", document.name(), page);
+    found.source = document.directory + '/' + name;
+    FaxDocument next;
+    const std::string fault = open_included_fax(found.source, next);
+    if (!fault.empty()) return failure("%s: page %d is not available: %s", document.name(), page, fault.c_str());
+    included = std::move(next);
+    file = &included;
   }
-  if (depth == 0 && found.source_page >= 1 && found.source_page <= document.record_count())
-    found.place = &document.records[static_cast<size_t>(found.source_page) - 1];
-  found.coding = document.coding;
-  found.resolution = document.resolution;
-  if (found.source == document.path) return DONE;
-  FaxDocument source;
-  source.fd = open_regular(found.source);
-  const std::string fault = source.fd ? load_header(found.source, source) : errno_text(found.source);
-  found.coding = source.coding;
-  found.resolution = source.resolution;
-  return fault.empty() ? DONE : failure("%s: page %d is not available: %s", document.name(), page, fault.c_str());
+  const bool there = found.source_page >= 1 && found.source_page <= file->record_count();
+  found.place = there ? file->records[static_cast<size_t>(found.source_page) - 1] : PageRecord{-1, 0};
+  found.coding = file->coding;
+  found.resolution = file->resolution;
+  found.included = std::move(included.fd);
+  return DONE;
 }
 
 Status read_fax_page(const FaxDocument &document, int32_t page, FaxPage &found) {
   if (locate_page(document, page, found) != DONE) return FAILED;
-  // The walk over the records has found the document's own pages: no page costs another walk.
-  if (found.place) {
-    found.record.resize(static_cast<size_t>(found.place->length));
-    const int fd = document.fd.get();
-    const off_t data = found.place->offset + 4;
-    if (lseek(fd, data, SEEK_SET) == data &&
-        read_fully(fd, found.record.data(), found.record.size()) == std::ssize(found.record))
-      return DONE;
-    return failure("%s: page %d cannot be read from %s", document.name(), page, document.name());
-  }
-  uint8_t *data = nullptr;
-  int32_t length = 0;
-  const int16_t code = FaxFileReadSpecificPage(document.fd.get(), document.path.c_str(), page, &data, &length);
-  const Block<uint8_t> owned(data);
-  if (code != FAXFILE_OK)
-    return failure("%s: page %d cannot be read from %s", document.name(), page, input_name(found.source).c_str());
-  found.record.assign(data, data + length);
-  return DONE;
+  // The walk over the records has found the page: no page costs another walk.
+  const int fd = (found.included ? found.included : document.fd).get();
+  const off_t data = found.place.offset + 4;
+  found.record.resize(static_cast<size_t>(found.place.length));
+  if (found.place.offset >= 0 && lseek(fd, data, SEEK_SET) == data &&
+      read_fully(fd, found.record.data(), found.record.size()) == std::ssize(found.record))
+    return DONE;
+  return failure("%s: page %d cannot be read from %s", document.name(), page, input_name(found.source).c_str());
 }
 
 }  // namespace tolvane

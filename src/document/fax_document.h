@@ -44,6 +44,7 @@ struct FaxDocument {
   std::vector<Inclusion> inclusions;  ///< up to the first invalid one
   bool mentions_inclusions = false;   ///< readers find "INCLUDE:" in the header: pages need not be the records
   bool inclusions_usable = true;      ///< if not, readers count page records only from some page on
+  bool inclusions_clear = true;       ///< and no other text of the header can be taken for one
   int32_t included_pages = 0;         ///< sum of the counts of the inclusions
   int32_t coding = 0;                 ///< compression code; -1: not a code
   int32_t resolution = 0;             ///< vertical resolution code; -1: missing or not a code
@@ -83,12 +84,13 @@ int64_t records_end(const FaxDocument &document);
 
 /// One page of a document, and where it comes from. Valid as long as the document.
 struct FaxPage {
-  std::vector<uint8_t> record;        ///< coded data
-  std::string source;                 ///< path of the file that holds the record
-  int32_t source_page = 0;            ///< number of the record in that file
-  int32_t coding = 0;                 ///< of that file
-  int32_t resolution = 0;             ///< of that file
-  const PageRecord *place = nullptr;  ///< the record in the document; null for a page of another file, or none
+  std::vector<uint8_t> record;         ///< coded data
+  std::string source;                  ///< path of the file that holds the record
+  int32_t source_page = 0;             ///< number of the record in that file
+  int32_t coding = 0;                  ///< of that file
+  int32_t resolution = 0;              ///< of that file
+  PageRecord place = {-1, 0};          ///< the record in that file; offset -1 if it has no such record
+  Descriptor included = Descriptor();  ///< that file, if it is not the document's own
 };
 
 /// Finds the file and the record of a page.

@@ -1,5 +1,5 @@
-// Outputs that are complete or not there. A file being written has a name, which the register of unfinished files
-// knows.
+// Outputs that are complete or not there. If a file being written has a name, the register of unfinished files knows
+// it.
 #include "io/output_file.h"
 
 #include <errno.h>
@@ -22,18 +22,19 @@ void note_name(const char *path, bool exists) {
 
 }  // namespace
 
-Status OutputFile::open(const std::string &path) {
+Status OutputFile::open(const std::string &path, bool needs_name) {
   path_ = path;
   name_ = path == "-" ? "standard output" : path;
   struct stat status;
   const bool exists = path != "-" && stat(path.c_str(), &status) == 0;
+  if (path != "-" && !exists && errno != ENOENT) return system_failure(name());
   if (exists && S_ISDIR(status.st_mode)) return failure("%s: %s", name(), strerror(EISDIR));
   if (path == "-" || (exists && !S_ISREG(status.st_mode))) {
     spool_ = open_spool(nullptr);
     return spool_ ? DONE : system_failure(name());
   }
   if (exists && access(path.c_str(), W_OK)) return system_failure(name());
-  return file_.begin(path.c_str(), {nullptr, true, note_name}) ? DONE : system_failure(name());
+  return file_.begin(path.c_str(), {nullptr, needs_name, note_name}) ? DONE : system_failure(name());
 }
 
 Status OutputFile::write_through() {

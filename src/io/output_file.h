@@ -15,7 +15,9 @@ namespace tolvane {
 class OutputFile {
  public:
   /// DONE with an empty file open for reading and writing, or FAILED after a message.
-  Status open(const std::string &path);
+  ///
+  /// @param needs_name  the file being made has a name, for operations that take one
+  Status open(const std::string &path, bool needs_name = false);
   int fd() const { return spool_ ? spool_.get() : file_.fd(); }
   /// The path of the file being made, for operations that take one; empty if it has none.
   const char *working_path() const { return file_.working_path(); }
