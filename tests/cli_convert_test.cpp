@@ -37,7 +37,7 @@ TEST_F(Convert, NoPageAndNoHeaderLineIsLost) {
   dir.write("cover.fax", fax_bytes("#PAGES:1\nRESOLUTION:1\nCOMPRESSION:3\n", {pages[0]}));
   for (const auto &[before, after, complaint] : cases) {
     dir.write("file.fax", fax_bytes(before, pages));
-    complains("convert --to mh file.fax", 0, complaint);
+    complains("convert --to mh file.fax", std::string(complaint).starts_with("convert") ? 3 : 0, complaint);
     const FaxParts made = parts("file.fax");
     EXPECT_EQ(made.header, after);
     ASSERT_EQ(made.records.size(), 2U);

@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <functional>
 #include <nlohmann/json.hpp>
 
 #include "helpers/coded_page.h"
@@ -174,4 +175,35 @@ TEST_F(Output, RenderShowsWhatThePlainRulesSay) {
     expected.width = width;
     EXPECT_TRUE(from_pbm(out.out) == expected) << setting << out.err;
   }
+}
+
+TEST_F(Output, ChecksumsAndComparisonsSeeThePixelsAlone) {
+  dir.write("1.pbm", pbm(load_chart("itu1")));
+  dir.write("5.pbm", pbm(load_chart("itu5")));
+  ASSERT_EQ(shell("$tool create a.fax 1.pbm 5.pbm && $tool create --coding mh b.fax 1.pbm 5.pbm").status, 0);
+  ASSERT_EQ(shell("$tool create --coding mr c.fax 1.pbm 1.pbm 5.pbm").status, 0);
+  const std::string sums = shell("sha256sum 1.pbm 5.pbm | cut -c1-64").out;
+  for (const char *file : {"a.fax", "b.fax"})
+    EXPECT_EQ(shell(std::string("$tool info --checksum --csv ") + file + " | sed 1d | cut -d, -f9").out, sums) << file;
+  complains("compare a.fax b.fax", 0, "");
+  const ToolRun out = run("compare a.fax c.fax --difference d%d.pbm");
+  const Picture one = load_chart("itu1"), five = load_chart("itu5");
+  Picture difference = one;
+  std::transform(five.pixels.begin(), five.pixels.end(), difference.pixels.begin(), difference.pixels.begin(),
+                 std::bit_xor<uint8_t>());
+  int64_t pixels = 0;
+  for (const uint8_t byte : difference.pixels) pixels += __builtin_popcount(byte);
+  EXPECT_EQ(out.status, 3) << out.err;
+  EXPECT_EQ(out.out, "page 2: " + std::to_string(pixels) + " pixels differ\na.fax has 2 pages, c.fax 3\n");
+  EXPECT_TRUE(from_pbm(bytes("d2.pbm")) == difference);
+}
+
+TEST_F(Output, HeadersAreReadWithoutThePages) {
+  dir.write("a.fax", fax_bytes("#PAGES:2\nRESOLUTION:1\n", {short_line, short_line}));
+  const ToolRun csv = run("info --no-decode --csv a.fax");
+  EXPECT_TRUE(csv.status == 0 && csv.err.empty()) << csv.err;
+  EXPECT_THAT(csv.out, HasSubstr("\na.fax,1,a.fax,1,MH,15,,\na.fax,2,a.fax,2,MH,15,,\n"));
+  const ToolRun json = run("info --json gone.fax");
+  EXPECT_EQ(json.status, 2);
+  EXPECT_EQ(nlohmann::json::parse(json.out)["error"], "gone.fax: No such file or directory");
 }

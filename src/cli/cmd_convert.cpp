@@ -164,9 +164,9 @@ Status wait_for_worker(std::map<pid_t, std::string> &workers, std::vector<std::s
 }
 
 // Viewers decode an included page in the coding of the file that includes it.
-void warn_of_other_codings(const std::string &path) {
+Status warn_of_other_codings(const std::string &path) {
   FaxDocument document;
-  if (open_fax(path, document) != DONE) return;
+  if (open_fax(path, document) != DONE) return FAILED;
   const std::vector<MissingPages> missing = find_missing_pages(document);
   for (int32_t page = 1; page <= document.page_count() && !document.inclusions.empty(); ++page) {
     FaxPage found;
@@ -177,8 +177,9 @@ void warn_of_other_codings(const std::string &path) {
     if (locate_page(document, page, found) != DONE || found.coding == document.coding) continue;
     report("%s includes pages of %s, which is still in %s: convert that too", document.name(), found.source.c_str(),
            coding_name(found.coding));
-    return;
+    return DAMAGED;
   }
+  return DONE;
 }
 
 Status run() {
@@ -197,7 +198,7 @@ Status run() {
     status = worse(status, wait_for_worker(workers, converted));
     if (files.size() > 1) progress.step();
   }
-  for (const std::string &path : converted) warn_of_other_codings(path);
+  for (const std::string &path : converted) status = worse(status, warn_of_other_codings(path));
   return status;
 }
 

@@ -9,6 +9,7 @@
 #include "faxfile/session_params.h"
 #include "faxfile/usorbport.h"
 #include "formats/fax_lines.h"
+#include "io/input_file.h"
 
 namespace tolvane {
 namespace {
@@ -21,11 +22,15 @@ constexpr int JSON_SCHEMA = 1;  // raised when a field is removed or changes its
 std::vector<std::string> files;
 bool as_json;
 bool as_csv;
+bool no_decode;
+bool with_checksum;
 
 void declare(Usage &usage) {
   usage.add_option("FILE", files, "fax files; - is standard input").required();
   Option json = usage.add_flag("--json", as_json, "print one line with a JSON object per file");
   usage.add_flag("--csv", as_csv, "print one line per page, after a line of names").excludes(json);
+  Option headers = usage.add_flag("--no-decode", no_decode, "read headers only: no lines, no damage");
+  usage.add_flag("--checksum", with_checksum, "add the SHA-256 of the pixels of each page").excludes(headers);
 }
 
 // A header value as one line of text: a line break in it is stored as a carriage return.
@@ -44,6 +49,11 @@ std::string page_numbers(const PageFacts &page) {
   return page.last_page == page.page ? first : first + '-' + std::to_string(page.last_page);
 }
 
+// A number that is known only of decoded pages.
+std::string count_text(const PageFacts &page, int32_t count, const char *unknown) {
+  return page.decoded ? std::to_string(count) : unknown;
+}
+
 void print_text(const FaxDocument &document, const std::vector<PageFacts> &pages) {
   printf("file:        %s\n", document.name());
   printf("size:        %lld bytes\n", static_cast<long long>(file_size(document.fd.get())));
@@ -59,8 +69,10 @@ void print_text(const FaxDocument &document, const std::vector<PageFacts> &pages
       printf("%5s  not available\n", page_numbers(page).c_str());
       continue;
     }
-    printf("%5d  %6d  %6s  %8lld  %6d  %7d  %s\n", page.page, page.source_page, coding_name(page.coding),
-           static_cast<long long>(page.bytes), page.lines, page.damaged_lines, page.source.c_str());
+    printf("%5d  %6d  %6s  %8lld  %6s  %7s  %s\n", page.page, page.source_page, coding_name(page.coding),
+           static_cast<long long>(page.bytes), count_text(page, page.lines, "-").c_str(),
+           count_text(page, page.damaged_lines, "-").c_str(), page.source.c_str());
+    if (!page.checksum.empty()) printf("       sha256 %s\n", page.checksum.c_str());
   }
 }
 
@@ -73,13 +85,12 @@ ordered_json page_object(const PageFacts &page) {
   if (page.last_page != page.page) object.update({{"last_page", page.last_page}});
   if (!page.source.empty()) object.update({{"file", page.source}, {"record", page.source_page}});
   if (!page.readable) return object;
+  object.update({{"coding", coding_name(page.coding)}, {"bytes", page.bytes}});
+  if (!page.decoded) return object;
   ordered_json damage = ordered_json::array();
   for (const LineDamage &place : page.damage) damage.push_back(damage_object(place));
-  object.update({{"coding", coding_name(page.coding)},
-                 {"bytes", page.bytes},
-                 {"lines", page.lines},
-                 {"damaged_lines", page.damaged_lines},
-                 {"damage", damage}});
+  object.update({{"lines", page.lines}, {"damaged_lines", page.damaged_lines}, {"damage", damage}});
+  if (!page.checksum.empty()) object.update({{"sha256", page.checksum}});
   return object;
 }
 
@@ -119,25 +130,43 @@ void print_csv(const FaxDocument &document, const std::vector<PageFacts> &pages)
     const std::string place = csv_field(document.name()) + ',' + page_numbers(page) + ',' + csv_field(page.source) +
                               ',' + std::to_string(page.source_page);
     if (page.readable)
-      printf("%s,%s,%lld,%d,%d\n", place.c_str(), coding_name(page.coding), static_cast<long long>(page.bytes),
-             page.lines, page.damaged_lines);
+      printf("%s,%s,%lld,%s,%s", place.c_str(), coding_name(page.coding), static_cast<long long>(page.bytes),
+             count_text(page, page.lines, "").c_str(), count_text(page, page.damaged_lines, "").c_str());
     else
-      printf("%s,,,,\n", place.c_str());
+      printf("%s,,,,", place.c_str());
+    printf(with_checksum ? ",%s\n" : "\n", page.checksum.c_str());
   }
 }
 
+// Opens a fax; of one that cannot be read, JSON has an object with the error.
+Status open_reported(const std::string &path, FaxDocument &document) {
+  Diagnostics faults;
+  Status status;
+  {
+    const HoldDiagnostics hold(faults);
+    status = open_fax(path, document);
+  }
+  print_diagnostics(faults);
+  if (status == DONE || !as_json) return status;
+  const ordered_json object = {
+      {"schema", JSON_SCHEMA}, {"file", input_name(path)}, {"error", faults.empty() ? "unreadable" : faults.back()}};
+  puts(object.dump(-1, ' ', false, ordered_json::error_handler_t::replace).c_str());
+  return status;
+}
+
 Status run() {
-  if (as_csv) puts("file,page,source,record,coding,bytes,lines,damaged_lines");
+  if (as_csv) printf("file,page,source,record,coding,bytes,lines,damaged_lines%s\n", with_checksum ? ",sha256" : "");
+  const Survey depth = no_decode ? Survey::headers : with_checksum ? Survey::checksums : Survey::lines;
   Progress progress("files", static_cast<int32_t>(files.size()));
   Status status = DONE;
   for (size_t i = 0; i < files.size(); ++i) {
     FaxDocument document;
     std::vector<PageFacts> pages;
-    if (open_fax(files[i], document) != DONE) {
+    if (open_reported(files[i], document) != DONE) {
       status = FAILED;
       continue;
     }
-    status = worse(status, survey_pages(document, pages));
+    status = worse(status, survey_pages(document, pages, depth));
     wipe_progress();
     if (!as_json && !as_csv && i > 0) putchar('\n');
     (as_json ? print_json : as_csv ? print_csv : print_text)(document, pages);

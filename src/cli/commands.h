@@ -25,6 +25,7 @@ extern const Command keywords_command;
 extern const Command repair_command;
 extern const Command info_command;
 extern const Command check_command;
+extern const Command compare_command;
 extern const Command extract_command;
 extern const Command render_command;
 extern const Command completion_table_command;

@@ -20,13 +20,9 @@ namespace {
 [[gnu::used]] const char SCCS_ID[] = "@(#)|main|9|01|1|0|0|11/22/26|21:30:00";
 
 constexpr const Command *COMMANDS[] = {
-    &info_command,     &check_command,
-    &create_command,   &append_command,
-    &insert_command,   &include_command,
-    &extract_command,  &render_command,
-    &merge_command,    &split_command,
-    &convert_command,  &repair_command,
-    &keywords_command, &completion_table_command,
+    &info_command,   &check_command,   &compare_command, &create_command,   &append_command,
+    &insert_command, &include_command, &extract_command, &render_command,   &merge_command,
+    &split_command,  &convert_command, &repair_command,  &keywords_command, &completion_table_command,
 };
 
 // Reports why the parser rejects the command line. It misses an operand before it finds an unknown word, although the

@@ -1,6 +1,9 @@
 // Lines to record and back, through the codec core: every page from a fresh state.
 #include "document/page_coding.h"
 
+#include <nettle/base16.h>
+#include <nettle/sha2.h>
+
 #include <algorithm>
 
 #include "formats/fax_lines.h"
@@ -173,6 +176,19 @@ Status count_lines(const char *name, int32_t number, std::span<const uint8_t> re
   const Status status = decode(name, number, record, coding, {page, false});
   page.lines.clear();
   return status;
+}
+
+std::string page_checksum(const DecodedPage &page) {
+  const std::string head = "P4\n" + std::to_string(FAX_WIDTH) + " " + std::to_string(page.count) + "\n";
+  sha256_ctx state;
+  sha256_init(&state);
+  sha256_update(&state, head.size(), reinterpret_cast<const uint8_t *>(head.data()));
+  sha256_update(&state, page.lines.size(), page.lines.data());
+  uint8_t digest[SHA256_DIGEST_SIZE];
+  sha256_digest(&state, sizeof digest, digest);
+  char text[BASE16_ENCODE_LENGTH(SHA256_DIGEST_SIZE)];
+  base16_encode_update(text, sizeof digest, digest);
+  return {text, sizeof text};
 }
 
 const char *damage_text(Damage kind) {

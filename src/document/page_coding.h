@@ -58,6 +58,10 @@ Status decode_page(const char *name, int32_t number, std::span<const uint8_t> re
 Status count_lines(const char *name, int32_t number, std::span<const uint8_t> record, int32_t coding,
                    DecodedPage &page);
 
+/// The SHA-256 of a decoded page as a packed PBM file, in hexadecimal: the same for every coding, and that of
+/// `extract -f pbm`.
+std::string page_checksum(const DecodedPage &page);
+
 /// Describes a kind of damage, for messages.
 const char *damage_text(Damage kind);
 

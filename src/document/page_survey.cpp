@@ -21,23 +21,28 @@ struct PageInWork {
   Status status = DONE;
 };
 
-// Finds a page and reads its record.
-void find_page(const FaxDocument &document, PageInWork &page) {
+// Finds a page, and reads its record if that is needed.
+void find_page(const FaxDocument &document, PageInWork &page, Survey depth) {
   PageFacts &facts = page.facts;
-  const Status read = read_fax_page(document, facts.page, page.found);
+  Status read = locate_page(document, facts.page, page.found);
+  const PageRecord *place = page.found.place;
+  if (read == DONE && (depth != Survey::headers || !place)) read = read_fax_page(document, facts.page, page.found);
   facts.source = input_name(page.found.source);
   facts.source_page = page.found.source_page;
   facts.coding = page.found.coding;
-  facts.bytes = std::ssize(page.found.record);
+  facts.bytes = depth == Survey::headers && place ? place->length : std::ssize(page.found.record);
   facts.readable = read == DONE;
   if (read != DONE) page.status = DAMAGED;
 }
 
-void decode_found(const FaxDocument &document, PageInWork &page) {
+void decode_found(const FaxDocument &document, PageInWork &page, Survey depth) {
   PageFacts &facts = page.facts;
-  if (!facts.readable) return;
+  if (!facts.readable || depth == Survey::headers) return;
   DecodedPage decoded;
-  const Status status = count_lines(document.name(), facts.page, page.found.record, page.found.coding, decoded);
+  const auto decode = depth == Survey::checksums ? decode_page : count_lines;
+  const Status status = decode(document.name(), facts.page, page.found.record, page.found.coding, decoded);
+  facts.decoded = true;
+  if (depth == Survey::checksums && status != FAILED) facts.checksum = page_checksum(decoded);
   facts.lines = decoded.coded_lines();
   facts.damaged_lines = decoded.damaged_lines();
   facts.damage = std::move(decoded.damage);
@@ -45,7 +50,7 @@ void decode_found(const FaxDocument &document, PageInWork &page) {
 }
 
 // Finds a page, or the stretch of missing pages that begins with it.
-void begin_page(const FaxDocument &document, const std::vector<MissingPages> &missing, PageInWork &page) {
+void begin_page(const FaxDocument &document, const std::vector<MissingPages> &missing, Survey depth, PageInWork &page) {
   PageFacts &facts = page.facts;
   const HoldDiagnostics hold(page.diagnostics);
   if (const MissingPages *stretch = missing_at(missing, facts.page)) {
@@ -55,7 +60,7 @@ void begin_page(const FaxDocument &document, const std::vector<MissingPages> &mi
     page.status = report_missing(document, *stretch);
   } else {
     facts.last_page = facts.page;
-    find_page(document, page);
+    find_page(document, page, depth);
   }
 }
 
@@ -65,7 +70,7 @@ int32_t readable_pages(const FaxDocument &document) {
   return document.inclusions_usable ? document.page_count() : document.record_count();
 }
 
-Status survey_pages(const FaxDocument &document, std::vector<PageFacts> &pages) {
+Status survey_pages(const FaxDocument &document, std::vector<PageFacts> &pages, Survey depth) {
   const int32_t count = readable_pages(document);
   Progress progress("pages", count);
   Status status = report_lost_bytes(document);
@@ -76,11 +81,11 @@ Status survey_pages(const FaxDocument &document, std::vector<PageFacts> &pages) 
     if (next <= count && work.has_room()) {
       PageInWork &page = *under_way.emplace_back(std::make_unique<PageInWork>());
       page.facts.page = next;
-      begin_page(document, missing, page);
+      begin_page(document, missing, depth, page);
       next = page.facts.last_page + 1;
-      work.add([&document, &page] {
+      work.add([&document, &page, depth] {
         const HoldDiagnostics hold(page.diagnostics);
-        decode_found(document, page);
+        decode_found(document, page, depth);
       });
       continue;
     }

@@ -18,15 +18,24 @@ struct PageFacts {
   int32_t coding = 0;       ///< of that file
   bool readable = false;    ///< if not, nothing below is known
   int64_t bytes = 0;        ///< of coded data
+  bool decoded = false;     ///< if not, nothing below is known
   int32_t lines = 0;        ///< coded lines
   int32_t damaged_lines = 0;
   std::vector<LineDamage> damage;
+  std::string checksum;  ///< of the pixels, if wanted
 };
 
-/// Reads and decodes every page, and reports all damage.
+/// How closely pages are looked at.
+enum class Survey {
+  headers,    ///< where they are and how long their records are; nothing is decoded
+  lines,      ///< decoded
+  checksums,  ///< decoded, with the checksum of the pixels
+};
+
+/// Surveys all pages, and reports all damage that is found.
 ///
 /// @return DONE, or DAMAGED after any fault: a damaged line, an unreadable page, a file cut short
-Status survey_pages(const FaxDocument &document, std::vector<PageFacts> &pages);
+Status survey_pages(const FaxDocument &document, std::vector<PageFacts> &pages, Survey depth = Survey::lines);
 
 /// Pages that readers find in the document: its records only if its inclusions are invalid.
 int32_t readable_pages(const FaxDocument &document);
