@@ -150,6 +150,40 @@ TEST_F(Create, PagesWithoutLineEndsAndInJbigAreRead) {
   EXPECT_EQ(run("create cut.fax cut.sff").status, 3);
 }
 
+// Read by tools of libtiff, poppler and ImageMagick.
+TEST_F(Create, HeaderLinesCrossIntoOtherFormatsAndBack) {
+  prepare(
+      "$tool create -k SUBJECT=Grüße -k 'SENDER_NAME=P. N.' -k 'DATE=2026-11-22 10:20:30' page.fax $charts/itu1.tif");
+  const struct {
+    std::string file, tool, expected;
+  } rows[] = {
+      {"page.tif", "tiffinfo page.tif | grep -cE 'ImageDescription: Gr|DateTime: 2026:11:22 10:20:30|Artist: P. N.$'",
+       "3\n"},
+      {"page.pdf",
+       "TZ=UTC pdfinfo -isodates page.pdf | grep -cE '^(Title: *Grüße|Author: *P. N.|CreationDate: "
+       "*2026-11-22T10:20:30.*)$'",
+       "3\n"},
+      {"page.png", "identify -verbose page.png | grep -cE '(Author: P. N.|Creation Time: 2026-11-22 10:20:30)$'",
+       "2\n"},
+  };
+  for (const auto &row : rows) {
+    prepare("$tool extract page.fax " + row.file);
+    EXPECT_EQ(shell(row.tool).out, row.expected) << row.file;
+    prepare("$tool create again.fax " + row.file);
+    const std::string header = parts("again.fax").header;
+    for (const char *line : {"SUBJECT:Grüße\n", "SENDER_NAME:P. N.\n", "DATE:2026-11-22 10:20:30\n"})
+      EXPECT_NE(header.find(line), std::string::npos) << row.file << header;
+    prepare("$tool create --no-metadata again.fax " + row.file);
+    EXPECT_EQ(parts("again.fax").header, "#PAGES:1\nRESOLUTION:1\nCOMPRESSION:3\n");
+  }
+  prepare("tiffset -s 34910 75 page.tif && tiffset -s 270 '+44 20' page.tif && $tool create spool.fax page.tif");
+  EXPECT_NE(parts("spool.fax").header.find("\nSENDER_FAX#:+44 20\n"), std::string::npos);
+  EXPECT_NE(parts("spool.fax").header.find("\nKEYWORDS:received-in=75 s\n"), std::string::npos);
+  prepare("printf click | dd of=page.fax bs=1 seek=9000 conv=notrunc status=none");
+  shell("$tool extract page.fax bad.tif");
+  EXPECT_EQ(shell("tiffinfo bad.tif | grep -c '^  Bad Fax Lines: 1$'").out, "1\n");
+}
+
 // ImageMagick turns the page upright.
 TEST_F(Create, TiffPagesAreUprightAndThumbnailsAreNoPages) {
   prepare("convert $charts/itu1.tif -crop 600x400+100+200 +repage -compress Group4 page.tif");
@@ -159,7 +193,7 @@ TEST_F(Create, TiffPagesAreUprightAndThumbnailsAreNoPages) {
       prepare("convert page.tif " + kind + " turned.tif && tiffset -s 274 " + orientation +
               " turned.tif && convert turned.tif -auto-orient -threshold 50% upright.pbm && "
               "tiffcp turned.tif small.tif both.tif && tiffset -d 1 -s 254 1 both.tif");
-      EXPECT_TRUE(run("create --source-dpi 204x196 - both.tif").out ==
+      EXPECT_TRUE(run("create --no-metadata --source-dpi 204x196 - both.tif").out ==
                   run("create --source-dpi 204x196 - upright.pbm").out)
           << kind << orientation;
     }

@@ -90,7 +90,8 @@ class NewPages {
   NewPages(const FitOptions &fit, int32_t coding, int fd) : fit_(fit), coding_(coding), fd_(fd), progress_("pages") {}
 
   // @param count  of pages so far
-  Status code_file(const std::string &file, const SourceOptions &source, int32_t &count) {
+  // @param header  receives what the first page of all brings along
+  Status code_file(const std::string &file, const SourceOptions &source, int32_t &count, HeaderValues &header) {
     const int32_t before = count;
     Diagnostics held;  // what the reader reports before it gives the next page
     Status status;
@@ -98,6 +99,7 @@ class NewPages {
       const HoldDiagnostics hold(held);
       status = read_pages(file, source, [&](SourcePicture &&picture) {
         if (++count > MOST_RECORDS) return failure("more than %d pages in one file", MOST_RECORDS);
+        if (count == 1) header = std::move(picture.header);
         auto page = std::make_shared<NewPage>(NewPage{input_name(file), count - before, std::move(picture), {}, {}});
         page->diagnostics.swap(held);
         return add(page);
@@ -187,14 +189,15 @@ void declare_page_input(Usage &usage, PageInput &input) {
       .needs(raw);
 }
 
-Status code_pages(const PageInput &input, int32_t coding, int32_t resolution, int fd, int32_t &count) {
+Status code_pages(const PageInput &input, int32_t coding, int32_t resolution, int fd, int32_t &count,
+                  HeaderValues &header) {
   SourceOptions source = input.source;
   source.fit.resolution = resolution;
   NewPages coder(source.fit, coding, fd);
   Status status = DONE;
   count = 0;
   for (const std::string &file : input.files) {
-    status = worse(status, coder.code_file(file, source, count));
+    status = worse(status, coder.code_file(file, source, count, header));
     if (status == FAILED) return FAILED;
   }
   return count > 0 ? status : failure("the input contains no pages");
@@ -210,7 +213,8 @@ Status insert_pages(const std::string &path, int32_t place, const PageInput &inp
   const Descriptor spool = open_spool(output.fd());
   if (!spool) return system_failure(output.name());
   int32_t new_pages = 0;
-  const Status read = code_pages(input, document.coding, written_resolution(document), spool.get(), new_pages);
+  HeaderValues ignored;
+  const Status read = code_pages(input, document.coding, written_resolution(document), spool.get(), new_pages, ignored);
   if (read == FAILED || shift_inclusions(document, place, new_pages) != DONE ||
       set_page_counts(document.name(), document.lines, document.record_count() + new_pages) != DONE)
     return FAILED;

@@ -22,8 +22,10 @@ void declare_page_input(Usage &usage, PageInput &input);
 ///
 /// @param resolution  vertical resolution code, 0 or 1
 /// @param count       receives the number of pages
+/// @param header      receives what the first file says about itself
 /// @return DONE; DAMAGED; or FAILED, also if there is no page at all
-Status code_pages(const PageInput &input, int32_t coding, int32_t resolution, int fd, int32_t &count);
+Status code_pages(const PageInput &input, int32_t coding, int32_t resolution, int fd, int32_t &count,
+                  HeaderValues &header);
 
 /// Adds pages to a fax file, in its coding and resolution, before page record `place`; 0 is after the last. Inclusions
 /// stay before the pages that they preceded. The file is replaced as a whole or left untouched.

@@ -25,7 +25,7 @@ PageInput input;
 int32_t coding = COMP_MMR;
 int32_t resolution = 1;
 std::vector<std::string> keywords;
-bool force;
+bool force, no_metadata;
 
 void declare(Usage &usage) {
   usage.add_option("OUT", out, "the new fax file; - is standard output").required();
@@ -33,6 +33,7 @@ void declare(Usage &usage) {
   add_coding(usage, "--coding", coding, "how pages are coded");
   add_resolution(usage, resolution, "98 or 196 lines per inch");
   add_force(usage, force, "replace OUT even if it is not a fax file");
+  usage.add_flag("--no-metadata", no_metadata, "take no header lines from tags and texts of the first file");
   usage.add_option("-k,--keyword", keywords, "add a header line; may be repeated")
       .type_name("NAME=VALUE")
       .one_word_each();
@@ -69,10 +70,14 @@ Status run() {
   const Descriptor spool = open_spool(output.fd());
   if (!spool) return system_failure(output.name());
   int32_t pages = 0;
-  const Status read = code_pages(input, coding, resolution, spool.get(), pages);
+  HeaderValues found;
+  const Status read = code_pages(input, coding, resolution, spool.get(), pages, found);
   if (read == FAILED) return FAILED;
 
   HeaderLines lines = leading_lines(pages, resolution, coding);
+  for (const auto &[name, value] : found) {
+    if (!no_metadata && !find_header_value(wanted, name.c_str())) set_header_value(lines, name.c_str(), value);
+  }
   lines.insert(lines.end(), wanted.begin(), wanted.end());
   const RecordRange all[] = {{spool.get(), 0, file_size(spool.get())}};
   if (check_header(output.name(), lines) != DONE || write_fax(output, lines, all) != DONE || output.commit() != DONE)

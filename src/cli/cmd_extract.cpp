@@ -1,5 +1,6 @@
 // tolvane-fax extract: writes pages of a fax file in other formats. Pages are written as pixels, at their own
 // resolution. An unreadable page is reported and skipped.
+#include <algorithm>
 #include <cmath>
 #include <cstring>
 #include <deque>
@@ -8,6 +9,7 @@
 #include "cli/commands.h"
 #include "cli/options.h"
 #include "cli/page_selection.h"
+#include "document/fax_composition.h"
 #include "document/page_coding.h"
 #include "document/page_sources.h"
 #include "document/page_survey.h"
@@ -26,7 +28,7 @@ std::string out;
 std::string selection;
 std::string format_name;
 TiffCoding tiff_coding = TiffCoding::g4;
-bool square;
+bool square, no_metadata;
 
 void declare(Usage &usage) {
   usage.add_option("FILE", file, "the fax file; - is standard input").required();
@@ -41,6 +43,24 @@ void declare(Usage &usage) {
   add_choice<TiffCoding>(usage, "--coding", tiff_coding, {{"g4", TiffCoding::g4}, {"g3", TiffCoding::g3}},
                          "how pages are coded in TIFF");
   usage.add_flag("--square", square, "repeat lines to make pixels square, for text recognition");
+  usage.add_flag("--no-metadata", no_metadata, "write no tags and texts from header lines and damage");
+}
+
+// The header lines, and the damage of the page.
+void add_metadata(const FaxDocument &document, const DecodedPage &decoded, PagePicture &picture) {
+  for (const std::string &line : document.lines) {
+    const size_t colon = line.find(':');
+    if (colon != std::string::npos && !is_structural(line))
+      add_header_value(picture.header, line.substr(0, colon).c_str(), line.substr(colon + 1));
+  }
+  int32_t last = -1, in_a_row = 0;
+  for (const LineDamage &damage : decoded.damage) {
+    if (damage.line == last) continue;
+    in_a_row = damage.line == last + 1 ? in_a_row + 1 : 1;
+    last = damage.line;
+    ++picture.bad_lines;
+    picture.consecutive_bad_lines = std::max(picture.consecutive_bad_lines, in_a_row);
+  }
 }
 
 // Repeats or drops lines so that there are as many per inch as pixels.
@@ -73,6 +93,7 @@ Status make_picture(const FaxDocument &document, const PictureFormat &format, Pa
   if (status == FAILED) return FAILED;
   if (decoded.count == 0) return failure("%s: page %d has no lines: skipped", document.name(), page.number);
   page.picture = {FAX_WIDTH, decoded.count, FAX_X_DPI, lines_per_inch(page.found.resolution), std::move(decoded.lines)};
+  if (!no_metadata) add_metadata(document, decoded, page.picture);
   if (square) make_square(page.picture);
   if (format.encode) page.picture.code = format.encode(page.picture, tiff_coding);
   return status;

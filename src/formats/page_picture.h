@@ -5,6 +5,8 @@
 #include <cstdint>
 #include <vector>
 
+#include "formats/metadata.h"
+
 namespace tolvane {
 
 /// A black and white picture.
@@ -15,6 +17,9 @@ struct PagePicture {
   double y_dpi = 0;
   std::vector<uint8_t> rows = {};  ///< (width + 7) / 8 bytes a row; pixel 0 is bit 7 of byte 0, 1 is black
   std::vector<uint8_t> code = {};  ///< of the rows, in a format that encodes them
+  HeaderValues header = {};        ///< values that the format may have a place for
+  int32_t bad_lines = 0;           ///< damaged lines, and the most of them in a row
+  int32_t consecutive_bad_lines = 0;
 
   size_t row_bytes() const { return (static_cast<size_t>(width) + 7) / 8; }
 };

@@ -8,6 +8,7 @@
 #include <climits>
 #include <cmath>
 #include <memory>
+#include <utility>
 
 #include "formats/page_readers.h"
 
@@ -38,15 +39,32 @@ double seen_width(const poppler::page &page, double &height) {
   return on_side ? box.height() : box.width();
 }
 
+std::string utf8(const poppler::ustring &text) {
+  const poppler::byte_array bytes = text.to_utf8();
+  return {bytes.begin(), bytes.end()};
+}
+
+HeaderValues metadata_of(const poppler::document &document) {
+  HeaderValues values;
+  for (const TextName &row : TEXT_NAMES) {
+    if (row.pdf) add_header_value(values, row.keyword, utf8(document.info_key(row.pdf + 1)));
+  }
+  const time_t made = document.info_date_t("CreationDate");
+  std::tm date;
+  if (made != static_cast<time_t>(-1) && gmtime_r(&made, &date))
+    add_header_value(values, "DATE", format_date(date, "%Y-%m-%d %H:%M:%S"));
+  return values;
+}
+
 Status render(const PictureFile &file, const poppler::page &source, int32_t number, const FitOptions &fit,
-              const page_sink &sink) {
+              HeaderValues &&header, const page_sink &sink) {
   double height = 0;
   const double width = seen_width(source, height);
   const double natural = width * FAX_X_DPI / POINT;
   const bool to_width = fit.fit == FIT_SCALE || (fit.fit == FIT_CENTER && natural > FAX_WIDTH);
   const double enlarged = to_width ? FAX_WIDTH / natural : 1;
   const double x_dpi = FAX_X_DPI * enlarged, y_dpi = lines_per_inch(fit.resolution) * enlarged;
-  SourcePicture page = {0, 0, x_dpi, y_dpi};
+  SourcePicture page = {0, 0, x_dpi, y_dpi, {}, {}, std::move(header)};
   const double pixels = std::ceil(natural * enlarged), lines = std::ceil(height * y_dpi / POINT);
   // Also false for NaN.
   if (!(pixels >= 1 && pixels <= WIDEST_PICTURE && lines >= 1 && lines <= LONGEST_PAGE))
@@ -80,8 +98,9 @@ Status read_pdf(const PictureFile &file, const SourceOptions &options, const pag
   Status status = DONE;
   for (int i = 0; i < document->pages() && (status != FAILED || options.keep_going); ++i) {
     const std::unique_ptr<poppler::page> page(document->create_page(i));
-    status = worse(status, page ? render(file, *page, i + 1, options.fit, sink)
-                                : failure("%s: page %d cannot be read", file.name, i + 1));
+    status = worse(
+        status, page ? render(file, *page, i + 1, options.fit, i == 0 ? metadata_of(*document) : HeaderValues(), sink)
+                     : failure("%s: page %d cannot be read", file.name, i + 1));
   }
   return worse(status, log.status);
 }

@@ -1,5 +1,5 @@
-// PNG through libpng's simplified reader, which does not report the pixel density: the chunk that contains it is found
-// here.
+// PNG through libpng's reader of whole pictures in memory. That reader tells neither the pixel density nor the texts,
+// so their chunks are looked up here.
 #include <png.h>
 
 #include <algorithm>
@@ -19,8 +19,24 @@ uint32_t word(const uint8_t *bytes) {
   return uint32_t{bytes[0]} << 24 | uint32_t{bytes[1]} << 16 | uint32_t{bytes[2]} << 8 | bytes[3];
 }
 
-// Sets the page's resolution from the chunk pHYs: pixels a metre, across and down, and the unit 1 for metres.
-void find_density(std::span<const uint8_t> bytes, SourcePicture &page) {
+// Adds the text of a chunk tEXt, or of an iTXt that is not compressed.
+void take_text(std::string_view kind, std::string_view data, HeaderValues &values) {
+  const std::string name(data.substr(0, data.find('\0')));
+  std::string_view text = data.substr(std::min(name.size() + 1, data.size()));
+  if (kind == "iTXt") {
+    if (text.size() < 2 || text[0] != 0) return;
+    text.remove_prefix(2);
+    for (int i = 0; i < 2; ++i)  // the language, and the name in it
+      text.remove_prefix(text.find('\0') == text.npos ? text.size() : text.find('\0') + 1);
+  }
+  for (const TextName &row : TEXT_NAMES) {
+    if (name == row.png) add_header_value(values, row.keyword, std::string(text));
+  }
+}
+
+// Looks through the chunks before the pixels: pHYs is the resolution, in pixels per metre across and down if its unit
+// is 1, and texts are values of the header.
+void read_chunks(std::span<const uint8_t> bytes, SourcePicture &page) {
   for (size_t at = SIGNATURE; at + CHUNK_HEAD + CHUNK_CHECK <= bytes.size();) {
     const uint32_t length = word(&bytes[at]);
     const std::string_view kind(reinterpret_cast<const char *>(&bytes[at + 4]), 4);
@@ -29,7 +45,8 @@ void find_density(std::span<const uint8_t> bytes, SourcePicture &page) {
     if (kind == "pHYs" && length == 9 && data[8] == 1) {
       page.x_dpi = word(data) * INCH;
       page.y_dpi = word(data + 4) * INCH;
-      return;
+    } else if (kind == "tEXt" || kind == "iTXt") {
+      take_text(kind, {reinterpret_cast<const char *>(data), length}, page.header);
     }
     at += CHUNK_HEAD + length + CHUNK_CHECK;
   }
@@ -56,7 +73,7 @@ Status read_png(const PictureFile &file, const SourceOptions &, const page_sink 
   page.grey.resize(PNG_IMAGE_SIZE(image));
   constexpr png_color WHITE = {255, 255, 255};
   if (!png_image_finish_read(&image, &WHITE, page.grey.data(), 0, nullptr)) return broken();
-  find_density(file.bytes, page);
+  read_chunks(file.bytes, page);
   return sink(std::move(page));
 }
 

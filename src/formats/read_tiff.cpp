@@ -34,6 +34,39 @@ void find_density(TIFF *tiff, SourcePicture &page) {
   page.y_dpi = y * per_inch;
 }
 
+std::string text_tag(TIFF *tiff, uint32_t tag) {
+  const char *text = nullptr;
+  return TIFFGetField(tiff, tag, &text) && text ? text : "";
+}
+
+// The tags of documents (TIFF 6.0, class F) and of fax servers. A spool file, which has the time of reception,
+// describes itself by the sender's number.
+HeaderValues metadata_of(TIFF *tiff) {
+  HeaderValues values;
+  uint32_t seconds = 0, parameters = 0, bad_lines = 0;
+  const bool received = TIFFGetField(tiff, TIFFTAG_FAXRECVTIME, &seconds);
+  add_header_value(values, received ? "SENDER_FAX#" : "SUBJECT", text_tag(tiff, TIFFTAG_IMAGEDESCRIPTION));
+  add_header_value(values, "SENDER_NAME", text_tag(tiff, TIFFTAG_ARTIST));
+  std::tm date;
+  if (parse_date(text_tag(tiff, TIFFTAG_DATETIME), date))
+    add_header_value(values, "DATE", format_date(date, "%Y-%m-%d %H:%M:%S"));
+  add_header_value(values, "SENDER_EQUIPMENT", text_tag(tiff, TIFFTAG_MAKE) + " " + text_tag(tiff, TIFFTAG_MODEL));
+  add_header_value(values, "FAX_ID", text_tag(tiff, TIFFTAG_HOSTCOMPUTER));
+
+  std::string facts;
+  const auto add_fact = [&](const std::string &name, const std::string &value) {
+    if (!value.empty()) facts += (facts.empty() ? "" : "; ") + name + "=" + value;
+  };
+  if (received) add_fact("received-in", std::to_string(seconds) + " s");
+  if (TIFFGetField(tiff, TIFFTAG_FAXRECVPARAMS, &parameters)) add_fact("parameters", std::to_string(parameters));
+  add_fact("dcs", text_tag(tiff, TIFFTAG_FAXDCS));
+  add_fact("subaddress", text_tag(tiff, TIFFTAG_FAXSUBADDRESS));
+  if (TIFFGetField(tiff, TIFFTAG_BADFAXLINES, &bad_lines) && bad_lines > 0)
+    add_fact("bad-lines", std::to_string(bad_lines));
+  add_header_value(values, "KEYWORDS", facts);
+  return values;
+}
+
 uint16_t orientation_of(TIFF *tiff) {
   uint16_t orientation = ORIENTATION_TOPLEFT;
   TIFFGetFieldDefaulted(tiff, TIFFTAG_ORIENTATION, &orientation);
@@ -129,7 +162,7 @@ bool read_without_eols(TIFF *tiff, bool read, TiffLog &log, SourcePicture &page)
   for (const int mode : {FAXMODE_NORTC | FAXMODE_NOEOL | FAXMODE_BYTEALIGN, FAXMODE_NORTC | FAXMODE_NOEOL}) {
     TiffLog found;
     const TiffHandle lines = open_tiff(memory.get(), "page", "r", found);
-    SourcePicture other = {page.width, page.height, page.x_dpi, page.y_dpi};
+    SourcePicture other = {page.width, page.height, page.x_dpi, page.y_dpi, {}, {}, page.header};
     if (!lines || !TIFFSetField(lines.get(), TIFFTAG_FAXMODE, mode)) continue;
     found.in_pixels = true;
     if (!read_bilevel(lines.get(), found, other) || (read && found.damage.size() >= log.damage.size())) continue;
@@ -168,6 +201,7 @@ Status read_tiff_page(TIFF *tiff, const char *name, int32_t number, TiffLog &log
     return FAILED;
   SourcePicture page = {static_cast<int32_t>(width), static_cast<int32_t>(height)};
   find_density(tiff, page);
+  if (number == 1) page.header = metadata_of(tiff);
   log.error = "no picture";
   log.damage.clear();
   log.in_pixels = true;

@@ -5,6 +5,8 @@
 #include <cstdint>
 #include <vector>
 
+#include "formats/metadata.h"
+
 namespace tolvane {
 
 constexpr int32_t FAX_WIDTH = 1728;           ///< pixels of a line
@@ -19,6 +21,8 @@ struct SourcePicture {
   double y_dpi = 0;
   std::vector<uint8_t> grey = {};  ///< one byte per pixel, 0 black to 255 white, no padding
   std::vector<uint8_t> bits = {};  ///< `row_bytes` bytes per row; pixel 0 is bit 7 of byte 0, 1 is black
+
+  HeaderValues header = {};  ///< what the file says about itself; with its first page only
 
   size_t row_bytes() const { return (static_cast<size_t>(width) + 7) / 8; }
 };

@@ -1,7 +1,9 @@
 // PDF: each page is one picture in G4 that fills it. Its size is that of the paper, by the pixels an inch. Pages are
 // written as they come; what is kept of them is where their objects are (ISO 32000-1, 7.5).
+#include <iconv.h>
 #include <stdio.h>
 
+#include <algorithm>
 #include <cmath>
 #include <cstdarg>
 #include <string>
@@ -36,12 +38,43 @@ double paper_size(int32_t pixels, double dpi) {
   return std::floor(pixels / dpi * POINTS * 1e4) / 1e4;
 }
 
+// A text string in hexadecimal: ASCII as it is, and all else in UTF-16 (ISO 32000-1, 7.9.2.2). What is not UTF-8 stays.
+std::string text_string(const std::string &text) {
+  std::string bytes = text;
+  const bool ascii = std::all_of(text.begin(), text.end(), [](char c) { return static_cast<signed char>(c) >= 0; });
+  if (iconv_t converter = ascii ? nullptr : iconv_open("UTF-16BE", "UTF-8"); converter) {
+    std::string wide(2 * text.size(), '\0');
+    char *from = const_cast<char *>(text.data()), *to = wide.data();
+    size_t left = text.size(), room = wide.size();
+    if (iconv(converter, &from, &left, &to, &room) != static_cast<size_t>(-1))
+      bytes = "\xFE\xFF" + wide.substr(0, wide.size() - room);
+    iconv_close(converter);
+  }
+  std::string hexadecimal;
+  for (const char byte : bytes) hexadecimal += formatted("%02X", static_cast<unsigned>(static_cast<uint8_t>(byte)));
+  return "<" + hexadecimal + ">";
+}
+
+// The information of the document; empty if nothing is known.
+std::string information(const HeaderValues &header) {
+  std::string keys;
+  for (const TextName &row : TEXT_NAMES) {
+    const std::string value = header_value(header, row.keyword);
+    if (row.pdf && !value.empty()) keys += std::string(row.pdf) + " " + text_string(value) + " ";
+  }
+  std::tm date;
+  if (parse_date(header_value(header, "DATE"), date))
+    keys += "/CreationDate " + text_string(format_date(date, "D:%Y%m%d%H%M%S")) + " ";
+  return keys.empty() ? "" : "<< " + keys + ">>";
+}
+
 // The file as far as it is written, and what its end needs to know.
 class PdfFile {
  public:
   explicit PdfFile(int fd) : fd_(fd) { put("%PDF-1.4\n%\xE2\xE3\xCF\xD3\n"); }
 
   bool add_page(const PagePicture &picture) {
+    if (pages_ == 0) information_ = information(picture.header);
     const size_t first = PAGE_OBJECTS * pages_++;
     const double width = paper_size(picture.width, picture.x_dpi), height = paper_size(picture.height, picture.y_dpi);
     put_object(PAGE + first, formatted("<< /Type /Page /Parent %zu 0 R /MediaBox [ 0 0 %.4f %.4f ] /Contents %zu 0 R "
@@ -61,12 +94,15 @@ class PdfFile {
     for (size_t page = 0; page < pages_; ++page) kids += std::to_string(PAGE + PAGE_OBJECTS * page) + " 0 R ";
     put_object(PAGES, "<< /Type /Pages /Count " + std::to_string(pages_) + " /Kids [ " + kids + "] >>");
     put_object(CATALOG, formatted("<< /Type /Catalog /Pages %zu 0 R >>", PAGES));
+    const size_t last = PAGE + PAGE_OBJECTS * pages_;
+    if (!information_.empty()) put_object(last, information_);
     const int64_t table = written_ + std::ssize(text_);
     put("xref\n0 " + std::to_string(offsets_.size()) + "\n0000000000 65535 f \n");
     for (size_t i = 1; i < offsets_.size(); ++i)
       put(formatted("%010lld 00000 n \n", static_cast<long long>(offsets_[i])));
-    put(formatted("trailer\n<< /Size %zu /Root %zu 0 R >>\nstartxref\n%lld\n%%%%EOF\n", offsets_.size(), CATALOG,
-                  static_cast<long long>(table)));
+    const std::string known = information_.empty() ? "" : formatted("/Info %zu 0 R ", last);
+    put(formatted("trailer\n<< /Size %zu /Root %zu 0 R %s>>\nstartxref\n%lld\n%%%%EOF\n", offsets_.size(), CATALOG,
+                  known.c_str(), static_cast<long long>(table)));
     return send();
   }
 
@@ -92,7 +128,8 @@ class PdfFile {
   }
 
   int fd_;
-  std::string text_;  // not written yet
+  std::string text_;         // not written yet
+  std::string information_;  // of the document
   int64_t written_ = 0;
   size_t pages_ = 0;
   std::vector<int64_t> offsets_;  // of the objects, by number

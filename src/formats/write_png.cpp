@@ -4,8 +4,11 @@
 #include <stdio.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cmath>
 #include <cstring>
+#include <iterator>
+#include <vector>
 
 #include "formats/page_writers.h"
 #include "io/output_file.h"
@@ -27,12 +30,31 @@ png_uint_32 per_metre(double dpi) {
   return static_cast<png_uint_32>(std::lround(dpi / INCH));
 }
 
+// The texts of a picture. They point into it.
+std::vector<png_text> texts_of(const PagePicture &picture) {
+  std::vector<png_text> texts;
+  for (const std::pair<std::string, std::string> &line : picture.header) {
+    const std::string &value = line.second;
+    const auto *row = std::find_if(std::begin(TEXT_NAMES), std::end(TEXT_NAMES),
+                                   [&](const TextName &each) { return each.png && line.first == each.keyword; });
+    if (row == std::end(TEXT_NAMES)) continue;
+    const bool ascii = std::all_of(value.begin(), value.end(), [](char c) { return static_cast<signed char>(c) > 0; });
+    png_text text = {};
+    text.compression = ascii ? PNG_TEXT_COMPRESSION_NONE : PNG_ITXT_COMPRESSION_NONE;
+    text.key = const_cast<char *>(row->png);
+    text.text = const_cast<char *>(value.c_str());
+    texts.push_back(text);
+  }
+  return texts;
+}
+
 // Writes the picture. False if libpng failed.
-bool write_picture(png_structp png, png_infop info, const PagePicture &picture) {
+bool write_picture(png_structp png, png_infop info, const PagePicture &picture, const std::vector<png_text> &texts) {
   if (setjmp(png_jmpbuf(png))) return false;
   png_set_IHDR(png, info, static_cast<png_uint_32>(picture.width), static_cast<png_uint_32>(picture.height), 1,
                PNG_COLOR_TYPE_GRAY, PNG_INTERLACE_NONE, PNG_COMPRESSION_TYPE_DEFAULT, PNG_FILTER_TYPE_DEFAULT);
   png_set_pHYs(png, info, per_metre(picture.x_dpi), per_metre(picture.y_dpi), PNG_RESOLUTION_METER);
+  if (!texts.empty()) png_set_text(png, info, texts.data(), static_cast<int>(texts.size()));
   png_set_filter(png, PNG_FILTER_TYPE_BASE, PNG_FILTER_NONE);
   png_write_info(png, info);
   png_set_invert_mono(png);  // black is 0 there
@@ -50,11 +72,12 @@ Status write_png(const OutputFile &output, const picture_source &next) {
   std::string message = "out of memory";
   png_structp png = png_create_write_struct(PNG_LIBPNG_VER_STRING, &message, keep_message, no_warning);
   png_infop info = png ? png_create_info_struct(png) : nullptr;
+  const std::vector<png_text> texts = texts_of(picture);
   FILE *stream = info ? fdopen(dup(output.fd()), "w") : nullptr;
   bool written = false;
   if (stream) {
     png_init_io(png, stream);
-    written = write_picture(png, info, picture);
+    written = write_picture(png, info, picture, texts);
     if (fclose(stream) != 0 && written) {
       written = false;
       message = strerror(errno);

@@ -7,11 +7,31 @@ namespace tolvane {
 namespace {
 [[gnu::used]] const char SCCS_ID[] = "@(#)|write_tiff|9|01|1|0|0|11/22/26|21:40:00";
 
+// Writes what is known of a page: the tags of documents (TIFF 6.0, class F).
+void write_metadata(TIFF *tiff, const PagePicture &picture) {
+  constexpr std::pair<uint32_t, const char *> TAGS[] = {{TIFFTAG_IMAGEDESCRIPTION, "SUBJECT"},
+                                                        {TIFFTAG_ARTIST, "SENDER_NAME"},
+                                                        {TIFFTAG_MODEL, "SENDER_EQUIPMENT"},
+                                                        {TIFFTAG_HOSTCOMPUTER, "FAX_ID"}};
+  for (const auto &[tag, keyword] : TAGS) {
+    if (const std::string value = header_value(picture.header, keyword); !value.empty())
+      TIFFSetField(tiff, tag, value.c_str());
+  }
+  std::tm date;
+  if (parse_date(header_value(picture.header, "DATE"), date))
+    TIFFSetField(tiff, TIFFTAG_DATETIME, format_date(date, "%Y:%m:%d %H:%M:%S").c_str());
+  if (picture.bad_lines == 0) return;
+  TIFFSetField(tiff, TIFFTAG_BADFAXLINES, static_cast<uint32_t>(picture.bad_lines));
+  TIFFSetField(tiff, TIFFTAG_CLEANFAXDATA, CLEANFAXDATA_UNCLEAN);
+  TIFFSetField(tiff, TIFFTAG_CONSECUTIVEBADFAXLINES, static_cast<uint32_t>(picture.consecutive_bad_lines));
+}
+
 // Writes a picture as one strip of a new directory.
 bool write_directory(TIFF *tiff, PagePicture &picture, TiffCoding coding, uint16_t page) {
   set_fax_tags(tiff, picture, coding);
   TIFFSetField(tiff, TIFFTAG_PAGENUMBER, page, 0);
   TIFFSetField(tiff, TIFFTAG_SOFTWARE, "tolvane-fax");
+  write_metadata(tiff, picture);
   return TIFFWriteRawStrip(tiff, 0, picture.code.data(), static_cast<tmsize_t>(picture.code.size())) >= 0 &&
          TIFFWriteDirectory(tiff) == 1;
 }

@@ -1,0 +1,53 @@
+// Values are one line of text here: whatever else a format may hold is made one.
+#include "formats/metadata.h"
+
+#include <stdio.h>
+
+#include <algorithm>
+
+namespace tolvane {
+namespace {
+[[gnu::used]] const char SCCS_ID[] = "@(#)|metadata|9|01|1|0|0|11/23/26|06:15:00";
+
+constexpr size_t LONGEST_VALUE = 200;  // bytes: short enough for the fixed fields of header readers
+
+}  // namespace
+
+void add_header_value(HeaderValues &values, const char *keyword, const std::string &text) {
+  std::string value = text.substr(0, text.find('\0'));
+  std::replace_if(
+      value.begin(), value.end(), [](char c) { return static_cast<unsigned char>(c) < ' '; }, ' ');
+  const size_t first = value.find_first_not_of(' ');
+  if (first == std::string::npos || !header_value(values, keyword).empty()) return;
+  size_t end = first + LONGEST_VALUE;
+  while (end < value.size() && (value[end] & 0xC0) == 0x80) --end;  // within a character of UTF-8
+  value = value.substr(first, end - first);
+  value.erase(value.find_last_not_of(' ') + 1);
+  values.emplace_back(keyword, value);
+}
+
+std::string header_value(const HeaderValues &values, const char *keyword) {
+  const auto found = std::find_if(values.begin(), values.end(), [&](const auto &row) { return row.first == keyword; });
+  return found == values.end() ? "" : found->second;
+}
+
+bool parse_date(const std::string &text, std::tm &date) {
+  date = {};
+  char first = 0, second = 0, between = ' ';
+  const int fields = sscanf(text.c_str(), "%4d%c%2d%c%2d%c%2d:%2d:%2d", &date.tm_year, &first, &date.tm_mon, &second,
+                            &date.tm_mday, &between, &date.tm_hour, &date.tm_min, &date.tm_sec);
+  const bool separated = first == second && (first == '-' || first == ':') && (between == ' ' || between == 'T');
+  const bool in_range = date.tm_year >= 1900 && date.tm_mon >= 1 && date.tm_mon <= 12 && date.tm_mday >= 1 &&
+                        date.tm_mday <= 31 && date.tm_hour >= 0 && date.tm_hour < 24 && date.tm_min >= 0 &&
+                        date.tm_min < 60 && date.tm_sec >= 0 && date.tm_sec <= 60;
+  date.tm_year -= 1900;
+  date.tm_mon -= 1;
+  return (fields == 5 || fields >= 8) && separated && in_range;
+}
+
+std::string format_date(const std::tm &date, const char *form) {
+  char text[64];
+  return {text, strftime(text, sizeof text, form, &date)};
+}
+
+}  // namespace tolvane
