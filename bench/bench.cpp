@@ -1,4 +1,4 @@
-// Runs what the other files add, and prints the table of ratios; what is measured stands in those files. The
+// Runs what the other files add, and prints the table of ratios; what is measured is in those files. The
 // repetitions of all benchmarks come mixed, so that a drift of the machine falls on both sides: a time by itself says
 // nothing.
 #include "bench.h"
@@ -39,7 +39,7 @@ class RatioTable : public benchmark::BenchmarkReporter {
 
   void ReportRuns(const std::vector<Run> &runs) override {
     for (const Run &run : runs)
-      if (run.run_type == Run::RT_Iteration) times_[run.run_name.function_name].push_back(run.GetAdjustedRealTime());
+      if (run.run_type == Run::RT_Iteration) times_[run.run_name.function_name].push_back(run.GetAdjustedCPUTime());
   }
 
   void Finalize() override {

@@ -1,7 +1,7 @@
 // What the benchmarks share: the charts, and the comparison of one of our operations with libtiff's in the same run.
 //
 // A file of benchmarks holds one procedure that calls `compare` for each row and chart, and one `Benchmarks` object
-// that names the procedure. Times are never told alone: these machines drift, ratios hardly do.
+// that names the procedure. Times are never printed alone: these machines drift, ratios hardly do.
 #pragma once
 
 #include <functional>

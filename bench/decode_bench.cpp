@@ -25,9 +25,9 @@ struct Coding {
   TiffCoding tiff;
   int32_t comp_type;
 };
-const Coding codings[] = {{"decode MH", 1.0, TiffCoding::g3_1d, tolvane::COMP_MH},
-                          {"decode MR", 1.1, TiffCoding::g3_2d, tolvane::COMP_MR},
-                          {"decode MMR", 0.95, TiffCoding::g4, tolvane::COMP_MMR}};
+const Coding codings[] = {{"decode MH", 0.90, TiffCoding::g3_1d, tolvane::COMP_MH},
+                          {"decode MR", 0.95, TiffCoding::g3_2d, tolvane::COMP_MR},
+                          {"decode MMR", 0.75, TiffCoding::g4, tolvane::COMP_MMR}};
 
 void add() {
   for (const Chart &chart : charts()) pixels.resize(std::max(pixels.size(), chart.picture.pixels.size()));

@@ -57,9 +57,9 @@ struct Coding {
   uint32_t options;
 };
 constexpr Coding codings[] = {
-    {"encode MH", 0.6, tolvane::COMP_MH, COMPRESSION_CCITTFAX3, 0},
-    {"encode MR", 0.6, tolvane::COMP_MR, COMPRESSION_CCITTFAX3, GROUP3OPT_2DENCODING},
-    {"encode MMR", 0.5, tolvane::COMP_MMR, COMPRESSION_CCITTFAX4, 0},
+    {"encode MH", 0.36, tolvane::COMP_MH, COMPRESSION_CCITTFAX3, 0},
+    {"encode MR", 0.35, tolvane::COMP_MR, COMPRESSION_CCITTFAX3, GROUP3OPT_2DENCODING},
+    {"encode MMR", 0.25, tolvane::COMP_MMR, COMPRESSION_CCITTFAX4, 0},
 };
 
 void add() {

@@ -91,7 +91,7 @@ void append(int32_t fd, const std::vector<uint8_t> &page) {
   must(FaxFileAppendEncodedPage(fd, page.data(), static_cast<int32_t>(page.size())), "FaxFileAppendEncodedPage");
 }
 
-// Puts a page in front of page `number`. A page may be written in any number of pieces; here it is one.
+// Puts a page before page `number`. A page may be written in any number of pieces; here it is one.
 void insert(int32_t fd, uint16_t number, const std::vector<uint8_t> &page) {
   FaxPageParams params = {};
   params.size = sizeof params;
@@ -139,7 +139,7 @@ int main(int argc, char **argv) {
   // Keywords first: adding one later moves every page.
   fd = create(path, "2", "A letter of two pages\nand a cover");
   must(FaxFileAddKeyword(fd, FAXFILE_INCLUDE_PAGES, "1"), "INCLUDE_PAGES");
-  must(FaxFileAddKeyword(fd, FAXFILE_INCLUDE, "cover.fax 1 1"), "INCLUDE");  // in front of page 1 comes 1 page
+  must(FaxFileAddKeyword(fd, FAXFILE_INCLUDE, "cover.fax 1 1"), "INCLUDE");  // 1 page before page 1
   append(fd, code(second));
   insert(fd, 1, code(first));
   must(FaxFileClose(fd), "FaxFileClose");

@@ -51,7 +51,7 @@ constexpr Trie run_trie(const RunCodes &codes, int32_t sign) {
   return trie;
 }
 
-// The tree whose root the links of a leaf stand for: a terminating code ends a run, a make-up code does not.
+// The tree whose root gives a leaf its links: a terminating code ends a run, a make-up code does not.
 constexpr const RunTree &tree_after(int32_t value, const RunTree &own, const RunTree &other) {
   if (value == DEC_EOL) return whitetree;
   return value > -64 && value < 64 ? other : own;

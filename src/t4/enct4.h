@@ -1,4 +1,5 @@
-// The encoder: line bitmaps of a page in, MH, MR or MMR (ITU-T T.4 and T.6) out, as words of a stream.
+// The encoder as plain procedures over one state of the process: line bitmaps of a page in, MH, MR or MMR (ITU-T T.4
+// and T.6) out, as words of a stream. The codec core (codec.h) has the same encoder with its state in objects.
 #pragma once
 
 #include <cstdint>
@@ -7,8 +8,8 @@ namespace tolvane {
 
 /// Source of lines, called until it gives a negative value.
 ///
-/// @param lines  receives the address of the first line of a batch; the lines stand next to each other (pixel 0 is
-///               bit 7 of byte 0, 1 is black) and stay the caller's, valid until the next call
+/// @param lines  receives the address of the first line of a batch; the lines are adjacent (pixel 0 is bit 7 of byte 0,
+///               1 is black) and stay the caller's, valid until the next call
 /// @param count  receives the number of lines in the batch, 0 or more
 /// @return bytes per line, the same for every batch of a page; any negative value when there are no more lines
 using getdata_fn = int32_t (*)(const uint8_t **lines, int32_t *count);
@@ -25,14 +26,14 @@ using putdata_fn = int32_t (*)(const uint16_t *words, int32_t count);
 /// neither callback may start another.
 ///
 /// The one-dimensional lines of MH and MR are 1728 pixels wide whatever the input callback says: shorter ones are
-/// filled up with white. No line may hold a run above 2623 pixels.
+/// filled up with white. A run above 2623 pixels has several make-up codes, which no decoder of MH here takes.
 ///
 /// @param comp_type            0 MH, 1 MR, 3 MMR
-/// @param vertical_resolution  code of the resolution, looked at for MR only: 1 (fine) puts one one-dimensional line in
-///                             front of three two-dimensional ones, any other value in front of one (ITU-T T.4, 4.2)
+/// @param vertical_resolution  code of the resolution, looked at for MR only: 1 (fine) puts one one-dimensional line
+///                             before three two-dimensional ones, any other value before one (ITU-T T.4, 4.2)
 /// @return the negative value of `getdata` that ended the input, also if the very last word could not be put out; on
-///         failure before that, the negative result of `putdata`, or 1 for an unknown `comp_type`, a changed line size
-///         or no memory (the last two with a message on standard output)
+///         failure before that, the negative result of `putdata`, or 1 for an unknown `comp_type`, a changed line size,
+///         one above 3999 bytes, or no memory (with a message on standard output, but for the first)
 int32_t encode_g3_fax(getdata_fn getdata, putdata_fn putdata, int32_t comp_type, int32_t vertical_resolution);
 
 /// Codes one page in plain MH, without a choice of coding; result as `encode_g3_fax`. Lines may change their size.

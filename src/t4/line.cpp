@@ -1,4 +1,4 @@
-// The one width that all codings share; the callback types stand in the header, the decoders that use both elsewhere.
+// The one width that all codings share; the callback types are in the header, the decoders that use both elsewhere.
 // The width outlives a page: who sets another one for a decode sets it for all that follow.
 
 #include "t4/line.h"

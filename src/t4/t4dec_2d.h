@@ -1,4 +1,4 @@
-// The two-dimensional decoders, MR and MMR. The form of the data and of the callbacks is told in t4dec.h.
+// The two-dimensional decoders, MR and MMR. The form of the data and of the callbacks is described in t4dec.h.
 #pragma once
 
 #include <cstdint>
