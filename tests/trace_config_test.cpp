@@ -49,6 +49,10 @@ TEST_F(TraceConfig, AnEditedFileSwitchesTheTraceOfARunningProgram) {
     trprintf("%s\n", line);
     EXPECT_EQ(without_times(read_file(dir_.path("work/trace_") + file)), holds) << traces;
   }
+  --now_;
+  edit("./x/y off\n");  // no newer than the one before: not read
+  EXPECT_EQ(open_trace_file("./x/y"), 1);
+  EXPECT_EQ(tr_is_trace_on(), 1);
 }
 
 TEST_F(TraceConfig, FieldsAndTheirDefaults) {

@@ -1,5 +1,5 @@
-// The header of a fax file as a list of attributes, and the two attributes that decoding needs. Changing one line of a
-// file in place is sorbfile's. The list has no object of its own: it is its first record, so nothing here can add to an
+// The header of a fax file as a list of attributes, and the two attributes that decoding needs. One line of a file
+// is changed in sorbfile. The list has no object of its own: it is its first record, so nothing here can add to an
 // empty one.
 #include "faxfile/fax_header.h"
 
@@ -24,7 +24,7 @@ namespace tolvane {
 namespace {
 [[gnu::used]] const char SCCS_ID[] = "@(#)|fax_header|9|01|1|0|0|11/22/26|21:25:00";
 
-// Tells a failure on standard error, then on standard output. A text too long for the buffer is cut between
+// Reports a failure on standard error, then on standard output. A text too long for the buffer is cut between
 // characters and keeps its line feed.
 [[gnu::format(printf, 1, 2)]] void report(const char *format, ...) {
   char text[256];
@@ -113,7 +113,7 @@ class NameIndex {
     }
     size_ = std::bit_ceil(2 * lines + 1);
     slots_.reset(static_cast<FaxHeader **>(calloc(size_, sizeof(FaxHeader *))));
-    return slots_ != nullptr;
+    return static_cast<bool>(slots_);
   }
 
   // The place of a name: its record, or null for the caller to fill.

@@ -1,6 +1,6 @@
 // The header of a fax file in memory: a list of attributes and values, read from an open file and written to a new one.
 //
-// read_fax_header, write_fax_header, new_fax_header and the two set_fax_header_ operations tell a failure on standard
+// read_fax_header, write_fax_header, new_fax_header and the two set_fax_header_ operations report a failure on standard
 // error and again on standard output; the typed accessors on standard output alone.
 #pragma once
 
@@ -9,7 +9,7 @@
 
 namespace tolvane {
 
-/// One attribute of a header. A list is the pointer to its first record and null is no list. An attribute stands in a
+/// One attribute of a header. A list is the pointer to its first record and null is no list. An attribute occurs in a
 /// list once, at the place where it was first set; upper and lower case differ.
 struct FaxHeader {
   char *attr;       ///< name, never empty; owned by the record
@@ -57,13 +57,13 @@ const char *get_fax_header_value(const FaxHeader *list, const char *attr);
 /// @return 1, or -1 with the list as it was
 int set_fax_header_string(FaxHeader *list, const char *text);
 
-/// Sets an attribute of an existing list, behind its last record if it is new.
+/// Sets an attribute of an existing list, after its last record if it is new.
 ///
-/// @return 1, or -1 with the list as it was: null list, empty name, no memory
+/// @return 1, or -1 with the list as it was: null list, null or empty name, no memory
 int set_fax_header_av(FaxHeader *list, const char *attr, const char *value);
 
-/// The VR code of `RESOLUTION`, 0 to 4, or -1 with a warning when it is missing or invalid. White space in front of
-/// the character, and anything behind it, is not looked at.
+/// The VR code of `RESOLUTION`, 0 to 4, or -1 with a warning when it is missing or invalid. White space before
+/// the character, and anything after it, is ignored.
 int32_t get_vertical_resolution(const FaxHeader *list);
 
 /// Sets `RESOLUTION` to the character of a VR code, 0 to 5.

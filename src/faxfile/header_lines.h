@@ -1,5 +1,5 @@
-// The header of a fax file line by line, nothing joined, dropped or searched for by chance: for whoever rewrites a
-// header and must not lose a line of it.
+// The header of a fax file line by line, nothing joined or dropped, and names compared whole: for programs that list a
+// header, or rewrite it and must not lose a line.
 #pragma once
 
 #include <cstdint>
@@ -15,11 +15,11 @@ using HeaderLines = std::vector<std::string>;
 struct Inclusion {
   size_t line;       ///< its index in the header
   std::string name;  ///< file that the pages are in, relative to the directory of this file
-  int32_t at;        ///< page of this file in front of which they come, from 1
+  int32_t at;        ///< page of this file that they come before, from 1
   int32_t count;     ///< how many: pages 1 to `count` of that file
 };
 
-/// Reads the lines of a header, whatever they hold. Text behind the last line feed is a line too.
+/// Reads the lines of a header, whatever they contain. Text after the last line feed is a line too.
 ///
 /// @return a FaxFile code: 0 with the file at its first page record; 10 if it is no fax file, or its header is cut
 ///         short or not closed; 6 if it can't be read

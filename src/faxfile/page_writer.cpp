@@ -218,7 +218,7 @@ int AllocNextPageIO() {
   PageIO **slot = std::find(gPageIOArray, std::end(gPageIOArray), nullptr);
   if (slot == std::end(gPageIOArray)) return 0;
   gCurrentPageIO = *slot = static_cast<PageIO *>(_pcalloc(1, sizeof(PageIO)));
-  return gCurrentPageIO != nullptr;
+  return gCurrentPageIO ? 1 : 0;
 }
 
 int SetCurrentPageIO(int32_t fd) {

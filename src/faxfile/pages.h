@@ -54,7 +54,7 @@ int16_t FaxFileCountDocumentPages(int32_t fd, int32_t *pages);
 /// @param name  out: buffer of INCLUDE_NAME_SIZE bytes
 /// @return 0; 1 if the lines are not usable (header above 10000 bytes or cut short, a line of fewer than three fields,
 /// an
-///         `at` that falls back), with both arguments untouched
+///         `at` that falls), with both arguments unchanged
 int build_inclusion_list(int32_t fd, int32_t *page, char *name);
 
 /// Moves to the first byte of a page record, its length word. The place after the last record is one, too.

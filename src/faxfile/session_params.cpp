@@ -1,5 +1,5 @@
-// Codes of a fax session as characters and back; a family is the row of its characters, by code. What a code means to a
-// page is no business of this module. VR is the one family in which code and digit part: it has no '2'.
+// Codes of a fax session as characters and back; a family is the row of its characters, by code. Only
+// texts are made here. VR is the one family in which code and digit differ: it has no '2'.
 #include "faxfile/session_params.h"
 
 #include <algorithm>

@@ -1,5 +1,5 @@
 // What the fax file library needs of the host: words of any byte order, names by number, unique names. No operation on
-// a whole fax file lives here. Words in a fax file are big-endian on every host; what a caller holds is in host order.
+// a whole fax file is here. Words in a fax file are big-endian on every host, those of a caller in host order.
 #include "faxfile/usorbport.h"
 
 #include <errno.h>

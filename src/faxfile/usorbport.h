@@ -74,18 +74,18 @@ ssize_t readLongFlipped(int32_t fd, uint32_t *value);
 /// @return the length of the name; 0, with nothing copied, if it is above `limit` or there is no such keyword
 int16_t _pgetstring(int16_t keyword, char *buffer, int16_t limit);
 
-/// Makes an empty file of an unpredictable name, "KMW" in front, in the directory of a path, and replaces the path by
-/// its own. Only the caller's user may read and write the file.
+/// Makes an empty file of an unpredictable name that begins with "KMW", in the directory of a path, and replaces the
+/// path by its own. Only the caller's user may read and write the file.
 ///
 /// @param path  in and out: a buffer of 4096 bytes; empty on failure, with errno EEXIST or ENAMETOOLONG if there is no
 ///              such name, another if the directory takes no file
 void getUniqueFileName(char *path);
 
-/// The directory part of a path: what stands before its last `/`, "/" for a path directly under the root, the working
+/// The directory part of a path: what is before its last `/`, "/" for a path directly under the root, the working
 /// directory for a path without `/`.
 ///
-/// @param directory  out: a buffer of 4096 bytes; empty if the working directory can't be had or does not fit
-/// @param path       in and out: cut at its last `/`; untouched if it has none
+/// @param directory  out: a buffer of 4096 bytes; empty if the working directory is not available or does not fit
+/// @param path       in and out: cut at its last `/`; unchanged if it has none
 /// @return `directory`
 char *extractpath(char *directory, char *path);
 

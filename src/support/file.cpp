@@ -1,4 +1,4 @@
-// The files and paths of the family. What a file holds is no business of this module. A path that does not fit its
+// The files and paths of the family, whatever the files contain. A path that does not fit its
 // buffer is refused and never cut: a cut path would name another file. A relative result is made full by the working
 // directory as ks_getcwd kept it, not by the present one.
 #include "support/file.h"
@@ -164,7 +164,7 @@ char *fix_path(char *path) {
 }
 
 namespace {
-// Writes the components that are left of `joined` after "", "." and ".." into `text`; false, told on the trace, if they
+// Writes the components that are left of `joined` after "", "." and ".." into `text`; false, with a trace line, if they
 // climb above the root or there is no memory. Without memory for the split, `text` stays.
 bool clean_components(const char *joined, PathBuffer &text) {
   char **list = nullptr;
@@ -224,7 +224,7 @@ char *mkpath(const char *path) {
 }
 
 namespace {
-// Opens the source of a copy and gets its status; none, told on the trace, if it is no regular file.
+// Opens the source of a copy and gets its status; none, with a trace line, if it is no regular file.
 Descriptor open_source(const char *source, struct stat *status) {
   // O_NONBLOCK: a FIFO without a writer must not hold us; it means nothing to a regular file.
   Descriptor in(open(source, O_RDONLY | O_NONBLOCK | O_CLOEXEC));
@@ -299,7 +299,7 @@ bool replace_target(int in, const char *source, const char *target, const mode_t
 }
 
 // `copy`; with `whole`, a target that is a regular file or missing is replaced whole.
-int copy_file(const char *source, const char *target, bool whole) {
+bool copy_file(const char *source, const char *target, bool whole) {
   PathBuffer inside;
   struct stat old_target = {};
   bool exists = stat(target, &old_target) == 0;
@@ -307,7 +307,7 @@ int copy_file(const char *source, const char *target, bool whole) {
   if (into_directory) {
     if (!join(inside, target, last_component(source))) {
       trprintf("copy: path too large\n");
-      return 0;
+      return false;
     }
     target = inside;
     exists = stat(target, &old_target) == 0;
@@ -315,11 +315,11 @@ int copy_file(const char *source, const char *target, bool whole) {
 
   struct stat status = {};
   const Descriptor in = open_source(source, &status);
-  if (!in) return 0;
+  if (!in) return false;
   if (exists && old_target.st_dev == status.st_dev && old_target.st_ino == status.st_ino) {
     trprintf("copy: \"%s\" and \"%s\" are the same file.\n", source, target);
     errno = EEXIST;
-    return 0;
+    return false;
   }
   const mode_t mode = status.st_mode & 07777;
   const mode_t *new_mode = into_directory && exists ? &mode : nullptr;
@@ -327,12 +327,12 @@ int copy_file(const char *source, const char *target, bool whole) {
     return replace_target(in.get(), source, target, exists ? new_mode : &mode);
   bool made;
   Descriptor out = open_target(target, mode, &made);
-  if (!out) return 0;
-  if (fill_target(in.get(), source, std::move(out), target, new_mode)) return 1;
+  if (!out) return false;
+  if (fill_target(in.get(), source, std::move(out), target, new_mode)) return true;
   const int kept = errno;
   if (made && unlink(target) != 0) trprintf("copy: unlink(\"%s\") failed: %s.\n", target, strerror(errno));
   errno = kept;
-  return 0;
+  return false;
 }
 }  // namespace
 

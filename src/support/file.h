@@ -1,7 +1,7 @@
 // Files and paths: finding a file or program of the family, access checks, copy and move, clean paths.
 //
 // Paths that are new strings come from `malloc`, and the caller releases them with `free`. Yes or no is 1 or 0.
-// Failures are told on the trace (trace.h), never to the user, with errno left as the failing call set it.
+// Failures are reported on the trace (trace.h), not to the user, with errno left as the failing call set it.
 #pragma once
 
 #include <sys/stat.h>
@@ -21,7 +21,7 @@ constexpr size_t PATH_LIMIT = 4096;
 char *find_file(const char *name);
 
 /// Looks for a readable and executable regular file under SORBEXHOME, in the working directory, then in the elements of
-/// PATH in order. An empty element of PATH is skipped: it does not stand for the working directory.
+/// PATH in order. An empty element of PATH is skipped: it does not mean the working directory.
 ///
 /// @return its full path, a new string, or null
 char *find_executable(const char *name);
@@ -65,13 +65,14 @@ char *fix_path(char *path);
 char *mkpath(const char *path);
 
 /// Copies a regular file. A target that is a directory receives the file under its own name, with the mode of the
-/// source; a target that is named directly and exists keeps its mode. A failed copy leaves no target behind, and a copy
-/// of a file onto itself is refused with the file untouched.
+/// source; a target that is named directly and exists keeps its mode. A failed copy removes
+/// the target if it was new. A file is not copied onto itself.
 int copy(const char *source, const char *target);
 
-/// Moves a regular file: by `rename`, or across file systems by `copy` and removal of the source.
+/// Moves a regular file: by `rename`, or across file systems by copying it to a new file that replaces the
+/// target whole, and removing the source.
 ///
-/// @return 1 with the target in place and the source gone, or 0. If only the removal failed, the target stands as well
+/// @return 1 with the target in place and the source gone, or 0. If only the removal failed, both exist
 int ks_move(const char *source, const char *target);
 
 /// `ftruncate` with a trace line on failure: 0, or -1 with errno set.

@@ -1,5 +1,5 @@
-// The way out of every procedure, and whole reads and writes. What a file holds is no business of this module. Closing
-// keeps errno: the handles go out of scope on the failure paths, before the caller has looked at it.
+// Closing on every way out of a procedure, and whole reads and writes. Closing keeps errno: the handles go out of scope
+// on the failure paths, before the caller has read it.
 #include "support/handle.h"
 
 #include <errno.h>

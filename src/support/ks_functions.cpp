@@ -1,6 +1,6 @@
 // The layer itself: it calls the system's functions, and debug_alloc.h leaves it alone. The table search decides
-// whether a block is known; the index in the block is only checked by the report, because sorting the table leaves it
-// behind.
+// whether a block is known; the index in the block is only checked by the report, because sorting the table makes
+// it stale.
 #include "support/ks_functions.h"
 
 #include <errno.h>
@@ -24,7 +24,7 @@ int Max_open_indx = 0;
 namespace {
 [[gnu::used]] const char SCCS_ID[] = "@(#)|ks_functions|9|01|1|0|0|11/22/26|21:45:00";
 
-const char *const ALARM = "\a\n";  // in front of every message on standard error
+const char *const ALARM = "\a\n";  // before every message on standard error
 
 constexpr char GUARD[] = {'z', 'z', 'z', 'z'};
 constexpr size_t HEAD_SIZE = sizeof(int32_t) + sizeof GUARD;  // slot index and leading guard
@@ -55,9 +55,10 @@ void store(Record *(&table)[SLOTS], Record **slot, Record *record, int *highest)
 }
 
 // Once for each table, however often it is found full.
-void tell_full(const char *function, int slots, int *told) {
-  if (!*told) fprintf(stderr, "%sError in %s: all %d records are in use, going on without\n", ALARM, function, slots);
-  *told = 1;
+void report_full(const char *function, int slots, int *reported) {
+  if (!*reported)
+    fprintf(stderr, "%sError in %s: all %d records are in use, going on without\n", ALARM, function, slots);
+  *reported = 1;
 }
 
 // More than 2 GB of live blocks wrap the sum round, and their release wraps it back.
@@ -109,10 +110,10 @@ void *dmalloc(unsigned size, const char *fname, int line) {
   memcpy(user - sizeof GUARD, GUARD, sizeof GUARD);
   memcpy(user + size, GUARD, sizeof GUARD);
 
-  static int told_full = 0;
+  static int reported_full = 0;
   malloc_record **slot = empty_slot(malloc_array);
   if (!slot) {
-    tell_full("dmalloc", MALLOC_SLOTS, &told_full);
+    report_full("dmalloc", MALLOC_SLOTS, &reported_full);
     return user;
   }
   malloc_record *record = new_record<malloc_record>(fname, line);
@@ -183,10 +184,10 @@ void dmalloc_status() {
 
 namespace {
 void enter_open_file(intptr_t handle, const char *path, const char *fname, int line) {
-  static int told_full = 0;
+  static int reported_full = 0;
   open_record **slot = empty_slot(open_array);
   if (!slot) {
-    tell_full("dopen", OPEN_SLOTS, &told_full);
+    report_full("dopen", OPEN_SLOTS, &reported_full);
     return;
   }
   open_record *record = new_record<open_record>(fname, line);
@@ -201,16 +202,16 @@ void enter_open_file(intptr_t handle, const char *path, const char *fname, int l
   store(open_array, slot, record, &Max_open_indx);
 }
 
-// 1 if the file was in the ledger.
-int strike_open_file(intptr_t handle) {
+// Whether the file was in the ledger.
+bool strike_open_file(intptr_t handle) {
   for (open_record *&record : open_array) {
     if (!record || record->handle != handle) continue;
     free(record->path);
     free(record);
     record = nullptr;
-    return 1;
+    return true;
   }
-  return 0;
+  return false;
 }
 }  // namespace
 

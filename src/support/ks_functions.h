@@ -1,8 +1,8 @@
 // A debugging layer over the system's memory and file calls: guard bytes around every block, a table of live blocks, a
 // ledger of open files, and reports of both. debug_alloc.h sends the calls of a source file here.
 //
-// Every operation takes the caller's source file name and line. Misuse is told on standard error and the program goes
-// on. When a table is full, the call still works and is not recorded, with one message on standard error.
+// Every operation takes the caller's source file name and line. Misuse is reported on standard error and the program
+// goes on. When a table is full, the call still works and is not recorded, with one message on standard error.
 #pragma once
 
 #include <sys/types.h>
@@ -47,13 +47,13 @@ extern int Max_open_indx;                          ///< the highest slot of open
 /// @return the block, released with `dfree`, or null with nothing recorded
 void *dmalloc(unsigned size, const char *fname, int line);
 
-/// `realloc`: always a new block, with the old bytes that fit and zeros behind them; the old block goes through
-/// `dfree`, which tells a null or unknown pointer.
+/// `realloc`: always a new block, with the old bytes that fit and zeros after them; the old block goes through
+/// `dfree`, which reports a null or unknown pointer.
 ///
 /// @return the new block, or null with the old block as it was
 void *drealloc(void *pointer, int size, const char *fname, int line);
 
-/// `free`. A damaged block is told and released all the same; a null or unknown pointer is told and left alone.
+/// `free`. A damaged block is reported and freed all the same; a null or unknown pointer is reported and not freed.
 ///
 /// @return 1 if the block was known and intact, else 0
 int dfree(void *pointer, const char *fname, int line);
@@ -74,7 +74,7 @@ FILE *dfopen(const char *path, const char *mode, const char *fname, int line);
 /// @return `fd`
 int denter(int fd, const char *path, const char *fname, int line);
 
-/// The calls of their names; a file that is not in the ledger is told and closed all the same.
+/// The calls of their names; a file that is not in the ledger is reported and closed all the same.
 int dclose(int fd, const char *fname, int line);
 int dfclose(FILE *stream, const char *fname, int line);
 

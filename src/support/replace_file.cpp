@@ -24,7 +24,7 @@ std::string descriptor_path(int fd) {
   return "/proc/self/fd/" + std::to_string(fd);
 }
 
-// The path behind symbolic links, up to a name that is none, there or not.
+// The path that symbolic links lead to, whether it exists or not.
 std::string follow_links(std::string path) {
   char target[PATH_MAX];
   for (int links = 0; links < LINKS_FOLLOWED_MAX; ++links) {

@@ -1,5 +1,5 @@
-// One stamp at a time, split into its fields, and the version line made of it. The stamps themselves stand in the
-// modules. A new stamp replaces the last one even if it cannot be split, so a failed accessor leaves its pieces behind.
+// One stamp at a time, split into its fields, and the version line made of it. The stamps themselves are in the
+// modules. A new stamp replaces the last one even if it cannot be split, so the pieces of a failed one stay.
 #include "support/rev.h"
 
 #include <stdlib.h>

@@ -1,5 +1,5 @@
-// Texts as such: paths and white space have rooms of their own. `split` gives one block, list and pieces together, so a
-// piece must not be freed by itself.
+// Operations on any text; those on paths and white space have modules of their own. `split` gives one block, list and
+// pieces together, so a piece must not be freed by itself.
 #include "support/strlib.h"
 
 #include <errno.h>

@@ -10,7 +10,7 @@ namespace tolvane {
 /// @param pieces  null to count only; otherwise receives a list of the pieces in order, closed by a null pointer. List
 ///                and pieces are one block from `malloc`: the caller releases all of it with a single `free`
 /// @return the number of pieces, which is the number of separators plus 1; -1 with errno EINVAL for a null text; -1
-///         with `*pieces` untouched if there is no memory
+///         with `*pieces` unchanged if there is no memory
 int split(const char *text, char separator, char ***pieces);
 
 /// Replaces each `old_char` of `text` by `new_char`, in place; null is left alone.

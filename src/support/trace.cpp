@@ -1,5 +1,5 @@
 // All that writes to the trace, and the three words that say whether there is one. TRACES is not known here. A line
-// carries its time in front because each call of trprintf is taken for a line: nothing adds or looks for newlines.
+// begins with its time because each call of trprintf counts as a line: nothing adds or looks for newlines.
 #include "support/trace.h"
 
 #include <errno.h>

@@ -1,5 +1,5 @@
-// The output half of the trace log. Library code calls these without looking at anything: without a trace they return
-// at once. Whether there is a trace, and where it goes, is settled in trace_config.h.
+// The output half of the trace log. Library code calls these without a test of its own: without a trace they return
+// at once. trace_config.h decides whether there is a trace, and where it goes.
 #pragma once
 
 #include <cstddef>
@@ -12,17 +12,17 @@ extern int32_t Trace_on;      ///< non-zero: a trace is open
 extern int32_t Trace_toggle;  ///< 0 mutes an open trace without closing it; 1 at first
 extern FILE *Trace_fp;        ///< where the trace goes; may be standard output or standard error
 
-/// Writes the local time "HH:MM:SS " and then the text, as `printf` does, if a trace is active: open, let through and
+/// Writes the local time "HH:MM:SS " and then the text, as `printf` does, if a trace is active: open, not muted, and
 /// with a stream. errno is left as it was.
 [[gnu::format(printf, 1, 2)]] void trprintf(const char *format, ...);
 
 /// The time, then the text as it is; no newline is added.
 void tr_puts(const char *text);
 
-/// Bytes without a time in front.
+/// Bytes without a time before them.
 void tr_write(const void *buffer, size_t count);
 
-/// One byte without a time in front.
+/// One byte without a time before it.
 ///
 /// @return what `fputc` gave, or `ch` when no trace is active
 int tr_putc(int ch);

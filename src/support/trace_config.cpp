@@ -26,7 +26,7 @@ namespace tolvane {
 namespace {
 [[gnu::used]] const char SCCS_ID[] = "@(#)|trace_config|9|01|1|0|0|11/22/26|21:50:00";
 
-int32_t Debug = 0;  // the environment has TRACECONFIG: each step is told on standard output
+int32_t Debug = 0;  // the environment has TRACECONFIG: each step is reported on standard output
 int32_t Initted = 0;
 char Trace_work_dir[PATH_LIMIT];
 char Trace_exec_dir[PATH_LIMIT];
@@ -35,7 +35,7 @@ char Trace_config_filename[PATH_LIMIT];  // the TRACES found last
 char last_config[PATH_LIMIT];            // the TRACES read last
 int32_t last_update = 0;                 // its modification time then
 
-// The fields of a line of TRACES behind the program.
+// The fields of a line of TRACES after the program.
 struct TraceLine {
   char on_off[TRACE_FIELD_SIZE];
   char output[TRACE_OUTPUT_SIZE];
@@ -69,8 +69,8 @@ int tr_close() {
 }
 
 namespace {
-// The working directory may be anybody's. What lies there counts if it is the user's or root's, and nobody else's to
-// write.
+// The working directory may belong to anybody. A file there counts if it is the user's or root's, and others may not
+// write it.
 bool is_trusted(const struct stat &status) {
   return S_ISREG(status.st_mode) && (status.st_uid == geteuid() || status.st_uid == 0) && !(status.st_mode & S_IWOTH);
 }
@@ -137,7 +137,7 @@ void set_field(char *field, size_t size, std::string_view word, const char *fall
     copy_text(field, std::min(size, word.size() + 1), word.data());
 }
 
-// Reads on to the first line of the program and gives what stands behind its name in `rest`, which points into `line`.
+// Reads on to the first line of the program and gives what follows its name in `rest`, which points into `line`.
 bool find_program_line(FILE *file, const char *name, LineBuffer &line, std::string_view *rest) {
   while (read_line(file, line)) {
     if (strlen(line) < 2 || *line == '#') continue;

@@ -30,7 +30,7 @@ int tr_init(const char *exec_dir, const char *work_dir);
 /// @return 1
 int tr_close();
 
-/// Opens, redirects, keeps or closes the trace as TRACES says now for the program `name`, which may hold a path.
+/// Opens, redirects, keeps or closes the trace as TRACES says now for the program `name`, which may be a path.
 ///
 /// Without TRACES or a line for the program there is no trace and that is no failure. TRACES that has not changed since
 /// it was last read leaves everything as it is.
@@ -46,12 +46,12 @@ constexpr int TRACE_OUTPUT_SIZE = 256;
 /// Reads the line of TRACES for the program `name`, if the file has changed since it was last read.
 ///
 /// @param on_off, mode, fifth  buffers of TRACE_FIELD_SIZE bytes, filled on result 0; longer fields are cut
-/// @param output               a buffer of TRACE_OUTPUT_SIZE bytes, likewise
-/// @return 0 a line was found; 1 no TRACES to be had; 2 no line for this program; 3 not changed
+/// @param output               a buffer of TRACE_OUTPUT_SIZE bytes, filled and cut in the same way
+/// @return 0 a line was found; 1 no TRACES; 2 no line for this program; 3 not changed
 int check_trace_config_file(const char *name, char *on_off, char *output, char *mode, char *fifth);
 
 /// Finds TRACES: under the directory of the environment variable SORBEXHOME, in the directory of the program, or in the
-/// working directory, the first that is there.
+/// working directory, the first that exists.
 ///
 /// @param path    a buffer of 4096 bytes for its name
 /// @param status  receives its status

@@ -1,5 +1,5 @@
-// File names made by rule. Finding, copying and moving what has a name is file's. Only the name is made, not a file of
-// it: two processes that ask at the same time can be given the same one.
+// File names made by rule. Files are found, copied and moved in file.cpp. Only the name is made, not the file: two
+// processes that ask at the same time can get the same one.
 #include "support/unique_name.h"
 
 #include <errno.h>
@@ -64,7 +64,7 @@ constexpr int32_t COUNTER_WRAP = 17573;  // not 17576, which is 26 to the third:
 
 char last_root[16];
 
-// The path of the counter file is held to the 50 bytes of its name's field; a longer one is told and goes without.
+// The path of the counter file is at most 50 bytes long; a longer one is reported, and there is no counter.
 struct CounterPath {
   char text[50];
   bool fits;
@@ -78,7 +78,7 @@ CounterPath counter_path() {
   return path;
 }
 
-// Takes the next number out of the counter file, which is gone then; 0 if there is none to be had.
+// Takes the next number out of the counter file, which is gone then; 0 if there is none.
 int32_t take_counter(const char *path) {
   struct stat status;
   if (stat(path, &status) != 0 && errno == ENOENT) return 0;
@@ -111,10 +111,10 @@ void stem_of_today(char (&stem)[16]) {
   snprintf(stem, sizeof stem, "%c%.2s%c%c", text[4] | 0x20, text + 5, day_tens, text[9]);
 }
 
-// Length of the part of a path in front of its file name.
+// Length of the part of a path before its file name.
 size_t directory_length(const char *path) {
-  const size_t behind = std::string_view(path).find_last_of("/\\");
-  return behind == std::string_view::npos ? 0 : behind + 1;
+  const size_t separator = std::string_view(path).find_last_of("/\\");
+  return separator == std::string_view::npos ? 0 : separator + 1;
 }
 }  // namespace
 

@@ -22,7 +22,7 @@ const char *int_to_base_26(int32_t number);
 /// letters that count up from call to call, and the extension. The count is kept in the file `i_d_order` in the
 /// directory of `get_temp_dir`, without a lock. The file of that name is not made.
 ///
-/// @param path       in and out: a buffer with room for the directory, 8 or more characters and the extension
+/// @param path       in and out: a buffer for the directory, 8 or more characters and the extension
 /// @param extension  null for ".fax"
 /// @return `path`
 char *build_unique_DOS_name(char *path, const char *extension);

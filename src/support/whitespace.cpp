@@ -1,4 +1,4 @@
-// The ends of texts. What is inside a text stays. The rule of white space is the C locale's on purpose: headers and
+// The ends of texts. What is inside a text stays. White space is that of the C locale on purpose: headers and
 // path lists must not change their meaning with the user's language.
 #include "support/whitespace.h"
 
@@ -11,7 +11,7 @@ namespace {
 const char *const WHITESPACE = " \t\n\v\f\r";
 const char *const ENCLOSING = " \t\n\v\f\r\"";
 
-void cut_behind(char *text, const char *dropped) {
+void cut_after(char *text, const char *dropped) {
   size_t length = strlen(text);
   while (length > 0 && strchr(dropped, text[length - 1])) --length;
   text[length] = '\0';
@@ -27,11 +27,11 @@ char *rm_leading_whitespace(char *text) {
 }
 
 void rm_trailing_whitespace(char *text) {
-  cut_behind(text, WHITESPACE);
+  cut_after(text, WHITESPACE);
 }
 
 char *strip_enclosing_whitespace(char *text) {
-  cut_behind(text, ENCLOSING);
+  cut_after(text, ENCLOSING);
   return text + strspn(text, ENCLOSING);
 }
 

@@ -10,10 +10,10 @@ int is_whitespace(char ch);
 /// @return the first character of `text` that is not white space, or its closing zero
 char *rm_leading_whitespace(char *text);
 
-/// Cuts `text` behind its last character that is not white space.
+/// Cuts `text` after its last character that is not white space.
 void rm_trailing_whitespace(char *text);
 
-/// Cuts `text` behind its last character that is neither white space nor `"`.
+/// Cuts `text` after its last character that is neither white space nor `"`.
 ///
 /// @return the first character of `text` that is neither white space nor `"`, or its closing zero
 char *strip_enclosing_whitespace(char *text);
