@@ -60,6 +60,25 @@ TEST_F(Output, OtherProgramsSeeThePixelsTheCodingAndTheSizeOnPaper) {
     complains(line, 2, "takes pages from it");
 }
 
+TEST_F(Output, AnyNumberOfThreadsGivesTheSameBytesAndMessages) {
+  std::vector<std::string> records;
+  for (uint32_t seed = 0; seed < 12; ++seed)
+    records.push_back(seed % 4 == 1 ? short_line : encoded_page(random_page(seed, 5 + seed), 0));
+  dir.write("in.fax", fax_bytes("#PAGES:12\nRESOLUTION:0\nCOMPRESSION:0\n", records));
+  dir.write("in.pbm",
+            pbm(load_chart("itu4")) + pbm(random_page(1, 3)) + pbm(load_chart("itu7")) + pbm(random_page(2, 9)));
+  for (const std::string command : {"extract in.fax - -fpdf", "extract in.fax - -ftiff --coding g3", "check in.fax",
+                                    "merge --coding mmr --resolution fine - in.fax", "create - in.pbm in.pbm"}) {
+    const ToolRun one = run(command + " -j 1");
+    EXPECT_EQ(one.status, command.starts_with("create") ? 0 : 3) << command;
+    for (const char *threads : {" -j 2", " --jobs=7"}) {
+      const ToolRun several = run(command + threads);
+      EXPECT_TRUE(several.status == one.status && several.out == one.out && several.err == one.err)
+          << command << threads;
+    }
+  }
+}
+
 TEST_F(Output, SquarePixelsRepeatLinesAndLoseNone) {
   const Picture page = random_page(3, 500);
   shell("$tool create a.fax - --resolution normal; $tool extract a.fax a.tif --square", pbm(page));

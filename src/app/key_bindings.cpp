@@ -12,9 +12,9 @@
 #include "ui/motif_utils.h"
 #include "ui/motif_values.h"
 #include "ui/widgets.h"
+#include "view/scales.h"
 #include "view/screen/pagescope.h"
 #include "view/screen/scrolling.h"
-#include "view/scales.h"
 #include "view/screen/tolvane_cb.h"
 #include "view/view_state.h"
 

@@ -11,12 +11,12 @@
 #include "app/resource_defaults.h"
 #include "app/tn_api_functions.h"
 #include "app/tolvane.h"
-#include "ui/window/bx_tolvane_callbacks.h"
-#include "ui/window/bx_tolvane_create_gui.h"
 #include "ui/bx_tolvane_utils.h"
 #include "ui/motif_utils.h"
 #include "ui/notice.h"
 #include "ui/widgets.h"
+#include "ui/window/bx_tolvane_callbacks.h"
+#include "ui/window/bx_tolvane_create_gui.h"
 #include "view/view_state.h"
 
 #include <X11/Shell.h>

@@ -17,8 +17,8 @@
 #include "support/trace.h"
 #include "support/whitespace.h"
 #include "ui/motif_utils.h"
-#include "view/screen/pagescope.h"
 #include "view/scales.h"
+#include "view/screen/pagescope.h"
 #include "view/screen/scrolling.h"
 #include "view/screen/tolvane_cb.h"
 #include "view/view_state.h"
@@ -39,7 +39,7 @@ struct Scan {
   const char *at;
   const char *end;
 
-  /// Reads the next word; empty if none is left.
+  // Reads the next word; empty if none is left.
   std::string next_word() {
     while (is_whitespace(*at)) ++at;
     const char *begin = at;
@@ -47,7 +47,7 @@ struct Scan {
     return {begin, at};
   }
 
-  /// Skips one byte, white space or zero: a zero byte after a word does not end the text.
+  // Skips one byte, white space or zero: a zero byte after a word does not end the text.
   void pass_byte() { at = std::min(at + 1, end); }
 
   void drop_line() {

@@ -1,7 +1,6 @@
 // tolvane-fax completion-table: what there is to complete on a command line, for the scripts of the shells. The build
 // puts the table into them. Not in the help: it is no command for users.
 #include <CLI/CLI.hpp>
-
 #include <algorithm>
 #include <cstdio>
 

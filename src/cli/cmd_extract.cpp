@@ -151,7 +151,7 @@ class PagesOut {
 };
 
 // Writes one file.
-///
+//
 // @param first  its first page: a file without any page is not made
 // @param more   gives the others
 Status write_file(const PictureFormat &format, const std::string &path, PagePicture &first,

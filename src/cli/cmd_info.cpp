@@ -1,8 +1,7 @@
 // tolvane-fax info: describes fax files and their pages, as text for people, as JSON or CSV for programs.
-#include <nlohmann/json.hpp>
-
 #include <cmath>
 #include <cstdio>
+#include <nlohmann/json.hpp>
 
 #include "cli/commands.h"
 #include "document/page_survey.h"

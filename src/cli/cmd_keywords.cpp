@@ -26,7 +26,7 @@ std::string copied_file;
 bool force;
 
 bool is_line_of(const std::string &line, const std::string &name) {
-  return header_line_value(line, name.c_str()) != nullptr;
+  return header_line_value(line, name.c_str());
 }
 
 void remove_lines(HeaderLines &lines, const std::string &name) {

@@ -1,11 +1,10 @@
 // The frame of tolvane-fax: the table of commands, the command line, the exit status. Each command has a file of its
 // own; a new command is one more row of the table. The command line parser and some libraries throw: their exceptions
 // are caught here and nowhere else, after handles have removed unfinished files.
-#include <CLI/CLI.hpp>
-
 #include <fcntl.h>
 #include <unistd.h>
 
+#include <CLI/CLI.hpp>
 #include <csignal>
 #include <cstdio>
 #include <new>

@@ -113,7 +113,7 @@ class NameIndex {
     }
     size_ = std::bit_ceil(2 * lines + 1);
     slots_.reset(static_cast<FaxHeader **>(calloc(size_, sizeof(FaxHeader *))));
-    return static_cast<bool>(slots_);
+    return !!slots_;
   }
 
   // The place of a name: its record, or null for the caller to fill.

@@ -19,7 +19,7 @@ int take_message(TIFF *, void *user_data, const char *, const char *format, va_l
   vsnprintf(text, sizeof text, format, arguments);
   log.error = text;
   if (!log.in_pixels) return 1;
-  log.empty_line = strstr(text, "(got 0,") != nullptr;
+  log.empty_line = strstr(text, "(got 0,");
   if (log.damage.empty() || log.damage.back().first != log.line) log.damage.emplace_back(log.line, text);
   return 1;
 }

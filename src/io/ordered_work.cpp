@@ -36,7 +36,7 @@ bool OrderedWork::has_room() const {
 }
 
 void OrderedWork::add(std::function<void()> work) {
-  jobs_.push_back(std::make_shared<Job>(std::move(work)));
+  jobs_.push_back(std::make_shared<Job>(Job{std::move(work), false, nullptr}));
   {
     const std::lock_guard lock(mutex_);
     waiting_.push_back(jobs_.back());

@@ -3,8 +3,6 @@
 // multibyte character is taken for one.
 #include "ui/bx_tolvane_utils.h"
 
-#include "support/handle.h"
-
 #include <climits>
 #include <cstdint>
 #include <cstdlib>
@@ -13,6 +11,8 @@
 #include <cwctype>
 #include <string>
 #include <vector>
+
+#include "support/handle.h"
 
 namespace tolvane {
 namespace {
@@ -24,7 +24,7 @@ std::vector<char> textBuf, tagBuf;
 XmString resStr;          // the last result of CvtStringToXmString
 XmStringTable CStrTable;  // the last result of CvtStringToXmStringTable
 
-/// A stretch of the text being scanned; none if its length is 0.
+// A stretch of the text being scanned; none if its length is 0.
 struct Stretch {
   const wchar_t *start = nullptr;
   size_t length = 0;
@@ -60,7 +60,7 @@ std::wstring doMbstowcs(const char *text) {
   return wide;
 }
 
-/// Converts a stretch into `destination`, which grows as needed, and terminates it with a zero byte.
+// Converts a stretch into `destination`, which grows as needed, and terminates it with a zero byte.
 void copyWcsToMbs(std::vector<char> &destination, Stretch source) {
   const size_t room = MB_LEN_MAX * (source.length + 1);
   if (destination.size() < room) destination.resize(room);
@@ -82,7 +82,7 @@ bool is_separator(wchar_t c) {
   return c == L'"' || c == L'#' || c == L':';
 }
 
-/// The first separator at or after `position`, or the terminator. A backslash hides the character after it.
+// The first separator at or after `position`, or the terminator. A backslash hides the character after it.
 const wchar_t *getNextSeparator(const wchar_t *position) {
   for (; *position != L'\0' && !is_separator(*position); position++) {
     if (*position == L'\\' && position[1] != L'\0') position++;
@@ -90,8 +90,8 @@ const wchar_t *getNextSeparator(const wchar_t *position) {
   return position;
 }
 
-/// Reads the text item whose opening quote is at `cursor`.
-/// @return the position after its closing quote, or the terminator
+// Reads the text item whose opening quote is at `cursor`.
+// @return the position after its closing quote, or the terminator
 const wchar_t *read_text(const wchar_t *cursor, Stretch &text) {
   text.start = cursor + 1;
   const wchar_t *end = getNextSeparator(text.start);
@@ -100,7 +100,7 @@ const wchar_t *read_text(const wchar_t *cursor, Stretch &text) {
   return *end == L'"' ? end + 1 : end;
 }
 
-/// Reads a direction letter at `cursor`. @return whether there was one
+// Reads a direction letter at `cursor`. @return whether there was one
 bool read_direction(const wchar_t *cursor, XmStringDirection &direction) {
   const wint_t letter = towlower(static_cast<wint_t>(*cursor));
   if (letter != L'r' && letter != L'l') return false;
@@ -108,8 +108,8 @@ bool read_direction(const wchar_t *cursor, XmStringDirection &direction) {
   return true;
 }
 
-/// Reads the flags after the colon at `cursor`: a direction, or a separator flag that a direction may follow (`t:r`).
-/// @return the position after them
+// Reads the flags after the colon at `cursor`: a direction, or a separator flag that a direction may follow (`t:r`).
+// @return the position after them
 const wchar_t *read_flags(const wchar_t *cursor, Segment &segment) {
   cursor++;
   if (read_direction(cursor, segment.direction)) return cursor + 1;
@@ -122,8 +122,8 @@ const wchar_t *read_flags(const wchar_t *cursor, Segment &segment) {
   return *cursor == L':' && read_direction(cursor + 1, segment.direction) ? cursor + 2 : cursor;
 }
 
-/// Reads one segment and moves the cursor past it.
-/// @return whether any text is left
+// Reads one segment and moves the cursor past it.
+// @return whether any text is left
 bool extractSegment(const wchar_t *&cursor, Segment &segment) {
   segment = {};
   if (!is_separator(*cursor)) {
@@ -170,7 +170,7 @@ void append(XmString &string, XmString part) {
   string = joined;
 }
 
-/// The end of the first entry of a table text, or null if the text is one entry.
+// The end of the first entry of a table text, or null if the text is one entry.
 const char *getNextCStrDelim(const char *text) {
   if (!text) return nullptr;
   std::mbstate_t state{};
@@ -196,7 +196,7 @@ const char *getNextCStrDelim(const char *text) {
   return nullptr;
 }
 
-/// Number of entries of a table text; a trailing delimiter is followed by an empty one.
+// Number of entries of a table text; a trailing delimiter is followed by an empty one.
 size_t getCStrCount(const char *text) {
   if (!text || !*text) return 0;
   size_t count = 1;
@@ -212,8 +212,8 @@ void free_table(XmStringTable table) {
   free(table);
 }
 
-/// Stores the result of a converter at the address of `to`, or sets that address to the result if there is none.
-/// @return False, with the size needed in `to`, if `to` is too small; the caller then frees the result
+// Stores the result of a converter at the address of `to`, or sets that address to the result if there is none.
+// @return False, with the size needed in `to`, if `to` is too small; the caller then frees the result
 template <typename Value>
 Boolean deliver(Display *display, const XrmValue *from, XrmValue *to, Value &value, const char *type) {
   const bool fits = !to->addr || to->size >= sizeof value;
@@ -237,7 +237,7 @@ XtArgVal head_of(XtArgVal word) {
   return value;
 }
 
-/// The value that a converter has stored in the first `size` bytes of `word`, whatever the byte order.
+// The value that a converter has stored in the first `size` bytes of `word`, whatever the byte order.
 XtArgVal widened(XtArgVal word, unsigned size) {
   switch (size) {
     case 1:

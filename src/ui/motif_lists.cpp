@@ -2,12 +2,12 @@
 // several switches the policy for that time.
 #include "ui/motif_lists.h"
 
+#include <cstring>
+#include <utility>
+
 #include "support/handle.h"
 #include "support/strlib.h"
 #include "ui/motif_values.h"
-
-#include <cstring>
-#include <utility>
 
 #include <Xm/List.h>
 
@@ -17,7 +17,7 @@ namespace {
 
 char item_str[1000];
 
-/// The selected positions of a list, in ascending order.
+// The selected positions of a list, in ascending order.
 struct Selection {
   std::unique_ptr<int, XtDeleter> positions;
   int count = 0;
@@ -32,14 +32,14 @@ Selection selection_of(Widget list) {
 
 Selection saved;
 
-/// The text of an item; null if it has none under the default tag.
+// The text of an item; null if it has none under the default tag.
 XtText item_text(XmString item) {
   char *text = nullptr;
   if (!XmStringGetLtoR(item, XmFONTLIST_DEFAULT_TAG, &text)) return {};
   return XtText(text);
 }
 
-/// Selects positions one by one without a callback. Only under this policy does one selection leave the others alone.
+// Selects positions one by one without a callback. Only under this policy does one selection leave the others alone.
 template <typename Position>
 void select_several(Widget list, int count, Position position) {
   const auto policy = resource<unsigned char>(list, XmNselectionPolicy);

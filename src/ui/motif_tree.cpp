@@ -1,17 +1,17 @@
 // The walk over a widget tree. Children come first, then the pulldown menu of a cascade button.
 #include "ui/motif_tree.h"
 
-#include "ui/motif_values.h"
-
 #include <cstring>
+
+#include "ui/motif_values.h"
 
 namespace tolvane {
 namespace {
 [[gnu::used]] const char SCCS_ID[] = "@(#)|motif_tree|9|01|1|0|0|11/23/26|05:00:00";
 
-/// Visits `w`, its descendants and the pulldown menus of its cascade buttons, parents first, until `visit` is true.
-/// A pulldown menu is no child of its button: only XmNsubMenuId leads there.
-/// @return the widget at which the walk ended, null at the end of the tree
+// Visits `w`, its descendants and the pulldown menus of its cascade buttons, parents first, until `visit` is true.
+// A pulldown menu is no child of its button: only XmNsubMenuId leads there.
+// @return the widget at which the walk ended, null at the end of the tree
 template <typename Visit>
 Widget walk(Widget w, const Visit &visit) {
   if (visit(w)) return w;

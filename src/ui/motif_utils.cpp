@@ -2,13 +2,13 @@
 // Nothing here knows the viewer's own widgets.
 #include "ui/motif_utils.h"
 
-#include "support/strlib.h"
-#include "ui/motif_values.h"
-
 #include <chrono>
 #include <cstdint>
 #include <cstring>
 #include <thread>
+
+#include "support/strlib.h"
+#include "ui/motif_values.h"
 
 #include <X11/cursorfont.h>
 #include <Xm/XmAll.h>

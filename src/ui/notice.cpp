@@ -32,7 +32,7 @@ void enable_notices(Display *for_display) {
 }
 
 bool notices_enabled() {
-  return display != nullptr;
+  return display;
 }
 
 void notify_user(const std::string &text) {

@@ -6,11 +6,11 @@
 
 #include <string.h>
 
-#include "t4/bit_window.h"
-#include "t4/line.h"
-#include "t4/decoder.h"
-
 #include <algorithm>
+
+#include "t4/bit_window.h"
+#include "t4/decoder.h"
+#include "t4/line.h"
 
 namespace tolvane {
 namespace {

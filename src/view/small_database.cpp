@@ -3,11 +3,6 @@
 // line of a name counts, a name may contain a line end, and one fault loses all keywords.
 #include "view/small_database.h"
 
-#include "faxfile/header_text.h"
-#include "faxfile/usorbport.h"
-#include "support/handle.h"
-#include "view/view_state.h"
-
 #include <fcntl.h>
 #include <stdlib.h>
 
@@ -15,6 +10,11 @@
 #include <cstdio>
 #include <cstring>
 #include <limits>
+
+#include "faxfile/header_text.h"
+#include "faxfile/usorbport.h"
+#include "support/handle.h"
+#include "view/view_state.h"
 
 namespace tolvane {
 namespace {
@@ -64,7 +64,7 @@ int32_t cut_header(char *text, char *end) {
 // A count is cut to 15 characters, which is enough for any real one.
 int32_t page_count(const char *value) {
   char digits[16];
-  std::snprintf(digits, sizeof digits, "%s", value);
+  snprintf(digits, sizeof digits, "%s", value);
   return decimal_value(digits);
 }
 
@@ -73,7 +73,7 @@ int32_t page_count(const char *value) {
 char Resolution[RESOLUTION_SIZE];
 
 int32_t decimal_value(const char *text) {
-  const long value = std::strtol(text, nullptr, 10);
+  const long value = strtol(text, nullptr, 10);
   using limits = std::numeric_limits<int32_t>;
   return static_cast<int32_t>(std::clamp<long>(value, limits::min(), limits::max()));
 }
@@ -89,14 +89,14 @@ uint32_t read_header(const char *name) {
 
 const char *find_keyword(const char *name) {
   for (int32_t i = 0; i < n_couples; i++) {
-    if (std::strcmp(couples[i].name, name) == 0) return couples[i].value;
+    if (strcmp(couples[i].name, name) == 0) return couples[i].value;
   }
   return "";
 }
 
 uint32_t tn_extract_header_info(const char *name) {
   const uint32_t length = read_header(name);
-  std::snprintf(Resolution, sizeof Resolution, "%s", find_keyword("RESOLUTION"));
+  snprintf(Resolution, sizeof Resolution, "%s", find_keyword("RESOLUTION"));
   const char *pages = find_keyword("#PAGES");
   if (*pages == '\0') pages = find_keyword("PAGES");
   const int64_t total = int64_t{page_count(pages)} + page_count(find_keyword("INCLUDE_PAGES"));

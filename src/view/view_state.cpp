@@ -2,11 +2,11 @@
 // the length of a bitmap row at 90 and 270 degrees, not a height.
 #include "view/view_state.h"
 
-#include "t4/line.h"
-#include "view/scales.h"
-
 #include <algorithm>
 #include <cstring>
+
+#include "t4/line.h"
+#include "view/scales.h"
 
 namespace tolvane {
 namespace {
@@ -25,9 +25,9 @@ int32_t page_number;
 int32_t Total_pages;
 
 int set_fax_filename(const char *name) {
-  const size_t length = std::strlen(name);
+  const size_t length = strlen(name);
   if (length >= FAX_FILENAME_SIZE) return 0;
-  std::memmove(Fullpath_fax_filename, name, length + 1);  // the name may be a part of the field itself
+  memmove(Fullpath_fax_filename, name, length + 1);  // the name may be a part of the field itself
   return 1;
 }
 

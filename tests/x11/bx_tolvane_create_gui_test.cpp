@@ -1,12 +1,11 @@
-#include "x11/xt_app.h"
-
-#include "ui/window/bx_tolvane_create_gui.h"
-#include "ui/motif_tree.h"
-#include "ui/widgets.h"
-
 #include <algorithm>
 #include <cstring>
 #include <sstream>
+
+#include "x11/xt_app.h"
+#include "ui/motif_tree.h"
+#include "ui/widgets.h"
+#include "ui/window/bx_tolvane_create_gui.h"
 
 #include <X11/IntrinsicP.h>
 #include <Xm/XmAll.h>

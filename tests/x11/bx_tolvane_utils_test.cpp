@@ -1,10 +1,9 @@
-#include "x11/xt_app.h"
-
-#include "ui/bx_tolvane_utils.h"
-
 #include <gmock/gmock.h>
 
 #include <clocale>
+
+#include "x11/xt_app.h"
+#include "ui/bx_tolvane_utils.h"
 
 #include <Xm/Xm.h>
 
@@ -21,7 +20,7 @@ std::string converted(const char *source) {
   return out;
 }
 
-/// The entries, each followed by a blank.
+// The entries, each followed by a blank.
 std::string converted_table(const char *source) {
   Boolean success = False;
   XtArgVal table = CONVERT(xt_app().hidden_shell, source, XmRXmStringTable, 0, &success);

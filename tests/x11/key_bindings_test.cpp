@@ -1,9 +1,8 @@
 // Keys and the mouse wheel in the real program's window, and how a user replaces them.
 
-#include "x11/viewer.h"
-
 #include <thread>
 
+#include "x11/viewer.h"
 #include "app/key_bindings.h"
 #include "app/open_view.h"
 #include "app/resource_defaults.h"
@@ -17,7 +16,7 @@ struct Keys : testing::Test {
   const std::string document = dir.write("four.fax", marked_document(4, 4));
 };
 
-/// The text without comments, white space and line joins.
+// The text without comments, white space and line joins.
 std::string bare(std::string text) {
   for (size_t at; (at = text.find('!')) != std::string::npos;) text.erase(at, text.find('\n', at) - at);
   std::erase_if(text, [](char ch) { return isspace(ch) || ch == '\\'; });

@@ -1,5 +1,4 @@
 #include "x11/xt_app.h"
-
 #include "ui/motif_dialog.h"
 #include "ui/motif_lists.h"
 #include "ui/motif_tree.h"
@@ -16,7 +15,7 @@ void count_call(Widget, XtPointer, XtPointer) {
   calls++;
 }
 
-/// A window with one child for each test.
+// A window with one child for each test.
 struct Helpers : testing::Test {
   template <typename... Resources>
   Widget show(WidgetClass type, Resources... resources) {

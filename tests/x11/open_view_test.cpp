@@ -2,7 +2,6 @@
 // hears of it.
 
 #include "x11/viewer.h"
-
 #include "helpers/places.h"
 #include "helpers/temp_dir.h"
 
@@ -10,7 +9,7 @@
 
 namespace {
 
-/// The pulldown menu, which alone has no frame by the window manager.
+// The pulldown menu, which alone has no frame by the window manager.
 Window find_menu() {
   for (const Window window : parts_of(DefaultRootWindow(screen()))) {
     XWindowAttributes attributes;
@@ -20,7 +19,7 @@ Window find_menu() {
   return 0;
 }
 
-/// Clicks on an entry of a column of equal ones.
+// Clicks on an entry of a column of equal ones.
 void click_entry(Window column, int entry, int entries, int above = 0) {
   const Area area = area_of(column);
   click(area.x + area.width / 2, area.y + above + (area.height - above) * (2 * entry + 1) / (2 * entries));
@@ -56,8 +55,8 @@ struct Parent : testing::Test {
     EXPECT_TRUE(wait_until([&] { return !shell(); }));
   }
 
-  /// What the parent says after a step: the codes of the events, "opened 0". Asked at last whether the window is up, it
-  /// has said nothing else before.
+  // What the parent says after a step: the codes of the events, "opened 0". Asked at last whether the window is up, it
+  // has said nothing else before.
   void expect(const std::string &heard, const std::string &shown, bool up = true) {
     SCOPED_TRACE(heard + " and " + shown);
     for (size_t at = 0, end; at < heard.size(); at = end + 2) {

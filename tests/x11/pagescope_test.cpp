@@ -1,20 +1,18 @@
 // The page cycle and the controls in this process: what a load says and shows, what each control does, and what a page
 // that cannot be read leaves alone.
 
-#include "x11/xt_app.h"
-
 #include <sys/stat.h>
 
-#include "helpers/fax_bytes.h"
-#include "helpers/temp_dir.h"
-#include "view/screen/presentation.h"
-#include "view/view_state.h"
-
+#include "x11/xt_app.h"
 #include "app/open_view.h"
 #include "app/tn_api_functions.h"
+#include "helpers/fax_bytes.h"
+#include "helpers/temp_dir.h"
 #include "ui/widgets.h"
 #include "view/screen/pagescope.h"
+#include "view/screen/presentation.h"
 #include "view/screen/tolvane_cb.h"
+#include "view/view_state.h"
 
 #include <Xm/Xm.h>
 

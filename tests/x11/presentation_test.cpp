@@ -1,9 +1,8 @@
-#include "x11/viewer.h"
-
 #include <gmock/gmock.h>
 
 #include <optional>
 
+#include "x11/viewer.h"
 #include "helpers/fax_bytes.h"
 #include "helpers/temp_dir.h"
 #include "t4/t4dec.h"

@@ -1,10 +1,9 @@
 // Print scripts and programs that record what they are given. None of the names may start anything.
 
-#include "x11/viewer.h"
-
 #include <cstring>
 #include <filesystem>
 
+#include "x11/viewer.h"
 #include "app/app_state.h"
 #include "app/print_handoff.h"
 #include "helpers/temp_dir.h"
@@ -14,7 +13,7 @@ using namespace tolvane;
 
 namespace {
 
-/// Makes a script that writes its own path and its arguments, each in angle brackets, to the file RECORD.
+// Makes a script that writes its own path and its arguments, each in angle brackets, to the file RECORD.
 void write_recorder(const TempDir &dir, const std::string &name, const std::string &more = {}) {
   const std::string path = dir.write(
       name, "#!/bin/sh\nprintf '%s' \"$0\" > \"$RECORD\"\nprintf '<%s>' \"$@\" >> \"$RECORD\"\n" + more + "exit 3\n");
@@ -29,7 +28,7 @@ struct PrintHandOff : testing::Test {
   }
   void TearDown() override { setenv("PATH", old_path.c_str(), 1); }
 
-  /// What the print program was called by and given, or what was said instead.
+  // What the print program was called by and given, or what was said instead.
   std::string print(const std::string &file, const std::string &server, const std::string &printer) const {
     std::filesystem::remove(record);
     set_fax_filename(file.c_str());

@@ -2,7 +2,6 @@
 // also looked at with the commands and the keys.
 
 #include "x11/viewer.h"
-
 #include "helpers/fax_bytes.h"
 #include "helpers/temp_dir.h"
 #include "t4/t4dec.h"

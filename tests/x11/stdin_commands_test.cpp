@@ -1,11 +1,10 @@
 // A parent process drives the real program through pipes: the replies, the messages, and the page on the screen.
 
-#include "x11/viewer.h"
-
 #include <cstdio>
 #include <cstring>
 #include <thread>
 
+#include "x11/viewer.h"
 #include "helpers/fax_bytes.h"
 #include "helpers/temp_dir.h"
 
@@ -21,7 +20,7 @@ std::string unknown(const std::string &word) {
   return "tolvane: unknown command '" + word + "'\n";
 }
 
-/// Runs the steps one after the other; what a step says is complete when the next one has been answered.
+// Runs the steps one after the other; what a step says is complete when the next one has been answered.
 void take_steps(Viewer &viewer, const std::vector<Step> &steps) {
   size_t said = viewer.program.output().size(), complained = viewer.program.errors().size();
   for (const Step &step : steps) {
@@ -41,7 +40,7 @@ void take_steps(Viewer &viewer, const std::vector<Step> &steps) {
   }
 }
 
-/// Processor time that a process has used, in ticks of the system.
+// Processor time that a process has used, in ticks of the system.
 long ticks_of(pid_t pid) {
   long user = 0, system = 0;
   sscanf(read_file("/proc/" + std::to_string(pid) + "/stat").c_str(),

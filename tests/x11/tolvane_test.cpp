@@ -1,12 +1,11 @@
 // The start and every way out: the real program's arguments, texts, channels and statuses, and the steps on their own.
 
-#include "x11/viewer.h"
-
 #include <sys/stat.h>
 
 #include <filesystem>
 #include <thread>
 
+#include "x11/viewer.h"
 #include "helpers/fax_bytes.h"
 #include "helpers/temp_dir.h"
 

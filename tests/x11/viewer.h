@@ -4,8 +4,8 @@
 #include <string>
 #include <vector>
 
-#include "helpers/plain_picture.h"
 #include "x11/display.h"
+#include "helpers/plain_picture.h"
 
 /// What starts the real program with these arguments, once the window of an earlier one has gone.
 std::vector<std::string> viewer_command(const std::vector<std::string> &arguments);

@@ -6,7 +6,6 @@
 #include <vector>
 
 #include "x11/display.h"
-
 #include "ui/motif_values.h"
 
 #include <Xm/Xm.h>

@@ -3,6 +3,8 @@
 // it was written for.
 #include "ui/window/bx_tolvane_callbacks.h"
 
+#include <cstdint>
+
 #include "app/print_handoff.h"
 #include "app/tn_api_functions.h"
 #include "ui/widgets.h"
@@ -10,8 +12,6 @@
 #include "view/screen/presentation.h"
 #include "view/screen/scrolling.h"
 #include "view/screen/tolvane_cb.h"
-
-#include <cstdint>
 
 #include <Xm/Xm.h>
 

@@ -4,12 +4,12 @@
 // creation.
 #include "ui/window/bx_tolvane_create_gui.h"
 
-#include "ui/window/bx_tolvane_callbacks.h"
-#include "ui/bx_tolvane_utils.h"
-#include "ui/widgets.h"
-
 #include <initializer_list>
 #include <span>
+
+#include "ui/bx_tolvane_utils.h"
+#include "ui/widgets.h"
+#include "ui/window/bx_tolvane_callbacks.h"
 
 #include <Xm/XmAll.h>
 
@@ -170,7 +170,7 @@ const Row BUTTONS[] = {
 
 // clang-format on
 
-/// One side of a child of the form.
+// One side of a child of the form.
 struct Side {
   int attachment = XmATTACH_NONE;
   int offset = 0;
@@ -183,11 +183,11 @@ constexpr Side free_side() {
 constexpr Side form(int offset) {
   return {XmATTACH_FORM, offset, nullptr};
 }
-/// Next to a widget: a top side lies below it, a left side to the right of it, and so on.
+// Next to a widget: a top side lies below it, a left side to the right of it, and so on.
 constexpr Side beside(const Widget &other, int offset) {
   return {XmATTACH_WIDGET, offset, &other};
 }
-/// Aligned with the same side of a widget.
+// Aligned with the same side of a widget.
 constexpr Side flush(const Widget &other, int offset) {
   return {XmATTACH_OPPOSITE_WIDGET, offset, &other};
 }
@@ -223,12 +223,12 @@ constexpr Attachments ATTACHMENTS[] = {
 
 // clang-format on
 
-/// An argument list that fills up as a widget's row is read.
+// An argument list that fills up as a widget's row is read.
 class Arguments {
  public:
   void add(const char *name, XtArgVal value) { args_[count_++] = {const_cast<char *>(name), value}; }
 
-  /// A side next to a widget that does not exist yet is attached to the form for now, with its final offset.
+  // A side next to a widget that does not exist yet is attached to the form for now, with its final offset.
   void add(const Side &side, const char *attachment, const char *offset, const char *other) {
     if (side.attachment == XmATTACH_NONE) return;
     const bool later = side.other && !*side.other;
@@ -237,7 +237,7 @@ class Arguments {
     if (side.other && !later) add(other, reinterpret_cast<XtArgVal>(*side.other));
   }
 
-  /// All sides of a child of the form; nothing for any other widget.
+  // All sides of a child of the form; nothing for any other widget.
   void add_attachments(const Widget *widget) {
     for (const Attachments &row : ATTACHMENTS) {
       if (row.widget != widget) continue;
@@ -285,7 +285,7 @@ void build(std::span<const Row> rows) {
   for (const Row &row : rows) build(row);
 }
 
-/// Gives widgets their final attachments, now that the widgets they are attached to exist.
+// Gives widgets their final attachments, now that the widgets they are attached to exist.
 void attach(std::initializer_list<Widget *> widgets) {
   for (Widget *widget : widgets) {
     Arguments args;

@@ -3,20 +3,6 @@
 // that cannot be read changes nothing.
 #include "view/screen/pagescope.h"
 
-#include "faxfile/fax_header.h"
-#include "faxfile/pages.h"
-#include "faxfile/usorbport.h"
-#include "support/handle.h"
-#include "support/trace.h"
-#include "support/trace_config.h"
-#include "ui/motif_utils.h"
-#include "ui/notice.h"
-#include "ui/widgets.h"
-#include "view/screen/presentation.h"
-#include "view/rasteriser.h"
-#include "view/small_database.h"
-#include "view/view_state.h"
-
 #include <errno.h>
 #include <fcntl.h>
 #include <stdlib.h>
@@ -27,6 +13,20 @@
 #include <cstdio>
 #include <cstring>
 #include <string>
+
+#include "faxfile/fax_header.h"
+#include "faxfile/pages.h"
+#include "faxfile/usorbport.h"
+#include "support/handle.h"
+#include "support/trace.h"
+#include "support/trace_config.h"
+#include "ui/motif_utils.h"
+#include "ui/notice.h"
+#include "ui/widgets.h"
+#include "view/rasteriser.h"
+#include "view/screen/presentation.h"
+#include "view/small_database.h"
+#include "view/view_state.h"
 
 #include <Xm/Scale.h>
 #include <Xm/Xm.h>
@@ -41,16 +41,16 @@ int32_t comp_type;
 
 bool allocate_bitmap() {
   if (!bitmap) bitmap = static_cast<uint8_t *>(calloc(BITMAP_SIZE, 1));
-  if (!bitmap) std::fprintf(stderr, "No memory for the picture of a page\n");
-  return bitmap != nullptr;
+  if (!bitmap) fprintf(stderr, "No memory for the picture of a page\n");
+  return bitmap;
 }
 
 bool store_local_filename(const char *name) {
-  if (std::strlen(name) >= sizeof Local_filename) {
-    std::fprintf(stderr, "The name of the fax file is longer than %zu bytes\n", sizeof Local_filename - 1);
+  if (strlen(name) >= sizeof Local_filename) {
+    fprintf(stderr, "The name of the fax file is longer than %zu bytes\n", sizeof Local_filename - 1);
     return false;
   }
-  std::strcpy(Local_filename, name);
+  strcpy(Local_filename, name);
   return true;
 }
 
@@ -65,8 +65,8 @@ bool open_fax(const char *name) {
   t4fd.reset(open(name, O_RDONLY | O_NONBLOCK | O_CLOEXEC));  // a FIFO must not block the window
   if (!t4fd) {
     const int fault = errno;
-    std::perror(Fullpath_fax_filename);
-    notify_load_fault(name, std::string("cannot be opened: ") + std::strerror(fault) + ".");
+    perror(Fullpath_fax_filename);
+    notify_load_fault(name, std::string("cannot be opened: ") + strerror(fault) + ".");
     return false;
   }
   uint32_t magic = 0;
@@ -99,20 +99,20 @@ void show_page_count() {
   XtVaSetValues(scale, XmNminimum, several ? 1 : 0, XmNmaximum, several ? Total_pages : 1, nullptr);
   XtVaSetValues(scale, XmNsensitive, several ? True : False, nullptr);
   char text[32];
-  std::snprintf(text, sizeof text, "Pages: %d", Total_pages);
+  snprintf(text, sizeof text, "Pages: %d", Total_pages);
   set_label(pages_label, text);
 }
 
 void report_file_fault(const char *format, const char *name) {
   char message[sizeof Local_filename + 32];
-  std::snprintf(message, sizeof message, format, name);
+  snprintf(message, sizeof message, format, name);
   TellUser(tolvane_form, message);
 }
 
 void show_page_labels(int32_t lines) {
   display_fax_info1(High_res ? "Fine Res" : "Norm Res");
   char text[32];
-  std::snprintf(text, sizeof text, "%d Lines", lines);
+  snprintf(text, sizeof text, "%d Lines", lines);
   display_fax_info2(text);
 }
 
@@ -133,8 +133,8 @@ int common(const char *name) {
   struct stat status;
   if (stat(name, &status) != 0) {
     const int fault = errno;
-    std::printf("Problem with file \"%s\"\n", name);
-    notify_load_fault(name, std::string("cannot be read: ") + std::strerror(fault) + ".");
+    printf("Problem with file \"%s\"\n", name);
+    notify_load_fault(name, std::string("cannot be read: ") + strerror(fault) + ".");
     return 1;
   }
   tn_extract_header_info(name);
@@ -150,9 +150,9 @@ int common(const char *name) {
 
 void view_arbitrary_fax(const char *name) {
   char saved[FAX_FILENAME_SIZE];
-  std::strcpy(saved, Fullpath_fax_filename);
+  strcpy(saved, Fullpath_fax_filename);
   if (!set_fax_filename(name)) {
-    std::fprintf(stderr, "The name of the fax file is longer than %zu bytes\n", FAX_FILENAME_SIZE - 1);
+    fprintf(stderr, "The name of the fax file is longer than %zu bytes\n", FAX_FILENAME_SIZE - 1);
     return;
   }
   display_page_number(1);
@@ -189,12 +189,12 @@ int do_this_page() {
     return 1;
   }
   trprintf("read page %d of %s: %d bytes\n", page_number + 1, Local_filename, length);
-  if (Tn_trace_on) std::printf("read %d bytes of t4 data\n", length);
+  if (Tn_trace_on) printf("read %d bytes of t4 data\n", length);
   show_clock_cursor(tolvane_form);
   const ScaleSizes sizes = scale_sizes(Reduced);
   process_t4(data.get(), length, bitmap, sizes.Xsize, sizes.Ysize);
   restore_cursor(tolvane_form);
-  if (Tn_trace_on) std::printf("finished a page\n");
+  if (Tn_trace_on) printf("finished a page\n");
   return 0;
 }
 
@@ -254,7 +254,7 @@ void empty_file(const char *name) {
 }
 
 void TellUser(Widget, const char *message) {
-  std::fprintf(stderr, "%s\n", message);
+  fprintf(stderr, "%s\n", message);
 }
 
 }  // namespace tolvane

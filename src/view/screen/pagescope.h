@@ -1,9 +1,9 @@
 // The page cycle: opens a fax file, and brings one page at a time from the file into the bitmap and onto the screen.
 #pragma once
 
-#include <X11/Intrinsic.h>
-
 #include <cstdint>
+
+#include <X11/Intrinsic.h>
 
 namespace tolvane {
 

@@ -3,13 +3,13 @@
 // or frees the bitmap.
 #include "view/screen/presentation.h"
 
+#include <memory>
+
 #include "support/trace.h"
 #include "ui/motif_values.h"
 #include "ui/widgets.h"
 #include "view/scales.h"
 #include "view/view_state.h"
-
-#include <memory>
 
 #include <Xm/ScrollBar.h>
 #include <Xm/ScrolledW.h>

@@ -2,13 +2,13 @@
 // page, not by one view: only the scroll bar reaches the middle of a page of more than two views.
 #include "view/screen/scrolling.h"
 
+#include <algorithm>
+
 #include "ui/motif_values.h"
 #include "ui/widgets.h"
 #include "view/screen/pagescope.h"
 #include "view/screen/presentation.h"
 #include "view/view_state.h"
-
-#include <algorithm>
 
 #include <Xm/ScrollBar.h>
 #include <Xm/ScrolledW.h>

@@ -2,14 +2,14 @@
 // cannot be read leaves the new setting in place and the old picture on the screen.
 #include "view/screen/tolvane_cb.h"
 
+#include <iterator>
+
 #include "ui/motif_utils.h"
 #include "ui/widgets.h"
+#include "view/scales.h"
 #include "view/screen/pagescope.h"
 #include "view/screen/presentation.h"
-#include "view/scales.h"
 #include "view/view_state.h"
-
-#include <iterator>
 
 namespace tolvane {
 namespace {

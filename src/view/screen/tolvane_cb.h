@@ -2,9 +2,9 @@
 // the page before and after. The page cycle itself is in pagescope.
 #pragma once
 
-#include <X11/Intrinsic.h>
-
 #include <cstdint>
+
+#include <X11/Intrinsic.h>
 
 namespace tolvane {
 
