@@ -92,7 +92,7 @@ class FaultsOf : public ToolTest, public testing::WithParamInterface<const char 
 };
 
 TEST_P(FaultsOf, LeaveTheOldOrTheNewFile) {
-  const bool all = getenv("TOLVANE_FAULTS") != nullptr;
+  const bool all = static_cast<bool>(getenv("TOLVANE_FAULTS"));
   int status;
   run_with("5", 1000000, status);
   if (status == UNAVAILABLE) GTEST_SKIP() << "no system calls can be caught here";

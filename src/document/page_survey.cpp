@@ -25,12 +25,13 @@ struct PageInWork {
 void find_page(const FaxDocument &document, PageInWork &page, Survey depth) {
   PageFacts &facts = page.facts;
   Status read = locate_page(document, facts.page, page.found);
-  const PageRecord *place = page.found.place;
-  if (read == DONE && (depth != Survey::headers || !place)) read = read_fax_page(document, facts.page, page.found);
+  const PageRecord &place = page.found.place;
+  const bool sized = depth == Survey::headers && place.offset >= 0;
+  if (read == DONE && !sized) read = read_fax_page(document, facts.page, page.found);
   facts.source = input_name(page.found.source);
   facts.source_page = page.found.source_page;
   facts.coding = page.found.coding;
-  facts.bytes = depth == Survey::headers && place ? place->length : std::ssize(page.found.record);
+  facts.bytes = sized ? place.length : std::ssize(page.found.record);
   facts.readable = read == DONE;
   if (read != DONE) page.status = DAMAGED;
 }
