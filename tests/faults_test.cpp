@@ -119,5 +119,5 @@ INSTANTIATE_TEST_SUITE_P(Commands, FaultsOf,
                                          "append letter.fax page.pbm", "insert 1 report.fax page.pbm",
                                          "include cover.fax 1 1 report.fax", "keywords set letter.fax DATE=x",
                                          "merge new.fax letter.fax plan.fax", "split report.fax %d.fax",
-                                         "convert --to mr letter.fax report.fax", "extract letter.fax new.tif",
+                                         "convert --to mmr letter.fax plan.fax", "extract letter.fax new.tif",
                                          "render letter.fax new.png"));
