@@ -200,6 +200,20 @@ TEST_F(Create, TiffPagesAreUprightAndThumbnailsAreNoPages) {
   }
 }
 
+TEST_F(Create, PagesAreRotated) {
+  prepare("convert $charts/itu1.tif -crop 1600x1400+0+300 +repage page.pbm && $tool create page.fax $charts/itu1.tif");
+  for (const std::string degrees : {"90", "180", "270"}) {
+    prepare("convert page.pbm -rotate " + degrees + " turned.pbm && convert $charts/itu1.tif -rotate " + degrees +
+            " extracted.pbm");
+    const std::string expected = run("create --source-dpi 204x196 - turned.pbm").out;
+    EXPECT_TRUE(run("create --rotate " + degrees + " --source-dpi 204x196 - page.pbm").out == expected) << degrees;
+    EXPECT_EQ(from_pbm(run("extract -f pbm --rotate " + degrees + " page.fax -").out),
+              from_pbm(bytes("extracted.pbm")));
+  }
+  prepare("convert page.pbm -rotate 270 side.pbm");
+  EXPECT_TRUE(run("create --rotate auto - side.pbm").out == run("create --rotate auto - page.pbm").out);
+}
+
 // A page with a black square of an inch, at many resolutions: the square keeps its size on paper.
 TEST_F(Create, PagesKeepTheirProportionsAndPlace) {
   const struct {
@@ -252,6 +266,17 @@ TEST_F(Create, GreyBecomesBlackAndWhite) {
   prepare("convert two.pgm two.png");
   const Picture two = first_page(run("create --grey diffusion --source-dpi 204x196 - two.png").out);
   EXPECT_EQ(std::vector<uint8_t>(two.row(1) + 107, two.row(1) + 109), (std::vector<uint8_t>{0, 0x80}));
+  // Faint and unevenly lit text keeps its ink: 128 leaves the first page white, and blackens half of the second.
+  const uint32_t ink = black_pixels(load_chart("itu1").pixels);
+  prepare(
+      "convert $charts/itu1.tif -depth 8 -type Grayscale +level-colors 'gray(150),gray(215)' -blur 0x0.7 faint.png");
+  prepare(
+      "convert faint.png '(' -size 2376x1728 gradient:white-'gray(90)' -rotate 90 ')' -compose multiply -composite "
+      "uneven.png");
+  EXPECT_NEAR(black_pixels(first_page(run("create - faint.png").out).pixels), ink, ink * 0.05);
+  EXPECT_EQ(black_pixels(first_page(run("create --threshold 128 - faint.png").out).pixels), 0U);
+  EXPECT_NEAR(black_pixels(first_page(run("create --grey local - uneven.png").out).pixels), ink, ink * 0.25);
+  EXPECT_GT(black_pixels(first_page(run("create - uneven.png").out).pixels), 5 * ink);
   // 16 bits without a word about gamma are as bright as 8.
   prepare("convert -size 64x512 gradient: -depth 16 -define png:bit-depth=16 -define png:exclude-chunks=all 16.png");
   EXPECT_NEAR(black_pixels(first_page(run("create --source-dpi 204x196 - 16.png").out).pixels), 64 * 256, 64);

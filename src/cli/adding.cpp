@@ -13,6 +13,7 @@
 #include "document/page_coding.h"
 #include "faxfile/header_lines.h"
 #include "faxfile/usorbport.h"
+#include "formats/turning.h"
 #include "io/input_file.h"
 #include "io/ordered_work.h"
 #include "io/output_file.h"
@@ -87,7 +88,8 @@ struct NewPage {
 // Codes pages and adds the records at the end of an open file, in order.
 class NewPages {
  public:
-  NewPages(const FitOptions &fit, int32_t coding, int fd) : fit_(fit), coding_(coding), fd_(fd), progress_("pages") {}
+  NewPages(const SourceOptions &source, int32_t coding, int fd)
+      : fit_(source.fit), rotate_(source.rotate), coding_(coding), fd_(fd), progress_("pages") {}
 
   // @param count  of pages so far
   // @param header  receives what the first page of all brings along
@@ -126,6 +128,7 @@ class NewPages {
   void code(NewPage &page) const {
     std::vector<uint8_t> lines;
     const char *name = page.name.c_str();
+    turn_picture(page.picture, wanted_turn(rotate_, page.picture));
     report_overhang(name, page.number, page.picture, fit_);
     page.status = make_fax_lines(std::move(page.picture), fit_, lines)
                       ? encode_page(name, lines, coding_, fit_.resolution, page.record)
@@ -156,6 +159,7 @@ class NewPages {
   }
 
   const FitOptions fit_;
+  const int32_t rotate_;
   const int32_t coding_;
   const int fd_;
   Progress progress_;
@@ -173,9 +177,13 @@ void declare_page_input(Usage &usage, PageInput &input) {
                   {{"center", FIT_CENTER}, {"centre", FIT_CENTER}, {"scale", FIT_SCALE}, {"crop", FIT_CROP}},
                   "keep the true size and centre, reducing what is too wide; scale to the full width; or keep the true "
                   "size and cut");
-  add_choice<bool>(usage, "--grey", source.fit.diffuse, {{"threshold", false}, {"diffusion", true}},
-                   "how grey becomes black and white");
-  add_number(usage, "--threshold", source.fit.threshold, 1, 255, "grey below this is black");
+  add_rotate(usage, source.rotate);
+  add_choice<Halftone>(usage, "--grey", source.fit.halftone,
+                       {{"threshold", THRESHOLD}, {"local", LOCAL_THRESHOLD}, {"diffusion", DIFFUSION}},
+                       "how grey becomes black and white");
+  usage.add_option("--threshold", source.fit.threshold, "grey below this is black (default: by the page)")
+      .type_name("N")
+      .range(1, 255);
   const auto store = [&source](const std::string &text) {
     return store_dpi(text, source) ? "" : "expected a number, or two as in 204x98";
   };
@@ -193,7 +201,7 @@ Status code_pages(const PageInput &input, int32_t coding, int32_t resolution, in
                   HeaderValues &header) {
   SourceOptions source = input.source;
   source.fit.resolution = resolution;
-  NewPages coder(source.fit, coding, fd);
+  NewPages coder(source, coding, fd);
   Status status = DONE;
   count = 0;
   for (const std::string &file : input.files) {

@@ -15,6 +15,7 @@
 #include "document/page_survey.h"
 #include "formats/fax_lines.h"
 #include "formats/page_writers.h"
+#include "formats/turning.h"
 #include "io/file_names.h"
 #include "io/ordered_work.h"
 #include "io/output_file.h"
@@ -29,6 +30,7 @@ std::string selection;
 std::string format_name;
 TiffCoding tiff_coding = TiffCoding::g4;
 bool square, no_metadata;
+int32_t rotate;
 
 void declare(Usage &usage) {
   usage.add_option("FILE", file, "the fax file; - is standard input").required();
@@ -43,6 +45,7 @@ void declare(Usage &usage) {
   add_choice<TiffCoding>(usage, "--coding", tiff_coding, {{"g4", TiffCoding::g4}, {"g3", TiffCoding::g3}},
                          "how pages are coded in TIFF");
   usage.add_flag("--square", square, "repeat lines to make pixels square, for text recognition");
+  add_rotate(usage, rotate);
   usage.add_flag("--no-metadata", no_metadata, "write no tags and texts from header lines and damage");
 }
 
@@ -94,6 +97,9 @@ Status make_picture(const FaxDocument &document, const PictureFormat &format, Pa
   if (decoded.count == 0) return failure("%s: page %d has no lines: skipped", document.name(), page.number);
   page.picture = {FAX_WIDTH, decoded.count, FAX_X_DPI, lines_per_inch(page.found.resolution), std::move(decoded.lines)};
   if (!no_metadata) add_metadata(document, decoded, page.picture);
+  const Turn turn = wanted_turn(rotate, page.picture.rows, page.picture.width, page.picture.height);
+  if (!turn.is_none()) turn_rows(page.picture.rows, page.picture.width, page.picture.height, turn);
+  if (turn.transpose) std::swap(page.picture.x_dpi, page.picture.y_dpi);
   if (square) make_square(page.picture);
   if (format.encode) page.picture.code = format.encode(page.picture, tiff_coding);
   return status;

@@ -5,6 +5,7 @@
 
 #include <algorithm>
 
+#include "formats/turning.h"
 #include "t4/line.h"
 
 namespace tolvane {
@@ -53,6 +54,12 @@ Option add_resolution(Usage &usage, int32_t &target, const std::string &help) {
 Option add_inclusions(Usage &usage, bool &keep) {
   return add_choice<bool>(usage, "--inclusions", keep, {{"resolve", false}, {"keep", true}},
                           "copy pages of other files, or keep including them");
+}
+
+Option add_rotate(Usage &usage, int32_t &degrees) {
+  return add_choice<int32_t>(usage, "--rotate", degrees,
+                             {{"0", 0}, {"90", 90}, {"180", 180}, {"270", 270}, {"auto", ROTATE_AUTO}},
+                             "turn pages to the right by these degrees, or by 90 if their text runs up or down");
 }
 
 }  // namespace tolvane

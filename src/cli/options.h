@@ -52,4 +52,7 @@ Option add_keep_going(Usage &usage, bool &keep_going);
 /// Adds `--force`: do what is refused to protect a file.
 Option add_force(Usage &usage, bool &force, const std::string &help);
 
+/// Adds `--rotate`: degrees to the right, or ROTATE_AUTO.
+Option add_rotate(Usage &usage, int32_t &degrees);
+
 }  // namespace tolvane

@@ -6,6 +6,7 @@
 #include <cmath>
 #include <utility>
 
+#include "formats/halftone.h"
 #include "formats/packed_rows.h"
 #include "formats/resample.h"
 
@@ -34,29 +35,6 @@ std::vector<uint8_t> resized(const SourcePicture &page, int32_t width, int32_t h
     for (size_t x = 0; x < new_width; ++x) *out++ = average(&narrowed[x], new_width, span);
   }
   return result;
-}
-
-// Error diffusion in place, every other row from right to left so that patterns do not drift to one side: 7/16 of the
-// error go to the next pixel, 3/16, 5/16 and 1/16 to the row below.
-void diffuse(std::vector<uint8_t> &grey, int32_t width, int32_t threshold) {
-  const auto columns = static_cast<size_t>(width);
-  std::vector<int32_t> here(columns + 2), below(columns + 2);  // errors in sixteenths, a pixel to spare at each end
-  for (size_t row = 0; row * columns < grey.size(); ++row) {
-    const bool leftward = row % 2;
-    for (size_t i = 0; i < columns; ++i) {
-      const size_t x = leftward ? columns - 1 - i : i;
-      uint8_t &pixel = grey[row * columns + x];
-      const int32_t wanted = pixel + here[x + 1] / 16;
-      pixel = wanted < threshold ? 0 : 255;
-      const int32_t error = wanted - pixel;
-      here[leftward ? x : x + 2] += 7 * error;
-      below[leftward ? x + 2 : x] += 3 * error;
-      below[x + 1] += 5 * error;
-      below[leftward ? x : x + 2] += error;
-    }
-    here.swap(below);
-    std::fill(below.begin(), below.end(), 0);
-  }
 }
 
 }  // namespace
@@ -109,14 +87,19 @@ bool make_fax_lines(SourcePicture &&page, const FitOptions &options, std::vector
   const auto height = static_cast<int32_t>(exact_height);
   const int32_t most = options.fit == FIT_CROP ? WIDEST_PICTURE : FAX_WIDTH;
   const auto width = std::clamp(static_cast<int32_t>(std::lround(page.width * scale.x)), 1, most);
-  if (page.grey.empty() && width == page.width && width <= FAX_WIDTH &&
-      fit_packed(page, height, options.threshold, options.diffuse, lines))
+  // Black and white is never parted anew, so that its averages do not depend on the page.
+  const bool bilevel = page.grey.empty();
+  int32_t threshold = options.threshold > 0 ? options.threshold : MIDDLE_GREY;
+  if (bilevel && width == page.width && width <= FAX_WIDTH &&
+      fit_packed(page, height, threshold, options.halftone == DIFFUSION, lines))
     return true;
 
-  if (page.grey.empty()) page.grey = unpacked(page);
+  if (bilevel) page.grey = unpacked(page);
   std::vector<uint8_t> grey =
       width == page.width && height == page.height ? std::move(page.grey) : resized(page, width, height);
-  if (options.diffuse) diffuse(grey, width, options.threshold);
+  if (options.halftone == DIFFUSION) diffuse(grey, width, threshold);
+  if (options.halftone == LOCAL_THRESHOLD && !bilevel) threshold_locally(grey, width);
+  if (options.halftone == THRESHOLD && !bilevel && options.threshold == 0) threshold = page_threshold(grey);
 
   const auto columns = static_cast<size_t>(width), kept = std::min(columns, static_cast<size_t>(FAX_WIDTH));
   const size_t cut = (columns - kept) / 2, left = (FAX_WIDTH - kept) / 2;
@@ -125,7 +108,7 @@ bool make_fax_lines(SourcePicture &&page, const FitOptions &options, std::vector
     uint8_t *line = &lines[row * LINE_BYTES];
     const uint8_t *pixel = &grey[row * columns + cut];
     for (size_t x = left; x < left + kept; ++x, ++pixel) {
-      if (*pixel < options.threshold) line[x / 8] = static_cast<uint8_t>(line[x / 8] | 0x80 >> x % 8);
+      if (*pixel < threshold) line[x / 8] = static_cast<uint8_t>(line[x / 8] | 0x80 >> x % 8);
     }
   }
   return true;

@@ -25,12 +25,19 @@ enum Fit : int32_t {
   FIT_CROP,    ///< at its true size; what is too wide is cut off at both sides
 };
 
+/// How grey becomes black and white.
+enum Halftone : int32_t {
+  THRESHOLD,        ///< by one threshold for the page
+  LOCAL_THRESHOLD,  ///< by the grey around a pixel
+  DIFFUSION,        ///< by error diffusion
+};
+
 /// How a picture becomes a fax page.
 struct FitOptions {
   int32_t resolution = 1;  ///< vertical resolution code of the fax: 0 normal, 1 fine
   Fit fit = FIT_CENTER;
-  bool diffuse = false;     ///< error diffusion (Floyd and Steinberg); if not, threshold
-  int32_t threshold = 128;  ///< a grey below this is black
+  Halftone halftone = THRESHOLD;
+  int32_t threshold = 0;  ///< a grey below this is black; 0: it is chosen by the page
 };
 
 /// How many fax pixels a source pixel becomes, across and down.

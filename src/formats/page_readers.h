@@ -33,6 +33,7 @@ struct SourceOptions {
   bool keep_going = false;  ///< report and skip unreadable pages, the rest of an unreadable file included
   double x_dpi = 0;         ///< overrides the file; 0 in both: as in the file
   double y_dpi = 0;
+  int32_t rotate = 0;  ///< degrees to the right, or ROTATE_AUTO
 };
 
 /// A file to read pictures from.

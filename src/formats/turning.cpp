@@ -1,6 +1,8 @@
 // One walk over the pixels serves grey and packed pictures: only the copying of a pixel differs.
 #include "formats/turning.h"
 
+#include <cstddef>
+#include <numeric>
 #include <utility>
 
 namespace tolvane {
@@ -29,7 +31,47 @@ size_t row_bytes(int32_t width) {
   return (static_cast<size_t>(width) + 7) / 8;
 }
 
+// How much the numbers of black pixels of neighbouring stretches of rows differ: lines of text and the white between
+// them make much of it along the text, and little across.
+double unevenness(const std::vector<int32_t> &black) {
+  constexpr size_t STRETCH = 8;  // rows: less than a line of text
+  double sum = 0, before = 0;
+  for (size_t i = 0; i + STRETCH <= black.size(); i += STRETCH) {
+    const auto first = black.begin() + static_cast<ptrdiff_t>(i);
+    const double here = std::accumulate(first, first + STRETCH, 0);
+    if (i > 0) sum += (here - before) * (here - before);
+    before = here;
+  }
+  return sum;
+}
+
 }  // namespace
+
+Turn wanted_turn(int32_t degrees, const std::vector<uint8_t> &rows, int32_t width, int32_t height) {
+  constexpr double CLEARLY = 2;  // times the unevenness of the other direction
+  if (degrees != ROTATE_AUTO) return clockwise(degrees);
+  std::vector<int32_t> across(static_cast<size_t>(height)), down(static_cast<size_t>(width));
+  const size_t size = row_bytes(width);
+  for (size_t y = 0; y < across.size(); ++y) {
+    for (size_t x = 0; x < down.size(); ++x) {
+      const int32_t black = rows[y * size + x / 8] >> (7 - x % 8) & 1;
+      across[y] += black;
+      down[x] += black;
+    }
+  }
+  return unevenness(down) > CLEARLY * unevenness(across) ? clockwise(90) : Turn{};
+}
+
+Turn wanted_turn(int32_t degrees, const SourcePicture &page) {
+  if (degrees != ROTATE_AUTO || page.grey.empty()) return wanted_turn(degrees, page.bits, page.width, page.height);
+  const auto width = static_cast<size_t>(page.width), size = page.row_bytes();
+  std::vector<uint8_t> bits(size * static_cast<size_t>(page.height));
+  for (size_t i = 0; i < page.grey.size(); ++i) {
+    uint8_t &byte = bits[i / width * size + i % width / 8];
+    if (page.grey[i] < 128) byte = static_cast<uint8_t>(byte | 0x80 >> i % width % 8);
+  }
+  return wanted_turn(degrees, bits, page.width, page.height);
+}
 
 Turn upright(uint16_t orientation) {
   constexpr Turn TURNS[] = {

@@ -23,6 +23,17 @@ Turn upright(uint16_t orientation);
 /// A turn to the right, by 0, 90, 180 or 270 degrees.
 Turn clockwise(int32_t degrees);
 
+constexpr int32_t ROTATE_AUTO = -1;  ///< in place of degrees: by 90 degrees if the text runs down or up the page
+
+/// The turn that the user wants.
+///
+/// @param degrees  to the right, or ROTATE_AUTO
+/// @param rows     the page in black and white, looked at for ROTATE_AUTO: (width + 7) / 8 bytes each, 1 is black
+Turn wanted_turn(int32_t degrees, const std::vector<uint8_t> &rows, int32_t width, int32_t height);
+
+/// The same for a picture in grey or black and white.
+Turn wanted_turn(int32_t degrees, const SourcePicture &page);
+
 /// Turns a picture. Its resolution turns with it.
 void turn_picture(SourcePicture &page, const Turn &turn);
 
