@@ -72,6 +72,7 @@ void scroll_up() {}
 void scroll_down() {}
 void bell() {}
 void show_scale_on_toggles() {}
+void watch_shown_file() {}
 
 }  // namespace tolvane
 
