@@ -36,7 +36,7 @@ namespace tolvane {
 namespace {
 [[gnu::used]] const char SCCS_ID[] = "@(#)|fax|9|01|1|0|0|11/23/26|06:00:00";
 
-constexpr int32_t WIDTH = 1728;
+constexpr int32_t WIDTH = LINE_PIXELS;
 constexpr size_t LINE_BYTES = WIDTH / 8;
 
 static_assert(TOLVANE_INCLUDED == FAXFILE_ERR_INCLUDED && TOLVANE_NO_PAGE == FAXFILE_ERR_NO_PAGE);

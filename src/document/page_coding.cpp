@@ -14,8 +14,6 @@ namespace tolvane {
 namespace {
 [[gnu::used]] const char SCCS_ID[] = "@(#)|page_coding|9|01|1|0|0|11/22/26|22:10:00";
 
-constexpr size_t EOL_ZEROS = 11;  // zeros before the one of an EOL (ITU-T T.4, 4.1.2)
-
 // Whether the decoder returns nothing in place of such a line.
 bool is_missing(Damage kind) {
   return kind == Damage::skipped_line || kind == Damage::lost_start;
