@@ -62,3 +62,12 @@ TEST_F(Keywords, WhatReadersCouldNotReadIsRefused) {
     EXPECT_EQ(dir.entries(), 1);
   }
 }
+
+TEST_F(Keywords, EditorsAtTheSameTimeLoseNothingOfEachOther) {
+  dir.write("f", fax_bytes("SUBJECT:s\n", {"one"}));
+  std::string edits;
+  for (int i = 10; i < 30; ++i) edits += "$tool keywords add f DATE=" + std::to_string(i) + " & ";
+  EXPECT_EQ(shell(edits + "wait").err, "");
+  const std::string header = parts("f").header;
+  for (int i = 10; i < 30; ++i) EXPECT_NE(header.find("DATE:" + std::to_string(i) + "\n"), std::string::npos) << header;
+}

@@ -213,7 +213,8 @@ Status code_pages(const PageInput &input, int32_t coding, int32_t resolution, in
 
 Status insert_pages(const std::string &path, int32_t place, const PageInput &input) {
   FaxDocument document;
-  if (open_fax(path, document) != DONE || check_target(document, place) != DONE) return FAILED;
+  EditedFile edited;
+  if (open_fax_to_edit(path, document, edited) != DONE || check_target(document, place) != DONE) return FAILED;
   if (place == 0) place = document.record_count() + 1;
 
   OutputFile output;

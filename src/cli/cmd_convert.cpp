@@ -119,7 +119,8 @@ Status convert_by_copy(FaxDocument &document) {
 
 Status convert_file(const std::string &path) {
   FaxDocument document;
-  if (open_fax(path, document) != DONE) return FAILED;
+  EditedFile edited;
+  if (open_fax_to_edit(path, document, edited) != DONE) return FAILED;
   if (document.coding == coding) return DONE;
   if (encodable_modes(document) != DONE) return FAILED;
   if (document.resolution < 0) return failure("%s: the header has no RESOLUTION", document.name());

@@ -70,7 +70,8 @@ void add_inclusion(FaxDocument &document) {
 
 Status run() {
   FaxDocument document;
-  if (open_fax(file, document) != DONE || check_included(document) != DONE) return FAILED;
+  EditedFile edited;
+  if (open_fax_to_edit(file, document, edited) != DONE || check_included(document) != DONE) return FAILED;
   if (place > document.record_count() + 1)
     return failure("%s: no page %d to include before: the file has %d pages of its own", document.name(), place,
                    document.record_count());

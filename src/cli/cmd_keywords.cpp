@@ -168,7 +168,8 @@ Status run() {
     }
   }
   FaxDocument document;
-  if (open_fax(file, document) != DONE) return FAILED;
+  EditedFile edited;
+  if ((chosen->edits ? open_fax_to_edit(file, document, edited) : open_fax(file, document)) != DONE) return FAILED;
   const HeaderLines before = document.lines;
   if (const Status status = chosen->act(document); status != DONE || !chosen->edits) return status;
   if (document.lines == before && file != "-") return DONE;

@@ -197,8 +197,9 @@ Status run() {
   if (!dry_run && in_place == !out.empty()) return usage_fault("give either OUT or --in-place");
   if (in_place && file == "-") return usage_fault("standard input cannot be repaired in place");
   Repair repair;
-  if (open_fax(file, repair.document) != DONE || repair_modes(repair) != DONE || repair_tail(repair) != DONE ||
-      repair_counts(repair) != DONE)
+  EditedFile edited;
+  if (open_fax_to_edit(file, repair.document, edited) != DONE || repair_modes(repair) != DONE ||
+      repair_tail(repair) != DONE || repair_counts(repair) != DONE)
     return FAILED;
   const bool writes = !dry_run && (!repair.notes.empty() || !in_place);
   if (writes && write_repaired(repair) != DONE) return FAILED;

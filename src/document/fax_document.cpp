@@ -3,6 +3,8 @@
 #include "document/fax_document.h"
 
 #include <errno.h>
+#include <fcntl.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -102,6 +104,17 @@ Status open_fax(const std::string &path, FaxDocument &document) {
   if (!document.fd) return FAILED;
   const std::string fault = load(path, document);
   return fault.empty() ? DONE : failure("%s", fault.c_str());
+}
+
+Status open_fax_to_edit(const std::string &path, FaxDocument &document, EditedFile &edited) {
+  do {
+    edited.lock.release();
+    struct stat status;
+    if (path == "-" || stat(path.c_str(), &status) != 0 || !S_ISREG(status.st_mode)) break;
+    edited.file.reset(open(path.c_str(), O_RDWR | O_NONBLOCK | O_NOCTTY | O_CLOEXEC));
+    if (!edited.file || !edited.lock.take(edited.file.get())) break;
+  } while (!is_file_at(edited.file.get(), path.c_str()));
+  return open_fax(path, document);
 }
 
 std::string open_included_fax(const std::string &path, FaxDocument &document) {

@@ -8,6 +8,7 @@
 #include <string>
 #include <vector>
 
+#include "faxfile/fax_lock.h"
 #include "faxfile/header_lines.h"
 #include "io/report.h"
 #include "support/handle.h"
@@ -58,6 +59,16 @@ struct FaxDocument {
 /// @param path  `-` is standard input
 /// @return DONE, or FAILED after a message. A record that is cut short is neither a failure nor reported
 Status open_fax(const std::string &path, FaxDocument &document);
+
+/// The right to replace a fax file, held until the object goes: other editors wait, and read what was written.
+struct EditedFile {
+  Descriptor file;
+  FaxEditLock lock;
+};
+
+/// `open_fax` for a file that is about to be replaced: it is locked before it is read. What can't be written is not
+/// locked: the output reports it.
+Status open_fax_to_edit(const std::string &path, FaxDocument &document, EditedFile &edited);
 
 /// `open_fax` for a file that another one includes: a regular file, and no message.
 ///
