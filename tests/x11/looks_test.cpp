@@ -1,9 +1,8 @@
 // The window on displays with fonts of different resolutions: the page number is whole, and no control covers another.
 
-#include "x11/viewer.h"
-
 #include <span>
 
+#include "x11/viewer.h"
 #include "helpers/fax_bytes.h"
 #include "helpers/temp_dir.h"
 
