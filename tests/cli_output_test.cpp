@@ -222,6 +222,11 @@ TEST_F(Output, HeadersAreReadWithoutThePages) {
   const ToolRun csv = run("info --no-decode --csv a.fax");
   EXPECT_TRUE(csv.status == 0 && csv.err.empty()) << csv.err;
   EXPECT_THAT(csv.out, HasSubstr("\na.fax,1,a.fax,1,MH,15,,\na.fax,2,a.fax,2,MH,15,,\n"));
+  dir.write("b c.fax", bytes("a.fax"));
+  for (const char *list : {"ls -1 *.fax | $tool check --files-from -",
+                           "printf 'a.fax\\0b c.fax\\0' >list; $tool check -0 --files-from list"})
+    EXPECT_EQ(shell(list).out, run("check a.fax 'b c.fax'").out) << list;
+  EXPECT_EQ(run("check").status, 1);
   const ToolRun json = run("info --json gone.fax");
   EXPECT_EQ(json.status, 2);
   EXPECT_EQ(nlohmann::json::parse(json.out)["error"], "gone.fax: No such file or directory");

@@ -3,6 +3,7 @@
 #include <cstdio>
 
 #include "cli/commands.h"
+#include "cli/options.h"
 #include "document/fax_composition.h"
 #include "document/page_survey.h"
 #include "faxfile/header_lines.h"
@@ -13,10 +14,10 @@ namespace tolvane {
 namespace {
 [[gnu::used]] const char SCCS_ID[] = "@(#)|cmd_check|9|01|1|0|0|11/22/26|21:40:00";
 
-std::vector<std::string> files;
+FileList input;
 
 void declare(Usage &usage) {
-  usage.add_option("FILE", files, "fax files; - is standard input").required();
+  add_files(usage, input, "fax files; - is standard input");
 }
 
 // Compares a count in the header with the true one.
@@ -87,6 +88,8 @@ Status check_file(const std::string &path) {
 }
 
 Status run() {
+  if (const Status status = input.complete(); status != DONE) return status;
+  const std::vector<std::string> &files = input.files;
   Progress progress("files", static_cast<int32_t>(files.size()));
   Status status = DONE;
   for (const std::string &file : files) {

@@ -28,14 +28,12 @@ namespace tolvane {
 namespace {
 [[gnu::used]] const char SCCS_ID[] = "@(#)|cmd_convert|9|01|1|0|0|11/22/26|22:40:00";
 
-std::vector<std::string> files;
+FileList input;
 int32_t coding = -1;
 int32_t jobs = 1;
 
 void declare(Usage &usage) {
-  usage.add_option("FILE", files, "fax files to convert in place").required().check([](const std::string &path) {
-    return path == "-" ? "files are converted in place: standard input cannot be" : "";
-  });
+  add_files(usage, input, "fax files to convert in place");
   add_coding(usage, "--to", coding, "the new coding of their pages").required();
   add_number(usage, "-j,--jobs", jobs, 1, 1024, "files to convert at a time");
 }
@@ -128,7 +126,7 @@ Status convert_file(const std::string &path) {
   if (access(path.c_str(), W_OK)) return system_failure(document.name());
 
   Progress progress("pages", document.record_count());
-  page_progress = files.size() == 1 ? &progress : nullptr;
+  page_progress = input.files.size() == 1 ? &progress : nullptr;
   const Status status = converter_keeps_all(document) ? run_converter(document.path) : convert_by_copy(document);
   const Status damage = report_damaged_pages(document);
   if (status == FAILED) return failure("%s: not converted", document.name());
@@ -184,6 +182,10 @@ Status warn_of_other_codings(const std::string &path) {
 }
 
 Status run() {
+  if (const Status status = input.complete(); status != DONE) return status;
+  const std::vector<std::string> &files = input.files;
+  if (std::find(files.begin(), files.end(), "-") != files.end())
+    return usage_fault("files are converted in place: standard input cannot be");
   std::map<pid_t, std::string> workers;
   std::vector<std::string> converted;
   Progress progress("files", static_cast<int32_t>(files.size()));

@@ -4,6 +4,7 @@
 #include <nlohmann/json.hpp>
 
 #include "cli/commands.h"
+#include "cli/options.h"
 #include "document/page_survey.h"
 #include "faxfile/session_params.h"
 #include "faxfile/usorbport.h"
@@ -18,14 +19,14 @@ using nlohmann::ordered_json;
 
 constexpr int JSON_SCHEMA = 1;  // raised when a field is removed or changes its meaning
 
-std::vector<std::string> files;
+FileList input;
 bool as_json;
 bool as_csv;
 bool no_decode;
 bool with_checksum;
 
 void declare(Usage &usage) {
-  usage.add_option("FILE", files, "fax files; - is standard input").required();
+  add_files(usage, input, "fax files; - is standard input");
   Option json = usage.add_flag("--json", as_json, "print one line with a JSON object per file");
   usage.add_flag("--csv", as_csv, "print one line per page, after a line of names").excludes(json);
   Option headers = usage.add_flag("--no-decode", no_decode, "read headers only: no lines, no damage");
@@ -154,6 +155,8 @@ Status open_reported(const std::string &path, FaxDocument &document) {
 }
 
 Status run() {
+  if (const Status status = input.complete(); status != DONE) return status;
+  const std::vector<std::string> &files = input.files;
   if (as_csv) printf("file,page,source,record,coding,bytes,lines,damaged_lines%s\n", with_checksum ? ",sha256" : "");
   const Survey depth = no_decode ? Survey::headers : with_checksum ? Survey::checksums : Survey::lines;
   Progress progress("files", static_cast<int32_t>(files.size()));

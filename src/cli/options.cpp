@@ -4,8 +4,10 @@
 #include <ctype.h>
 
 #include <algorithm>
+#include <string_view>
 
 #include "formats/turning.h"
+#include "io/input_file.h"
 #include "t4/line.h"
 
 namespace tolvane {
@@ -41,6 +43,28 @@ Option add_coding(Usage &usage, const char *names, int32_t &target, const std::s
 
 Option add_keep_going(Usage &usage, bool &keep_going) {
   return usage.add_flag("--keep-going", keep_going, "skip unreadable pages and files, and exit with 3");
+}
+
+Status FileList::complete() {
+  if (!list.empty()) {
+    InputFile input;
+    if (input.open(list) != DONE) return FAILED;
+    std::string_view rest(reinterpret_cast<const char *>(input.bytes().data()), input.bytes().size());
+    const char end = null_separated ? '\0' : '\n';
+    while (!rest.empty()) {
+      const size_t length = std::min(rest.find(end), rest.size());
+      if (length > 0) files.emplace_back(rest.substr(0, length));
+      rest.remove_prefix(std::min(length + 1, rest.size()));
+    }
+  }
+  return files.empty() ? usage_fault("no file is given") : DONE;
+}
+
+void add_files(Usage &usage, FileList &files, const std::string &help) {
+  usage.add_option("FILE", files.files, help);
+  Option list = usage.add_option("--files-from", files.list, "read more names, one per line; - is standard input");
+  list.type_name("LIST");
+  usage.add_flag("-0,--null", files.null_separated, "names in LIST end in a zero byte").needs(list);
 }
 
 Option add_force(Usage &usage, bool &force, const std::string &help) {

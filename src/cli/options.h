@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "cli/command_usage.h"
+#include "io/report.h"
 
 namespace tolvane {
 
@@ -48,6 +49,19 @@ Option add_inclusions(Usage &usage, bool &keep);
 
 /// Adds `--keep-going`: unreadable pages are reported and skipped.
 Option add_keep_going(Usage &usage, bool &keep_going);
+
+/// The fax files that a command works on.
+struct FileList {
+  std::vector<std::string> files;  ///< those of the command line; after `complete` all of them
+  std::string list;                ///< path of a file with more names; empty: none
+  bool null_separated = false;     ///< names in the list end in a zero byte, not a line feed
+
+  /// Reads the list. DONE; USAGE or FAILED after a message: no file at all, no such list.
+  Status complete();
+};
+
+/// Adds the operands FILE..., and `--files-from` with `-0`.
+void add_files(Usage &usage, FileList &files, const std::string &help);
 
 /// Adds `--force`: do what is refused to protect a file.
 Option add_force(Usage &usage, bool &force, const std::string &help);
