@@ -9,7 +9,7 @@
 namespace tolvane {
 namespace {
 
-[[gnu::used]] const char SCCS_ID[] = "@(#)|exit_tasks|9|01|1|0|0|11/22/26|20:58:00";
+[[gnu::used]] const char SCCS_ID[] = "@(#)|exit_tasks|9|01|2|0|0|11/23/26|04:51:49";
 
 void free_all_memory() {
   free_header();

@@ -36,7 +36,7 @@ const char *const tn_fallbacks[] = {
 
 namespace {
 
-[[gnu::used]] const char SCCS_ID[] = "@(#)|open_view|9|01|1|0|0|11/22/26|20:58:00";
+[[gnu::used]] const char SCCS_ID[] = "@(#)|open_view|9|01|2|0|0|11/23/26|06:29:09";
 
 // The shells have this name and class however the display was opened, so that the resources of the viewer also apply
 // in a parent program.

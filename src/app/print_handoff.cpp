@@ -22,7 +22,7 @@
 namespace tolvane {
 namespace {
 
-[[gnu::used]] const char SCCS_ID[] = "@(#)|print_handoff|9|01|1|0|0|11/22/26|20:58:00";
+[[gnu::used]] const char SCCS_ID[] = "@(#)|print_handoff|9|01|2|0|0|11/23/26|05:54:58";
 
 constexpr size_t COMMAND_SIZE = 4096;  // bytes of a command line, including the terminator
 

@@ -16,7 +16,7 @@ const char *const default_colours[] = {"*foreground:\t\tblack", nullptr};
 
 namespace {
 
-[[gnu::used]] const char SCCS_ID[] = "@(#)|resource_defaults|9|01|1|0|0|11/23/26|05:00:00";
+[[gnu::used]] const char SCCS_ID[] = "@(#)|resource_defaults|9|01|2|0|0|11/23/26|06:15:41";
 
 // The usual font is the one of the fallback resources. The others are smaller, each size one that the bitmap fonts for
 // 75 or 100 dots per inch contain.

@@ -14,7 +14,7 @@
 namespace tolvane {
 namespace {
 
-[[gnu::used]] const char SCCS_ID[] = "@(#)|tn_api_functions|9|01|1|0|0|11/22/26|20:58:00";
+[[gnu::used]] const char SCCS_ID[] = "@(#)|tn_api_functions|9|01|2|0|0|11/23/26|05:35:42";
 
 tn_callback_func parent_function;
 

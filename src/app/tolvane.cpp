@@ -32,7 +32,7 @@
 namespace tolvane {
 namespace {
 
-[[gnu::used]] const char SCCS_ID[] = "@(#)|tolvane|9|01|1|0|0|11/22/26|20:58:00";
+[[gnu::used]] const char SCCS_ID[] = "@(#)|tolvane|9|01|2|0|0|11/23/26|06:29:09";
 
 char env_str[4096];  // `putenv` keeps the pointer
 

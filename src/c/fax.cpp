@@ -34,7 +34,7 @@ struct tolvane_fax {
 
 namespace tolvane {
 namespace {
-[[gnu::used]] const char SCCS_ID[] = "@(#)|fax|9|01|1|0|0|11/23/26|06:00:00";
+[[gnu::used]] const char SCCS_ID[] = "@(#)|fax|9|01|2|0|0|11/23/26|06:41:39";
 
 constexpr int32_t WIDTH = LINE_PIXELS;
 constexpr size_t LINE_BYTES = WIDTH / 8;

@@ -4,7 +4,7 @@
 
 namespace tolvane {
 namespace {
-[[gnu::used]] const char SCCS_ID[] = "@(#)|cmd_append|9|01|1|0|0|11/22/26|22:40:00";
+[[gnu::used]] const char SCCS_ID[] = "@(#)|cmd_append|9|01|2|0|0|11/23/26|05:53:10";
 
 std::string file;
 PageInput input;

@@ -9,7 +9,7 @@
 
 namespace tolvane {
 namespace {
-[[gnu::used]] const char SCCS_ID[] = "@(#)|cmd_completion_table|9|01|1|0|0|11/23/26|05:45:00";
+[[gnu::used]] const char SCCS_ID[] = "@(#)|cmd_completion_table|9|01|2|0|0|11/23/26|06:29:09";
 
 const CLI::App *program;
 

@@ -18,7 +18,7 @@
 
 namespace tolvane {
 namespace {
-[[gnu::used]] const char SCCS_ID[] = "@(#)|cmd_create|9|01|1|0|0|11/22/26|22:40:00";
+[[gnu::used]] const char SCCS_ID[] = "@(#)|cmd_create|9|01|2|0|0|11/23/26|06:28:52";
 
 std::string out;
 PageInput input;

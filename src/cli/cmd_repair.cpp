@@ -22,7 +22,7 @@
 
 namespace tolvane {
 namespace {
-[[gnu::used]] const char SCCS_ID[] = "@(#)|cmd_repair|9|01|1|0|0|11/23/26|06:10:00";
+[[gnu::used]] const char SCCS_ID[] = "@(#)|cmd_repair|9|01|2|0|0|11/23/26|06:41:39";
 
 constexpr int32_t CREDIBLE_LINES = 16;  // so many good lines are no coincidence: the bytes are a page
 

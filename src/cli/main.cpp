@@ -16,7 +16,7 @@
 
 namespace tolvane {
 namespace {
-[[gnu::used]] const char SCCS_ID[] = "@(#)|main|9|01|1|0|0|11/22/26|21:30:00";
+[[gnu::used]] const char SCCS_ID[] = "@(#)|main|9|01|2|0|0|11/23/26|06:29:09";
 
 constexpr const Command *COMMANDS[] = {
     &info_command,   &check_command,   &compare_command, &create_command,   &append_command,

@@ -22,7 +22,7 @@
 
 namespace tolvane {
 namespace {
-[[gnu::used]] const char SCCS_ID[] = "@(#)|fax_document|9|01|1|0|0|11/22/26|22:10:00";
+[[gnu::used]] const char SCCS_ID[] = "@(#)|fax_document|9|01|2|0|0|11/23/26|06:41:39";
 
 const char *keyword(FaxKeyword number) {
   return faxFileKeywordList[number];

@@ -12,7 +12,7 @@
 
 namespace tolvane {
 namespace {
-[[gnu::used]] const char SCCS_ID[] = "@(#)|page_coding|9|01|1|0|0|11/22/26|22:10:00";
+[[gnu::used]] const char SCCS_ID[] = "@(#)|page_coding|9|01|2|0|0|11/23/26|06:41:39";
 
 // Whether the decoder returns nothing in place of such a line.
 bool is_missing(Damage kind) {

@@ -11,7 +11,7 @@
 
 namespace tolvane {
 namespace {
-[[gnu::used]] const char SCCS_ID[] = "@(#)|page_survey|9|01|1|0|0|11/22/26|21:40:00";
+[[gnu::used]] const char SCCS_ID[] = "@(#)|page_survey|9|01|2|0|0|11/23/26|06:35:21";
 
 // A page in work.
 struct PageInWork {

@@ -12,7 +12,7 @@
 
 namespace tolvane {
 namespace {
-[[gnu::used]] const char SCCS_ID[] = "@(#)|transcoder|9|01|1|0|0|11/22/26|22:40:00";
+[[gnu::used]] const char SCCS_ID[] = "@(#)|transcoder|9|01|2|0|0|11/23/26|06:15:41";
 
 // The lines of a page at another resolution.
 bool change_resolution(std::vector<uint8_t> &lines, int32_t from, int32_t to) {

@@ -11,7 +11,7 @@
 
 namespace tolvane {
 namespace {
-[[gnu::used]] const char SCCS_ID[] = "@(#)|header_lines|9|01|1|0|0|11/22/26|22:10:00";
+[[gnu::used]] const char SCCS_ID[] = "@(#)|header_lines|9|01|2|0|0|11/23/26|06:28:53";
 }
 
 int16_t read_header_lines(int32_t fd, HeaderLines &lines) {

@@ -24,7 +24,7 @@ PageIO *gPageIOArray[FAX_PAGES_IN_PROGRESS_MAX];
 PageIO *gCurrentPageIO = nullptr;
 
 namespace {
-[[gnu::used]] const char SCCS_ID[] = "@(#)|page_writer|9|01|1|0|0|11/22/26|21:45:00";
+[[gnu::used]] const char SCCS_ID[] = "@(#)|page_writer|9|01|2|0|0|11/23/26|06:28:53";
 
 void release_page(PageIO *&slot) {
   PageIO *page = std::exchange(slot, nullptr);

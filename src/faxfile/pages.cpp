@@ -25,7 +25,7 @@ namespace tolvane {
 int32_t fl_trace_on = 0;
 
 namespace {
-[[gnu::used]] const char SCCS_ID[] = "@(#)|pages|9|01|1|0|0|11/22/26|21:30:00";
+[[gnu::used]] const char SCCS_ID[] = "@(#)|pages|9|01|2|0|0|11/23/26|06:28:53";
 
 constexpr int INCLUSION_DEPTH_MAX = 32;
 

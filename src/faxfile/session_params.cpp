@@ -8,7 +8,7 @@
 
 namespace tolvane {
 namespace {
-[[gnu::used]] const char SCCS_ID[] = "@(#)|session_params|9|01|1|0|0|11/22/26|21:22:00";
+[[gnu::used]] const char SCCS_ID[] = "@(#)|session_params|9|01|2|0|0|11/23/26|06:28:53";
 
 constexpr std::string_view VR = "01345 ";
 constexpr std::string_view BR = "012345 ";

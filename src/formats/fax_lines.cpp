@@ -12,7 +12,7 @@
 
 namespace tolvane {
 namespace {
-[[gnu::used]] const char SCCS_ID[] = "@(#)|fax_lines|9|01|1|0|0|11/22/26|21:30:00";
+[[gnu::used]] const char SCCS_ID[] = "@(#)|fax_lines|9|01|2|0|0|11/23/26|06:39:52";
 
 constexpr double NOMINAL = 0.045;  // 200 for 204 lines and 196 for 200: 4 percent together
 

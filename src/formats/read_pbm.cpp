@@ -5,7 +5,7 @@
 
 namespace tolvane {
 namespace {
-[[gnu::used]] const char SCCS_ID[] = "@(#)|read_pbm|9|01|1|0|0|11/22/26|21:30:00";
+[[gnu::used]] const char SCCS_ID[] = "@(#)|read_pbm|9|01|2|0|0|11/23/26|05:51:43";
 
 // The text part of the file: numbers separated by white space and by comments up to the end of the line.
 class Text {

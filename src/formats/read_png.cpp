@@ -10,7 +10,7 @@
 
 namespace tolvane {
 namespace {
-[[gnu::used]] const char SCCS_ID[] = "@(#)|read_png|9|01|1|0|0|11/22/26|21:30:00";
+[[gnu::used]] const char SCCS_ID[] = "@(#)|read_png|9|01|2|0|0|11/23/26|06:28:52";
 
 constexpr size_t SIGNATURE = 8, CHUNK_HEAD = 8, CHUNK_CHECK = 4;
 constexpr double INCH = 0.0254;  // metres

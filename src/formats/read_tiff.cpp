@@ -18,7 +18,7 @@
 
 namespace tolvane {
 namespace {
-[[gnu::used]] const char SCCS_ID[] = "@(#)|read_tiff|9|01|1|0|0|11/22/26|21:30:00";
+[[gnu::used]] const char SCCS_ID[] = "@(#)|read_tiff|9|01|2|0|0|11/23/26|06:28:52";
 
 constexpr double CENTIMETRES = 2.54;  // in an inch
 

@@ -11,7 +11,7 @@
 
 namespace tolvane {
 namespace {
-[[gnu::used]] const char SCCS_ID[] = "@(#)|tiff_file|9|01|1|0|0|11/23/26|04:50:00";
+[[gnu::used]] const char SCCS_ID[] = "@(#)|tiff_file|9|01|2|0|0|11/23/26|06:29:09";
 
 int take_message(TIFF *, void *user_data, const char *, const char *format, va_list arguments) {
   auto &log = *static_cast<TiffLog *>(user_data);

@@ -7,7 +7,7 @@
 
 namespace tolvane {
 namespace {
-[[gnu::used]] const char SCCS_ID[] = "@(#)|turning|9|01|1|0|0|11/23/26|05:40:00";
+[[gnu::used]] const char SCCS_ID[] = "@(#)|turning|9|01|2|0|0|11/23/26|06:39:52";
 
 // Calls `copy` for each pixel of the turned picture, with its place and the place that it comes from.
 template <typename Copy>

@@ -15,7 +15,7 @@
 
 namespace tolvane {
 namespace {
-[[gnu::used]] const char SCCS_ID[] = "@(#)|write_png|9|01|1|0|0|11/22/26|21:40:00";
+[[gnu::used]] const char SCCS_ID[] = "@(#)|write_png|9|01|2|0|0|11/23/26|06:28:52";
 
 constexpr double INCH = 0.0254;  // metres
 

@@ -5,7 +5,7 @@
 
 namespace tolvane {
 namespace {
-[[gnu::used]] const char SCCS_ID[] = "@(#)|write_tiff|9|01|1|0|0|11/22/26|21:40:00";
+[[gnu::used]] const char SCCS_ID[] = "@(#)|write_tiff|9|01|2|0|0|11/23/26|06:28:52";
 
 // Writes what is known of a page: the tags of documents (TIFF 6.0, class F).
 void write_metadata(TIFF *tiff, const PagePicture &picture) {

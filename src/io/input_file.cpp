@@ -12,7 +12,7 @@
 
 namespace tolvane {
 namespace {
-[[gnu::used]] const char SCCS_ID[] = "@(#)|input_file|9|01|1|0|0|11/23/26|04:30:00";
+[[gnu::used]] const char SCCS_ID[] = "@(#)|input_file|9|01|2|0|0|11/23/26|06:10:49";
 
 // A descriptor that can be mapped for whatever `fd` is: a pipe is copied to a nameless file first.
 Descriptor seekable(Descriptor fd) {

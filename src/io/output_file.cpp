@@ -14,7 +14,7 @@
 
 namespace tolvane {
 namespace {
-[[gnu::used]] const char SCCS_ID[] = "@(#)|output_file|9|01|1|0|0|11/23/26|06:00:00";
+[[gnu::used]] const char SCCS_ID[] = "@(#)|output_file|9|01|2|0|0|11/23/26|06:28:50";
 
 void note_name(const char *path, bool exists) {
   (exists ? note_unfinished_file : forget_unfinished_file)(path);

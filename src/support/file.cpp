@@ -24,7 +24,7 @@
 
 namespace tolvane {
 namespace {
-[[gnu::used]] const char SCCS_ID[] = "@(#)|file|9|01|1|0|0|11/22/26|21:30:00";
+[[gnu::used]] const char SCCS_ID[] = "@(#)|file|9|01|2|0|0|11/23/26|06:28:53";
 
 using PathBuffer = char[PATH_LIMIT + 1];
 

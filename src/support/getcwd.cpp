@@ -10,7 +10,7 @@
 
 namespace tolvane {
 namespace {
-[[gnu::used]] const char SCCS_ID[] = "@(#)|getcwd|9|01|1|0|0|11/22/26|21:15:00";
+[[gnu::used]] const char SCCS_ID[] = "@(#)|getcwd|9|01|2|0|0|11/23/26|01:24:29";
 
 char *working_directory;  // null until the first answer; held for the life of the process
 }  // namespace

@@ -11,7 +11,7 @@
 
 namespace tolvane {
 namespace {
-[[gnu::used]] const char SCCS_ID[] = "@(#)|handle|9|01|1|0|0|11/22/26|21:05:00";
+[[gnu::used]] const char SCCS_ID[] = "@(#)|handle|9|01|2|0|0|11/23/26|06:28:53";
 
 constexpr size_t COPY_BLOCK = 1 << 16;
 }  // namespace

@@ -14,7 +14,7 @@
 
 namespace tolvane {
 namespace {
-[[gnu::used]] const char SCCS_ID[] = "@(#)|replace_file|9|01|1|0|0|11/23/26|04:45:00";
+[[gnu::used]] const char SCCS_ID[] = "@(#)|replace_file|9|01|2|0|0|11/23/26|06:28:53";
 
 constexpr int NAME_ATTEMPTS = 100;
 constexpr int LINKS_FOLLOWED_MAX = 40;  // as the kernel

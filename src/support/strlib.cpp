@@ -12,7 +12,7 @@
 
 namespace tolvane {
 namespace {
-[[gnu::used]] const char SCCS_ID[] = "@(#)|strlib|9|01|1|0|0|11/22/26|21:15:00";
+[[gnu::used]] const char SCCS_ID[] = "@(#)|strlib|9|01|2|0|0|11/23/26|06:28:53";
 
 // Where the UTF-8 character that holds byte `at` begins; `at` itself in a text that is not UTF-8.
 size_t character_start(const char *text, size_t at) {

@@ -21,7 +21,7 @@
 
 namespace tolvane {
 namespace {
-[[gnu::used]] const char SCCS_ID[] = "@(#)|unique_name|9|01|1|0|0|11/22/26|21:30:00";
+[[gnu::used]] const char SCCS_ID[] = "@(#)|unique_name|9|01|2|0|0|11/23/26|06:28:53";
 
 constexpr std::string_view FILE_NAME_CHARACTERS =
     "-.0123456789ABCDEFGHIJKLMNOPRSTUVWXYZ_abcdefghijklmnopqrstuvwxyz";  // without the upper-case Q

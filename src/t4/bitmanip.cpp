@@ -10,7 +10,7 @@
 
 namespace tolvane {
 namespace {
-[[gnu::used]] const char SCCS_ID[] = "@(#)|bitmanip|9|01|1|0|0|11/22/26|20:50:00";
+[[gnu::used]] const char SCCS_ID[] = "@(#)|bitmanip|9|01|2|0|0|11/23/26|05:15:39";
 }
 
 int bit_next_trans(const uint8_t *line, uint32_t size, int16_t position, int16_t *result, int colour) {

@@ -6,7 +6,7 @@
 namespace tolvane {
 namespace {
 
-[[gnu::used]] const char SCCS_ID[] = "@(#)|damage|9|01|1|0|0|11/22/26|20:50:00";
+[[gnu::used]] const char SCCS_ID[] = "@(#)|damage|9|01|2|0|0|11/23/26|04:57:25";
 
 found_damage_fn listener = nullptr;
 

@@ -14,7 +14,7 @@
 namespace tolvane {
 namespace {
 
-[[gnu::used]] const char SCCS_ID[] = "@(#)|dectbls|9|01|1|0|0|11/22/26|20:50:00";
+[[gnu::used]] const char SCCS_ID[] = "@(#)|dectbls|9|01|2|0|0|11/23/26|06:28:52";
 
 constexpr size_t RUN_NODES = 213;
 using RunTree = DecTree<RUN_NODES>;

@@ -15,7 +15,7 @@
 namespace tolvane {
 namespace {
 
-[[gnu::used]] const char SCCS_ID[] = "@(#)|enct4|9|01|1|0|0|11/22/26|20:58:00";
+[[gnu::used]] const char SCCS_ID[] = "@(#)|enct4|9|01|2|0|0|11/23/26|06:28:52";
 
 constexpr size_t FEW_BYTES = 64;  // of code between two calls of the output callback, a long line apart
 

@@ -11,7 +11,7 @@
 namespace tolvane {
 namespace {
 
-[[gnu::used]] const char SCCS_ID[] = "@(#)|enctbls|9|01|1|0|0|11/22/26|20:50:00";
+[[gnu::used]] const char SCCS_ID[] = "@(#)|enctbls|9|01|2|0|0|11/23/26|05:15:39";
 
 constexpr EncCode packed(const char *code) {
   EncCode result = {0, 0};

@@ -18,7 +18,7 @@
 namespace tolvane {
 namespace {
 
-[[gnu::used]] const char SCCS_ID[] = "@(#)|mh_decoder|9|01|1|0|0|11/23/26|04:40:00";
+[[gnu::used]] const char SCCS_ID[] = "@(#)|mh_decoder|9|01|2|0|0|11/23/26|06:15:41";
 
 constexpr int32_t LONGEST_TERMINATING = 63;
 

@@ -10,7 +10,7 @@
 namespace tolvane {
 namespace {
 
-[[gnu::used]] const char SCCS_ID[] = "@(#)|mmr_decoder|9|01|1|0|0|11/23/26|04:40:00";
+[[gnu::used]] const char SCCS_ID[] = "@(#)|mmr_decoder|9|01|2|0|0|11/23/26|05:32:35";
 
 constexpr int EOFB_EOLS = 2;  // EOLs in a row that end a page
 

@@ -15,7 +15,7 @@
 namespace tolvane {
 namespace {
 
-[[gnu::used]] const char SCCS_ID[] = "@(#)|mr_decoder|9|01|1|0|0|11/23/26|04:40:00";
+[[gnu::used]] const char SCCS_ID[] = "@(#)|mr_decoder|9|01|2|0|0|11/23/26|05:32:35";
 
 constexpr int RTC_EOLS = 6;  // EOLs in a row that end a page
 

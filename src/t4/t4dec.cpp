@@ -18,7 +18,7 @@ uint32_t Debug = 0;
 
 namespace {
 
-[[gnu::used]] const char SCCS_ID[] = "@(#)|t4dec|9|01|1|0|0|11/22/26|21:10:00";
+[[gnu::used]] const char SCCS_ID[] = "@(#)|t4dec|9|01|2|0|0|11/23/26|05:32:35";
 
 // The line of the last MH page outlives the decode, so that a last EOL can still be fed.
 MhState mh;

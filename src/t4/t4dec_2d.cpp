@@ -12,7 +12,7 @@
 namespace tolvane {
 namespace {
 
-[[gnu::used]] const char SCCS_ID[] = "@(#)|t4dec_2d|9|01|1|0|0|11/22/26|21:20:00";
+[[gnu::used]] const char SCCS_ID[] = "@(#)|t4dec_2d|9|01|2|0|0|11/23/26|06:28:52";
 
 struct MakeUps {
   int32_t mr = 0;   // on one-dimensional lines

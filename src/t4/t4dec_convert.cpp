@@ -27,7 +27,7 @@
 namespace tolvane {
 namespace {
 
-[[gnu::used]] const char SCCS_ID[] = "@(#)|t4dec_convert|9|01|1|0|0|11/22/26|20:58:00";
+[[gnu::used]] const char SCCS_ID[] = "@(#)|t4dec_convert|9|01|2|0|0|11/23/26|05:48:51";
 
 constexpr size_t MORE_CODE = 0x10000;
 constexpr size_t LENGTH_WORD = 4;

@@ -16,7 +16,7 @@
 
 namespace tolvane {
 namespace {
-[[gnu::used]] const char SCCS_ID[] = "@(#)|bx_tolvane_utils|9|01|1|0|0|11/22/26|21:30:00";
+[[gnu::used]] const char SCCS_ID[] = "@(#)|bx_tolvane_utils|9|01|2|0|0|11/23/26|06:29:09";
 
 // Text and tag of the current segment. They only grow, and are reused for every segment.
 std::vector<char> textBuf, tagBuf;

@@ -10,7 +10,7 @@
 
 namespace tolvane {
 namespace {
-[[gnu::used]] const char SCCS_ID[] = "@(#)|motif_dialog|9|01|1|0|0|11/23/26|05:00:00";
+[[gnu::used]] const char SCCS_ID[] = "@(#)|motif_dialog|9|01|2|0|0|11/23/26|04:51:49";
 
 int answer;
 }  // namespace

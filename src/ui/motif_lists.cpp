@@ -13,7 +13,7 @@
 
 namespace tolvane {
 namespace {
-[[gnu::used]] const char SCCS_ID[] = "@(#)|motif_lists|9|01|1|0|0|11/23/26|05:00:00";
+[[gnu::used]] const char SCCS_ID[] = "@(#)|motif_lists|9|01|2|0|0|11/23/26|06:29:09";
 
 char item_str[1000];
 

@@ -7,7 +7,7 @@
 
 namespace tolvane {
 namespace {
-[[gnu::used]] const char SCCS_ID[] = "@(#)|motif_tree|9|01|1|0|0|11/23/26|05:00:00";
+[[gnu::used]] const char SCCS_ID[] = "@(#)|motif_tree|9|01|2|0|0|11/23/26|06:29:09";
 
 // Visits `w`, its descendants and the pulldown menus of its cascade buttons, parents first, until `visit` is true.
 // A pulldown menu is no child of its button: only XmNsubMenuId leads there.

@@ -8,7 +8,7 @@
 
 namespace tolvane {
 namespace {
-[[gnu::used]] const char SCCS_ID[] = "@(#)|notice|9|01|1|0|0|11/23/26|05:45:00";
+[[gnu::used]] const char SCCS_ID[] = "@(#)|notice|9|01|2|0|0|11/23/26|06:29:09";
 
 Display *display;  // null while notices are off
 Widget dialog;     // null until the first message

@@ -5,7 +5,7 @@
 
 namespace tolvane {
 namespace {
-[[gnu::used]] const char SCCS_ID[] = "@(#)|widgets|9|01|1|0|0|11/22/26|20:40:00";
+[[gnu::used]] const char SCCS_ID[] = "@(#)|widgets|9|01|2|0|0|11/23/26|04:51:49";
 }
 
 Widget AppShell;

@@ -18,7 +18,7 @@
 
 namespace tolvane {
 namespace {
-[[gnu::used]] const char SCCS_ID[] = "@(#)|small_database|9|01|1|0|0|11/22/26|21:40:00";
+[[gnu::used]] const char SCCS_ID[] = "@(#)|small_database|9|01|2|0|0|11/23/26|06:29:09";
 
 constexpr int32_t MAX_COUPLES = 100;  // a header that fills the table counts as too long
 constexpr char TERMINATOR = FAXFILE_TERMINATOR;

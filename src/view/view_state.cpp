@@ -10,7 +10,7 @@
 
 namespace tolvane {
 namespace {
-[[gnu::used]] const char SCCS_ID[] = "@(#)|view_state|9|01|1|0|0|11/22/26|20:40:00";
+[[gnu::used]] const char SCCS_ID[] = "@(#)|view_state|9|01|2|0|0|11/23/26|06:29:09";
 }
 
 int32_t Api = 1;

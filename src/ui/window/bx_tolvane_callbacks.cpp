@@ -17,7 +17,7 @@
 
 namespace tolvane {
 namespace {
-[[gnu::used]] const char SCCS_ID[] = "@(#)|bx_tolvane_callbacks|9|01|1|0|0|11/22/26|21:40:00";
+[[gnu::used]] const char SCCS_ID[] = "@(#)|bx_tolvane_callbacks|9|01|2|0|0|11/23/26|06:29:09";
 
 // A radio box also calls the toggle that is cleared.
 void choose_scale(XtPointer call_data, int32_t percent) {

@@ -15,7 +15,7 @@
 
 namespace tolvane {
 namespace {
-[[gnu::used]] const char SCCS_ID[] = "@(#)|bx_tolvane_create_gui|9|01|1|0|0|11/22/26|21:50:00";
+[[gnu::used]] const char SCCS_ID[] = "@(#)|bx_tolvane_create_gui|9|01|2|0|0|11/23/26|06:29:09";
 
 // The window being built: its shell, and the widgets that only other rows refer to.
 Widget shell;

@@ -17,7 +17,7 @@
 
 namespace tolvane {
 namespace {
-[[gnu::used]] const char SCCS_ID[] = "@(#)|presentation|9|01|1|0|0|11/22/26|21:50:00";
+[[gnu::used]] const char SCCS_ID[] = "@(#)|presentation|9|01|2|0|0|11/23/26|06:29:09";
 
 constexpr int32_t FULL_WIDTH = 940, FULL_HEIGHT = 717;  // of the shell at 100%, where the page scrolls
 constexpr int32_t BESIDE_PICTURE = 108;                 // width of the control column and a margin of 4 pixels

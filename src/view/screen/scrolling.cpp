@@ -16,7 +16,7 @@
 
 namespace tolvane {
 namespace {
-[[gnu::used]] const char SCCS_ID[] = "@(#)|scrolling|9|01|1|0|0|11/22/26|21:55:00";
+[[gnu::used]] const char SCCS_ID[] = "@(#)|scrolling|9|01|2|0|0|11/23/26|06:29:09";
 
 Widget view_vscrollbar;
 

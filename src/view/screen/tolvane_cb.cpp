@@ -13,7 +13,7 @@
 
 namespace tolvane {
 namespace {
-[[gnu::used]] const char SCCS_ID[] = "@(#)|tolvane_cb|9|01|1|0|0|11/23/26|04:40:00";
+[[gnu::used]] const char SCCS_ID[] = "@(#)|tolvane_cb|9|01|2|0|0|11/23/26|06:29:09";
 
 const Widget *const SCALE_TOGGLES[] = {&scale_100, &scale_75, &scale_50};  // by scale index
 static_assert(std::size(SCALE_TOGGLES) == SCALE_COUNT);
