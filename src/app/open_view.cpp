@@ -11,6 +11,7 @@
 #include "app/resource_defaults.h"
 #include "app/tn_api_functions.h"
 #include "app/tolvane.h"
+#include "app/window_identity.h"
 #include "ui/bx_tolvane_utils.h"
 #include "ui/motif_utils.h"
 #include "ui/notice.h"
@@ -88,6 +89,8 @@ void create_window() {
   Tolvane_form = Createtolvane_form(tn_Shell000);
   XtManageChild(Tolvane_form);
   install_keys(Tolvane_form);
+  XtRealizeWidget(tn_Shell000);
+  identify_window(tn_Shell000);
   close_by_dismissing();
 }
 

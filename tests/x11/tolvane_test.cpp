@@ -1,6 +1,7 @@
 // The start and every way out: the real program's arguments, texts, channels and statuses, and the steps on their own.
 
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <filesystem>
 #include <thread>
@@ -17,6 +18,12 @@ const std::string USAGE =
     "        [-s server] \n        [-p printer_name] \n        fax_filename\n\n";
 
 using Words = std::vector<std::string>;
+
+std::string host_name() {
+  char name[256] = "";
+  gethostname(name, sizeof name - 1);
+  return name;
+}
 
 }  // namespace
 
@@ -88,6 +95,10 @@ TEST(Start, OpensWithTheLastScaleAndTheLastFile) {
   for (const auto &[arguments, shown] : rows) {
     SCOPED_TRACE(testing::PrintToString(arguments));
     Viewer viewer(arguments, {"FAXTRACE="}, dir.string());
+    ChildProcess properties({"xprop", "-id", std::to_string(viewer.window), "_NET_WM_PID", "WM_CLIENT_MACHINE"});
+    properties.wait(PATIENCE);
+    EXPECT_EQ(properties.output(), "_NET_WM_PID(CARDINAL) = " + std::to_string(viewer.program.pid()) +
+                                       "\nWM_CLIENT_MACHINE(STRING) = \"" + host_name() + "\"\n");
     viewer.expect(shown);
     EXPECT_EQ(viewer.program.errors(), "\nWarning! Couldn't find file 'XKeysymDB' in any of the usual locations.\n\n");
     EXPECT_TRUE(viewer.replies(1).starts_with("read "));
