@@ -13,6 +13,7 @@
 #include <string>
 
 #include "app/app_state.h"
+#include "app/exit_tasks.h"
 #include "app/resource_defaults.h"
 #include "support/handle.h"
 #include "ui/widgets.h"
@@ -33,6 +34,7 @@ int directory_watch = -1;
 std::string file_name;  // within that directory
 XtIntervalId timer;
 XtSignalId hangup;
+bool had_terminal;  // standard input was one at the start
 
 void reload(XtPointer, XtIntervalId *) {
   timer = 0;
@@ -54,6 +56,16 @@ void read_events(XtPointer, int *fd, XtInputId *) {
   }
 }
 
+// A hangup of the terminal that the viewer was started from ends it, as without a handler.
+void reload_or_end(XtPointer, XtSignalId *) {
+  if (had_terminal && !isatty(STDIN_FILENO)) {
+    exit_tasks();
+    signal(SIGHUP, SIG_DFL);
+    raise(SIGHUP);
+  }
+  reload_view();
+}
+
 void catch_hangup(int) {
   XtNoticeSignal(hangup);
 }
@@ -62,8 +74,8 @@ void start() {
   struct sigaction present;
   sigaction(SIGHUP, nullptr, &present);
   if (present.sa_handler != SIG_IGN) {
-    hangup = XtAppAddSignal(
-        tn_context, [](XtPointer, XtSignalId *) { reload_view(); }, nullptr);
+    had_terminal = isatty(STDIN_FILENO);
+    hangup = XtAppAddSignal(tn_context, reload_or_end, nullptr);
     signal(SIGHUP, catch_hangup);
   }
   watcher.reset(inotify_init1(IN_NONBLOCK | IN_CLOEXEC));

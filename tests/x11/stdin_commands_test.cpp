@@ -133,6 +133,8 @@ TEST_F(StdinCommands, ABackgroundJobLeavesTheTerminalAloneUntilItIsInTheForegrou
   press_key("n");
   expect_shown(window, "2 100% 0 top");
   expect_shown(window, "4 100% 0 top");
+  terminal.kill();  // the terminal is gone, and the viewer with it
+  EXPECT_TRUE(wait_until([&] { return window() == 0; }));
 }
 
 TEST_F(StdinCommands, TheWindowOutlivesTheReaderOfTheReplies) {
@@ -143,6 +145,7 @@ TEST_F(StdinCommands, TheWindowOutlivesTheReaderOfTheReplies) {
     program.write(command);
     expect_shown(window, shown);
   }
+  close_window(window());
 }
 
 TEST_F(StdinCommands, ManyCommandsInOneWriteTakeNoMemoryAndAFullPipeNoAnswer) {
