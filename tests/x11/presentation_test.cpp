@@ -63,7 +63,7 @@ TEST(Presentation, GivesTheShellItsSizeAtEachScaleAndKeepsTheUsersChoice) {
     Viewer viewer({document});
     XSizeHints hints = {};
     long supplied = 0;
-    XGetWMNormalHints(screen(), viewer.window, &hints, &supplied);
+    wait_until([&] { return XGetWMNormalHints(screen(), viewer.window, &hints, &supplied) && hints.min_height > 0; });
     EXPECT_THAT(hints.min_height, testing::AllOf(testing::Ge(450), testing::Le(580)));
     for (const auto &[words, width, asked_height] : rows) {
       const int height = manager ? std::max(asked_height, hints.min_height) : asked_height;
