@@ -156,12 +156,14 @@ TEST_F(StdinCommands, ManyCommandsInOneWriteTakeNoMemoryAndAFullPipeNoAnswer) {
   };
   Viewer viewer({dir.write("one.fax", fax_bytes("#PAGES:1\n", {blank_page(40)}))});
   viewer.command("rotate_90");
-  const long before = resident_pages(viewer.program.pid());
+  [[maybe_unused]] const long before = resident_pages(viewer.program.pid());
   std::string commands, waiting;
   for (int i = 0; i < 3000; ++i) commands += "rotate_0 \nrotate_90\n";  // a read takes 100 of them
   viewer.program.write(commands);
   EXPECT_EQ(viewer.replies(6000).size(), 6000 * strlen("OK\n"));
+#ifndef __SANITIZE_ADDRESS__                                      // which keeps what was freed for a while
   EXPECT_LT(resident_pages(viewer.program.pid()) - before, 500);  // 2 MB
+#endif
 
   // Nobody reads the replies, which are more than a pipe holds: keys work all the same.
   for (int i = 0; i < 6000; ++i) waiting += "saypage\n\n\n";
