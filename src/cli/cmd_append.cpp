@@ -1,6 +1,6 @@
 // tolvane-fax append: adds pages of other formats after the last page of a fax file.
-#include "cli/adding.h"
 #include "cli/commands.h"
+#include "cli/page_input.h"
 
 namespace tolvane {
 namespace {

@@ -2,10 +2,10 @@
 // fitting them in formats/fax_lines.
 #include <sys/stat.h>
 
-#include "cli/adding.h"
 #include "cli/commands.h"
 #include "cli/keyword_values.h"
 #include "cli/options.h"
+#include "cli/page_input.h"
 #include "document/fax_composition.h"
 #include "document/fax_document.h"
 #include "faxfile/header_lines.h"

@@ -1,7 +1,7 @@
 // tolvane-fax insert: adds pages of other formats before a page of a fax file. Pages count those stored in the file,
 // not those that it includes.
-#include "cli/adding.h"
 #include "cli/commands.h"
+#include "cli/page_input.h"
 #include "document/fax_document.h"
 
 namespace tolvane {

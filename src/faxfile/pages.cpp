@@ -127,7 +127,7 @@ bool read_inclusion(const char **scan, char (&name)[INCLUDE_NAME_SIZE], int16_t 
 }
 
 // Answers build_inclusion_list.
-int settle(int64_t mapped, const char *included, int32_t *page, char *name) {
+int place_found(int64_t mapped, const char *included, int32_t *page, char *name) {
   *page = static_cast<int32_t>(mapped);
   strcpy(name, included);
   trace("return page number set to %d\n", *page);
@@ -155,12 +155,12 @@ int build_inclusion_list(int32_t fd, int32_t *page, char *name) {
     trace("virtual page set to %d\n", static_cast<int32_t>(virtual_page));
     real_page = at - 1;
     trace("real page set to %d\n", static_cast<int32_t>(real_page));
-    if (*page <= virtual_page) return settle(real_page - (virtual_page - *page), "", page, name);
+    if (*page <= virtual_page) return place_found(real_page - (virtual_page - *page), "", page, name);
     virtual_page += count;
     trace("virtual page set to %d\n", static_cast<int32_t>(virtual_page));
-    if (*page <= virtual_page) return settle(count - (virtual_page - *page), included, page, name);
+    if (*page <= virtual_page) return place_found(count - (virtual_page - *page), included, page, name);
   }
-  return settle(*page - included_pages, "", page, name);
+  return place_found(*page - included_pages, "", page, name);
 }
 
 int16_t FaxFileReadSpecificPage(int32_t fd, const char *path, int32_t page, uint8_t **data, int32_t *length) {

@@ -26,7 +26,7 @@ class BitWriter {
   }
 
   /// Moves the whole bytes out; fewer than 8 bits stay.
-  void settle() {
+  void put_whole_bytes() {
     uint64_t bytes = bits_;
     if constexpr (std::endian::native == std::endian::big) bytes = __builtin_bswap64(bytes);
     memcpy(next_, &bytes, sizeof bytes);
@@ -38,7 +38,7 @@ class BitWriter {
   /// Adds `count` zeros, at most 32.
   void put_zeros(uint32_t count) {
     length_ += count;
-    settle();
+    put_whole_bytes();
   }
 
   /// Adds a run of `run` pixels by the codes of its colour: make-up codes above 63, then a terminating code. At most 26
@@ -47,7 +47,7 @@ class BitWriter {
     if (run > 63) {
       for (; run > LONGEST_RUN; run -= LONGEST_MAKE_UP) {
         put(codes[LONGEST_MAKE_UP_ENTRY]);
-        settle();
+        put_whole_bytes();
       }
       put(codes[static_cast<uint32_t>(63 + run / 64)]);
     }

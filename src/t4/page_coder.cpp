@@ -123,21 +123,21 @@ void PageCoder::code_1d_line(BitWriter &out) const {
   for (; line_.end() - change >= 2; start = change[1], change += 2) {
     out.put_run(encwhite, change[0] - start);
     out.put_run(encblack, change[1] - change[0]);
-    out.settle();
+    out.put_whole_bytes();
   }
   if (change < line_.end()) {
     out.put_run(encwhite, change[0] - start);
     out.put_run(encblack, width - change[0]);
-    out.settle();
+    out.put_whole_bytes();
     start = width;
   } else if (start < width && !scheme_.plain) {
     out.put_run(encwhite, width - start);
-    out.settle();
+    out.put_whole_bytes();
     start = width;
   }
   if (scheme_.form == CodeForm::stored && start < LINE_PIXELS) {
     out.put_run(encwhite, LINE_PIXELS - start);
-    out.settle();
+    out.put_whole_bytes();
   }
 }
 
@@ -169,7 +169,7 @@ void PageCoder::code_2d_line(BitWriter &out) const {
       a0 = a[1];
       a += 2;
     }
-    out.settle();
+    out.put_whole_bytes();
   }
 }
 
@@ -184,7 +184,7 @@ void PageCoder::code_line(BitWriter &out) const {
   } else if (one_dimensional) {
     out.put(encwhite[EOL_ENTRY]);
   }
-  out.settle();
+  out.put_whole_bytes();
   if (one_dimensional) return code_1d_line(out);
   if (scheme_.form == CodeForm::stored) return code_2d_line<CodeForm::stored>(out);
   code_2d_line<CodeForm::standard>(out);
@@ -218,7 +218,7 @@ EncodeResult PageCoder::end() {
   BitWriter out(last + used_, bits_, length_);
   for (int eols = scheme_.k == 0 ? 2 : 0; eols > 0; --eols) {
     out.put(encwhite[EOL_ENTRY]);
-    out.settle();
+    out.put_whole_bytes();
   }
   const size_t position = 8 * static_cast<size_t>(out.next() - last) + out.length();
   out.put_zeros(static_cast<uint32_t>(-position % (scheme_.form == CodeForm::stored ? 16 : 8)));

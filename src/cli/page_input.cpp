@@ -1,6 +1,6 @@
 // Pages are coded into a spool file first: their number, and so the header, is known only then, and the fax file stays
 // untouched until then.
-#include "cli/adding.h"
+#include "cli/page_input.h"
 
 #include <charconv>
 #include <deque>
@@ -23,7 +23,7 @@
 
 namespace tolvane {
 namespace {
-[[gnu::used]] const char SCCS_ID[] = "@(#)|adding|9|01|2|0|0|11/23/26|06:41:39";
+[[gnu::used]] const char SCCS_ID[] = "@(#)|page_input|9|01|2|0|0|11/23/26|06:41:39";
 
 constexpr double HIGHEST_DPI = 100000;
 
