@@ -231,3 +231,16 @@ TEST_F(Output, HeadersAreReadWithoutThePages) {
   EXPECT_EQ(json.status, 2);
   EXPECT_EQ(nlohmann::json::parse(json.out)["error"], "gone.fax: No such file or directory");
 }
+
+TEST_F(Output, VerboseSaysWhatIsReadAndWritten) {
+  ASSERT_EQ(run("create b.fax -", pbm(random_page(1, 9))).err, "");
+  EXPECT_EQ(run("create -v a.fax -", pbm(random_page(1, 9))).err,
+            "tolvane-fax: standard input: read as PBM\n"
+            "tolvane-fax: standard input: page 1: 1728 x 9 pixels, black and white, no resolution\n"
+            "tolvane-fax: a.fax: written\n");
+  ASSERT_EQ(run("include b.fax 2 1 a.fax").err, "");
+  const std::string size = std::to_string(parts("b.fax").records[0].size());
+  EXPECT_EQ(run("extract --verbose -p 2 a.fax a.tif").err, "tolvane-fax: a.fax: page 2: " + size +
+                                                               " bytes in MMR, page 1 of ./b.fax\n"
+                                                               "tolvane-fax: a.tif: written\n");
+}

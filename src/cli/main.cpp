@@ -47,6 +47,7 @@ Status run_command_line(int argc, char **argv) {
   CLI::App usage("Make, change and read stored fax documents.", "tolvane-fax");
   usage.set_version_flag("--version", "tolvane-fax " TOLVANE_VERSION " (" TOLVANE_VERSION_LINE ")");
   usage.add_flag("-q,--quiet", Quiet, "show no progress");
+  usage.add_flag("-v,--verbose", Verbose, "report which files and pages are read and written, and how");
   for (const char *word : {"REQUIRED", "TEXT", "INT"}) usage.get_formatter()->label(word, "");
   usage.add_option("-j,--jobs", Jobs, "threads that work on pages (default: one for each processor)")
       ->check(CLI::Range(1, 1024));

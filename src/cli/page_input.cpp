@@ -3,6 +3,7 @@
 #include "cli/page_input.h"
 
 #include <charconv>
+#include <cstdio>
 #include <deque>
 #include <memory>
 #include <utility>
@@ -75,6 +76,13 @@ void report_overhang(const char *name, int32_t number, const SourcePicture &page
          FAX_WIDTH / FAX_X_DPI, cut ? "its sides are cut off" : "it is reduced (--fit crop keeps the size)");
 }
 
+void say_picture(const char *name, int32_t number, const SourcePicture &picture) {
+  char density[64] = "no resolution";
+  if (picture.x_dpi > 0) snprintf(density, sizeof density, "%.4g x %.4g per inch", picture.x_dpi, picture.y_dpi);
+  say_verbose("%s: page %d: %d x %d pixels, %s, %s", name, number, picture.width, picture.height,
+              picture.grey.empty() ? "black and white" : "grey", density);
+}
+
 // A page on its way into a fax file.
 struct NewPage {
   std::string name;    // for messages
@@ -128,6 +136,7 @@ class NewPages {
   void code(NewPage &page) const {
     std::vector<uint8_t> lines;
     const char *name = page.name.c_str();
+    say_picture(name, page.number, page.picture);
     turn_picture(page.picture, wanted_turn(rotate_, page.picture));
     report_overhang(name, page.number, page.picture, fit_);
     page.status = make_fax_lines(std::move(page.picture), fit_, lines)

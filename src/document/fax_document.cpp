@@ -187,8 +187,11 @@ Status read_fax_page(const FaxDocument &document, int32_t page, FaxPage &found) 
   const off_t data = found.place.offset + 4;
   found.record.resize(static_cast<size_t>(found.place.length));
   if (found.place.offset >= 0 && lseek(fd, data, SEEK_SET) == data &&
-      read_fully(fd, found.record.data(), found.record.size()) == std::ssize(found.record))
+      read_fully(fd, found.record.data(), found.record.size()) == std::ssize(found.record)) {
+    say_verbose("%s: page %d: %zu bytes in %s, page %d of %s", document.name(), page, found.record.size(),
+                coding_name(found.coding), found.source_page, input_name(found.source).c_str());
     return DONE;
+  }
   return failure("%s: page %d cannot be read from %s", document.name(), page, input_name(found.source).c_str());
 }
 

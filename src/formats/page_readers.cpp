@@ -23,13 +23,14 @@ using namespace std::string_view_literals;
 
 const struct {
   std::string_view magic;
+  const char *name;
   reader_fn read;
 } formats[] = {
-    {"II*\0"sv, read_tiff},  {"MM\0*"sv, read_tiff},
-    {"II+\0"sv, read_tiff},  {"MM\0+"sv, read_tiff},
-    {"P1"sv, read_pbm},      {"P4"sv, read_pbm},
-    {"\x89PNG"sv, read_png}, {"%PDF-"sv, read_pdf},
-    {"Sfff"sv, read_sff},    {"\xBA\xDB\xAD\x16"sv, refuse_fax},
+    {"II*\0"sv, "TIFF", read_tiff}, {"MM\0*"sv, "TIFF", read_tiff},
+    {"II+\0"sv, "TIFF", read_tiff}, {"MM\0+"sv, "TIFF", read_tiff},
+    {"P1"sv, "PBM", read_pbm},      {"P4"sv, "PBM", read_pbm},
+    {"\x89PNG"sv, "PNG", read_png}, {"%PDF-"sv, "PDF", read_pdf},
+    {"Sfff"sv, "SFF", read_sff},    {"\xBA\xDB\xAD\x16"sv, "fax", refuse_fax},
 };
 
 Status read_file(const std::string &path, const SourceOptions &options, const page_sink &sink) {
@@ -44,6 +45,7 @@ Status read_file(const std::string &path, const SourceOptions &options, const pa
                                     [&](const auto &row) { return head.starts_with(row.magic); });
   if (format == std::end(formats))
     return failure("%s: not a TIFF, PBM, PNG or PDF file (raw coded data needs --raw)", file.name);
+  say_verbose("%s: read as %s", file.name, format->name);
   return format->read(file, options, sink);
 }
 

@@ -44,8 +44,9 @@ Status OutputFile::write_through() {
 }
 
 Status OutputFile::commit() {
-  if (spool_) return write_through();
-  return file_.commit() ? DONE : system_failure(name());
+  const Status status = spool_ ? write_through() : file_.commit() ? DONE : system_failure(name());
+  if (status == DONE) say_verbose("%s: written", name());
+  return status;
 }
 
 }  // namespace tolvane

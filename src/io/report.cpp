@@ -47,6 +47,7 @@ void take_diagnostic(const char *format, va_list arguments) {
 }  // namespace
 
 bool Quiet = false;
+bool Verbose = false;
 
 void wipe_progress() {
   if (progress_on_screen) fputs("\r\033[K", stderr);
@@ -70,6 +71,14 @@ Status worse(Status one, Status other) {
 }
 
 void report(const char *format, ...) {
+  va_list arguments;
+  va_start(arguments, format);
+  take_diagnostic(format, arguments);
+  va_end(arguments);
+}
+
+void say_verbose(const char *format, ...) {
+  if (!Verbose) return;
   va_list arguments;
   va_start(arguments, format);
   take_diagnostic(format, arguments);

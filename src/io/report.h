@@ -24,9 +24,15 @@ Status worse(Status one, Status other);
 /// Set by `--quiet`: no progress is shown. Diagnostics are printed nevertheless.
 extern bool Quiet;
 
+/// Set by `--verbose`: `say_verbose` reports.
+extern bool Verbose;
+
 /// Prints "tolvane-fax: ", the text and a line feed on standard error; the name in colour on a terminal, unless
 /// NO_COLOR is set in the environment.
 [[gnu::format(printf, 1, 2)]] void report(const char *format, ...);
+
+/// `report` if the user wants to know what is done: which file and page, and in which way. No fault.
+[[gnu::format(printf, 1, 2)]] void say_verbose(const char *format, ...);
 
 /// Diagnostics that are not printed yet.
 using Diagnostics = std::vector<std::string>;
