@@ -14,6 +14,7 @@
 
 #include "app/app_state.h"
 #include "app/exit_tasks.h"
+#include "app/info_window.h"
 #include "app/resource_defaults.h"
 #include "support/handle.h"
 #include "ui/widgets.h"
@@ -36,14 +37,19 @@ XtIntervalId timer;
 XtSignalId hangup;
 bool had_terminal;  // standard input was one at the start
 
-void reload(XtPointer, XtIntervalId *) {
-  timer = 0;
+void reload() {
   reload_view();
+  update_info_window();
+}
+
+void reload_quiet_file(XtPointer, XtIntervalId *) {
+  timer = 0;
+  reload();
 }
 
 void start_timer() {
   if (timer) XtRemoveTimeOut(timer);
-  timer = XtAppAddTimeOut(tn_context, QUIET_TIME, reload, nullptr);
+  timer = XtAppAddTimeOut(tn_context, QUIET_TIME, reload_quiet_file, nullptr);
 }
 
 void read_events(XtPointer, int *fd, XtInputId *) {
@@ -63,7 +69,7 @@ void reload_or_end(XtPointer, XtSignalId *) {
     signal(SIGHUP, SIG_DFL);
     raise(SIGHUP);
   }
-  reload_view();
+  reload();
 }
 
 void catch_hangup(int) {

@@ -7,6 +7,7 @@
 
 #include <algorithm>
 
+#include "app/info_window.h"
 #include "app/print_handoff.h"
 #include "app/tn_api_functions.h"
 #include "ui/motif_utils.h"
@@ -64,6 +65,7 @@ const char *const default_keys[] = {
         <Key>Return: tn-go-to-page() \n\
         Shift<Key>r: tn-rotate-left() \n\
         <Key>r: tn-rotate-right() \n\
+        <Key>i: tn-show-info() \n\
         <Key>p: tn-print() \n\
         <Key>q: tn-dismiss())",
     R"(*drawing_area.translations: #override \n\
@@ -187,6 +189,10 @@ void install_below(Widget widget, Widget form) {
   for (Cardinal i = 0; i < count; ++i) install_below(children[i], form);
 }
 
+void show_info() {
+  if (const Widget made = toggle_info_window()) install_below(made, tolvane_form);
+}
+
 }  // namespace
 
 void add_key_actions(XtAppContext context) {
@@ -194,13 +200,21 @@ void add_key_actions(XtAppContext context) {
     const char *name;
     XtActionProc run;
   } const actions[] = {
-      {"tn-next-page", action<next_page>},    {"tn-previous-page", action<previous_page>},
-      {"tn-first-page", action<first_page>},  {"tn-last-page", action<last_page>},
-      {"tn-larger", action<rescale<-1>>},     {"tn-smaller", action<rescale<1>>},
-      {"tn-rotate-left", action<rotate<90>>}, {"tn-rotate-right", action<rotate<270>>},
-      {"tn-page-digit", type_digit},          {"tn-go-to-page", action<go_to_typed_page>},
-      {"tn-start-pan", drag<start_pan>},      {"tn-pan", drag<pan_to>},
-      {"tn-toggle-scale", toggle_scale},      {"tn-print", action<print>},
+      {"tn-next-page", action<next_page>},
+      {"tn-previous-page", action<previous_page>},
+      {"tn-first-page", action<first_page>},
+      {"tn-last-page", action<last_page>},
+      {"tn-larger", action<rescale<-1>>},
+      {"tn-smaller", action<rescale<1>>},
+      {"tn-rotate-left", action<rotate<90>>},
+      {"tn-rotate-right", action<rotate<270>>},
+      {"tn-page-digit", type_digit},
+      {"tn-go-to-page", action<go_to_typed_page>},
+      {"tn-start-pan", drag<start_pan>},
+      {"tn-pan", drag<pan_to>},
+      {"tn-toggle-scale", toggle_scale},
+      {"tn-show-info", action<show_info>},
+      {"tn-print", action<print>},
       {"tn-dismiss", action<dismiss>},
   };
   for (const auto &[name, run] : actions) {

@@ -11,13 +11,13 @@ extern const char *const default_keys[];
 
 /// Registers the actions `tn-next-page`, `tn-previous-page`, `tn-first-page`, `tn-last-page`, `tn-larger`,
 /// `tn-smaller`, `tn-rotate-left`, `tn-rotate-right`, `tn-page-digit`, `tn-go-to-page`, `tn-start-pan`, `tn-pan`,
-/// `tn-toggle-scale`, `tn-print` and `tn-dismiss`. `tn-page-digit` has the digit as a parameter;
+/// `tn-toggle-scale`, `tn-show-info`, `tn-print` and `tn-dismiss`. `tn-page-digit` has the digit as a parameter;
 /// `tn-toggle-scale` acts only at a double click if it has the parameter "double". Print and dismiss
 /// act only if the current face of the window has that button or menu entry.
 void add_key_actions(XtAppContext context);
 
 /// Makes the accelerators of the form and its descendants work in the whole form, except in its menu bar, which keeps
-/// the keys of the toolkit.
+/// the keys of the toolkit. The information window gets them when it is made.
 void install_keys(Widget form);
 
 }  // namespace tolvane

@@ -13,7 +13,7 @@
 #include <string>
 
 #include "app/app_state.h"
-#include "app/file_watch.h"
+#include "app/other_file.h"
 #include "support/trace.h"
 #include "support/whitespace.h"
 #include "ui/motif_utils.h"
@@ -88,13 +88,11 @@ bool new_file(Scan &scan) {
   const std::string name = scan.next_word();
   if (name.empty()) return refuse("tolvane, newfile: missing filename\n");
   scan.drop_line();
-  if (!set_fax_filename(name.c_str())) {
+  if (!show_other_file(name.c_str())) {
     fprintf(stderr, "tolvane, newfile: filename longer than %zu bytes\n", FAX_FILENAME_SIZE - 1);
     return false;
   }
   page_numb = 1;
-  view_arbitrary_fax(name.c_str());
-  watch_shown_file();
   return true;
 }
 

@@ -3,6 +3,7 @@
 #include "app/tn_api_functions.h"
 
 #include "app/exit_tasks.h"
+#include "app/info_window.h"
 #include "ui/widgets.h"
 #include "view/screen/pagescope.h"
 #include "view/screen/presentation.h"
@@ -67,6 +68,7 @@ void tn_empty_view_window() {
 void tn_dismiss_view_window(int32_t status) {
   if (!Api) leave(status);
   if (!tn_Shell000) return;
+  close_info_window();
   XtPopdown(XtParent(tolvane_form));
   free_bitmap();
   notify_api_parent(TN_WINDOW_GONE);

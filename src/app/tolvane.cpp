@@ -16,6 +16,7 @@
 #include "app/app_state.h"
 #include "app/exit_tasks.h"
 #include "app/file_watch.h"
+#include "app/info_window.h"
 #include "app/stdin_commands.h"
 #include "app/tn_api_functions.h"
 #include "app/usage.h"
@@ -172,6 +173,7 @@ int post_create_init() {
     return 1;
   }
   refresh_view();
+  update_info_window();
   if (!Api) {
     register_stdin_input();
     watch_shown_file();

@@ -3,9 +3,11 @@
 #include <thread>
 
 #include "x11/viewer.h"
+#include "app/info_window.h"
 #include "app/key_bindings.h"
 #include "app/open_view.h"
 #include "app/resource_defaults.h"
+#include "helpers/fax_bytes.h"
 #include "helpers/places.h"
 #include "helpers/temp_dir.h"
 
@@ -60,6 +62,43 @@ TEST_F(Keys, TheMouseMovesAndScalesThePage) {
   for (const unsigned wheel : {5, 5, 4}) click(area.x + 300, area.y + 100, wheel);
   hold_control(false);
   viewer.expect("1 75% 0 top");
+}
+
+TEST_F(Keys, TheInformationWindowFollowsTheFileAndCloses) {
+  dir.write("two.fax", fax_bytes("SUBJECT:" + std::string(120, 'x') + "\n#PAGES:1\n", {blank_page(40)}));
+  Viewer viewer({document}, {}, dir.string());
+  const auto open = [&] {
+    const Area area = area_of(viewer.window);
+    click(area.x + 5, area.y + 500, 2);
+    press_key("i");
+    return find_window("TolVane: Information");
+  };
+  const Window info = open();
+  const int height = area_of(info).height;
+  viewer.program.write("newfile two.fax\n");  // of a subject in three lines
+  EXPECT_TRUE(wait_until([&] { return area_of(info).height >= height + 20; }));
+  for (const char *close : {"i", "Escape", "manager"}) {
+    const Area area = area_of(info);
+    click(area.x + 5, area.y + 5, 2);
+    std::string(close) == "manager" ? close_window(info) : press_key(close);
+    EXPECT_TRUE(wait_until([&] { return !is_viewable(info); })) << close;
+    EXPECT_EQ(open(), info);
+  }
+}
+
+TEST_F(Keys, TheInformationWindowShowsAnyValue) {
+  const std::string word(50, 'w');
+  const std::pair<std::string, std::string> rows[] = {
+      {"", "-"},
+      {"a\x1b[1m\rb\x7f\t", "a [1m b  "},
+      {"\xc3\x89lan \xc2\x9b \xe2\x80\x94", "\xc9lan   --"},
+      {"\xe9lan\x9b", "\xe9lan "},
+      {word + " " + word, word + "\n" + word},
+      {"aaaaa " + word, "aaaaa\n" + word},
+      {std::string(200, 'w'), word + "\n" + word + "\n" + word + "\n" + word},
+      {std::string(201, 'w'), word + "\n" + word + "\n" + word + "\n" + word.substr(3) + "..."},
+  };
+  for (const auto &[value, lines] : rows) EXPECT_EQ(tolvane::info_lines(value), lines) << value;
 }
 
 TEST_F(Keys, AUsersResourcesStandAboveTheDefaults) {
