@@ -7,6 +7,7 @@
 #include <unistd.h>
 
 #include "app/app_state.h"
+#include "app/file_drop.h"
 #include "app/key_bindings.h"
 #include "app/resource_defaults.h"
 #include "app/tn_api_functions.h"
@@ -92,6 +93,7 @@ void create_window() {
   XtRealizeWidget(tn_Shell000);
   identify_window(tn_Shell000);
   close_by_dismissing();
+  if (!Api) accept_dropped_files(tn_Shell000);  // embedded, the parent decides on the file
 }
 
 }  // namespace
