@@ -39,6 +39,37 @@ TEST_F(Keywords, ValuesArePrintedWithTheirLineBreaks) {
   EXPECT_EQ(run("keywords get - SALUTATION", fax).status, 2);
 }
 
+TEST_F(Keywords, NamesBeforeFilesGiveTheValuesOfEachFile) {
+  dir.write("a", fax_bytes(header));
+  dir.write("SUBJECT", fax_bytes("SUBJECT:\"x\"\xff\n"));
+  const std::string several = "a\tDATE\t1\na\tDATE\t2\na\tFOLDERS\ta\\nb\n", other = "./SUBJECT\tSUBJECT\t\"x\"\xff\n";
+  const std::tuple<std::string, int, std::string> cases[] = {
+      {"keywords get DATE FOLDERS a", 0, several},
+      {"keywords get DATE FOLDERS ./SUBJECT gone a", 2, several},
+      {"keywords get DATE SUBJECT ./SUBJECT", 0, other},
+      {"keywords get SUBJECT SUBJECT", 0, "\"x\"\xff\n"},
+      {"keywords get SUBJECT", 1, ""},
+      {"keywords get a SUBJECT --files-from list", 1, ""},
+      {"keywords get DATE FOLDERS -0 --files-from list", 2, several},
+      {"keywords get a DATE --json", 0,
+       R"({"schema":1,"file":"a","values":{"DATE":["1","2"]}})"
+       "\n"},
+      {"keywords get --json FOLDERS a gone ./SUBJECT", 2,
+       R"({"schema":1,"file":"a","values":{"FOLDERS":["a\nb"]}})"
+       "\n"
+       R"({"schema":1,"file":"gone","error":"gone: No such file or directory"})"
+       "\n"
+       R"({"schema":1,"file":"./SUBJECT","values":{"FOLDERS":[]}})"
+       "\n"},
+  };
+  dir.write("list", std::string("gone\0a\0", 7));
+  for (const auto &[line, status, out] : cases) {
+    const ToolRun done = run(line);
+    EXPECT_EQ(done.status, status) << line << done.err;
+    EXPECT_EQ(done.out, out) << line;
+  }
+}
+
 TEST_F(Keywords, WhatReadersCouldNotReadIsRefused) {
   std::string many;
   for (int i = 0; i < 90; ++i) many += "KEYWORDS:" + std::to_string(i) + "\n";

@@ -6,6 +6,7 @@
 #include <utility>
 
 #include "cli/commands.h"
+#include "cli/json_lines.h"
 #include "cli/keyword_values.h"
 #include "cli/options.h"
 #include "document/fax_composition.h"
@@ -23,7 +24,8 @@ constexpr size_t HELP_WIDTH = 100;  // columns of a help text
 std::string file;
 std::vector<std::string> words;  // the operands after FILE: names, or NAME=VALUE
 std::string copied_file;
-bool force;
+FileList several;  // the files of `get`, if they come after the names
+bool force, as_json;
 
 bool is_line_of(const std::string &line, const std::string &name) {
   return header_line_value(line, name.c_str());
@@ -44,16 +46,48 @@ Status list_lines(FaxDocument &document) {
   return DONE;
 }
 
+// The values of a keyword, each with its line breaks as `line_break`.
+std::vector<std::string> values_of(const FaxDocument &document, const std::string &name, const char *line_break) {
+  std::vector<std::string> values;
+  for (const std::string &line : document.lines) {
+    if (const char *value = header_line_value(line, name.c_str())) values.push_back(shown(value, line_break));
+  }
+  return values;
+}
+
 Status print_values(FaxDocument &document) {
   Status status = DONE;
   for (const std::string &name : words) {
-    bool found = false;
-    for (const std::string &line : document.lines) {
-      const char *value = header_line_value(line, name.c_str());
-      if (value) printf("%s\n", shown(value, "\n").c_str());
-      found = found || value;
+    const std::vector<std::string> values = values_of(document, name, "\n");
+    for (const std::string &value : values) printf("%s\n", value.c_str());
+    if (values.empty()) status = failure("%s: no line %s", document.name(), name.c_str());
+  }
+  return status;
+}
+
+// One object with the values of all names, or one line per value: file, name and value, with tabs between them.
+Status print_values_of_file(const std::string &path) {
+  FaxDocument document;
+  JsonObject object = file_object(path);
+  const Status status = open_fax(path, document, object);
+  for (const std::string &name : words) {
+    if (status != DONE) break;
+    object["values"][name] = values_of(document, name, "\n");
+    for (const std::string &value : values_of(document, name, "\\n")) {
+      if (!as_json) printf("%s\t%s\t%s\n", document.name(), name.c_str(), value.c_str());
     }
-    if (!found) status = failure("%s: no line %s", document.name(), name.c_str());
+  }
+  if (as_json) puts(json_line(object).c_str());
+  return status;
+}
+
+Status print_values_of_files() {
+  if (const Status status = several.complete(); status != DONE) return status;
+  Progress progress("files", static_cast<int32_t>(several.files.size()));
+  Status status = DONE;
+  for (const std::string &path : several.files) {
+    status = worse(status, print_values_of_file(path));
+    progress.step();
   }
   return status;
 }
@@ -138,14 +172,31 @@ std::string name_list() {
 void declare(Usage &usage) {
   usage.add_footer(name_list());
   for (const Action &action : ACTIONS) {
+    const bool gets = action.act == print_values;
     Usage parser = usage.add_subcommand(action.name, action.summary, [&action] { chosen = &action; });
     parser.add_option("FILE", file, "the fax file").required();
     if (action.edits) add_force(parser, force, "also change lines that say how pages are read");
     const bool copies = action.act == copy_values;
     if (action.operands)
-      parser.add_option(action.operands, words, copies ? "copy only these names" : "one or more").required(!copies);
+      parser.add_option(action.operands, words, copies ? "copy only these names" : "one or more")
+          .required(!copies && !gets);
     if (copies) parser.add_option("--from", copied_file, "the fax file to copy from").required();
+    if (!gets) continue;
+    add_file_list(parser, several);
+    parser.add_flag("--json", as_json, "print one line with a JSON object per file");
+    parser.add_footer("For several files, give the names first: get NAME... FILE...");
   }
+}
+
+// Whether `get` has its names before the files. Then these become `words`, and the files `several`.
+bool take_names_first() {
+  const auto first_file = std::find_if_not(words.begin(), words.end(), is_keyword_name);
+  const bool names_first = is_keyword_name(file) && (first_file != words.end() || !several.list.empty());
+  if (!names_first) return false;
+  several.files.assign(first_file, words.end());
+  words.erase(first_file, words.end());
+  words.insert(words.begin(), file);
+  return true;
 }
 
 // Lines that say how pages are read, or where they are, stay: they are true of the pages, or `check` reports them.
@@ -160,7 +211,20 @@ Status check_structural() {
   return DONE;
 }
 
+Status run_get() {
+  const bool names_first = take_names_first();
+  if (words.empty()) return usage_fault("NAME is required");
+  for (const std::string &name : words) {
+    if (check_keyword_name(name) != DONE) return USAGE;
+  }
+  if (names_first) return print_values_of_files();
+  if (!several.list.empty()) return usage_fault("with --files-from, names come before files");
+  FaxDocument document;
+  return as_json ? print_values_of_file(file) : open_fax(file, document) == DONE ? print_values(document) : FAILED;
+}
+
 Status run() {
+  if (chosen->act == print_values) return run_get();
   if (check_structural() != DONE) return USAGE;
   if (chosen->names) {
     for (const std::string &name : words) {

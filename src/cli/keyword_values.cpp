@@ -43,10 +43,12 @@ const struct {
 
 }  // namespace
 
+bool is_keyword_name(const std::string &name) {
+  return std::find(std::begin(faxFileKeywordList), std::end(faxFileKeywordList), name) != std::end(faxFileKeywordList);
+}
+
 Status check_keyword_name(const std::string &name) {
-  if (std::find(std::begin(faxFileKeywordList), std::end(faxFileKeywordList), name) != std::end(faxFileKeywordList))
-    return DONE;
-  return usage_fault("no keyword has the name \"%s\"", name.c_str());
+  return is_keyword_name(name) ? DONE : usage_fault("no keyword has the name \"%s\"", name.c_str());
 }
 
 Status parse_keyword(const std::string &text, KeywordValue &keyword) {

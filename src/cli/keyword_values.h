@@ -15,7 +15,10 @@ using KeywordValue = std::pair<std::string, std::string>;
 /// of its keyword.
 Status parse_keyword(const std::string &text, KeywordValue &keyword);
 
-/// Whether there is a keyword of that name. DONE, or USAGE after a message.
+/// Whether there is a keyword of that name.
+bool is_keyword_name(const std::string &name);
+
+/// The same. DONE, or USAGE after a message.
 Status check_keyword_name(const std::string &name);
 
 }  // namespace tolvane

@@ -60,11 +60,15 @@ Status FileList::complete() {
   return files.empty() ? usage_fault("no file is given") : DONE;
 }
 
-void add_files(Usage &usage, FileList &files, const std::string &help) {
-  usage.add_option("FILE", files.files, help);
-  Option list = usage.add_option("--files-from", files.list, "read more names, one per line; - is standard input");
+void add_file_list(Usage &usage, FileList &files) {
+  Option list = usage.add_option("--files-from", files.list, "read more file names, one per line; - is standard input");
   list.type_name("LIST");
   usage.add_flag("-0,--null", files.null_separated, "names in LIST end in a zero byte").needs(list);
+}
+
+void add_files(Usage &usage, FileList &files, const std::string &help) {
+  usage.add_option("FILE", files.files, help);
+  add_file_list(usage, files);
 }
 
 Option add_force(Usage &usage, bool &force, const std::string &help) {

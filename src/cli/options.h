@@ -60,7 +60,10 @@ struct FileList {
   Status complete();
 };
 
-/// Adds the operands FILE..., and `--files-from` with `-0`.
+/// Adds `--files-from` with `-0`.
+void add_file_list(Usage &usage, FileList &files);
+
+/// Adds the operands FILE..., and the same.
 void add_files(Usage &usage, FileList &files, const std::string &help);
 
 /// Adds `--force`: do what is refused to protect a file.

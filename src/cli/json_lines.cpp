@@ -1,0 +1,33 @@
+// Header text has no stated character set: what is not UTF-8 is replaced rather than refused.
+#include "cli/json_lines.h"
+
+#include "io/input_file.h"
+
+namespace tolvane {
+namespace {
+[[gnu::used]] const char SCCS_ID[] = "@(#)|json_lines|9|01|1|0|0|11/23/26|08:00:00";
+
+constexpr int SCHEMA = 1;
+}  // namespace
+
+JsonObject file_object(const std::string &path) {
+  return {{"schema", SCHEMA}, {"file", input_name(path)}};
+}
+
+std::string json_line(const JsonObject &object) {
+  return object.dump(-1, ' ', false, JsonObject::error_handler_t::replace);
+}
+
+Status open_fax(const std::string &path, FaxDocument &document, JsonObject &object) {
+  Diagnostics faults;
+  Status status;
+  {
+    const HoldDiagnostics hold(faults);
+    status = open_fax(path, document);
+  }
+  print_diagnostics(faults);
+  if (status != DONE) object["error"] = faults.empty() ? "unreadable" : faults.back();
+  return status;
+}
+
+}  // namespace tolvane
