@@ -232,6 +232,21 @@ TEST_F(Output, HeadersAreReadWithoutThePages) {
   EXPECT_EQ(nlohmann::json::parse(json.out)["error"], "gone.fax: No such file or directory");
 }
 
+TEST_F(Output, NoClobberKeepsEveryFile) {
+  ASSERT_EQ(run("create a.fax -", pbm(random_page(1, 9))).status, 0);
+  dir.write("old1.pbm", "old");
+  dir.write("old1.fax", bytes("a.fax"));
+  const std::string before = bytes("old1.fax");
+  for (const char *line :
+       {"create old1.fax old1.pbm", "extract a.fax old1.pbm", "extract a.fax old%d.pbm", "render a.fax old1.pbm",
+        "merge old1.fax a.fax", "split a.fax old%d.fax", "repair a.fax old1.fax"}) {
+    complains(std::string(line) + " --no-clobber", 2, " exists");
+    EXPECT_TRUE(bytes("old1.pbm") == "old" && bytes("old1.fax") == before) << line;
+  }
+  complains("extract a.fax new%d.pbm --no-clobber", 0, "");
+  EXPECT_EQ(run("create --force --no-clobber old1.fax old1.pbm").status, 1);
+}
+
 TEST_F(Output, VerboseSaysWhatIsReadAndWritten) {
   ASSERT_EQ(run("create b.fax -", pbm(random_page(1, 9))).err, "");
   EXPECT_EQ(run("create -v a.fax -", pbm(random_page(1, 9))).err,

@@ -109,6 +109,23 @@ TEST_P(ReplaceFile, RefusesWhatCannotBeReplaced) {
   EXPECT_EQ(dir.entries(), 4);
 }
 
+TEST_P(ReplaceFile, KeepsAFileThatIsToBeKept) {
+  dir.write("old", "old");
+  EXPECT_FALSE(Replacement().begin("old", {.keeps_existing = true}));
+  EXPECT_EQ(errno, EEXIST);
+  for (const bool comes_late : {true, false}) {
+    Replacement replacement;
+    ASSERT_TRUE(replacement.begin("late", {.keeps_existing = true}));
+    EXPECT_EQ(write_fully(replacement.fd(), "new", 3), 1);
+    if (comes_late) dir.write("late", "old");
+    EXPECT_EQ(replacement.commit(), !comes_late);
+    EXPECT_EQ(read_file("late"), comes_late ? "old" : "new");
+    replacement.discard();
+    EXPECT_EQ(dir.entries(), 2);
+    if (comes_late) fs::remove("late");
+  }
+}
+
 TEST_P(ReplaceFile, SpoolsLieBesideTheirFileOrInTheFirstTemporaryDirectoryThatIsSet) {
   fs::create_directory("beside");
   dir.write("beside/fax", "");

@@ -29,6 +29,7 @@ void declare(Usage &usage) {
       .check([](const std::string &text) {
         return is_numbered_pattern(text) ? std::string() : "\"" + text + "\" needs one %d";
       });
+  add_no_clobber(usage);
 }
 
 // Decodes a page. DONE, DAMAGED after its damage was reported, or FAILED.

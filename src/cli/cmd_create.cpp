@@ -32,7 +32,7 @@ void declare(Usage &usage) {
   declare_page_input(usage, input);
   add_coding(usage, "--coding", coding, "how pages are coded");
   add_resolution(usage, resolution, "98 or 196 lines per inch");
-  add_force(usage, force, "replace OUT even if it is not a fax file");
+  add_force(usage, force, "replace OUT even if it is not a fax file").excludes(add_no_clobber(usage));
   usage.add_flag("--no-metadata", no_metadata, "take no header lines from tags and texts of the first file");
   usage.add_option("-k,--keyword", keywords, "add a header line; may be repeated")
       .type_name("NAME=VALUE")

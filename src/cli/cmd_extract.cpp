@@ -47,6 +47,7 @@ void declare(Usage &usage) {
   usage.add_flag("--square", square, "repeat lines to make pixels square, for text recognition");
   add_rotate(usage, rotate);
   usage.add_flag("--no-metadata", no_metadata, "write no tags and texts from header lines and damage");
+  add_no_clobber(usage);
 }
 
 // The header lines, and the damage of the page.

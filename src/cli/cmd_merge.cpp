@@ -33,7 +33,7 @@ void declare(Usage &usage) {
   add_resolution(usage, resolution, "98 or 196 lines per inch (default: as in the first FILE)");
   add_inclusions(usage, keep_inclusions);
   add_keep_going(usage, keep_going);
-  add_force(usage, force, "replace OUT even if it is not among the files merged");
+  add_force(usage, force, "replace OUT even if it is not among the files merged").excludes(add_no_clobber(usage));
 }
 
 // Adds the pages of one file: all, or those of its own with its inclusions as header lines.

@@ -43,6 +43,7 @@ void declare(Usage &usage) {
                       "degrees; at 90 the top of the page is at the left");
   usage.add_option("-f,--format", format_name, "output format (default: by the ending of OUT)")
       .type_name(format_names());
+  add_no_clobber(usage);
 }
 
 // Sets what the rasteriser reads: the resolution as the viewer's own header reader finds it.

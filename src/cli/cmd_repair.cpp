@@ -36,7 +36,7 @@ int32_t resolution = -1;
 void declare(Usage &usage) {
   usage.add_option("FILE", file, "the fax file; - is standard input").required();
   usage.add_option("OUT", out, "the new file; - is standard output");
-  usage.add_flag("--in-place", in_place, "replace FILE");
+  usage.add_flag("--in-place", in_place, "replace FILE").excludes(add_no_clobber(usage));
   usage.add_flag("-n,--dry-run", dry_run, "report what would be done and write nothing");
   add_coding(usage, "--coding", coding, "the coding if the header has none (default: detect)");
   add_resolution(usage, resolution, "the resolution if the header has none (default: normal)");

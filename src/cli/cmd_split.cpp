@@ -37,6 +37,7 @@ void declare(Usage &usage) {
       .range(1, MOST_RECORDS)
       .excludes(size);
   add_inclusions(usage, keep_inclusions);
+  add_no_clobber(usage);
 }
 
 // The first page of each part, and the page after the last.

@@ -8,6 +8,7 @@
 
 #include "formats/turning.h"
 #include "io/input_file.h"
+#include "io/output_file.h"
 #include "t4/line.h"
 
 namespace tolvane {
@@ -73,6 +74,10 @@ void add_files(Usage &usage, FileList &files, const std::string &help) {
 
 Option add_force(Usage &usage, bool &force, const std::string &help) {
   return usage.add_flag("--force", force, help);
+}
+
+Option add_no_clobber(Usage &usage) {
+  return usage.add_flag("--no-clobber", NoClobber, "replace no file: report one that exists, and fail");
 }
 
 Option add_resolution(Usage &usage, int32_t &target, const std::string &help) {

@@ -69,6 +69,9 @@ void add_files(Usage &usage, FileList &files, const std::string &help);
 /// Adds `--force`: do what is refused to protect a file.
 Option add_force(Usage &usage, bool &force, const std::string &help);
 
+/// Adds `--no-clobber`: no file is replaced.
+Option add_no_clobber(Usage &usage);
+
 /// Adds `--rotate`: degrees to the right, or ROTATE_AUTO.
 Option add_rotate(Usage &usage, int32_t &degrees);
 

@@ -22,6 +22,13 @@ void note_name(const char *path, bool exists) {
 
 }  // namespace
 
+bool NoClobber = false;
+
+// What errno says.
+Status OutputFile::fault() const {
+  return NoClobber && errno == EEXIST ? failure("%s exists: not replaced", name()) : system_failure(name());
+}
+
 Status OutputFile::open(const std::string &path, bool needs_name) {
   path_ = path;
   name_ = path == "-" ? "standard output" : path;
@@ -33,8 +40,8 @@ Status OutputFile::open(const std::string &path, bool needs_name) {
     spool_ = open_spool(nullptr);
     return spool_ ? DONE : system_failure(name());
   }
-  if (exists && access(path.c_str(), W_OK)) return system_failure(name());
-  return file_.begin(path.c_str(), {nullptr, needs_name, note_name}) ? DONE : system_failure(name());
+  if (exists && !NoClobber && access(path.c_str(), W_OK)) return system_failure(name());
+  return file_.begin(path.c_str(), {nullptr, needs_name, note_name, NoClobber}) ? DONE : fault();
 }
 
 Status OutputFile::write_through() {
@@ -44,7 +51,7 @@ Status OutputFile::write_through() {
 }
 
 Status OutputFile::commit() {
-  const Status status = spool_ ? write_through() : file_.commit() ? DONE : system_failure(name());
+  const Status status = spool_ ? write_through() : file_.commit() ? DONE : fault();
   if (status == DONE) say_verbose("%s: written", name());
   return status;
 }

@@ -9,6 +9,9 @@
 
 namespace tolvane {
 
+/// Set by `--no-clobber`: no file is replaced.
+extern bool NoClobber;
+
 /// A file to write. It is made beside its final name and takes that name, replacing a file that has it, only in
 /// `commit`; without `commit`, and when a signal ends the program, it is removed. The mode and owner of a file that is
 /// replaced are kept. What cannot be replaced (standard output, a device, a pipe) is written to in `commit`.
@@ -29,6 +32,7 @@ class OutputFile {
 
  private:
   Status write_through();
+  Status fault() const;
 
   std::string name_, path_;
   Replacement file_;

@@ -4,6 +4,7 @@
 
 #include <errno.h>
 #include <fcntl.h>
+#include <stdio.h>
 #include <stdlib.h>
 #include <sys/random.h>
 #include <unistd.h>
@@ -82,6 +83,10 @@ bool Replacement::begin(const char *path, const ReplacementOptions &options) {
     errno = S_ISDIR(replaced_.st_mode) ? EISDIR : EINVAL;
     return false;
   }
+  if (replaces_ && options_.keeps_existing) {
+    errno = EEXIST;
+    return false;
+  }
   return create();
 }
 
@@ -129,6 +134,14 @@ bool Replacement::link_new_name() {
   return false;
 }
 
+// Renames the incomplete file. File systems that cannot do that without replacing another file have hard links.
+bool Replacement::give_name() {
+  const char *from = working_path_.c_str(), *to = path_.c_str();
+  if (!options_.keeps_existing) return rename(from, to) == 0;
+  if (renameat2(AT_FDCWD, from, AT_FDCWD, to, RENAME_NOREPLACE) == 0) return true;
+  return errno == EINVAL && link(from, to) == 0 && unlink(from) == 0;
+}
+
 // Only the super-user may give files away, but others may give them one of their groups; where neither is allowed, that
 // is no failure. The rights of a set-user-ID file don't go to another user.
 bool Replacement::keep_rights() {
@@ -142,8 +155,9 @@ bool Replacement::commit() {
   const bool nameless = working_path_.empty();
   const bool linked = nameless && !replaces_ && link_to(path_);
   if (!linked) {
+    if (nameless && options_.keeps_existing && errno == EEXIST) return false;
     if (nameless && !link_new_name()) return false;
-    if (rename(working_path_.c_str(), path_.c_str()) != 0) return false;
+    if (!give_name()) return false;
     name_changes(false);
     working_path_.clear();
   }

@@ -21,6 +21,7 @@ struct ReplacementOptions {
   const char *working_name = nullptr;  ///< path that the incomplete file has; a file of that name is removed first
   bool needs_name = false;             ///< the incomplete file has a name, for operations that take a path
   working_name_fn on_name = nullptr;
+  bool keeps_existing = false;  ///< no file is replaced: if there is one, `begin` or `commit` fails with EEXIST
 };
 
 /// A file that replaces another one, or is new. All operations set errno on failure.
@@ -58,6 +59,7 @@ class Replacement {
   bool create_named(const std::string &name, mode_t mode);
   bool link_to(const std::string &name);
   bool link_new_name();
+  bool give_name();
   bool keep_rights();
   void name_changes(bool exists);
 
