@@ -12,6 +12,8 @@
 #include "t4/bitmanip.h"
 #include "t4/codes.h"
 #include "t4/damage.h"
+#include "t4/decoder.h"
+#include "t4/encoder.h"
 #include "t4/enct4.h"
 #include "t4/t4dec.h"
 #include "t4/t4dec_2d.h"
@@ -107,6 +109,18 @@ Decoded decode(std::string_view record, int32_t coding, bool runs, bool lines, b
   return decoded;
 }
 
+// The same through the codec core, whose pages know nothing of each other.
+Decoded decode_anew(std::string_view record, int32_t coding, const DecodeOptions &options) {
+  decoded = {};
+  decoded.painted.assign(static_cast<size_t>(Pix_width) / 8, '\0');
+  const LineSink sink = {nullptr, [](void *, int32_t run) { take_run<true>(run); },
+                         [](void *, const uint8_t *line, uint32_t size) { take_line<true>(line, size); },
+                         [](void *) { take_eol<true>(); }, [](void *, Damage kind) { take_damage(kind); }};
+  const std::vector<uint8_t> data(record.begin(), record.end());
+  Decoder().decode(data, coding, Pix_width, sink, options);
+  return decoded;
+}
+
 std::string_view lines_to_code;
 std::string record_coded;
 
@@ -142,6 +156,23 @@ void require_identity(std::string_view lines, int32_t coding, int32_t resolution
   const Decoded page = decode(encode(lines, coding, resolution) + '\0', coding, true, true, true);
   require(page.lines == expected, "decoded as encoded");
   require(page.damaged == 0, "no damage in what was encoded");
+
+  const LineSource source = {&lines, [](void *context, const uint8_t **batch, int32_t *count) {
+                               auto &rest = *static_cast<std::string_view *>(context);
+                               if (rest.empty()) return -1;
+                               *batch = reinterpret_cast<const uint8_t *>(rest.data());
+                               *count = static_cast<int32_t>(rest.size() / LINE_SIZE);
+                               rest = {};
+                               return static_cast<int32_t>(LINE_SIZE);
+                             }};
+  const CodeSink sink = {&record_coded, [](void *context, const uint8_t *bytes, size_t count) {
+                           static_cast<std::string *>(context)->append(bytes, bytes + count);
+                           return true;
+                         }};
+  record_coded.clear();
+  require(Encoder().encode(source, coding, resolution, sink, CodeForm::standard) == EncodeResult::done, "a coded page");
+  const Decoded other = decode_anew(record_coded, coding, {CodeForm::standard});
+  require(other.lines == expected && other.damaged == 0, "decoded as encoded by the letter of the standard");
 }
 
 std::string turned(std::string picture) {
@@ -158,6 +189,10 @@ void fuzz_decoders(Input input) {
   const uint32_t callbacks = input.pick(8);
   const std::string record = input.text();
   const Decoded all = decode(record, coding, true, true, true);
+  const Decoded anew = decode_anew(record, coding, {CodeForm::stored, false});
+  require(anew.lines == all.lines && anew.runs == all.runs && anew.eols == all.eols && anew.damaged == all.damaged,
+          "the same page from the codec core");
+  decode_anew(record, coding, {CodeForm::standard});
   const bool runs = callbacks & 1, lines = callbacks & 2, eols = callbacks & 4;
   const Decoded some = decode(record, coding, runs, lines, eols);
   require(some.eols == (eols ? all.eols : 0), "the same number of lines");

@@ -58,6 +58,8 @@ uint32_t word_at(std::string_view bytes, size_t offset);
 struct Target {
   const char *name;
   void (*run)(Input input);
+  size_t megabytes = 64;  ///< on the heap at a time, beyond those before the run
+  double seconds = 2;     ///< of processor time for a run, beside what each byte may take
 };
 
 void fuzz_header(Input input);
@@ -71,3 +73,12 @@ void fuzz_picture(Input input);
 void fuzz_traces(Input input);
 void fuzz_labels(Input input);
 void fuzz_commands(Input input);
+void fuzz_selection(Input input);
+void fuzz_survey(Input input);
+void fuzz_transcoder(Input input);
+void fuzz_tiff(Input input);
+void fuzz_raw(Input input);
+void fuzz_sff(Input input);
+void fuzz_pbm(Input input);
+void fuzz_png(Input input);
+void fuzz_pdf(Input input);

@@ -63,7 +63,7 @@ Status select_pages(const std::string &text, int32_t count, const std::vector<Mi
     selecting.parity = wanted;
     rest.remove_suffix(word.size());
   }
-  if (rest.empty()) selecting.add(1, count);
+  if (rest.empty() && count > 0) selecting.add(1, count);
   while (!rest.empty()) {
     const size_t comma = rest.find(',');
     if (!add_range(rest.substr(0, comma), selecting) || comma + 1 == rest.size())

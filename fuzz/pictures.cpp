@@ -1,0 +1,142 @@
+// The readers of other page formats, each on its own. A picture that is read becomes lines of a fax, and one in black
+// and white is written in another format and read again.
+#include <algorithm>
+#include <iterator>
+#include <utility>
+
+#include "document/page_coding.h"
+#include "formats/packed_rows.h"
+#include "formats/page_readers.h"
+#include "formats/page_writers.h"
+#include "fuzz.h"
+#include "io/output_file.h"
+#include "t4/line.h"
+
+using namespace tolvane;
+
+namespace {
+
+using reader = Status (*)(const PictureFile &file, const SourceOptions &options, const page_sink &sink);
+
+constexpr int32_t CODINGS[] = {COMP_MH, COMP_MR, COMP_MMR};
+constexpr size_t MOST_CODED = 400 * LINE_BYTES;  // of the lines of a page: more take too long for what they show
+
+constexpr int64_t MOST_PIXELS = 1 << 22;  // of a picture
+
+// Formats that black and white pictures are written in and read again.
+const struct {
+  const char *name;
+  TiffCoding coding;
+  reader read;
+} OTHERS[] = {{"tiff", TiffCoding::g3, read_tiff},
+              {"tiff", TiffCoding::g4, read_tiff},
+              {"png", TiffCoding::g4, read_png},
+              {"pbm", TiffCoding::g4, read_pbm}};
+
+// One byte for each pixel.
+std::vector<uint8_t> pixels_of(const SourcePicture &page) {
+  return page.grey.empty() ? unpacked(page) : page.grey;
+}
+
+void require_whole(const SourcePicture &page) {
+  require(page.width >= 1 && page.width <= WIDEST_PICTURE && page.height >= 1, "a picture within the limits");
+  const auto height = static_cast<size_t>(page.height);
+  require(page.bits.empty() ? page.grey.size() == height * static_cast<size_t>(page.width)
+                            : page.grey.empty() && page.bits.size() == height * page.row_bytes(),
+          "as many pixels as width and height say");
+}
+
+void require_same_elsewhere(const SourcePicture &page, uint32_t choice) {
+  const auto &other = OTHERS[choice % std::size(OTHERS)];
+  const PictureFormat *format = wanted_format(other.name, "");
+  PagePicture picture{page.width, page.height, FAX_X_DPI, FAX_X_DPI, page.bits};
+  if (format->encode) picture.code = format->encode(picture, other.coding);
+  OutputFile output;
+  const std::string path = scratch().path("other");
+  bool first = true;
+  const auto next = [&](PagePicture &taken) {
+    if (first) taken = std::move(picture);
+    return std::exchange(first, false);
+  };
+  require(output.open(path) == DONE && format->write(output, other.coding, next) == DONE && output.commit() == DONE,
+          "a picture that was read can be written");
+  const MemoryFile written(read_file(path));
+  const std::string bytes = written.bytes();
+  int pages = 0;
+  const PictureFile file = {"written", written.fd(), {reinterpret_cast<const uint8_t *>(bytes.data()), bytes.size()}};
+  const Status read = other.read(file, {}, [&](SourcePicture &&again) {
+    require(again.width == page.width && pixels_of(again) == pixels_of(page), "the same pixels in another format");
+    return ++pages, DONE;
+  });
+  require(read == DONE && pages == 1, "one page in another format");
+}
+
+void require_same_coded(const std::vector<uint8_t> &lines, int32_t coding, int32_t resolution) {
+  std::vector<uint8_t> record;
+  require(encode_page("page", lines, coding, resolution, record) == DONE, "lines that can be coded");
+  DecodedPage decoded;
+  require(decode_page("page", 1, record, coding, decoded) == DONE, "no damage in what was coded");
+  require(decoded.lines == lines, "the same lines after coding");
+}
+
+void fuzz_reader(Input input, reader read, bool is_raw = false) {
+  SourceOptions options;
+  options.fit.resolution = static_cast<int32_t>(input.pick(2));
+  options.fit.fit = static_cast<Fit>(input.pick(3));
+  options.fit.halftone = static_cast<Halftone>(input.pick(3));
+  options.fit.threshold = static_cast<int32_t>(input.pick(256));
+  options.keep_going = input.pick(2) == 1;
+  const uint32_t choice = input.pick(256);
+  if (is_raw) {
+    constexpr int32_t RAW[] = {RAW_AUTO, COMP_MMR, COMP_MH, COMP_MR, RAW_RLE, RAW_NO_EOL};
+    constexpr int32_t WIDTHS[] = {1728, 2048, 2432, 1, 9, 16384};
+    options.raw = {RAW[input.pick(6)], WIDTHS[input.pick(6)], input.pick(2) == 1};
+  }
+  const MemoryFile copy(input.text());
+  int pages = 0;
+  read({"input", copy.fd(), input.bytes}, options, [&](SourcePicture &&page) {
+    require_whole(page);
+    if (!page.bits.empty() && page.bits.size() <= MOST_CODED) require_same_elsewhere(page, choice);
+    std::vector<uint8_t> lines;
+    if (!make_fax_lines(std::move(page), options.fit, lines)) return FAILED;
+    require(!lines.empty() && lines.size() % LINE_BYTES == 0, "whole lines");
+    lines.resize(std::min(lines.size(), MOST_CODED));
+    require_same_coded(lines, CODINGS[choice % 3], options.fit.resolution);
+    return ++pages < 4 ? DONE : FAILED;
+  });
+}
+
+}  // namespace
+
+// A lower limit than that of the program, which replaces it: at 128 million pixels a run takes seconds.
+Status tolvane::check_picture_size(const char *, int32_t, int64_t width, int64_t height) {
+  const bool fits = width >= 1 && height >= 1 && width <= WIDEST_PICTURE && height <= MOST_PIXELS / width;
+  return fits ? DONE : FAILED;
+}
+
+void fuzz_tiff(Input input) {
+  fuzz_reader(input, read_tiff);
+}
+void fuzz_raw(Input input) {
+  fuzz_reader(input, read_raw, true);
+}
+void fuzz_sff(Input input) {
+  fuzz_reader(input, read_sff);
+}
+void fuzz_pbm(Input input) {
+  fuzz_reader(input, read_pbm);
+}
+void fuzz_png(Input input) {
+  fuzz_reader(input, read_png);
+}
+void fuzz_pdf(Input input) {
+  fuzz_reader(input, read_pdf);
+}
+
+// The libraries' own leaks.
+extern "C" const char *__lsan_default_suppressions() {
+  return "leak:libtiff\nleak:libpoppler\nleak:libfontconfig\n";
+}
+extern "C" const char *__lsan_default_options() {
+  return "print_suppressions=0";
+}
