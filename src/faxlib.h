@@ -24,6 +24,7 @@
 #include "line_sink.h"
 #include "page_writer.h"
 #include "pages.h"
+#include "printable.h"
 #include "record_index.h"
 #include "replace_file.h"
 #include "rev.h"

@@ -138,6 +138,44 @@ TEST_F(Faults, AFullDiskLosesNothing) {
   }
 }
 
+// `script` gives the command a terminal. What a stranger has written into a header must do nothing there.
+TEST_F(Faults, ATerminalShowsControlCharactersOfFilesAndNames) {
+  const std::string subject = "\x1b]0;name\x07 \u009b gr\u00fcn",
+                    header = "#PAGES:1\nRESOLUTION:1\nCOMPRESSION:3\nSUBJECT:" + subject;
+  dir.write("a.fax", fax_bytes(header + "\n", {encoded_page(random_page(1, 4), 3)}));
+  dir.write("\x1b[2J.fax", fax_bytes(header + "\n", {encoded_page(random_page(1, 5), 3)}));
+  EXPECT_EQ(run("keywords get a.fax SUBJECT").out, subject + "\n");
+  EXPECT_THAT(run("info $'\\e[2J.fax'").err, Not(HasSubstr("\x1b")));
+  const std::pair<const char *, const char *> cases[] = {
+      {"info a.fax", "  SUBJECT:\\x1b]0;name\\x07 \\xc2\\x9b gr\u00fcn\r\n"},
+      {"keywords list a.fax", "SUBJECT:\\x1b]0;name\\x07 \\xc2\\x9b gr\u00fcn\r\n"},
+      {"keywords get a.fax SUBJECT", "\\x1b]0;name\\x07 \\xc2\\x9b gr\u00fcn\r\n"},
+      {"info --csv ?\\[2J.fax", "\n\\x1b[2J.fax,1,"},
+      {"check ?\\[2J.fax", "\\x1b[2J.fax: good, 1 page, 5 lines\r\n"},
+      {"compare a.fax ?\\[2J.fax", "; 4 lines and 5\r\n"},
+      {"repair -n ?\\[2J.fax", "\\x1b[2J.fax: nothing to repair\r\n"},
+      {"append ?\\[2J.fax ?\\[2J.fax", "\\x1b[2J.fax: this is a fax file"},
+  };
+  for (const auto &[line, shown] : cases) {
+    for (const std::string kind : {"dumb", "xterm"}) {
+      const std::string text = shell("TERM=" + kind + " script -qec \"$tool " + line + "\" typescript").out;
+      EXPECT_THAT(text, HasSubstr(shown)) << line;
+      const bool has_message = std::string(line).starts_with("append");
+      EXPECT_EQ(text.find('\x1b') != std::string::npos, has_message && kind == "xterm") << line << text;
+    }
+  }
+}
+
+// As `cat` and all others do.
+TEST_F(Faults, AReaderThatHasSeenEnoughEndsTheCommandSilently) {
+  dir.write("a.fax", fax_bytes("#PAGES:1\nRESOLUTION:1\nCOMPRESSION:3\n", {encoded_page(random_page(1, 2000), 3)}));
+  for (const char *line : {"info $(yes a.fax | head -n 1000)", "extract a.fax - -f pbm"}) {
+    const ToolRun done = shell(std::string("{ $tool ") + line + "; echo $? >status; } | head -n 1");
+    EXPECT_TRUE(done.err.empty()) << done.err;
+    EXPECT_EQ(bytes("status"), std::to_string(128 + SIGPIPE) + "\n") << line;
+  }
+}
+
 // A file of the tool's own would take the place of a channel that is closed.
 TEST_F(Faults, ClosedStandardChannelsStayOutOfTheFiles) {
   dir.write("bad.tif", spoilt(read_file(in_checkout("bench/charts/itu4.tif")), 1));

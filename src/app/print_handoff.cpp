@@ -2,9 +2,11 @@
 // from outside: whatever is not quoted here could run another program.
 #include "app/print_handoff.h"
 
+#include <errno.h>
 #include <signal.h>
 #include <stdio.h>
 #include <stdlib.h>
+#include <string.h>
 #include <sys/mman.h>
 #include <unistd.h>
 
@@ -16,6 +18,7 @@
 #include "app/app_state.h"
 #include "support/file.h"
 #include "support/handle.h"
+#include "support/printable.h"
 #include "ui/notice.h"
 #include "view/view_state.h"
 
@@ -39,7 +42,7 @@ bool is_fit_name(const char *what, const char *name) {
   fprintf(stderr,
           "tolvane: %s name '%s' cannot be passed to the print program: it may contain only letters, digits and "
           "._:@/-+%%,=\n",
-          what, name);
+          what, printable(name).c_str());
   return false;
 }
 
@@ -119,7 +122,8 @@ int tn_call_ormbrix() {
     return 1;
   }
   if (run_apart(command) < 0) {
-    perror(command.c_str());
+    const int fault = errno;
+    fprintf(stderr, "%s: %s\n", printable(command).c_str(), strerror(fault));
     return 1;
   }
   return 0;

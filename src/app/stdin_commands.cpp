@@ -14,6 +14,7 @@
 
 #include "app/app_state.h"
 #include "app/other_file.h"
+#include "support/printable.h"
 #include "support/trace.h"
 #include "support/whitespace.h"
 #include "ui/motif_utils.h"
@@ -159,7 +160,7 @@ bool run_word(const std::string &word, Scan &scan) {
   for (const Command &command : COMMANDS)
     if (word == command.word) return command.run(scan);
   if (word.size() < 2) return true;  // a single character, a typing error, is answered like a command
-  fprintf(stderr, "tolvane: unknown command '%s'\n", word.c_str());
+  fprintf(stderr, "tolvane: unknown command '%s'\n", printable(word).c_str());
   return false;
 }
 

@@ -20,6 +20,7 @@
 #include "app/stdin_commands.h"
 #include "app/tn_api_functions.h"
 #include "app/usage.h"
+#include "support/printable.h"
 #include "ui/motif_utils.h"
 #include "ui/notice.h"
 #include "ui/widgets.h"
@@ -160,7 +161,7 @@ int pre_create_init(int argc, char **argv) {
   struct stat status;
   if (stat(Fullpath_fax_filename, &status) == 0) return 0;
   const int fault = errno;
-  fprintf(stderr, "Can't find file '%s'.\n", Fullpath_fax_filename);
+  fprintf(stderr, "Can't find file '%s'.\n", printable(Fullpath_fax_filename).c_str());
   notify_user(std::string("The file ") + Fullpath_fax_filename + "\ncannot be opened: " + strerror(fault) + ".");
   return give_up();
 }

@@ -13,6 +13,7 @@
 
 #include "cli/commands.h"
 #include "io/ordered_work.h"
+#include "io/terminal_output.h"
 
 namespace tolvane {
 namespace {
@@ -29,7 +30,9 @@ constexpr const Command *COMMANDS[] = {
 Status command_line_fault(const CLI::App &usage, const CLI::ParseError &error) {
   const std::vector<std::string> unknown = usage.remaining(true);
   const std::string text = unknown.empty() ? error.what() : "\"" + unknown.front() + "\" was not expected";
-  return usage_fault("%s\nRun with --help for more information.", text.c_str());
+  usage_fault("%s", text.c_str());
+  fputs("Run with --help for more information.\n", stderr);
+  return USAGE;
 }
 
 // The words of the command line, last one first, as the parser expects them. It would read a word in brackets as a
@@ -77,24 +80,27 @@ void fill_standard_channels() {
   }
 }
 
+Status run_guarded(int argc, char **argv) {
+  try {
+    return run_command_line(argc, argv);
+  } catch (const std::bad_alloc &) {
+    return failure("out of memory");
+  } catch (const std::exception &error) {
+    return failure("%s", error.what());
+  }
+}
+
 // Fails if results did not reach standard output, whatever the command returns.
 Status close_output(Status status) {
-  return fflush(stdout) || ferror(stdout) ? worse(status, system_failure("standard output")) : status;
+  return flush_output() ? status : worse(status, system_failure("standard output"));
 }
 
 }  // namespace
 }  // namespace tolvane
 
 int main(int argc, char **argv) {
-  // A closed pipe and a limit on the size of files become failed writes with a message, so unfinished files are
-  // removed.
-  for (const int failed_write : {SIGPIPE, SIGXFSZ}) signal(failed_write, SIG_IGN);
+  signal(SIGXFSZ, SIG_IGN);  // a limit on the size of files becomes a failed write with a message
   tolvane::fill_standard_channels();
-  try {
-    return tolvane::close_output(tolvane::run_command_line(argc, argv));
-  } catch (const std::bad_alloc &) {
-    return tolvane::failure("out of memory");
-  } catch (const std::exception &error) {
-    return tolvane::failure("%s", error.what());
-  }
+  tolvane::protect_terminal();
+  return tolvane::close_output(tolvane::run_guarded(argc, argv));
 }

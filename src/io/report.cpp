@@ -12,6 +12,8 @@
 #include <cstring>
 #include <utility>
 
+#include "support/printable.h"
+
 namespace tolvane {
 namespace {
 [[gnu::used]] const char SCCS_ID[] = "@(#)|report|9|01|2|0|0|11/23/26|05:58:44";
@@ -20,14 +22,21 @@ constexpr size_t DAMAGE_REPORTED = 10;  // damaged places of one page that are r
 
 bool progress_on_screen = false;
 
+// Whether standard error is a terminal that understands escape sequences.
+bool is_screen() {
+  const char *kind = getenv("TERM");
+  return isatty(STDERR_FILENO) && kind && *kind && strcmp(kind, "dumb") != 0;
+}
+
 bool coloured() {
   const char *no_color = getenv("NO_COLOR");
-  return (!no_color || !*no_color) && isatty(STDERR_FILENO);
+  return (!no_color || !*no_color) && is_screen();
 }
 
 void print_diagnostic(const std::string &text) {
   wipe_progress();
-  fprintf(stderr, "%s%s\n", coloured() ? "\033[1;31mtolvane-fax:\033[0m " : "tolvane-fax: ", text.c_str());
+  const char *name = coloured() ? "\033[1;31mtolvane-fax:\033[0m " : "tolvane-fax: ";
+  fprintf(stderr, "%s%s\n", name, printable(text, "\t").c_str());
 }
 
 thread_local Diagnostics *held_back = nullptr;  // null: diagnostics are printed at once
@@ -115,7 +124,7 @@ Status system_failure(const char *name) {
 Progress::Progress(const char *unit, int32_t total)
     : unit_(unit),
       total_(total),
-      shown_(!Quiet && isatty(STDERR_FILENO)),
+      shown_(!Quiet && is_screen()),
       start_(std::chrono::steady_clock::now()),
       last_(start_) {}
 

@@ -28,7 +28,8 @@ extern bool Quiet;
 extern bool Verbose;
 
 /// Prints "tolvane-fax: ", the text and a line feed on standard error; the name in colour on a terminal, unless
-/// NO_COLOR is set in the environment.
+/// NO_COLOR is set in the environment or TERM is "dumb". Control characters in the text are shown as `printable` does:
+/// it may contain names and values of strangers.
 [[gnu::format(printf, 1, 2)]] void report(const char *format, ...);
 
 /// `report` if the user wants to know what is done: which file and page, and in which way. No fault.
@@ -72,7 +73,7 @@ Status system_failure(const char *name);
 /// Removes the progress line from the terminal, before results that may go to the same one.
 void wipe_progress();
 
-/// Shows the progress of long work: on a terminal only, and only after a second.
+/// Shows the progress of long work: only on a terminal that is not "dumb", and only after a second.
 class Progress {
  public:
   /// @param unit   what is counted, in the plural: "pages"

@@ -12,7 +12,7 @@ namespace tolvane {
 namespace {
 [[gnu::used]] const char SCCS_ID[] = "@(#)|unfinished_files|9|01|2|0|0|11/23/26|06:28:50";
 
-constexpr int ENDINGS[] = {SIGINT, SIGTERM, SIGHUP, SIGQUIT, SIGBUS};
+constexpr int ENDINGS[] = {SIGINT, SIGTERM, SIGHUP, SIGQUIT, SIGPIPE, SIGBUS};
 char unfinished[4][4096];  // an empty name is a free slot
 
 void remove_unfinished(int signal_number) {

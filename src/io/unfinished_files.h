@@ -3,8 +3,8 @@
 
 namespace tolvane {
 
-/// Removes a file when a signal (SIGINT, SIGTERM, SIGHUP, SIGQUIT, or SIGBUS when an input is cut while it is read)
-/// ends the program; four files at a time.
+/// Removes a file when a signal (SIGINT, SIGTERM, SIGHUP, SIGQUIT, SIGPIPE, or SIGBUS when an input is cut while it is
+/// read) ends the program; four files at a time.
 void note_unfinished_file(const char *path);
 /// Keeps a file that was noted.
 void forget_unfinished_file(const char *path);

@@ -1,6 +1,7 @@
 // The message dialog. It can be needed before the window exists, so that it has a shell of its own to belong to.
 #include "ui/notice.h"
 
+#include "support/printable.h"
 #include "ui/motif_values.h"
 
 #include <X11/Shell.h>
@@ -38,7 +39,8 @@ bool notices_enabled() {
 void notify_user(const std::string &text) {
   if (!display) return;
   if (!dialog) dialog = make_dialog();
-  const CompoundString message(XmStringCreateLtoR(const_cast<char *>(text.c_str()), XmSTRING_DEFAULT_CHARSET));
+  std::string shown = printable(text, "\n");
+  const CompoundString message(XmStringCreateLtoR(shown.data(), XmSTRING_DEFAULT_CHARSET));
   XtVaSetValues(dialog, XmNmessageString, message.get(), nullptr);
   XtManageChild(dialog);
 }

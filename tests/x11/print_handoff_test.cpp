@@ -71,8 +71,12 @@ TEST_F(PrintHandOff, NamesArriveAsTheyAreAndStartNothing) {
     write_recorder(elsewhere, "tolvane_print");
     EXPECT_EQ(print(file, server, printer), elsewhere.path("tolvane_print") + "<" + file + "><" + names + ">");
   }
-  for (const std::string bad : {"a b", "a;b", "$(id)", "a\"b", "\xE4"}) {
-    const std::string refusal = " name '" + bad +
+  for (const auto &[bad, shown] : {std::pair<const char *, std::string>{"a b", "a b"},
+                                   {"a;b", "a;b"},
+                                   {"$(id)", "$(id)"},
+                                   {"a\"b", "a\"b"},
+                                   {"\xE4\x1b", "\\xe4\\x1b"}}) {
+    const std::string refusal = " name '" + shown +
                                 "' cannot be passed to the print program: it may contain only "
                                 "letters, digits and ._:@/-+%,=\n";
     EXPECT_EQ(print("a.fax", bad, ""), "tolvane: server" + refusal);

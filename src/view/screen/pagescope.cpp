@@ -18,6 +18,7 @@
 #include "faxfile/pages.h"
 #include "faxfile/usorbport.h"
 #include "support/handle.h"
+#include "support/printable.h"
 #include "support/trace.h"
 #include "support/trace_config.h"
 #include "ui/motif_utils.h"
@@ -65,7 +66,7 @@ bool open_fax(const char *name) {
   t4fd.reset(open(name, O_RDONLY | O_NONBLOCK | O_CLOEXEC));  // a FIFO must not block the window
   if (!t4fd) {
     const int fault = errno;
-    perror(Fullpath_fax_filename);
+    fprintf(stderr, "%s: %s\n", printable(Fullpath_fax_filename).c_str(), strerror(fault));
     notify_load_fault(name, std::string("cannot be opened: ") + strerror(fault) + ".");
     return false;
   }
@@ -133,7 +134,7 @@ int common(const char *name) {
   struct stat status;
   if (stat(name, &status) != 0) {
     const int fault = errno;
-    printf("Problem with file \"%s\"\n", name);
+    printf("Problem with file \"%s\"\n", printable(name).c_str());
     notify_load_fault(name, std::string("cannot be read: ") + strerror(fault) + ".");
     return 1;
   }
@@ -254,7 +255,7 @@ void empty_file(const char *name) {
 }
 
 void TellUser(Widget, const char *message) {
-  fprintf(stderr, "%s\n", message);
+  fprintf(stderr, "%s\n", printable(message, "\n\t").c_str());
 }
 
 }  // namespace tolvane

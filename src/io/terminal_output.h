@@ -1,0 +1,14 @@
+// Results on a terminal.
+#pragma once
+
+namespace tolvane {
+
+/// If standard output is a terminal, replaces `stdout` by a stream that prints there without control characters, as
+/// `printable` shows them; line feeds and tabs stay. What is written to a pipe or file stays as it is. The last line
+/// appears when it ends in a line feed, or in `flush_output`.
+void protect_terminal();
+
+/// Brings what has been printed to standard output there. False with errno set if any of it did not get there.
+bool flush_output();
+
+}  // namespace tolvane
