@@ -77,6 +77,39 @@ TEST_F(Faults, InclusionsOfWhatIsNoFileAndOfPagesThatAreNotThereEndAtOnce) {
   }
 }
 
+// A header may name any file, straight or through a link. What comes from elsewhere is reported, or refused.
+TEST_F(Faults, PagesFromOutsideTheDirectoryAreReportedOrRefused) {
+  const std::string page = encoded_page(random_page(1, 4), 3), modes = "RESOLUTION:1\nCOMPRESSION:3\n";
+  shell("mkdir -p in/below priv; ln -s ../priv/secret.fax in/link.fax; ln -s ../in/below/b.fax priv/back.fax");
+  for (const char *name : {"priv/secret.fax", "in/below/b.fax"})
+    dir.write(name, fax_bytes("#PAGES:2\n" + modes, {page, page}));
+  dir.write("in/chain.fax", fax_bytes("#PAGES:0\nINCLUDE_PAGES:1\nINCLUDE:../priv/secret.fax 1 1\n" + modes));
+  const std::string secret = dir.path("priv/secret.fax"), plain = "";
+  const std::tuple<const char *, std::string, int> cases[] = {
+      {"below/b.fax 1 2", plain, 2},
+      {"../priv/back.fax 1 1", plain, 1},
+      {"../priv/secret.fax 1 2", "takes 2 pages from " + secret, 2},
+      {"link.fax 1 1", "takes 1 page from " + secret, 1},
+      {"chain.fax 1 1", "takes 1 page from " + secret, 1},
+  };
+  for (const auto &[inclusion, reported, pages] : cases) {
+    dir.write("in/a.fax",
+              fax_bytes("#PAGES:1\nINCLUDE_PAGES:" + std::to_string(pages) + "\nINCLUDE:" + inclusion + "\n" + modes,
+                        {page}));
+    for (const std::string line :
+         {"info in/a.fax", "check in/a.fax", "extract in/a.fax a.pbm", "render in/a.fax a.pbm",
+          "merge --force b.fax in/a.fax", "split in/a.fax s%d.fax", "compare in/a.fax in/a.fax"}) {
+      const ToolRun done = run(line), refused = run(line + " --no-outside");
+      EXPECT_EQ(done.status, 0) << line << done.err;
+      EXPECT_EQ(done.err.empty(), reported.empty()) << line << done.err;
+      EXPECT_THAT(done.err, HasSubstr(reported)) << line;
+      EXPECT_EQ(refused.status == 0, reported.empty()) << line << inclusion << refused.err;
+      EXPECT_THAT(refused.err, HasSubstr(reported.empty() ? "" : "outside the directory of the document\n")) << line;
+    }
+  }
+  complains("include ../priv/secret.fax 1 1 in/a.fax --no-outside", 2, "outside the directory of in/a.fax");
+}
+
 // A page that ends in a make-up code, in MR and in MMR, has no effect on the next one, in the same file or another.
 TEST_F(Faults, DamageOfOnePageStaysInThatPage) {
   const std::pair<std::string, std::string> cases[] = {{"1", std::string("\x78\x03\x00", 3)},

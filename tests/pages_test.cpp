@@ -39,6 +39,7 @@ class Document : public testing::Test {
     std::filesystem::create_directory("sub");
     mkfifo("fifo", 0600);
     dir.write("cover.fax", fax_bytes("", {"c1", "c2"}));
+    dir.write("secret.txt", "text" + fax_bytes("", {"t1"}).substr(4));
     dir.write("annex.fax", fax_bytes("SUBJECT:x\n", {"a1", "a2", "a3"}));
     dir.write("sub/cover.fax", fax_bytes("", {"s1"}));
     dir.write("sub/nested.fax", fax_bytes(cover, {"n1"}));
@@ -64,6 +65,7 @@ TEST_F(Document, InclusionMapsEveryPage) {
       {std::string("DATE:\0", 6) + cover, "m1 m2"},
       {"INCLUDE:cover.fax 1 3\n", "c1 c2 !15 m1"},
       {"INCLUDE:fifo 1 1\n", "!15 m1"},
+      {"INCLUDE:secret.txt 1 1\n", "!15 m1"},        // no fax file
       {"INCLUDE:sub/nested.fax 1 2\n", "c1 n1 m1"},  // names are resolved beside the first file
       {"INCLUDE:main.fax 1 1\n", "!15 m1"},
       {"INCLUDE:main.fax 2 1\n", "m1 m1 m2 m3 !6"},  // a file may take other pages of its own

@@ -90,6 +90,7 @@ Status run() {
   const int32_t in_one = readable_pages(one), in_other = readable_pages(other), both = std::min(in_one, in_other);
   Progress progress("pages", both);
   Status status = worse(report_lost_bytes(one), report_lost_bytes(other));
+  for (const FaxDocument *document : {&one, &other}) report_outside(*document);
   for (int32_t page = 1; page <= both; ++page) {
     status = worse(status, compare_page(one, other, format, page));
     progress.step();

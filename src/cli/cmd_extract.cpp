@@ -181,6 +181,7 @@ Status run() {
   FaxDocument document;
   if (open_fax(file, document) != DONE) return FAILED;
   Status lost = report_lost_bytes(document);
+  report_outside(document);
   if (readable_pages(document) == 0) return failure("%s: no pages to extract", document.name());
   std::vector<int32_t> pages;
   const std::vector<MissingPages> missing = find_missing_pages(document);

@@ -48,6 +48,8 @@ Status check_included(const FaxDocument &document) {
                    INCLUDE_NAME_SIZE - 1);
   FaxDocument included;
   if (open_fax(document.directory + '/' + included_name, included) != DONE) return FAILED;
+  if (No_outside && lies_outside(included.fd.get(), document.directory))
+    return failure("%s: outside the directory of %s", included.name(), document.name());
   if (included.coding != document.coding || written_resolution(included) != written_resolution(document))
     return failure("%s is in %s, %s, but %s in %s, %s: recode one of them with merge", included.name(),
                    coding_name(included.coding), VRtostring(written_resolution(included)), document.name(),

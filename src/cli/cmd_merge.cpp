@@ -40,6 +40,7 @@ void declare(Usage &usage) {
 Status add_pages(const FaxDocument &document, Transcoder &pages, HeaderLines &lines, Progress &progress) {
   if (!document.inclusions_usable) return failure("%s: its INCLUDE lines are invalid", document.name());
   if (!keep_going && require_all_pages(document) != DONE) return FAILED;
+  report_outside(document);
   const std::vector<MissingPages> missing = find_missing_pages(document);
   Status status = report_lost_bytes(document);
   const int32_t before = pages.count();

@@ -83,6 +83,7 @@ Status run() {
     report("%s: no page %d: the document has %d", document.name(), page_wanted, readable_pages(document));
     return report_lost_bytes(document) == DONE ? USAGE : FAILED;
   }
+  report_outside(document);
   if (read_fax_page(document, page_wanted, page) != DONE) return FAILED;
   DecodedPage decoded;
   const Status damage = count_lines(document.name(), page_wanted, page.record, document.coding, decoded);

@@ -110,6 +110,7 @@ Status run() {
   if (keep_inclusions && !document.inclusions.empty() && !same_file(directory_of(pattern), directory_of(file)))
     return failure("%s: inclusions can be kept only in the same directory", document.name());
   Status status = report_lost_bytes(document);
+  report_outside(document);
   const std::vector<int32_t> pages = pages_to_split(document, status);
   const std::vector<int32_t> starts = part_starts(static_cast<int32_t>(pages.size()));
   if (status == FAILED || check_names(document, static_cast<int32_t>(starts.size()) - 1) != DONE) return FAILED;

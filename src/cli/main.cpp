@@ -12,6 +12,7 @@
 #include <vector>
 
 #include "cli/commands.h"
+#include "document/fax_document.h"
 #include "io/ordered_work.h"
 #include "io/terminal_output.h"
 
@@ -51,6 +52,7 @@ Status run_command_line(int argc, char **argv) {
   usage.set_version_flag("--version", "tolvane-fax " TOLVANE_VERSION " (" TOLVANE_VERSION_LINE ")");
   usage.add_flag("-q,--quiet", Quiet, "show no progress");
   usage.add_flag("-v,--verbose", Verbose, "report which files and pages are read and written, and how");
+  usage.add_flag("--no-outside", No_outside, "take no pages from files outside the directory of a fax");
   for (const char *word : {"REQUIRED", "TEXT", "INT"}) usage.get_formatter()->label(word, "");
   usage.add_option("-j,--jobs", Jobs, "threads that work on pages (default: one for each processor)")
       ->check(CLI::Range(1, 1024));

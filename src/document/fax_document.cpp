@@ -99,6 +99,8 @@ std::string load(const std::string &path, FaxDocument &document) {
 
 }  // namespace
 
+bool No_outside = false;
+
 Status open_fax(const std::string &path, FaxDocument &document) {
   document.fd = open_input(path);
   if (!document.fd) return FAILED;
@@ -117,9 +119,20 @@ Status open_fax_to_edit(const std::string &path, FaxDocument &document, EditedFi
   return open_fax(path, document);
 }
 
-std::string open_included_fax(const std::string &path, FaxDocument &document) {
+std::string open_included_fax(const std::string &directory, const std::string &name, FaxDocument &document) {
+  const std::string path = directory + '/' + name;
   document.fd = open_regular(path);
-  return document.fd ? load(path, document) : errno_text(path);
+  if (!document.fd) return errno_text(path);
+  if (No_outside && lies_outside(document.fd.get(), directory)) return path + ": outside the directory of the document";
+  return load(path, document);
+}
+
+bool lies_outside(int fd, const std::string &directory) {
+  const Block<char> resolved(realpath(directory.c_str(), nullptr));
+  if (!resolved) return true;
+  std::string top = resolved.get();
+  if (!top.ends_with('/')) top += '/';
+  return !path_of_descriptor(fd).starts_with(top);
 }
 
 Status report_lost_bytes(const FaxDocument &document) {
@@ -165,11 +178,11 @@ Status locate_page(const FaxDocument &document, int32_t page, FaxPage &found) {
     }
     if (!*name) break;
     if (depth == DEEPEST_INCLUSION) return failure("%s: page %d: endless inclusions", document.name(), page);
-    found.source = document.directory + '/' + name;
     FaxDocument next;
-    const std::string fault = open_included_fax(found.source, next);
+    const std::string fault = open_included_fax(document.directory, name, next);
     if (!fault.empty()) return failure("%s: page %d is not available: %s", document.name(), page, fault.c_str());
     included = std::move(next);
+    found.source = included.path;
     file = &included;
   }
   const bool there = found.source_page >= 1 && found.source_page <= file->record_count();

@@ -30,6 +30,9 @@ struct PageRecord {
   int64_t length;  ///< of the coded data after the length word
 };
 
+/// Set by `--no-outside`: pages of files outside the directory of a document are not available.
+extern bool No_outside;
+
 /// An open fax file.
 struct FaxDocument {
   const char *name() const { return shown_name.c_str(); }
@@ -72,8 +75,13 @@ Status open_fax_to_edit(const std::string &path, FaxDocument &document, EditedFi
 
 /// `open_fax` for a file that another one includes: a regular file, and no message.
 ///
+/// @param directory  where the file that is read includes its pages from
+/// @param name       of the included file, relative to it
 /// @return what is wrong, with the path; empty if nothing is
-std::string open_included_fax(const std::string &path, FaxDocument &document);
+std::string open_included_fax(const std::string &directory, const std::string &name, FaxDocument &document);
+
+/// Whether an open file lies outside a directory and all that are below it, whatever links and `..` led to it.
+bool lies_outside(int fd, const std::string &directory);
 
 /// Reports a file that ends in a record cut short.
 ///

@@ -8,6 +8,7 @@
 #include <map>
 
 #include "io/file_names.h"
+#include "support/replace_file.h"
 
 namespace tolvane {
 namespace {
@@ -16,13 +17,14 @@ namespace {
 // What counts of a file for the place of pages.
 struct Source {
   std::string path;
-  std::string fault;  // empty if it can be read
+  std::string fault;    // empty if it can be read
+  std::string outside;  // its path without links if it is outside the directory of the document
   int32_t records = 0;
   std::vector<Inclusion> inclusions;
 };
 
 Source source_of(const FaxDocument &document) {
-  Source source{document.path, {}, document.record_count(), {}};
+  Source source{document.path, {}, {}, document.record_count(), {}};
   if (document.inclusions_usable) source.inclusions = document.inclusions;
   return source;
 }
@@ -35,11 +37,13 @@ class Sources {
   const Source &named(const std::string &name) {
     const auto [place, is_new] = files_.try_emplace(name);
     if (!is_new) return place->second;
-    const std::string path = directory_ + '/' + name;
     FaxDocument opened;
-    const std::string fault = open_included_fax(path, opened);
-    place->second = fault.empty() ? source_of(opened) : Source{path, fault, 0, {}};
-    return place->second;
+    const std::string fault = open_included_fax(directory_, name, opened);
+    Source &source = place->second;
+    source = fault.empty() ? source_of(opened) : Source{directory_ + '/' + name, fault, {}, 0, {}};
+    if (fault.empty() && lies_outside(opened.fd.get(), directory_))
+      source.outside = path_of_descriptor(opened.fd.get());
+    return source;
   }
 
  private:
@@ -53,6 +57,7 @@ class Walk {
   explicit Walk(const FaxDocument &document) : sources_(document) {}
 
   std::vector<MissingPages> missing{};
+  std::map<std::string, int32_t> outside{};  // files outside the directory, and how many pages they have here
 
   // Takes the first `count` pages of a file.
   void take(const Source &source, int32_t count, int32_t depth) {
@@ -70,6 +75,7 @@ class Walk {
   void take_records(const Source &source, int32_t wanted, int32_t &record, int32_t &count) {
     const int32_t there = std::clamp(source.records - record, 0, wanted);
     const int32_t passed = pass(there);
+    if (passed > 0 && !source.outside.empty()) outside[source.outside] += passed;
     skip(wanted - passed, source.path, record + passed + 1,
          source.path + " has only " + std::to_string(source.records) + " pages of its own");
     record += wanted;
@@ -110,12 +116,23 @@ class Walk {
   int32_t total_ = 0;  // and those that are not
 };
 
+Walk walk_all(const FaxDocument &document) {
+  Walk walk(document);
+  walk.take(source_of(document), document.inclusions_usable ? document.page_count() : document.record_count(), 0);
+  return walk;
+}
+
 }  // namespace
 
 std::vector<MissingPages> find_missing_pages(const FaxDocument &document) {
-  Walk walk(document);
-  walk.take(source_of(document), document.inclusions_usable ? document.page_count() : document.record_count(), 0);
-  return std::move(walk.missing);
+  return std::move(walk_all(document).missing);
+}
+
+void report_outside(const FaxDocument &document) {
+  if (document.inclusions.empty() || No_outside) return;
+  for (const auto &[path, pages] : walk_all(document).outside)
+    report("%s: takes %d page%s from %s, outside its directory (--no-outside refuses that)", document.name(), pages,
+           pages == 1 ? "" : "s", path.c_str());
 }
 
 const MissingPages *missing_at(const std::vector<MissingPages> &missing, int32_t page) {

@@ -34,6 +34,10 @@ Status report_missing(const FaxDocument &document, const MissingPages &pages);
 /// Reports all missing pages; returns FAILED if there are any, else DONE.
 Status require_all_pages(const FaxDocument &document);
 
+/// Reports each file outside the directory of the document that it takes pages from: a stranger who wrote its INCLUDE
+/// lines may have chosen them.
+void report_outside(const FaxDocument &document);
+
 /// The paths of all files that pages come from, the document's own first, whether or not the files are there.
 std::vector<std::string> source_paths(const FaxDocument &document);
 

@@ -75,6 +75,7 @@ Status survey_pages(const FaxDocument &document, std::vector<PageFacts> &pages, 
   const int32_t count = readable_pages(document);
   Progress progress("pages", count);
   Status status = report_lost_bytes(document);
+  report_outside(document);
   const std::vector<MissingPages> missing = find_missing_pages(document);
   std::deque<std::unique_ptr<PageInWork>> under_way;  // oldest first
   OrderedWork work;

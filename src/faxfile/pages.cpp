@@ -12,6 +12,7 @@
 
 #include <iterator>
 #include <string_view>
+#include <utility>
 
 #include "faxfile/fax_lock.h"
 #include "faxfile/header_text.h"
@@ -83,7 +84,8 @@ bool note_visit(Chain *chain, int32_t fd, int32_t page) {
   return true;
 }
 
-// Opens an included file beside the file at `path`. Opening must not wait for the other end of a FIFO.
+// Opens an included fax file beside the file at `path`: a stranger may have written any name into the header. Opening
+// must not wait for the other end of a FIFO.
 Descriptor open_included(const char *path, const char *name) {
   const char *cut = strrchr(path, '/');
   if (!cut) cut = strrchr(path, '\\');
@@ -96,8 +98,10 @@ Descriptor open_included(const char *path, const char *name) {
   if (length < 0 || static_cast<size_t>(length) >= sizeof composed) return Descriptor();
   Descriptor file(open(composed, O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC));
   struct stat status;
-  if (file && (fstat(file.get(), &status) != 0 || !S_ISREG(status.st_mode))) file.reset();
-  return file;
+  uint32_t magic;
+  const bool is_fax = file && fstat(file.get(), &status) == 0 && S_ISREG(status.st_mode) &&
+                      readLongFlipped(file.get(), &magic) == FAXFILE_WORD && magic == FAXFILE_MAGIC;
+  return is_fax ? std::move(file) : Descriptor();
 }
 
 int16_t read_page(Chain *chain, int32_t fd, int32_t page, uint8_t **data, int32_t *length) {
