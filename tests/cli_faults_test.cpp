@@ -217,6 +217,25 @@ TEST_F(Faults, ClosedStandardChannelsStayOutOfTheFiles) {
   EXPECT_EQ(run("check bad.fax <&-").out.substr(0, 15), "bad.fax: good, ");
 }
 
+// What is written can be read, by the tool and the viewer; what could not is refused.
+TEST_F(Faults, LongHeadersAreWholeOrRefused) {
+  dir.write("b.fax", fax_bytes("#PAGES:1\nRESOLUTION:1\nCOMPRESSION:3\n", {encoded_page(random_page(1, 4), 3)}));
+  const std::tuple<size_t, const char *, int> cases[] = {{9000, "include b.fax 1 1 a.fax", 0},
+                                                         {12000, "include b.fax 1 1 a.fax", 2},
+                                                         {12000, "convert --to mr a.fax", 0},
+                                                         {12000, "append a.fax $charts/itu1.tif", 0},
+                                                         {12000, "merge --force a.fax a.fax b.fax", 0}};
+  for (const auto &[size, line, status] : cases) {
+    shell("cp b.fax a.fax");
+    ASSERT_EQ(run("keywords set a.fax SUBJECT=" + std::string(size, 'x')).status, 0);
+    EXPECT_EQ(run("check a.fax").status, 0) << size;
+    EXPECT_EQ(run(line).status, status) << line;
+    EXPECT_EQ(run("check a.fax").status, 0) << line;
+    EXPECT_EQ(run("render a.fax a.pbm").status, 0) << line;
+  }
+  complains("keywords set a.fax SUBJECT=" + std::string(33000, 'x'), 2, "longer than 32767 bytes");
+}
+
 TEST_F(Faults, TheTargetOfALinkIsReplaced) {
   ASSERT_EQ(shell("$tool create a.fax $charts/itu1.tif && chmod 640 a.fax && ln -s a.fax link.fax").status, 0);
   for (const char *line :
@@ -225,6 +244,9 @@ TEST_F(Faults, TheTargetOfALinkIsReplaced) {
     EXPECT_EQ(shell("readlink link.fax; stat -c %a a.fax").out, "a.fax\n640\n") << line;
   }
   EXPECT_EQ(run("check a.fax").out, "a.fax: good, 2 pages, 4753 lines\n");
+  shell("ln -s new.fax dangling.fax");
+  complains("create dangling.fax $charts/itu1.tif", 0, "");
+  EXPECT_EQ(shell("readlink dangling.fax; $tool check new.fax").out, "new.fax\nnew.fax: good, 1 page, 2376 lines\n");
 }
 
 TEST_F(Faults, ASignalLeavesNoHalfMadeFile) {

@@ -39,7 +39,8 @@ void declare(Usage &usage) {
   usage
       .add_option("-p,--pages", selection,
                   "pages: 1-3,5,z (the last), r2 (second from the end), :even, :odd (default: all)")
-      .type_name("PAGES");
+      .type_name("PAGES")
+      .check([](const std::string &text) { return text.empty() ? std::string("no page is selected") : std::string(); });
   usage.add_option("-f,--format", format_name, "output format (default: by the ending of OUT)")
       .type_name(format_names());
   add_choice<TiffCoding>(usage, "--coding", tiff_coding, {{"g4", TiffCoding::g4}, {"g3", TiffCoding::g3}},

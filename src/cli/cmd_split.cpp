@@ -47,8 +47,7 @@ std::vector<int32_t> part_starts(int32_t pages) {
     for (int64_t start = int64_t{1} + every; start <= pages; start += every)
       starts.push_back(static_cast<int32_t>(start));
   } else {
-    std::copy_if(before.begin(), before.end(), std::back_inserter(starts),
-                 [&](int32_t start) { return start <= pages; });
+    starts.insert(starts.end(), before.begin(), before.end());
     std::sort(starts.begin(), starts.end());
     starts.erase(std::unique(starts.begin(), starts.end()), starts.end());
   }
@@ -66,6 +65,14 @@ std::vector<int32_t> pages_to_split(const FaxDocument &document, Status &status)
     if (!keep_inclusions || found.source == document.path) pages.push_back(page);
   }
   return pages;
+}
+
+// Whether every page before which a file shall begin is there.
+Status check_starts(const FaxDocument &document, ptrdiff_t pages) {
+  for (const int32_t start : before) {
+    if (start > pages) return usage_fault("--before: no page %d: %s has %td to split", start, document.name(), pages);
+  }
+  return DONE;
 }
 
 // Whether no new file takes the place of one that is still to be read.
@@ -112,8 +119,10 @@ Status run() {
   Status status = report_lost_bytes(document);
   report_outside(document);
   const std::vector<int32_t> pages = pages_to_split(document, status);
+  if (status == FAILED) return FAILED;
+  if (check_starts(document, std::ssize(pages)) != DONE) return USAGE;
   const std::vector<int32_t> starts = part_starts(static_cast<int32_t>(pages.size()));
-  if (status == FAILED || check_names(document, static_cast<int32_t>(starts.size()) - 1) != DONE) return FAILED;
+  if (check_names(document, static_cast<int32_t>(starts.size()) - 1) != DONE) return FAILED;
 
   Progress progress("files", static_cast<int32_t>(starts.size()) - 1);
   for (size_t i = 0; i + 1 < starts.size(); ++i) {

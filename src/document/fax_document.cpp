@@ -81,8 +81,8 @@ std::string load_header(const std::string &path, FaxDocument &document) {
   document.mentions_inclusions = std::any_of(document.lines.begin(), document.lines.end(), [](const auto &line) {
     return line.find("INCLUDE:") != std::string::npos;
   });
-  document.inclusions_usable =
-      read_inclusions(document.lines, document.inclusions) == 1 && header_length(document.lines) <= LONGEST_SCANNED;
+  document.inclusions_usable = read_inclusions(document.lines, document.inclusions) == 1 &&
+                               (!document.mentions_inclusions || header_length(document.lines) <= LONGEST_SCANNED);
   document.inclusions_clear = document.inclusions_usable &&
                               std::all_of(document.lines.begin(), document.lines.end(), [](const std::string &line) {
                                 return line.find("INCLUDE:", line.starts_with("INCLUDE:") ? 1 : 0) == std::string::npos;
