@@ -7,10 +7,12 @@
 #include <poll.h>
 #include <stdio.h>
 #include <stdlib.h>
+#include <string.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <string>
+#include <string_view>
 
 #include "app/app_state.h"
 #include "app/other_file.h"
@@ -177,6 +179,16 @@ bool reader_has_room() {
   return poll(&output, 1, 0) != 0;
 }
 
+// The line that the bytes read end in the middle of, if the rest of it is waiting: it is left to the next read, as if
+// this one had been shorter, so that no command loses a part of its word or its argument. A line longer than a read is
+// cut.
+std::string begun_line(std::string_view text, int fd) {
+  const size_t line_feed = text.rfind('\n');
+  pollfd input = {fd, POLLIN, 0};
+  if (line_feed == text.npos || poll(&input, 1, 0) <= 0 || !(input.revents & POLLIN)) return {};
+  return std::string(text.substr(line_feed + 1));
+}
+
 // No event reports that a job comes to the foreground.
 void look_again(XtPointer, XtIntervalId *) {
   register_stdin_input();
@@ -209,16 +221,20 @@ void read_stdin(XtPointer, int *descriptor, XtInputId *id) {
     register_stdin_input();
     return;
   }
-  char text[READ_SIZE + 2];
-  const ssize_t length = read(*descriptor, text, READ_SIZE);
-  if (length == 0 || (length < 0 && errno != EINTR && errno != EAGAIN)) {
-    XtRemoveInput(*id);  // at end of file the descriptor stays readable: the loop would spin
-    return;
+  static char text[READ_SIZE + 2];
+  static size_t kept;  // bytes at the start of the text
+  const ssize_t got = read(*descriptor, text + kept, READ_SIZE - kept);
+  if (got < 0 && (errno == EINTR || errno == EAGAIN)) return;
+  if (got <= 0) XtRemoveInput(*id);  // at end of file the descriptor stays readable: the loop would spin
+  const size_t length = kept + static_cast<size_t>(std::max<ssize_t>(got, 0));
+  const std::string begun = got > 0 ? begun_line({text, length}, *descriptor) : "";
+  kept = begun.size();
+  if (length - kept >= 2) {
+    memset(text + length - kept, 0, kept + 2);
+    process_stdin_command(text, static_cast<int32_t>(length - kept));
   }
-  if (length < 2) return;
-  text[length] = text[length + 1] = '\0';
-  process_stdin_command(text, static_cast<int32_t>(length));
-  serve_x_events();
+  begun.copy(text, kept);
+  if (got > 0) serve_x_events();
 }
 
 void register_stdin_input() {

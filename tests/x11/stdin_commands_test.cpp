@@ -91,6 +91,14 @@ TEST_F(StdinCommands, AReadIsTakenForWhatItIs) {
                       {std::string(992, ' ') + "nextpage", "OK\n", "", "2 100% 0 top"},
                       {std::string(1000, 'w'), "", unknown(std::string(1000, 'w')), "2 100% 0 top"},
                       {std::string("saypage\0saypage\n", 16), "page==2\nOK\npage==2\nOK\n", "", "2 100% 0 top"}});
+  // Whole lines in one write: no read takes a part of one for another command.
+  std::string lines, replies;
+  for (int i = 0; i < 200; ++i) {
+    lines += i % 7 ? "gopage 0000000003\n" : "newfile " + dir.path("four.fax") + "\n";
+    replies += "OK\n";
+  }
+  take_steps(viewer, {{lines + "gopage 000000004\nsaypage\n", replies + "OK\npage==4\nOK\n", "", "4 100% 0 top"},
+                      {lines + "gopage 2", replies + "OK\n", "", "2 100% 0 top"}});
   viewer.program.close_input();
   std::this_thread::sleep_for(Milliseconds(100));
   const long before = ticks_of(viewer.program.pid());
