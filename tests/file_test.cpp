@@ -82,6 +82,20 @@ TEST_F(File, FindsAtHomeThenHereThenOnThePath) {
     EXPECT_EQ(owned(find_file("tool")), expected == path ? "(null)" : expected);
     unlink(expected.c_str());
   }
+  make("bin/tool", 0755);
+  make("tool", 0757);  // anybody could have written it
+  EXPECT_EQ(owned(find_executable("tool")), path);
+  chmod("tool", 0755);
+  EXPECT_EQ(owned(find_executable("tool")), local);
+  rename("tool", "real");
+  fs::create_symlink("real", "tool");
+  if (geteuid() != 0) return;
+  EXPECT_EQ(owned(find_executable("tool")), local);
+  for (int (*const change_owner)(const char *, uid_t, gid_t) noexcept : {lchown, chown}) {
+    EXPECT_EQ(change_owner("tool", 65534, 65534), 0);
+    EXPECT_EQ(owned(find_executable("tool")), path);
+    EXPECT_EQ(lchown("tool", 0, 0), 0);
+  }
 }
 
 TEST_F(File, CopyAndMoveLeaveEverythingAsItWasWhenTheyFail) {

@@ -36,13 +36,24 @@ bool join(PathBuffer &path, std::string_view directory, const char *name) {
   return false;
 }
 
+using Condition = int(const char *path);
+
 // The candidates that find_file and find_executable share.
-bool find_at_home(PathBuffer &path, const char *name, int (*accepts)(const char *)) {
+bool find_at_home(PathBuffer &path, const char *name, Condition *at_home, Condition *here) {
   const char *home = getenv("SORBEXHOME");
-  return (home && join(path, home, name) && accepts(path)) || (join(path, ".", name) && accepts(path));
+  return (home && join(path, home, name) && at_home(path)) || (join(path, ".", name) && here(path));
 }
 
-bool find_on_path(PathBuffer &path, const char *name, int (*accepts)(const char *)) {
+// The working directory may belong to anybody. A program there counts if it, and a link that leads to it, is the user's
+// or root's, and others may not write it.
+int is_trusted_executable(const char *path) {
+  const auto is_trusted = [](const struct stat &status) { return status.st_uid == geteuid() || status.st_uid == 0; };
+  struct stat link, file;
+  return is_executable_file(path) && lstat(path, &link) == 0 && stat(path, &file) == 0 && is_trusted(link) &&
+         is_trusted(file) && !(file.st_mode & S_IWOTH);
+}
+
+bool find_on_path(PathBuffer &path, const char *name, Condition *accepts) {
   const char *list = getenv("PATH");
   if (!list) return false;
   for (std::string_view rest = list; !rest.empty();) {
@@ -62,12 +73,13 @@ const char *last_component(const char *path) {
 
 char *find_file(const char *name) {
   PathBuffer path;
-  return find_at_home(path, name, is_readable_file) ? fix_path(path) : nullptr;
+  return find_at_home(path, name, is_readable_file, is_readable_file) ? fix_path(path) : nullptr;
 }
 
 char *find_executable(const char *name) {
   PathBuffer path;
-  const bool found = find_at_home(path, name, is_executable_file) || find_on_path(path, name, is_executable_file);
+  const bool found = find_at_home(path, name, is_executable_file, is_trusted_executable) ||
+                     find_on_path(path, name, is_executable_file);
   return found ? fix_path(path) : nullptr;
 }
 

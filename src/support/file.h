@@ -21,7 +21,8 @@ constexpr size_t PATH_LIMIT = 4096;
 char *find_file(const char *name);
 
 /// Looks for a readable and executable regular file under SORBEXHOME, in the working directory, then in the elements of
-/// PATH in order. An empty element of PATH is skipped: it does not mean the working directory.
+/// PATH in order. An empty element of PATH is skipped: it does not mean the working directory. A file in the working
+/// directory counts only if it, and a symbolic link to it, belongs to the user or root and others may not write it.
 ///
 /// @return its full path, a new string, or null
 char *find_executable(const char *name);
