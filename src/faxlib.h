@@ -22,6 +22,7 @@
 #include "ks_functions.h"
 #include "line.h"
 #include "line_sink.h"
+#include "page_converter.h"
 #include "page_writer.h"
 #include "pages.h"
 #include "printable.h"

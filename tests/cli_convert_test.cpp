@@ -8,7 +8,7 @@
 using testing::HasSubstr;
 using Convert = ToolTest;
 
-TEST_F(Convert, SeveralFilesInSeveralProcesses) {
+TEST_F(Convert, SeveralFilesAtATime) {
   const std::string copies = "chmod 600 0; chown 7:7 0; cp -p 0 1; cp -p 0 '[2]'; ln -s 0 link; stat -c %a:%u:%g 0";
   const std::string rights = shell("$tool create --coding mr 0 $charts/itu7.tif; " + copies).out;
   complains("convert --jobs 2 --to mh link 1 '[2]'", 0, "");
@@ -21,7 +21,6 @@ TEST_F(Convert, SeveralFilesInSeveralProcesses) {
   EXPECT_EQ(dir.entries(), 4);
 }
 
-// The library's converter relies on #PAGES and keeps one line of each name.
 TEST_F(Convert, NoPageAndNoHeaderLineIsLost) {
   const Picture pictures[] = {random_page(1, 9), random_page(2, 5)};
   const std::vector<std::string> pages = {encoded_page(pictures[0], 3), encoded_page(pictures[1], 3)};
@@ -58,6 +57,26 @@ TEST_F(Convert, AFileIsConvertedWholeOrNotAtAll) {
       {fax_bytes(one + modes + "2\n", {good}), 2, "UMMR"},
       {"text", 2, "not a fax file"},
   };
+  // Neither output nor files depend on the number of threads; a file among many is worked on with others.
+  for (const std::string work : {"check", "info --json", "info --csv --checksum", "convert --to mr"}) {
+    ToolRun runs[2];
+    std::string made[2];
+    for (int i = 0; i < 2; ++i) {
+      dir.write("missing_pages", fax_bytes(two + modes + "3\nINCLUDE:nothing.fax 2 3\n", {good, good}));
+      for (size_t row = 0; row < std::size(cases); ++row)
+        dir.write("case" + std::to_string(row), std::get<0>(cases[row]));
+      for (int copy = 0; copy < 9; ++copy)
+        dir.write("copy" + std::to_string(copy), fax_bytes(two + modes + "3\n", {good, good}));
+      runs[i] = run((i ? "-j 5 " : "-j 1 ") + work + " copy? case? absent missing_pages copy3");
+      made[i] = shell("cat copy? case? missing_pages && rm copy? case? missing_pages").out;
+    }
+    EXPECT_EQ(runs[0].status, 2);
+    EXPECT_EQ(runs[0].status, runs[1].status);
+    EXPECT_EQ(runs[0].out, runs[1].out);
+    EXPECT_EQ(runs[0].err, runs[1].err);
+    EXPECT_THAT(runs[1].err, testing::AllOf(HasSubstr("case0: page 2: line "), HasSubstr("absent: No such file")));
+    EXPECT_TRUE(made[0] == made[1]) << work;
+  }
   for (const auto &[before, status, complaint] : cases) {
     dir.write("file.fax", before);
     dir.write("other.fax", fax_bytes(one + modes + "3\n", {good}));

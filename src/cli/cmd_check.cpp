@@ -3,6 +3,7 @@
 #include <cstdio>
 
 #include "cli/commands.h"
+#include "cli/file_work.h"
 #include "cli/options.h"
 #include "document/fax_composition.h"
 #include "document/page_survey.h"
@@ -72,31 +73,26 @@ Status check_included(const FaxDocument &document, const std::vector<PageFacts> 
   return status;
 }
 
-Status check_file(const std::string &path) {
+FileReport check_file(const std::string &path) {
   FaxDocument document;
-  if (open_fax(path, document) != DONE) return FAILED;
+  if (open_fax(path, document) != DONE) return [] { return FAILED; };
   Status status = worse(check_modes(document), check_header_text(document));
   std::vector<PageFacts> pages;
   status = worse(status, survey_pages(document, pages));
   status = worse(status, check_included(document, pages));
   int64_t lines = 0;
   for (const PageFacts &page : pages) lines += page.lines;
-  wipe_progress();
-  printf("%s: %s, %zu page%s, %lld lines\n", document.name(), status == DONE ? "good" : "damaged", pages.size(),
-         pages.size() == 1 ? "" : "s", static_cast<long long>(lines));
-  return status;
+  return [=, name = document.shown_name, count = pages.size()] {
+    wipe_progress();
+    printf("%s: %s, %zu page%s, %lld lines\n", name.c_str(), status == DONE ? "good" : "damaged", count,
+           count == 1 ? "" : "s", static_cast<long long>(lines));
+    return status;
+  };
 }
 
 Status run() {
   if (const Status status = input.complete(); status != DONE) return status;
-  const std::vector<std::string> &files = input.files;
-  Progress progress("files", static_cast<int32_t>(files.size()));
-  Status status = DONE;
-  for (const std::string &file : files) {
-    status = worse(status, check_file(file));
-    if (files.size() > 1) progress.step();
-  }
-  return status;
+  return for_each_file(input.files, [](size_t i) { return check_file(input.files[i]); });
 }
 
 }  // namespace

@@ -1,28 +1,26 @@
-// tolvane-fax convert: rewrites files in another page coding, in place, by the library's converter. Each file gets a
-// process of its own. The converter relies on #PAGES and keeps one line of each name; a file that would lose something
-// is converted as a copy with a plain header, and its own header lines are put back afterwards.
-#include <sys/prctl.h>
-#include <sys/wait.h>
+// tolvane-fax convert: rewrites files in another page coding, in place. Only the coding changes: all header lines stay,
+// and each page has the lines that the library's converter gives it.
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
-#include <csignal>
-#include <map>
+#include <deque>
+#include <memory>
+#include <utility>
 
 #include "cli/commands.h"
+#include "cli/file_work.h"
 #include "cli/options.h"
-#include "document/fax_composition.h"
 #include "document/fax_document.h"
 #include "document/page_coding.h"
 #include "document/page_sources.h"
 #include "faxfile/header_lines.h"
 #include "faxfile/session_params.h"
 #include "faxfile/usorbport.h"
+#include "io/ordered_work.h"
 #include "io/output_file.h"
-#include "io/unfinished_files.h"
 #include "support/handle.h"
-#include "t4/damage.h"
-#include "t4/t4dec_convert.h"
+#include "t4/page_converter.h"
 
 namespace tolvane {
 namespace {
@@ -30,136 +28,129 @@ namespace {
 
 FileList input;
 int32_t coding = -1;
-int32_t jobs = 1;
 
 void declare(Usage &usage) {
   add_files(usage, input, "fax files to convert in place");
   add_coding(usage, "--to", coding, "the new coding of their pages").required();
-  add_number(usage, "-j,--jobs", jobs, 1, 1024, "files to convert at a time");
 }
 
-// Written by the converter's callbacks, which are plain functions.
-int32_t page_in_work;
-std::vector<int32_t> damaged_pages;
-Progress *page_progress;
+// A page in work.
+struct PageInWork {
+  int32_t number = 0;
+  std::vector<uint8_t> record;  // as it was
+  PageConverter converter;
+  Diagnostics diagnostics;
+  Status status = DONE;
+};
 
-void begin_page() {
-  ++page_in_work;
-  if (page_progress) page_progress->step();
-}
-
-void note_damage(Damage) {
-  if (damaged_pages.empty() || damaged_pages.back() != page_in_work) damaged_pages.push_back(page_in_work);
-}
-
-// Runs the converter on a path, which names the old or the new file at every moment. The target of a link is replaced,
-// not the link.
-Status run_converter(const std::string &path) {
-  const Block<char> resolved(realpath(path.c_str(), nullptr));
-  const std::string target = resolved ? resolved.get() : path;
-  // The name under which the converter makes the new file.
-  const std::string unfinished = target + '.' + std::to_string(getpid());
-  note_unfinished_file(unfinished.c_str());
-  t4dec_set_damage_callback(note_damage);
-  const bool done = t4dec_change_format(target.c_str(), coding, 0, begin_page) == 1;
-  t4dec_set_damage_callback(nullptr);
-  forget_unfinished_file(unfinished.c_str());
-  return done ? DONE : FAILED;
-}
-
-// Reports the damaged lines of the pages in which the converter found damage. The document is still the old file.
-Status report_damaged_pages(const FaxDocument &document) {
-  for (const int32_t number : damaged_pages) {
-    const PageRecord &place = document.records[static_cast<size_t>(number) - 1];
-    std::vector<uint8_t> record(static_cast<size_t>(place.length));
-    DecodedPage decoded;
-    const auto size = static_cast<ssize_t>(record.size());
-    if (pread(document.fd.get(), record.data(), record.size(), place.offset + 4) == size)
-      count_lines(document.name(), number, record, document.coding, decoded);
+Status read_record(const FaxDocument &document, PageInWork &page) {
+  const PageRecord &place = document.records[static_cast<size_t>(page.number) - 1];
+  const off_t data = place.offset + 4;
+  page.record.resize(static_cast<size_t>(place.length));
+  if (lseek(document.fd.get(), data, SEEK_SET) == data &&
+      read_fully(document.fd.get(), page.record.data(), page.record.size()) == std::ssize(page.record)) {
+    say_verbose("%s: page %d: %zu bytes in %s", document.name(), page.number, page.record.size(),
+                coding_name(document.coding));
+    return DONE;
   }
-  return damaged_pages.empty() ? DONE : DAMAGED;
+  return failure("%s: page %d cannot be read", document.name(), page.number);
 }
 
-// Whether the converter keeps every page and every header line.
-bool converter_keeps_all(const FaxDocument &document) {
-  std::map<std::string, int> names;
-  for (const std::string &line : document.lines) {
-    const size_t colon = line.find(':');
-    if (colon == std::string::npos || colon == 0 || names[line.substr(0, colon)]++ > 0) return false;
+Status convert_page(const FaxDocument &document, PageInWork &page) {
+  bool is_damaged = false;
+  const DamageSink damage = {&is_damaged, [](void *found, Damage) { *static_cast<bool *>(found) = true; }};
+  const ConvertResult result =
+      page.converter.convert(page.record, document.coding, coding, document.resolution, damage);
+  DecodedPage decoded;
+  const Status status =
+      is_damaged ? count_lines(document.name(), page.number, page.record, document.coding, decoded) : DONE;
+  if (result == ConvertResult::done) return status;
+  const char *fault = result == ConvertResult::no_memory ? "out of memory" : "it cannot be decoded";
+  return is_damaged ? FAILED : failure("%s: page %d: %s", document.name(), page.number, fault);
+}
+
+// Writes all pages in the new coding, in order.
+Status write_pages(const FaxDocument &document, const OutputFile &output) {
+  Progress progress("pages", document.record_count());
+  std::deque<std::unique_ptr<PageInWork>> under_way;  // oldest first
+  OrderedWork work;
+  Status status = DONE;
+  for (int32_t next = 1; next <= document.record_count() || !work.empty();) {
+    if (next <= document.record_count() && work.has_room()) {
+      PageInWork &page = *under_way.emplace_back(std::make_unique<PageInWork>());
+      page.number = next++;
+      const HoldDiagnostics hold(page.diagnostics);
+      page.status = read_record(document, page);
+      work.add([&document, &page] {
+        const HoldDiagnostics held(page.diagnostics);
+        if (page.status == DONE) page.status = convert_page(document, page);
+      });
+      continue;
+    }
+    work.take();
+    const std::unique_ptr<PageInWork> page = std::move(under_way.front());
+    under_way.pop_front();
+    pass_on_diagnostics(page->diagnostics);
+    status = worse(status, page->status);
+    if (page->status == FAILED) return FAILED;
+    const std::span<const uint8_t> record = page->converter.record();
+    if (!write_fully(output.fd(), record.data(), record.size())) return system_failure(output.name());
+    progress.step();
   }
-  const char *pages = find_header_value(document.lines, faxFileKeywordList[FAXFILE_PAGES]);
-  return pages && atoi(pages) == document.record_count();
+  return status;
 }
 
-// Converts a copy with a plain header, then joins the old header lines and the new pages.
-Status convert_by_copy(FaxDocument &document) {
-  OutputFile copy, output;
-  const RecordRange all[] = {{document.fd.get(), document.records_start, records_end(document)}};
-  const HeaderLines plain = leading_lines(document.record_count(), document.resolution, document.coding);
-  if (copy.open(document.path, true) != DONE || write_fax(copy, plain, all) != DONE) return FAILED;
-  if (run_converter(copy.working_path()) != DONE) return FAILED;
-
-  FaxDocument converted;
-  if (open_fax(copy.working_path(), converted) != DONE || output.open(document.path) != DONE) return FAILED;
+// The header lines with the new coding and the true number of pages.
+HeaderLines new_header(const FaxDocument &document) {
+  HeaderLines lines = document.lines;
+  const char *name = faxFileKeywordList[FAXFILE_COMPRESSION];
   const std::string character(1, static_cast<char>(DFtoascii(coding)));
   // Of several lines of this name the last one counts.
-  for (std::string &line : document.lines) {
-    if (header_line_value(line, faxFileKeywordList[FAXFILE_COMPRESSION])) line = "COMPRESSION:" + character;
+  for (std::string &line : lines) {
+    if (header_line_value(line, name)) line = std::string(name) + ':' + character;
   }
-  set_header_value(document.lines, faxFileKeywordList[FAXFILE_COMPRESSION], character);
-  if (const char *pages = find_header_value(document.lines, faxFileKeywordList[FAXFILE_PAGES]);
-      !pages || atoi(pages) != document.record_count())
-    report("%s: #PAGES corrected to %d", document.name(), document.record_count());
-  set_header_value(document.lines, faxFileKeywordList[FAXFILE_PAGES], std::to_string(document.record_count()));
-  const RecordRange pages[] = {{converted.fd.get(), converted.records_start, records_end(converted)}};
-  return write_fax(output, document.lines, pages) == DONE ? output.commit() : FAILED;
+  set_header_value(lines, name, character);
+  const char *pages = find_header_value(lines, faxFileKeywordList[FAXFILE_PAGES]);
+  if (pages && atoi(pages) == document.record_count()) return lines;
+  report("%s: #PAGES corrected to %d", document.name(), document.record_count());
+  set_header_value(lines, faxFileKeywordList[FAXFILE_PAGES], std::to_string(document.record_count()));
+  return lines;
 }
 
-Status convert_file(const std::string &path) {
-  FaxDocument document;
-  EditedFile edited;
-  if (open_fax_to_edit(path, document, edited) != DONE) return FAILED;
-  if (document.coding == coding) return DONE;
+// Whether the file can be converted. DONE, or FAILED after a message.
+Status check_source(const FaxDocument &document) {
   if (encodable_modes(document) != DONE) return FAILED;
   if (document.resolution < 0) return failure("%s: the header has no RESOLUTION", document.name());
   if (document.lost_bytes > 0) return failure("%s: the last page is cut short: not converted", document.name());
-  if (access(path.c_str(), W_OK)) return system_failure(document.name());
-
-  Progress progress("pages", document.record_count());
-  page_progress = input.files.size() == 1 ? &progress : nullptr;
-  const Status status = converter_keeps_all(document) ? run_converter(document.path) : convert_by_copy(document);
-  const Status damage = report_damaged_pages(document);
-  if (status == FAILED) return failure("%s: not converted", document.name());
-  return worse(status, damage);
+  return DONE;
 }
 
-// Starts a process that converts a file and ends with its status.
-pid_t start_worker(const std::string &path) {
-  const pid_t worker = fork();
-  if (worker != 0) return worker;
-  prctl(PR_SET_PDEATHSIG, SIGTERM);  // no worker goes on when the command has ended
-  // The library reports some failures on standard output, which is for results alone.
-  dup2(STDERR_FILENO, STDOUT_FILENO);
-  Status status = FAILED;
-  try {
-    status = convert_file(path);
-  } catch (const std::exception &error) {
-    report("%s: %s", path.c_str(), error.what());
+Status write_converted(const FaxDocument &document) {
+  OutputFile output;
+  if (output.open(document.path) != DONE) return FAILED;
+  if (!write_header_lines(output.fd(), new_header(document))) return system_failure(output.name());
+  const Status status = write_pages(document, output);
+  return status == FAILED || output.commit() != DONE ? FAILED : status;
+}
+
+// Converts a file.
+//
+// @param includes  receives whether the file has the coding now and includes others
+Status convert_file(const std::string &path, bool &includes) {
+  struct stat file;
+  if (stat(path.c_str(), &file) == 0 && !S_ISREG(file.st_mode) && !S_ISDIR(file.st_mode))
+    return failure("%s: not a regular file", path.c_str());
+  FaxDocument document;
+  EditedFile edited;
+  if (open_fax_to_edit(path, document, edited) != DONE) return FAILED;
+  Status status = DONE;
+  if (document.coding != coding) {
+    if (check_source(document) != DONE) return FAILED;
+    status = write_converted(document);
   }
-  _exit(status);
-}
-
-// Waits for any worker. The file of one that succeeded is added to `converted`.
-Status wait_for_worker(std::map<pid_t, std::string> &workers, std::vector<std::string> &converted) {
-  int ended = 0;
-  const pid_t worker = wait(&ended);
-  if (worker < 0) return system_failure("wait");
-  const std::string path = workers[worker];
-  workers.erase(worker);
-  const auto status = WIFEXITED(ended) ? static_cast<Status>(WEXITSTATUS(ended)) : FAILED;
-  if (status != FAILED) converted.push_back(path);
-  if (WIFEXITED(ended)) return status;
-  return failure("%s: not converted: ended by signal %d", path.c_str(), WTERMSIG(ended));
+  if (status == FAILED) return failure("%s: not converted", document.name());
+  includes = !document.inclusions.empty();
+  return status;
 }
 
 // Viewers decode an included page in the coding of the file that includes it.
@@ -186,22 +177,15 @@ Status run() {
   const std::vector<std::string> &files = input.files;
   if (std::find(files.begin(), files.end(), "-") != files.end())
     return usage_fault("files are converted in place: standard input cannot be");
-  std::map<pid_t, std::string> workers;
-  std::vector<std::string> converted;
-  Progress progress("files", static_cast<int32_t>(files.size()));
-  Status status = DONE;
-  size_t next = 0;
-  while (next < files.size() || !workers.empty()) {
-    if (next < files.size() && workers.size() < static_cast<size_t>(jobs)) {
-      const pid_t worker = start_worker(files[next]);
-      if (worker < 0) return worse(status, system_failure("fork"));
-      workers[worker] = files[next++];
-      continue;
-    }
-    status = worse(status, wait_for_worker(workers, converted));
-    if (files.size() > 1) progress.step();
+  // No memory is needed once a file has been replaced: its status would be wrong without.
+  const auto includes = std::make_unique<bool[]>(files.size());
+  Status status = for_each_file(files, [&](size_t i) -> FileReport {
+    const Status converted = convert_file(files[i], includes[i]);
+    return [converted] { return converted; };
+  });
+  for (size_t i = 0; i < files.size(); ++i) {
+    if (includes[i]) status = worse(status, warn_of_other_codings(files[i]));
   }
-  for (const std::string &path : converted) status = worse(status, warn_of_other_codings(path));
   return status;
 }
 

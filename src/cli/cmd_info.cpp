@@ -1,9 +1,11 @@
 // tolvane-fax info: describes fax files and their pages, as text for people, as JSON or CSV for programs.
 #include <cmath>
 #include <cstdio>
+#include <memory>
 #include <nlohmann/json.hpp>
 
 #include "cli/commands.h"
+#include "cli/file_work.h"
 #include "cli/options.h"
 #include "document/page_survey.h"
 #include "faxfile/session_params.h"
@@ -54,9 +56,17 @@ std::string count_text(const PageFacts &page, int32_t count, const char *unknown
   return page.decoded ? std::to_string(count) : unknown;
 }
 
-void print_text(const FaxDocument &document, const std::vector<PageFacts> &pages) {
+// What is printed about a fax.
+struct FaxFacts {
+  FaxDocument document;
+  int64_t size = 0;
+  std::vector<PageFacts> pages;
+};
+
+void print_text(const FaxFacts &facts) {
+  const FaxDocument &document = facts.document;
   printf("file:        %s\n", document.name());
-  printf("size:        %lld bytes\n", static_cast<long long>(file_size(document.fd.get())));
+  printf("size:        %lld bytes\n", static_cast<long long>(facts.size));
   printf("coding:      %s\n", coding_name(document.coding));
   printf("resolution:  %s\n", resolution_name(document));
   printf("pages:       %d: %d of its own, %d included\n", readable_pages(document), document.record_count(),
@@ -64,7 +74,7 @@ void print_text(const FaxDocument &document, const std::vector<PageFacts> &pages
   printf("header:\n");
   for (const std::string &line : document.lines) printf("  %s\n", shown(line).c_str());
   printf("\n%5s  %6s  %6s  %8s  %6s  %7s  %s\n", "page", "record", "coding", "bytes", "lines", "damaged", "file");
-  for (const PageFacts &page : pages) {
+  for (const PageFacts &page : facts.pages) {
     if (!page.readable) {
       printf("%5s  not available\n", page_numbers(page).c_str());
       continue;
@@ -94,7 +104,8 @@ ordered_json page_object(const PageFacts &page) {
   return object;
 }
 
-void print_json(const FaxDocument &document, const std::vector<PageFacts> &pages) {
+void print_json(const FaxFacts &facts) {
+  const FaxDocument &document = facts.document;
   ordered_json header = ordered_json::array();
   for (const std::string &line : document.lines) {
     const size_t colon = line.find(':');
@@ -104,7 +115,7 @@ void print_json(const FaxDocument &document, const std::vector<PageFacts> &pages
   }
   ordered_json object = {{"schema", JSON_SCHEMA},
                          {"file", document.name()},
-                         {"size", file_size(document.fd.get())},
+                         {"size", facts.size},
                          {"coding", coding_name(document.coding)},
                          {"lines_per_inch", nullptr},
                          {"own_pages", document.record_count()},
@@ -112,7 +123,7 @@ void print_json(const FaxDocument &document, const std::vector<PageFacts> &pages
                          {"header", header},
                          {"pages", ordered_json::array()}};
   if (document.resolution >= 0) object["lines_per_inch"] = std::lround(lines_per_inch(document.resolution));
-  for (const PageFacts &page : pages) object["pages"].push_back(page_object(page));
+  for (const PageFacts &page : facts.pages) object["pages"].push_back(page_object(page));
   // Header text has no stated character set; what is not UTF-8 becomes a replacement character.
   puts(object.dump(-1, ' ', false, ordered_json::error_handler_t::replace).c_str());
 }
@@ -125,10 +136,10 @@ std::string csv_field(const std::string &text) {
   return quoted + '"';
 }
 
-void print_csv(const FaxDocument &document, const std::vector<PageFacts> &pages) {
-  for (const PageFacts &page : pages) {
-    const std::string place = csv_field(document.name()) + ',' + page_numbers(page) + ',' + csv_field(page.source) +
-                              ',' + std::to_string(page.source_page);
+void print_csv(const FaxFacts &facts) {
+  for (const PageFacts &page : facts.pages) {
+    const std::string place = csv_field(facts.document.name()) + ',' + page_numbers(page) + ',' +
+                              csv_field(page.source) + ',' + std::to_string(page.source_page);
     if (page.readable)
       printf("%s,%s,%lld,%s,%s", place.c_str(), coding_name(page.coding), static_cast<long long>(page.bytes),
              count_text(page, page.lines, "").c_str(), count_text(page, page.damaged_lines, "").c_str());
@@ -138,43 +149,42 @@ void print_csv(const FaxDocument &document, const std::vector<PageFacts> &pages)
   }
 }
 
-// Opens a fax; of one that cannot be read, JSON has an object with the error.
-Status open_reported(const std::string &path, FaxDocument &document) {
+// Of a fax that cannot be read, JSON has an object with the error.
+Status print_error(const std::string &path, const std::string &error) {
+  if (!as_json) return FAILED;
+  const ordered_json object = {{"schema", JSON_SCHEMA}, {"file", input_name(path)}, {"error", error}};
+  puts(object.dump(-1, ' ', false, ordered_json::error_handler_t::replace).c_str());
+  return FAILED;
+}
+
+FileReport describe_file(size_t index) {
+  const std::string &path = input.files[index];
+  const auto facts = std::make_shared<FaxFacts>();
   Diagnostics faults;
-  Status status;
+  bool is_open;
   {
     const HoldDiagnostics hold(faults);
-    status = open_fax(path, document);
+    is_open = open_fax(path, facts->document) == DONE;
   }
-  print_diagnostics(faults);
-  if (status == DONE || !as_json) return status;
-  const ordered_json object = {
-      {"schema", JSON_SCHEMA}, {"file", input_name(path)}, {"error", faults.empty() ? "unreadable" : faults.back()}};
-  puts(object.dump(-1, ' ', false, ordered_json::error_handler_t::replace).c_str());
-  return status;
+  pass_on_diagnostics(faults);
+  if (!is_open)
+    return [&path, error = faults.empty() ? "unreadable" : faults.back()] { return print_error(path, error); };
+  const Survey depth = no_decode ? Survey::headers : with_checksum ? Survey::checksums : Survey::lines;
+  const Status status = survey_pages(facts->document, facts->pages, depth);
+  facts->size = file_size(facts->document.fd.get());
+  facts->document.fd.reset();
+  return [=] {
+    wipe_progress();
+    if (!as_json && !as_csv && index > 0) putchar('\n');
+    (as_json ? print_json : as_csv ? print_csv : print_text)(*facts);
+    return status;
+  };
 }
 
 Status run() {
   if (const Status status = input.complete(); status != DONE) return status;
-  const std::vector<std::string> &files = input.files;
   if (as_csv) printf("file,page,source,record,coding,bytes,lines,damaged_lines%s\n", with_checksum ? ",sha256" : "");
-  const Survey depth = no_decode ? Survey::headers : with_checksum ? Survey::checksums : Survey::lines;
-  Progress progress("files", static_cast<int32_t>(files.size()));
-  Status status = DONE;
-  for (size_t i = 0; i < files.size(); ++i) {
-    FaxDocument document;
-    std::vector<PageFacts> pages;
-    if (open_reported(files[i], document) != DONE) {
-      status = FAILED;
-      continue;
-    }
-    status = worse(status, survey_pages(document, pages, depth));
-    wipe_progress();
-    if (!as_json && !as_csv && i > 0) putchar('\n');
-    (as_json ? print_json : as_csv ? print_csv : print_text)(document, pages);
-    if (files.size() > 1) progress.step();
-  }
-  return status;
+  return for_each_file(input.files, describe_file);
 }
 
 }  // namespace

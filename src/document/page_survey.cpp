@@ -93,7 +93,7 @@ Status survey_pages(const FaxDocument &document, std::vector<PageFacts> &pages, 
     }
     work.take();
     PageInWork &page = *under_way.front();
-    print_diagnostics(page.diagnostics);
+    pass_on_diagnostics(page.diagnostics);
     status = worse(status, page.status);
     pages.push_back(std::move(page.facts));
     under_way.pop_front();

@@ -9,6 +9,13 @@ namespace {
 [[gnu::used]] const char SCCS_ID[] = "@(#)|ordered_work|9|01|2|0|0|11/23/26|06:29:09";
 
 constexpr size_t FEW = 3;  // jobs that are done by the calling thread before others are worth their start
+
+thread_local bool in_job = false;
+
+// The threads that the user allows.
+size_t threads_allowed() {
+  return Jobs > 0 ? static_cast<size_t>(Jobs) : std::max(std::thread::hardware_concurrency(), 1U);
+}
 }  // namespace
 
 int32_t Jobs = 0;
@@ -19,8 +26,8 @@ struct OrderedWork::Job {
   std::exception_ptr thrown;
 };
 
-OrderedWork::OrderedWork()
-    : threads_wanted_(Jobs > 0 ? static_cast<size_t>(Jobs) : std::max(std::thread::hardware_concurrency(), 1U)) {}
+OrderedWork::OrderedWork(size_t most_threads)
+    : threads_wanted_(in_job ? 1 : std::min(threads_allowed(), most_threads)) {}
 
 OrderedWork::~OrderedWork() {
   {
@@ -50,12 +57,14 @@ void OrderedWork::start_threads() {
 }
 
 void OrderedWork::run(Job &job) {
+  const bool before = std::exchange(in_job, true);
   try {
     job.work();
   } catch (...) {
     job.thrown = std::current_exception();
   }
   job.work = nullptr;
+  in_job = before;
 }
 
 void OrderedWork::run_jobs() {

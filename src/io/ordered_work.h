@@ -17,15 +17,18 @@ namespace tolvane {
 extern int32_t Jobs;
 
 /// Jobs that are added and taken by one thread, in one order, and done by all. The results do not depend on the number
-/// of threads. A few jobs alone start no thread.
+/// of threads. A few jobs alone start no thread, and jobs that are added within a job start none either.
 class OrderedWork {
  public:
-  OrderedWork();
+  /// @param most_threads  that work at a time, whatever `Jobs` allows
+  explicit OrderedWork(size_t most_threads = SIZE_MAX);
   /// Waits for the jobs in progress and drops the others.
   ~OrderedWork();
   OrderedWork(const OrderedWork &) = delete;
   OrderedWork &operator=(const OrderedWork &) = delete;
 
+  /// Threads that work at a time at most.
+  size_t threads() const { return threads_wanted_; }
   /// Whether another job may be added. The number of jobs held is limited, so that their memory is.
   bool has_room() const;
   bool empty() const { return jobs_.empty(); }

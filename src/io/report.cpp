@@ -75,6 +75,13 @@ void print_diagnostics(const Diagnostics &held) {
   for (const std::string &text : held) print_diagnostic(text);
 }
 
+void pass_on_diagnostics(const Diagnostics &held) {
+  if (held_back)
+    held_back->insert(held_back->end(), held.begin(), held.end());
+  else
+    print_diagnostics(held);
+}
+
 Status worse(Status one, Status other) {
   return one == FAILED || other == FAILED ? FAILED : std::max(one, other);
 }
@@ -124,12 +131,12 @@ Status system_failure(const char *name) {
 Progress::Progress(const char *unit, int32_t total)
     : unit_(unit),
       total_(total),
-      shown_(!Quiet && is_screen()),
+      shown_(!Quiet && !held_back && is_screen()),
       start_(std::chrono::steady_clock::now()),
       last_(start_) {}
 
 Progress::~Progress() {
-  wipe_progress();
+  if (shown_) wipe_progress();
 }
 
 void Progress::step() {

@@ -54,6 +54,9 @@ class HoldDiagnostics {
 /// Prints what was held back.
 void print_diagnostics(const Diagnostics &held);
 
+/// Reports again what was held back: prints it, unless the diagnostics of this thread are held back in their turn.
+void pass_on_diagnostics(const Diagnostics &held);
+
 /// `report`, for use in a return statement: returns FAILED.
 [[gnu::format(printf, 1, 2)]] Status failure(const char *format, ...);
 
@@ -73,7 +76,8 @@ Status system_failure(const char *name);
 /// Removes the progress line from the terminal, before results that may go to the same one.
 void wipe_progress();
 
-/// Shows the progress of long work: only on a terminal that is not "dumb", and only after a second.
+/// Shows the progress of long work: only on a terminal that is not "dumb", and only after a second. Work whose
+/// diagnostics are held back shows none.
 class Progress {
  public:
   /// @param unit   what is counted, in the plural: "pages"

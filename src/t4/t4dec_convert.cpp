@@ -1,6 +1,5 @@
-// Whole-file conversion: the one place where decoder and encoder meet. A line goes from one to the other. What a
-// newcomer gets wrong: the new page holds the lines that the decoder delivers, and these are not the coded lines of
-// the old page one for one (an MH page gains a white first line, an MMR page a white last one).
+// Whole-file conversion, page by page. What a newcomer gets wrong: #PAGES says how many records are converted, not the
+// size of the file.
 #include "t4/t4dec_convert.h"
 
 #include <errno.h>
@@ -12,7 +11,7 @@
 
 #include <algorithm>
 #include <cstdarg>
-#include <string>
+#include <span>
 
 #include "faxfile/fax_header.h"
 #include "faxfile/session_params.h"
@@ -20,16 +19,15 @@
 #include "support/file.h"
 #include "support/handle.h"
 #include "support/replace_file.h"
-#include "t4/codec.h"
 #include "t4/damage.h"
 #include "t4/line.h"
+#include "t4/page_converter.h"
 
 namespace tolvane {
 namespace {
 
 [[gnu::used]] const char SCCS_ID[] = "@(#)|t4dec_convert|9|01|2|0|0|11/23/26|05:48:51";
 
-constexpr size_t MORE_CODE = 0x10000;
 constexpr size_t LENGTH_WORD = 4;
 constexpr int32_t FINE_RESOLUTION = 1;
 
@@ -108,8 +106,10 @@ class Target {
     return 1;
   }
 
-  int write_record(const Store &record) {
-    return write_fully(file_.fd(), record.bytes.get(), record.used) ? 1 : fail_writing();
+  // The code goes to the file as one block, its length word before it: a write for each batch of code took a third of
+  // the whole run.
+  int write_record(std::span<const uint8_t> record) {
+    return write_fully(file_.fd(), record.data(), record.size()) ? 1 : fail_writing();
   }
 
   int replace(const char *path) {
@@ -156,62 +156,13 @@ Page read_page(Source &source) {
   return Page::read;
 }
 
-// A page on its way from the decoder to the encoder, line by line. The code goes to the file as one block, its length
-// word before it: a write for each batch of code took a third of the whole run.
-struct Transcoder {
-  Decoder decoder{};
-  Encoder encoder{};
-  Store record{};
-  int32_t lines = 0;
-  EncodeResult result = EncodeResult::done;
-
-  int transcode(const Source &source, int32_t compression);
-
- private:
-  bool decode(const Source &source);
-  static void take_line(void *self, const uint8_t *line, uint32_t size);
-  static bool take_code(void *self, const uint8_t *bytes, size_t count);
-};
-
-void Transcoder::take_line(void *self, const uint8_t *line, uint32_t size) {
-  Transcoder &page = *static_cast<Transcoder *>(self);
-  page.lines++;
-  if (page.result == EncodeResult::done) page.result = page.encoder.add(line, static_cast<int32_t>(size), 1);
-}
-
-bool Transcoder::take_code(void *self, const uint8_t *bytes, size_t count) {
-  Store &record = static_cast<Transcoder *>(self)->record;
-  if (record.used + count > record.capacity && !record.grow_to(2 * record.capacity + count)) return false;
-  memcpy(record.bytes.get() + record.used, bytes, count);
-  record.used += count;
-  return true;
-}
-
-// An MR page without data does not decode.
-bool Transcoder::decode(const Source &source) {
-  const Store &page = source.page;
-  if (source.compression == COMP_MR && page.used == 0) return false;
-  LineSink sink;
-  sink.context = this;
-  sink.found_line = take_line;
-  if (damage_callback()) sink.found_damage = [](void *, Damage kind) { damage_callback()(kind); };
-  const DecodeResult decoded = decoder.decode({page.bytes.get(), page.used}, source.compression, LINE_PIXELS, sink);
-  // The line after the last EOL of MH is still with the decoder; a page that delivered nothing has no EOL at all.
-  if (source.compression == COMP_MH && lines > 0) decoder.end_line(sink);
-  return decoded == DecodeResult::done;
-}
-
-// Codes the lines of the page into `record`.
-int Transcoder::transcode(const Source &source, int32_t compression) {
-  if (record.capacity == 0 && !record.grow_to(MORE_CODE)) return fail("Memory allocation fail.\n");
-  record.used = LENGTH_WORD;
-  lines = 0;
-  result = encoder.begin(compression, source.resolution, {this, take_code});
-  if (!decode(source)) return 0;
-  if (result == EncodeResult::done) result = encoder.end();
-  if (result != EncodeResult::done) return fail("Memory allocation fail.\n");
-  put_word(record.bytes.get(), static_cast<uint32_t>(record.used - LENGTH_WORD));
-  return 1;
+int convert_page(PageConverter &converter, const Source &source, int32_t compression) {
+  DamageSink damage;
+  if (damage_callback()) damage.found_damage = [](void *, Damage kind) { damage_callback()(kind); };
+  const std::span<const uint8_t> page(source.page.bytes.get(), source.page.used);
+  const ConvertResult result = converter.convert(page, source.compression, compression, source.resolution, damage);
+  if (result == ConvertResult::no_memory) return fail("Memory allocation fail.\n");
+  return result == ConvertResult::done ? 1 : 0;
 }
 
 int convert(const char *path, int32_t compression, void (*page_callback)()) {
@@ -220,7 +171,7 @@ int convert(const char *path, int32_t compression, void (*page_callback)()) {
   if (source.compression == compression) return 1;
   if (!source.find_resolution()) return 0;
   t4dec_set_pixel_width(LINE_PIXELS);
-  Transcoder transcoder;
+  PageConverter converter;
   Target target;
   if (!target.create(path)) return 0;
   if (set_compression_mode(source.header.get(), compression) != 1) return 0;
@@ -230,8 +181,8 @@ int convert(const char *path, int32_t compression, void (*page_callback)()) {
     if (page == Page::failed) return 0;
     if (page == Page::skipped) continue;
     if (page_callback) page_callback();
-    if (!transcoder.transcode(source, compression)) return 0;
-    if (!target.write_record(transcoder.record)) return 0;
+    if (!convert_page(converter, source, compression)) return 0;
+    if (!target.write_record(converter.record())) return 0;
   }
   return target.replace(path);
 }
