@@ -7,6 +7,7 @@
 #include <string.h>
 #include <strings.h>
 #include <sys/inotify.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <filesystem>
@@ -72,6 +73,20 @@ void reload_or_end(XtPointer, XtSignalId *) {
   reload();
 }
 
+struct stat seen;  // of the file, without inotify
+
+bool is_same(const struct stat &a, const struct stat &b) {
+  return a.st_dev == b.st_dev && a.st_ino == b.st_ino && a.st_size == b.st_size &&
+         a.st_mtim.tv_sec == b.st_mtim.tv_sec && a.st_mtim.tv_nsec == b.st_mtim.tv_nsec;
+}
+
+void reopen_changed_file() {
+  struct stat now;
+  if (stat(Fullpath_fax_filename, &now) != 0 || is_same(now, seen)) return;
+  seen = now;
+  if (reopen_view()) update_info_window();
+}
+
 void catch_hangup(int) {
   XtNoticeSignal(hangup);
 }
@@ -89,6 +104,17 @@ void start() {
     XtAppAddInput(tn_context, watcher.get(), reinterpret_cast<XtPointer>(XtInputReadMask), read_events, nullptr);
 }
 
+// Watches the directory of the file shown, in place of an earlier one.
+bool watch_directory() {
+  if (!watcher) return false;
+  const std::filesystem::path path = Fullpath_fax_filename;
+  if (directory_watch >= 0) inotify_rm_watch(watcher.get(), directory_watch);
+  file_name = path.filename();
+  const std::string directory = path.has_parent_path() ? path.parent_path() : ".";
+  directory_watch = inotify_add_watch(watcher.get(), directory.c_str(), IN_CLOSE_WRITE | IN_MOVED_TO);
+  return directory_watch >= 0;
+}
+
 }  // namespace
 
 void watch_shown_file() {
@@ -96,12 +122,8 @@ void watch_shown_file() {
   if (strcasecmp(application_resource(XtDisplay(tn_Shell000), "watchFile").c_str(), "false") == 0) return;
   if (!started) start();
   started = true;
-  if (!watcher) return;
-  const std::filesystem::path path = Fullpath_fax_filename;
-  if (directory_watch >= 0) inotify_rm_watch(watcher.get(), directory_watch);
-  file_name = path.filename();
-  const std::string directory = path.has_parent_path() ? path.parent_path() : ".";
-  directory_watch = inotify_add_watch(watcher.get(), directory.c_str(), IN_CLOSE_WRITE | IN_MOVED_TO);
+  stat(Fullpath_fax_filename, &seen);
+  before_page_turn = watch_directory() ? nullptr : reopen_changed_file;
 }
 
 }  // namespace tolvane

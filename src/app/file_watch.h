@@ -6,7 +6,8 @@ namespace tolvane {
 /// Watches the file `Fullpath_fax_filename` from now on, in place of an earlier one: by inotify on its directory, so
 /// that a file that is replaced by another is noticed too. SIGHUP reloads it as well, unless that signal is ignored;
 /// a hangup of the terminal still ends the viewer.
-/// The resource watchFile, if it is False, turns both off. A system without inotify leaves the signal.
+/// Without inotify the file is looked at whenever a page is asked for.
+/// The resource watchFile, if it is False, turns all of this off.
 void watch_shown_file();
 
 }  // namespace tolvane

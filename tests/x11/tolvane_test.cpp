@@ -8,6 +8,7 @@
 
 #include "x11/viewer.h"
 #include "helpers/fax_bytes.h"
+#include "helpers/places.h"
 #include "helpers/temp_dir.h"
 
 namespace {
@@ -144,6 +145,20 @@ TEST(Start, AFailureIsShownInTheWindowWhereNobodyReadsStandardError) {
   ChildProcess quiet(
       {"sh", "-c", "exec " + viewer_command({})[0] + " -xrm '*showMessages: false' none </dev/null 2>/dev/null"});
   EXPECT_EQ(quiet.wait(PATIENCE), 1);
+}
+
+TEST(Start, AFileThatChangesIsOpenedAgainWithTheNextPageWithoutInotify) {
+  const TempDir dir;
+  const std::string document = dir.write("one.fax", marked_document(2, 2));
+  const Viewer viewer({document}, {"LD_PRELOAD=" + in_build("tests/libno_inotify.so"),
+                                   "ASAN_OPTIONS=verify_asan_link_order=0:detect_leaks=0"});
+  viewer.press("n 2 100% 0 top");
+  std::filesystem::rename(dir.write("new", marked_document(4, 4)), document);
+  viewer.press("n 3 100% 0 top  End 4 100% 0 top");
+  std::filesystem::remove(document);
+  viewer.press("N 3 100% 0 top");
+  dir.write("one.fax", marked_document(1, 1));
+  viewer.press("minus 3 100% 0 top  Home 1 75% 0 top  End 1 75% 0 top");
 }
 
 TEST(Start, AFileThatChangesIsShownAgain) {

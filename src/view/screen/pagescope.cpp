@@ -104,6 +104,15 @@ void show_page_count() {
   set_label(pages_label, text);
 }
 
+// Opens the file and shows its page count. False, after a message, if that fails.
+bool open_document(const char *name) {
+  tn_extract_header_info(name);
+  High_res = decimal_value(Resolution);
+  if (!open_fax(name) || !read_coding()) return false;
+  show_page_count();
+  return true;
+}
+
 void report_file_fault(const char *format, const char *name) {
   char message[sizeof Local_filename + 32];
   snprintf(message, sizeof message, format, name);
@@ -123,6 +132,8 @@ double milliseconds_since(std::chrono::steady_clock::time_point start) {
 
 }  // namespace
 
+void (*before_page_turn)();
+
 int generate_view() {
   return common(Fullpath_fax_filename);
 }
@@ -138,10 +149,7 @@ int common(const char *name) {
     notify_load_fault(name, std::string("cannot be read: ") + strerror(fault) + ".");
     return 1;
   }
-  tn_extract_header_info(name);
-  High_res = decimal_value(Resolution);
-  if (!open_fax(name) || !read_coding()) return 1;
-  show_page_count();
+  if (!open_document(name)) return 1;
   if (do_this_page() == 0)
     generate_page();
   else if (shown_extents().Dx == 0)
@@ -162,15 +170,15 @@ void view_arbitrary_fax(const char *name) {
   set_fax_filename(saved);
 }
 
-void reload_view() {
-  const std::string name = Local_filename;
-  const Descriptor file(open(name.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC));
+bool reopen_view() {
+  const Descriptor file(open(Local_filename, O_RDONLY | O_NONBLOCK | O_CLOEXEC));
   uint32_t magic = 0;
-  if (!file || readLongFlipped(file.get(), &magic) != sizeof magic || magic != FAXFILE_MAGIC) return;
-  const int32_t page = page_number;
-  if (common(name.c_str()) != 0) return;
-  if (page > 0) random_page(std::min(page + 1, std::max(Total_pages, 1)));
-  refresh_view();
+  if (!file || readLongFlipped(file.get(), &magic) != sizeof magic || magic != FAXFILE_MAGIC) return false;
+  return open_document(Local_filename);
+}
+
+void reload_view() {
+  if (reopen_view()) random_page(std::min(page_number + 1, std::max(Total_pages, 1)));
 }
 
 int do_this_page() {
@@ -205,6 +213,7 @@ void generate_page() {
 }
 
 int random_page(int32_t n) {
+  if (before_page_turn) before_page_turn();
   const int32_t page_before = page_number;
   if (n != -1) page_number = n - 1;
   if (do_this_page() != 0) {

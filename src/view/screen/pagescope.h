@@ -22,9 +22,15 @@ int common(const char *name);
 /// fails. A name that does not fit there is refused with a message on standard error; nothing changes.
 void view_arbitrary_fax(const char *name);
 
-/// Loads the file shown again after it has changed, and shows the page of the same number, or the last one if there are
-/// fewer now. Does nothing if the file has gone or is no fax: the old one stays as far as it can be read.
+/// Opens the file shown again after it has changed, and shows its page count, but no page.
+/// @return false if the file has gone or is no fax: the old one stays as far as it can be read
+bool reopen_view();
+
+/// Opens the file shown again and shows the page of the same number, or the last one if there are fewer now.
 void reload_view();
+
+/// Called by `random_page` before it reads the page; null for nothing.
+extern void (*before_page_turn)();
 
 /// Reads the page `page_number` and decodes it into the bitmap.
 ///
