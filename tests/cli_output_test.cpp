@@ -232,6 +232,41 @@ TEST_F(Output, HeadersAreReadWithoutThePages) {
   EXPECT_EQ(nlohmann::json::parse(json.out)["error"], "gone.fax: No such file or directory");
 }
 
+TEST_F(Output, SeveralFilesGiveWhatEachOfThemGives) {
+  const std::string modes[] = {"RESOLUTION:1\n", "", "RESOLUTION:0\nCOMPRESSION:3\n"};
+  for (size_t i = 0; i < 3; ++i) {
+    const auto page = [&](uint32_t lines) { return encoded_page(random_page(lines, lines), i == 2 ? 3 : 0); };
+    dir.write("a" + std::to_string(i) + ".fax", fax_bytes(modes[i], {page(9), i == 1 ? short_line : page(8), page(7)}));
+  }
+  ASSERT_EQ(shell("mkdir b one all; cp a0.fax b").status, 0);
+  const std::string each = "for f in a0 a1 a2; do $tool ";
+  const std::pair<const char *, std::string> cases[] = {
+      {"extract a0.fax a1.fax a2.fax 'all/{name}.pdf'", "extract $f.fax one/$f.pdf"},
+      {"extract a0.fax a1.fax -fpbm --files-from list 'all/{name}-{page}'", "extract $f.fax -fpbm one/$f-%d"},
+      {"extract -0 --files-from null '{dir}/all/{name}-%02d.png'", "extract $f.fax one/$f-%02d.png"},
+      {"render a0.fax a1.fax a2.fax 'all/{name}.png'", "render $f.fax one/$f.png"},
+  };
+  dir.write("list", "a2.fax\n");
+  dir.write("null", std::string("a0.fax\0a1.fax\0a2.fax", 20));
+  for (const auto &[several, single] : cases) {
+    const ToolRun all = run(several), one = shell(each + single + "; done");
+    EXPECT_EQ(all.err, one.err) << several;
+    EXPECT_EQ(all.status, one.err.empty() ? 0 : 3) << several;
+    EXPECT_EQ(shell("diff -r all one; rm -rf all/* one/*").out, "") << several;
+  }
+  const std::tuple<const char *, int, const char *> faults[] = {
+      {"extract a0.fax b/a0.fax 'all/{name}.pdf'", 1, "a0.fax and b/a0.fax would both be written to all/a0.pdf"},
+      {"extract a0.fax a1.fax all/x.pdf", 1, "needs {name}"},
+      {"extract a0.fax a1.fax -fpdf ./{name}.fax", 1, "a0.fax would be written to ./a0.fax, which is to be read"},
+      {"extract a0.fax", 1, "OUT is required"},
+      {"extract gone.fax a0.fax all/{name}.pbm -p1", 2, "gone.fax: No such file"},
+      {"extract a0.fax a1.fax all/{name}.pbm -p4", 2, "a0.fax: \"4\" is not a selection of pages 1 to 3"},
+      {"render a0.fax a2.fax all/{name}.pbm -p4", 2, "a2.fax: no page 4"},
+  };
+  for (const auto &[line, status, complaint] : faults) complains(line, status, complaint);
+  EXPECT_EQ(shell("echo all/*").out, "all/a0.pbm\n");
+}
+
 TEST_F(Output, NoClobberKeepsEveryFile) {
   ASSERT_EQ(run("create a.fax -", pbm(random_page(1, 9))).status, 0);
   dir.write("old1.pbm", "old");

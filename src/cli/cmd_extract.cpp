@@ -8,6 +8,7 @@
 
 #include "cli/commands.h"
 #include "cli/options.h"
+#include "cli/output_names.h"
 #include "cli/page_selection.h"
 #include "document/fax_composition.h"
 #include "document/page_coding.h"
@@ -24,8 +25,9 @@ namespace tolvane {
 namespace {
 [[gnu::used]] const char SCCS_ID[] = "@(#)|cmd_extract|9|01|2|0|0|11/23/26|06:39:52";
 
-std::string file;
+FileList input;
 std::string out;
+OutputNames outputs;
 std::string selection;
 std::string format_name;
 TiffCoding tiff_coding = TiffCoding::g4;
@@ -33,9 +35,10 @@ bool square, no_metadata;
 int32_t rotate;
 
 void declare(Usage &usage) {
-  usage.add_option("FILE", file, "the fax file; - is standard input").required();
-  usage.add_option("OUT", out, "the new file; - is standard output; with %d or %03d one file per page, by page number")
-      .required();
+  add_files_and_output(
+      usage, input, out,
+      "the new file; - is standard output; {name} and {dir} are name, without ending, and directory of "
+      "FILE; with {page}, %d or %03d one file per page");
   usage
       .add_option("-p,--pages", selection,
                   "pages: 1-3,5,z (the last), r2 (second from the end), :even, :odd (default: all)")
@@ -176,9 +179,7 @@ Status write_file(const PictureFormat &format, const std::string &path, PagePict
   return output.commit();
 }
 
-Status run() {
-  const PictureFormat *format = wanted_format(format_name, out);
-  if (!format) return USAGE;
+Status extract_file(const std::string &file, const PictureFormat &format) {
   FaxDocument document;
   if (open_fax(file, document) != DONE) return FAILED;
   Status lost = report_lost_bytes(document);
@@ -187,25 +188,39 @@ Status run() {
   std::vector<int32_t> pages;
   const std::vector<MissingPages> missing = find_missing_pages(document);
   std::vector<const MissingPages *> left_out;
-  if (select_pages(selection, readable_pages(document), missing, pages, left_out) != DONE) return USAGE;
+  const std::string about = input.files.size() > 1 ? document.shown_name + ": " : "";
+  if (select_pages(selection, about, readable_pages(document), missing, pages, left_out) != DONE)
+    return outputs.misfit();
   for (const MissingPages *stretch : left_out) lost = worse(lost, report_missing(document, *stretch));
 
   Progress progress("pages", static_cast<int32_t>(pages.size()));
-  PagesOut all(document, *format, pages, progress);
+  PagesOut all(document, format, pages, progress);
   PagePicture picture;
-  if (!is_numbered_pattern(out)) {
-    if (pages.size() > 1 && !format->several_pages)
-      return usage_fault("%s files contain one page: put %%d into the name", format->name);
-    if (check_not_source(out, document) != DONE) return FAILED;
+  std::string path;
+  if (!has_page(out)) {
+    if (pages.size() > 1 && !format.several_pages) {
+      report("%s%s files contain one page: put %%d into the name", about.c_str(), format.name);
+      return outputs.misfit();
+    }
+    if (outputs.take(file, 1, path) != DONE || check_not_source(path, document) != DONE) return FAILED;
     const auto more = [&](PagePicture &wanted) { return all.give(wanted); };
-    if (all.give(picture) && write_file(*format, out, picture, more) != DONE) return FAILED;
+    if (all.give(picture) && write_file(format, path, picture, more) != DONE) return FAILED;
   }
   while (all.give(picture)) {
-    const std::string path = numbered_name(out, all.number);
-    if (check_not_source(path, document) != DONE) return FAILED;
-    if (write_file(*format, path, picture, [](PagePicture &) { return false; }) != DONE) return FAILED;
+    if (outputs.take(file, all.number, path) != DONE || check_not_source(path, document) != DONE) return FAILED;
+    if (write_file(format, path, picture, [](PagePicture &) { return false; }) != DONE) return FAILED;
   }
   return all.given == 0 ? failure("%s: no page could be extracted", document.name()) : worse(lost, all.status);
+}
+
+Status run() {
+  if (const Status status = input.complete(); status != DONE) return status;
+  const PictureFormat *format = wanted_format(format_name, out);
+  if (!format) return USAGE;
+  if (const Status status = outputs.plan(out, input.files); status != DONE) return status;
+  Status status = DONE;
+  for (const std::string &file : input.files) status = worse(status, extract_file(file, *format));
+  return status;
 }
 
 }  // namespace

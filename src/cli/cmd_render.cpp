@@ -5,12 +5,12 @@
 
 #include "cli/commands.h"
 #include "cli/options.h"
+#include "cli/output_names.h"
 #include "document/page_coding.h"
 #include "document/page_sources.h"
 #include "document/page_survey.h"
 #include "formats/fax_lines.h"
 #include "formats/page_writers.h"
-#include "io/file_names.h"
 #include "io/output_file.h"
 #include "view/rasteriser.h"
 #include "view/scales.h"
@@ -21,8 +21,9 @@ namespace tolvane {
 namespace {
 [[gnu::used]] const char SCCS_ID[] = "@(#)|cmd_render|9|01|2|0|0|11/23/26|05:58:44";
 
-std::string file;
+FileList input;
 std::string out;
+OutputNames outputs;
 std::string format_name;
 int32_t page_wanted = 1;
 int32_t scale_index;
@@ -35,8 +36,10 @@ std::vector<std::pair<std::string, int32_t>> scale_choices() {
 }
 
 void declare(Usage &usage) {
-  usage.add_option("FILE", file, "the fax file; - is standard input").required();
-  usage.add_option("OUT", out, "the new file; - is standard output").required();
+  add_files_and_output(
+      usage, input, out,
+      "the new file; - is standard output; {name} and {dir} are name, without ending, and directory of "
+      "FILE, {page} is the page");
   add_number(usage, "-p,--page", page_wanted, 1, INT_MAX, "page to render");
   add_choice(usage, "--scale", scale_index, scale_choices(), "percent, as in the viewer");
   add_choice<int32_t>(usage, "--orientation", degrees, {{"0", 0}, {"90", 90}, {"180", 180}, {"270", 270}},
@@ -73,15 +76,27 @@ PagePicture rendered(const FaxPage &page, int32_t coding) {
   return picture;
 }
 
-Status run() {
-  const PictureFormat *format = wanted_format(format_name, out);
-  if (!format) return USAGE;
+Status write_picture(const PictureFormat &format, const std::string &path, PagePicture &picture) {
+  if (format.encode) picture.code = format.encode(picture, TiffCoding::g4);
+  OutputFile output;
+  if (output.open(path) != DONE) return FAILED;
+  bool given = false;
+  const auto next = [&](PagePicture &wanted) {
+    if (given) return false;
+    wanted = std::move(picture);
+    return given = true;
+  };
+  return format.write(output, TiffCoding::g4, next) == DONE ? output.commit() : FAILED;
+}
+
+Status render_file(const std::string &file, const PictureFormat &format) {
   FaxDocument document;
   FaxPage page;
+  std::string path;
   if (open_fax(file, document) != DONE) return FAILED;
   if (page_wanted > readable_pages(document)) {
     report("%s: no page %d: the document has %d", document.name(), page_wanted, readable_pages(document));
-    return report_lost_bytes(document) == DONE ? USAGE : FAILED;
+    return report_lost_bytes(document) == DONE ? outputs.misfit() : FAILED;
   }
   report_outside(document);
   if (read_fax_page(document, page_wanted, page) != DONE) return FAILED;
@@ -92,19 +107,22 @@ Status run() {
   PagePicture picture = rendered(page, document.coding);
   if (picture.width == 0 || picture.height == 0)
     return failure("%s: page %d has no lines to show", document.name(), page_wanted);
+  if (outputs.take(file, page_wanted, path) != DONE || check_not_source(path, document) != DONE) return FAILED;
+  return write_picture(format, path, picture) == DONE ? damage : FAILED;
+}
 
-  if (format->encode) picture.code = format->encode(picture, TiffCoding::g4);
-  if (check_not_source(out, document) != DONE) return FAILED;
-  OutputFile output;
-  if (output.open(out) != DONE) return FAILED;
-  bool given = false;
-  const auto next = [&](PagePicture &wanted) {
-    if (given) return false;
-    wanted = std::move(picture);
-    return given = true;
-  };
-  if (format->write(output, TiffCoding::g4, next) != DONE || output.commit() != DONE) return FAILED;
-  return damage;
+Status run() {
+  if (const Status status = input.complete(); status != DONE) return status;
+  const PictureFormat *format = wanted_format(format_name, out);
+  if (!format) return USAGE;
+  if (const Status status = outputs.plan(out, input.files); status != DONE) return status;
+  Progress progress("files", static_cast<int32_t>(input.files.size()));
+  Status status = DONE;
+  for (const std::string &file : input.files) {
+    status = worse(status, render_file(file, *format));
+    progress.step();
+  }
+  return status;
 }
 
 }  // namespace

@@ -78,6 +78,23 @@ Option Usage::add_parsed(const std::string &names, const std::function<std::stri
   return Option(parser_.add_option(names, store_one, help)->type_size(1));
 }
 
+// The parser gives all operands to a list that comes first.
+void Usage::add_operands(const std::string &names, std::vector<std::string> &target, const std::string &help,
+                         const std::string &last_name, std::string &last, const std::string &last_help) {
+  CLI::App &parser = parser_;
+  const auto store = [&parser, &target, last_name](const CLI::results_t &given) {
+    target.assign(given.begin(), given.end() - 1);
+    parser.get_option(last_name)->add_result(given.back());
+    return true;
+  };
+  parser_.add_option(names, store, help)
+      ->type_size(1)
+      ->expected(1, CLI::detail::expected_max_vector_size)
+      ->allow_extra_args()
+      ->required();
+  parser_.add_option(last_name, last, last_help)->required();
+}
+
 Usage Usage::add_subcommand(const std::string &name, const std::string &summary, const std::function<void()> &chosen) {
   parser_.require_subcommand(1);
   CLI::App *parser = parser_.add_subcommand(name, summary);

@@ -54,6 +54,12 @@ class Usage {
   Option add_parsed(const std::string &names, const std::function<std::string(const std::string &)> &store,
                     const std::string &help);
 
+  /// Adds operands of which the last one is another: FILE... OUT.
+  ///
+  /// @param target, last  receive them
+  void add_operands(const std::string &names, std::vector<std::string> &target, const std::string &help,
+                    const std::string &last_name, std::string &last, const std::string &last_help);
+
   /// Adds a command below this one, one of which must be given.
   ///
   /// @param chosen  called when it is the one

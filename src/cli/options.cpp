@@ -47,6 +47,7 @@ Option add_keep_going(Usage &usage, bool &keep_going) {
 }
 
 Status FileList::complete() {
+  if (takes_output && files.empty() && list.empty()) return usage_fault("OUT is required");
   if (!list.empty()) {
     InputFile input;
     if (input.open(list) != DONE) return FAILED;
@@ -65,6 +66,12 @@ void add_file_list(Usage &usage, FileList &files) {
   Option list = usage.add_option("--files-from", files.list, "read more file names, one per line; - is standard input");
   list.type_name("LIST");
   usage.add_flag("-0,--null", files.null_separated, "names in LIST end in a zero byte").needs(list);
+}
+
+void add_files_and_output(Usage &usage, FileList &files, std::string &out, const std::string &help) {
+  files.takes_output = true;
+  usage.add_operands("FILE", files.files, "fax files; - is standard input", "OUT", out, help);
+  add_file_list(usage, files);
 }
 
 void add_files(Usage &usage, FileList &files, const std::string &help) {

@@ -56,12 +56,17 @@ struct FileList {
   std::string list;                ///< path of a file with more names; empty: none
   bool null_separated = false;     ///< names in the list end in a zero byte, not a line feed
 
+  bool takes_output = false;  ///< the operands end in OUT
+
   /// Reads the list. DONE; USAGE or FAILED after a message: no file at all, no such list.
   Status complete();
 };
 
 /// Adds `--files-from` with `-0`.
 void add_file_list(Usage &usage, FileList &files);
+
+/// Adds the operands FILE... OUT, and the same.
+void add_files_and_output(Usage &usage, FileList &files, std::string &out, const std::string &help);
 
 /// Adds the operands FILE..., and the same.
 void add_files(Usage &usage, FileList &files, const std::string &help);

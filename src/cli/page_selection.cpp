@@ -54,8 +54,9 @@ bool add_range(std::string_view text, Selecting &selecting) {
 
 }  // namespace
 
-Status select_pages(const std::string &text, int32_t count, const std::vector<MissingPages> &missing,
-                    std::vector<int32_t> &pages, std::vector<const MissingPages *> &left_out) {
+Status select_pages(const std::string &text, const std::string &about, int32_t count,
+                    const std::vector<MissingPages> &missing, std::vector<int32_t> &pages,
+                    std::vector<const MissingPages *> &left_out) {
   std::string_view rest = text;
   Selecting selecting{count, missing, -1, pages, left_out};
   for (const auto &[word, wanted] : {std::pair<std::string_view, int32_t>{":even", 0}, {":odd", 1}}) {
@@ -67,10 +68,10 @@ Status select_pages(const std::string &text, int32_t count, const std::vector<Mi
   while (!rest.empty()) {
     const size_t comma = rest.find(',');
     if (!add_range(rest.substr(0, comma), selecting) || comma + 1 == rest.size())
-      return usage_fault("\"%s\" is not a selection of pages 1 to %d", text.c_str(), count);
+      return usage_fault("%s\"%s\" is not a selection of pages 1 to %d", about.c_str(), text.c_str(), count);
     rest.remove_prefix(comma == rest.npos ? rest.size() : comma + 1);
   }
-  return pages.empty() && left_out.empty() ? usage_fault("no page is selected") : DONE;
+  return pages.empty() && left_out.empty() ? usage_fault("%sno page is selected", about.c_str()) : DONE;
 }
 
 }  // namespace tolvane

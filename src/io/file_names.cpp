@@ -1,8 +1,13 @@
 // Patterns know no escapes: a `%` that is not part of the number makes the whole pattern invalid.
 #include "io/file_names.h"
 
+#include <algorithm>
 #include <filesystem>
+#include <iterator>
+#include <string_view>
 #include <utility>
+
+#include "support/replace_file.h"
 
 namespace tolvane {
 namespace {
@@ -18,6 +23,15 @@ std::pair<size_t, size_t> number_place(const std::string &pattern) {
   return {percent, letter + 1};
 }
 
+// The digits for a number between `begin` and `end` of a pattern.
+std::string digits_for(const std::string &pattern, size_t begin, size_t end, int32_t number) {
+  const std::string width = pattern.substr(begin + 1, end - begin - 2);
+  std::string digits = std::to_string(number);
+  const size_t wanted = width.empty() ? 0 : std::stoul(width);
+  if (digits.size() < wanted) digits.insert(0, wanted - digits.size(), width[0] == '0' ? '0' : ' ');
+  return digits;
+}
+
 }  // namespace
 
 bool same_file(const std::string &one, const std::string &other) {
@@ -31,11 +45,39 @@ bool is_numbered_pattern(const std::string &pattern) {
 
 std::string numbered_name(const std::string &pattern, int32_t number) {
   const auto [begin, end] = number_place(pattern);
-  const std::string width = pattern.substr(begin + 1, end - begin - 2);
-  std::string digits = std::to_string(number);
-  const size_t wanted = width.empty() ? 0 : std::stoul(width);
-  if (digits.size() < wanted) digits.insert(0, wanted - digits.size(), width[0] == '0' ? '0' : ' ');
-  return pattern.substr(0, begin) + digits + pattern.substr(end);
+  return pattern.substr(0, begin) + digits_for(pattern, begin, end, number) + pattern.substr(end);
+}
+
+bool has_page(const std::string &pattern) {
+  return is_numbered_pattern(pattern) || pattern.find("{page}") != std::string::npos;
+}
+
+bool has_input_name(const std::string &pattern) {
+  return pattern.find("{name}") != std::string::npos;
+}
+
+std::string output_name(const std::string &pattern, const std::string &input, int32_t page) {
+  const std::pair<std::string_view, std::string> words[] = {
+      {"{name}", input == "-" ? "stdin" : std::filesystem::path(input).stem().string()},
+      {"{dir}", directory_of(input)},
+      {"{page}", std::to_string(page)}};
+  const auto [begin, end] = number_place(pattern);
+  std::string name;
+  for (size_t at = 0; at < pattern.size();) {
+    const auto *word = std::find_if(std::begin(words), std::end(words), [&](const auto &each) {
+      return std::string_view(pattern).substr(at).starts_with(each.first);
+    });
+    if (word != std::end(words)) {
+      name += word->second;
+      at += word->first.size();
+    } else if (at == begin && end > 0) {
+      name += digits_for(pattern, begin, end, page);
+      at = end;
+    } else {
+      name += pattern[at++];
+    }
+  }
+  return name;
 }
 
 }  // namespace tolvane

@@ -15,4 +15,14 @@ bool is_numbered_pattern(const std::string &pattern);
 /// The name that a pattern gives for a number.
 std::string numbered_name(const std::string &pattern, int32_t number);
 
+/// Whether a pattern names a file for each page: it has `{page}`, or is a numbered pattern.
+bool has_page(const std::string &pattern);
+
+/// Whether a pattern has `{name}`.
+bool has_input_name(const std::string &pattern);
+
+/// The name that a pattern gives for a page of an input. `{name}` is the name of the input without directory and
+/// ending, "stdin" for `-`; `{dir}` is its directory; `{page}` and the number of a numbered pattern are the page.
+std::string output_name(const std::string &pattern, const std::string &input, int32_t page);
+
 }  // namespace tolvane

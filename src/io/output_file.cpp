@@ -24,9 +24,18 @@ void note_name(const char *path, bool exists) {
 
 bool NoClobber = false;
 
-// What errno says.
+Status check_clobber(const std::string &path) {
+  struct stat status;
+  if (!NoClobber || path == "-" || stat(path.c_str(), &status) != 0 || !S_ISREG(status.st_mode)) return DONE;
+  return failure("%s exists: not replaced", path.c_str());
+}
+
+// Reports errno.
 Status OutputFile::fault() const {
-  return NoClobber && errno == EEXIST ? failure("%s exists: not replaced", name()) : system_failure(name());
+  const int error = errno;
+  if (error == EEXIST && check_clobber(path_) != DONE) return FAILED;
+  errno = error;
+  return system_failure(name());
 }
 
 Status OutputFile::open(const std::string &path, bool needs_name) {

@@ -12,6 +12,9 @@ namespace tolvane {
 /// Set by `--no-clobber`: no file is replaced.
 extern bool NoClobber;
 
+/// Whether an output may have this path. DONE; FAILED after a message if there is a file that may not be replaced.
+Status check_clobber(const std::string &path);
+
 /// A file to write. It is made beside its final name and takes that name, replacing a file that has it, only in
 /// `commit`; without `commit`, and when a signal ends the program, it is removed. The mode and owner of a file that is
 /// replaced are kept. What cannot be replaced (standard output, a device, a pipe) is written to in `commit`.

@@ -1,0 +1,60 @@
+// How many pages an input has is known only when it is read. So names are compared for the first page of all inputs
+// before the work begins, and where pages have files of their own, for each page again.
+#include "cli/output_names.h"
+
+#include <sys/stat.h>
+
+#include <filesystem>
+#include <map>
+
+#include "io/file_names.h"
+#include "io/output_file.h"
+
+namespace tolvane {
+namespace {
+[[gnu::used]] const char SCCS_ID[] = "@(#)|output_names|9|01|1|0|0|11/23/26|08:30:00";
+
+std::string plain(const std::string &path) {
+  return std::filesystem::path(path).lexically_normal().string();
+}
+
+}  // namespace
+
+bool OutputNames::is_input(const std::string &path) const {
+  struct stat file;
+  return !inputs_.empty() && stat(path.c_str(), &file) == 0 && inputs_.count({file.st_dev, file.st_ino}) > 0;
+}
+
+Status OutputNames::plan(const std::string &pattern, const std::vector<std::string> &inputs) {
+  pattern_ = pattern;
+  several_ = inputs.size() > 1;
+  if (!several_) return DONE;
+  if (!has_input_name(pattern)) return usage_fault("\"%s\" needs {name}: there are several files", pattern.c_str());
+  for (const std::string &input : inputs) {
+    struct stat file;
+    if (input != "-" && stat(input.c_str(), &file) == 0) inputs_.insert({file.st_dev, file.st_ino});
+  }
+  std::map<std::string, const std::string *> outputs;
+  for (const std::string &input : inputs) {
+    const std::string output = output_name(pattern, input, 1);
+    const auto [place, is_new] = outputs.try_emplace(plain(output), &input);
+    if (!is_new)
+      return usage_fault("%s and %s would both be written to %s", place->second->c_str(), input.c_str(),
+                         output.c_str());
+    if (is_input(output))
+      return usage_fault("%s would be written to %s, which is to be read", input.c_str(), output.c_str());
+  }
+  return DONE;
+}
+
+Status OutputNames::take(const std::string &input, int32_t page, std::string &path) {
+  path = output_name(pattern_, input, page);
+  if (check_clobber(path) != DONE) return FAILED;
+  if (!several_ || !has_page(pattern_)) return DONE;
+  if (is_input(path)) return failure("%s: page %d: %s is to be read", input.c_str(), page, path.c_str());
+  const std::lock_guard lock(mutex_);
+  if (taken_.insert(plain(path)).second) return DONE;
+  return failure("%s: page %d: %s is that of another page", input.c_str(), page, path.c_str());
+}
+
+}  // namespace tolvane
