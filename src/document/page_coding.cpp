@@ -25,6 +25,7 @@ struct Decoding {
   bool keep_lines;
   int32_t runs = 0;     // since the last end of line
   int32_t missing = 0;  // lines that the decoder passed over
+  DecodeResult result = DecodeResult::done;
 };
 
 Decoding &decoding_of(void *context) {
@@ -84,7 +85,7 @@ void decode_MH(Decoder &decoder, std::span<const uint8_t> record, Decoding &deco
   DecodedPage &page = decoding.page;
   LineSink sink = sink_of(decoding);
   sink.found_run = take_run;
-  decoder.decode(without_rtc(record), COMP_MH, FAX_WIDTH, sink);
+  decoding.result = decoder.decode(without_rtc(record), COMP_MH, FAX_WIDTH, sink);
   if (decoding.runs > 0) decoder.end_line(sink);
   if (page.count == 0) return;
   --page.count;
@@ -97,16 +98,16 @@ void decode_MH(Decoder &decoder, std::span<const uint8_t> record, Decoding &deco
 void decode_MR(Decoder &decoder, std::span<const uint8_t> record, Decoding &decoding) {
   std::vector<uint8_t> data(record.begin(), record.end());
   data.push_back(0);
-  decoder.decode(data, COMP_MR, FAX_WIDTH, sink_of(decoding));
+  decoding.result = decoder.decode(data, COMP_MR, FAX_WIDTH, sink_of(decoding));
 }
 
 // The decoder returns a white line after the last one, or the beginning of an unfinished line in its place.
 void decode_MMR(Decoder &decoder, std::span<const uint8_t> record, Decoding &decoding) {
   DecodedPage &page = decoding.page;
-  const DecodeResult result = decoder.decode(record, COMP_MMR, FAX_WIDTH, sink_of(decoding));
+  decoding.result = decoder.decode(record, COMP_MMR, FAX_WIDTH, sink_of(decoding));
   const auto last = page.lines.end() - std::min<ptrdiff_t>(LINE_BYTES, std::ssize(page.lines));
   const bool white = std::all_of(last, page.lines.end(), [](uint8_t byte) { return byte == 0; });
-  if (result != DecodeResult::done || page.count == 0 || !white) return;
+  if (decoding.result != DecodeResult::done || page.count == 0 || !white) return;
   --page.count;
   page.lines.erase(last, page.lines.end());
 }
@@ -122,6 +123,7 @@ Status decode(const char *name, int32_t number, std::span<const uint8_t> record,
   if (coding == COMP_MH) decode_MH(decoder, record, decoding);
   if (coding == COMP_MMR) decode_MMR(decoder, record, decoding);
   if (coding == COMP_MR) decode_MR(decoder, record, decoding);
+  if (decoding.result == DecodeResult::no_memory) return failure("%s: page %d: out of memory", name, number);
   if (decoding.keep_lines && page.count > LONGEST_DECODED)
     return failure("%s: page %d: %d lines are more than %d, and are not decoded", name, number, page.count,
                    LONGEST_DECODED);

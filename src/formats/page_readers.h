@@ -6,6 +6,7 @@
 #include <span>
 #include <string>
 
+#include "formats/coded_lines.h"
 #include "formats/fax_lines.h"
 #include "io/report.h"
 
@@ -13,18 +14,6 @@ namespace tolvane {
 
 /// Receives a picture. Any result but DONE and DAMAGED ends the reading.
 using page_sink = std::function<Status(SourcePicture &&page)>;
-
-/// Codings of raw lines beside those of a fax file: MH without EOLs with each line from a new byte (TIFF compression
-/// 2), the same with each line from where the last one ends, and whatever gives lines without damage at any bit order
-/// and standard width.
-constexpr int32_t RAW_RLE = 16, RAW_NO_EOL = 17, RAW_AUTO = 18;
-
-/// Coded data without a file format around it.
-struct RawFormat {
-  int32_t coding = -1;          ///< 0 MH (G3), 1 MR (G3 two-dimensional), 3 MMR (G4), or one of the above; -1: not raw
-  int32_t width = 1728;         ///< pixels of a line
-  bool high_bit_first = false;  ///< the first code starts in the bit of value 0x80
-};
 
 /// How the user wants files of other formats to be read.
 struct SourceOptions {

@@ -1,10 +1,7 @@
 // Our encoder works on lines of whole bytes; pictures of other widths, which only `render` makes, are left to libtiff.
 #include "formats/picture_code.h"
 
-#include <sys/mman.h>
-
 #include "formats/tiff_file.h"
-#include "support/handle.h"
 #include "t4/encoder.h"
 #include "t4/line.h"
 
@@ -23,27 +20,28 @@ bool put_code(void *context, const uint8_t *bytes, size_t count) {
 
 std::vector<uint8_t> own_code(const PagePicture &picture, TiffCoding coding) {
   std::vector<uint8_t> code;
-  encoder.begin(coding == TiffCoding::g3 ? COMP_MH : COMP_MMR, 0, {&code, put_code}, CodeForm::standard);
-  encoder.add(picture.rows.data(), static_cast<int32_t>(picture.row_bytes()), picture.height);
-  if (encoder.end() != EncodeResult::done) return {};
+  const CodeSink sink = {&code, put_code};
+  const auto size = static_cast<int32_t>(picture.row_bytes());
+  if (encoder.begin(coding == TiffCoding::g3 ? COMP_MH : COMP_MMR, 0, sink, CodeForm::standard) != EncodeResult::done ||
+      encoder.add(picture.rows.data(), size, picture.height) != EncodeResult::done ||
+      encoder.end() != EncodeResult::done)
+    return {};
   TIFFReverseBits(code.data(), static_cast<tmsize_t>(code.size()));
   return code;
 }
 
 std::vector<uint8_t> code_of_libtiff(const PagePicture &picture, TiffCoding coding) {
-  const Descriptor memory(memfd_create("page", MFD_CLOEXEC));
+  std::vector<uint8_t> memory;
   TiffLog log;
-  if (!memory) return {};
   {
-    const TiffHandle written = open_tiff(memory.get(), "page", "w", log);
-    if (!written) return {};
-    set_fax_tags(written.get(), picture, coding);
+    const TiffHandle written = create_tiff(memory, "page", log);
+    if (!written || !set_fax_tags(written.get(), picture, coding)) return {};
     std::vector<uint8_t> rows = picture.rows;  // libtiff takes them without const
     if (TIFFWriteEncodedStrip(written.get(), 0, rows.data(), static_cast<tmsize_t>(rows.size())) < 0 ||
         TIFFWriteDirectory(written.get()) != 1)
       return {};
   }
-  const TiffHandle read = open_tiff(memory.get(), "page", "r", log);
+  const TiffHandle read = open_tiff(memory, "page", log);
   if (!read) return {};
   std::vector<uint8_t> strip(static_cast<size_t>(TIFFRawStripSize(read.get(), 0)));
   const tmsize_t size = TIFFReadRawStrip(read.get(), 0, strip.data(), static_cast<tmsize_t>(strip.size()));

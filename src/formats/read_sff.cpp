@@ -1,13 +1,10 @@
 // SFF, the structured fax file of ISDN adapters (CAPI 2.0, appendix B). Its lines are MH without EOLs, each in a record
 // of its own, so that none depends on another: they are read as the strips of a TIFF made in memory.
-#include <sys/mman.h>
-
 #include <algorithm>
 #include <vector>
 
 #include "formats/page_readers.h"
 #include "formats/tiff_file.h"
-#include "support/handle.h"
 
 namespace tolvane {
 namespace {
@@ -79,11 +76,11 @@ void read_lines(Rest &rest, CodedPage &page) {
 
 // Decodes the coded lines; damage goes to the log, by the line of the page.
 bool decode_lines(const CodedPage &coded, TiffLog &log, SourcePicture &page) {
-  const Descriptor memory(memfd_create("page", MFD_CLOEXEC));
-  TiffHandle tiff = memory ? open_tiff(memory.get(), "page", "w", log) : nullptr;
-  if (!tiff) return false;
-  describe_lines(tiff.get(), page.width, page.height, COMPRESSION_CCITTRLE, FILLORDER_LSB2MSB);
-  TIFFSetField(tiff.get(), TIFFTAG_ROWSPERSTRIP, 1);
+  std::vector<uint8_t> memory;
+  TiffHandle tiff = create_tiff(memory, "page", log);
+  if (!tiff || !describe_lines(tiff.get(), page.width, page.height, COMPRESSION_CCITTRLE, FILLORDER_LSB2MSB) ||
+      !TIFFSetField(tiff.get(), TIFFTAG_ROWSPERSTRIP, 1))
+    return false;
   uint32_t strip = 0;
   for (const auto &line : coded.lines) {
     if (!line.empty() && TIFFWriteRawStrip(tiff.get(), strip++, const_cast<uint8_t *>(line.data()),
@@ -91,7 +88,7 @@ bool decode_lines(const CodedPage &coded, TiffLog &log, SourcePicture &page) {
       return false;
   }
   tiff.reset();  // writes the directory
-  tiff = open_tiff(memory.get(), "page", "r", log);
+  tiff = open_tiff(memory, "page", log);
   if (!tiff) return false;
   log.in_pixels = true;
   std::vector<uint8_t> pixels(page.row_bytes());

@@ -1,10 +1,5 @@
 // TIFF. A damaged line inside a complete strip costs that line alone: libtiff reports it and continues. A strip that is
 // missing, or damaged in a coding other than fax, fails.
-#include <errno.h>
-#include <string.h>
-#include <sys/mman.h>
-#include <unistd.h>
-
 #include <algorithm>
 #include <iterator>
 #include <utility>
@@ -13,7 +8,6 @@
 #include "formats/page_readers.h"
 #include "formats/tiff_file.h"
 #include "formats/turning.h"
-#include "support/handle.h"
 #include "t4/line.h"
 
 namespace tolvane {
@@ -137,9 +131,9 @@ bool copy_without_eols(TIFF *tiff, const SourcePicture &page, TIFF *copy) {
   TIFFGetFieldDefaulted(tiff, TIFFTAG_ROWSPERSTRIP, &rows);
   TIFFGetField(tiff, TIFFTAG_PHOTOMETRIC, &photometric);
   TIFFGetFieldDefaulted(tiff, TIFFTAG_FILLORDER, &order);
-  describe_lines(copy, page.width, page.height, COMPRESSION_CCITTRLE, order);
-  TIFFSetField(copy, TIFFTAG_ROWSPERSTRIP, rows);
-  TIFFSetField(copy, TIFFTAG_PHOTOMETRIC, photometric);
+  if (!describe_lines(copy, page.width, page.height, COMPRESSION_CCITTRLE, order) ||
+      !TIFFSetField(copy, TIFFTAG_ROWSPERSTRIP, rows) || !TIFFSetField(copy, TIFFTAG_PHOTOMETRIC, photometric))
+    return false;
   for (uint32_t strip = 0; strip < TIFFNumberOfStrips(tiff); ++strip) {
     std::vector<uint8_t> coded(static_cast<size_t>(TIFFRawStripSize(tiff, strip)));
     const tmsize_t size = TIFFReadRawStrip(tiff, strip, coded.data(), static_cast<tmsize_t>(coded.size()));
@@ -154,14 +148,14 @@ bool copy_without_eols(TIFF *tiff, const SourcePicture &page, TIFF *copy) {
 //              there is less damage without EOLs
 // @return whether the page has been read
 bool read_without_eols(TIFF *tiff, bool read, TiffLog &log, SourcePicture &page) {
-  const Descriptor memory(memfd_create("page", MFD_CLOEXEC));
+  std::vector<uint8_t> memory;
   TiffLog writing;
-  TiffHandle copy = memory ? open_tiff(memory.get(), "page", "w", writing) : nullptr;
+  TiffHandle copy = create_tiff(memory, "page", writing);
   if (!copy || !copy_without_eols(tiff, page, copy.get())) return read;
   copy.reset();  // writes the directory
   for (const int mode : {FAXMODE_NORTC | FAXMODE_NOEOL | FAXMODE_BYTEALIGN, FAXMODE_NORTC | FAXMODE_NOEOL}) {
     TiffLog found;
-    const TiffHandle lines = open_tiff(memory.get(), "page", "r", found);
+    const TiffHandle lines = open_tiff(memory, "page", found);
     SourcePicture other = {page.width, page.height, page.x_dpi, page.y_dpi, {}, {}, page.header};
     if (!lines || !TIFFSetField(lines.get(), TIFFTAG_FAXMODE, mode)) continue;
     found.in_pixels = true;
@@ -222,7 +216,7 @@ Status read_tiff_page(TIFF *tiff, const char *name, int32_t number, TiffLog &log
 Status read_tiff(const PictureFile &file, const SourceOptions &options, const page_sink &sink) {
   TiffLog log;
   log.error = "no picture";
-  const TiffHandle tiff = open_tiff(file.fd, file.name, "r", log);
+  const TiffHandle tiff = open_tiff(file.bytes, file.name, log);
   if (!tiff) return failure("%s: %s", file.name, log.error.c_str());
   Status status = DONE;
   int32_t page = 0;

@@ -1,10 +1,11 @@
-// A TIFF opened by libtiff on a descriptor, and what libtiff reports about it.
+// A TIFF in a file or in memory, opened by libtiff, and what libtiff reports about it.
 #pragma once
 
 #include <tiffio.h>
 
 #include <cstdint>
 #include <memory>
+#include <span>
 #include <string>
 #include <utility>
 #include <vector>
@@ -27,25 +28,38 @@ constexpr int32_t NO_LINE = -1;
 /// Errors and warnings of libtiff. Damaged lines come as warnings while pixels are read.
 struct TiffLog {
   std::string error;                                    ///< the last message
+  int io_error = 0;                                     ///< errno of the first call on the file that failed
   bool in_pixels = false;                               ///< pixels are being read: messages report damage
   int32_t line = NO_LINE;                               ///< the line being read, from 0, if pages are read line by line
   bool empty_line = false;                              ///< it is an EOL with nothing before it, as in an RTC
   std::vector<std::pair<int32_t, std::string>> damage;  ///< damaged lines, each with the first message about it
 };
 
-/// Opens a TIFF on a copy of a descriptor.
+/// Opens a TIFF to read.
 ///
-/// @param name  for libtiff's own use
-/// @param mode  "r" or "w"
-/// @param log   receives the messages; must live as long as the handle
+/// @param bytes  the file, which must live as long as the handle
+/// @param name   for libtiff's own use
+/// @param log    receives the messages; must live as long as the handle
 /// @return null if it is no TIFF, with the reason in `log.error`
-TiffHandle open_tiff(int fd, const char *name, const char *mode, TiffLog &log);
+TiffHandle open_tiff(std::span<const uint8_t> bytes, const char *name, TiffLog &log);
 
-/// Sets the tags of a black and white picture in one strip: size, density, coding.
-void set_fax_tags(TIFF *tiff, const PagePicture &picture, TiffCoding coding);
+/// Begins a TIFF in a file.
+///
+/// @param fd   an empty file, open for reading and writing; stays the caller's. Its position does not change
+/// @param log  as above; `log.io_error` is set for good when the file cannot be read or written, which libtiff does not
+///             always report
+TiffHandle create_tiff(int fd, const char *name, TiffLog &log);
 
-/// Describes one strip of coded lines, white where bits are 0.
-void describe_lines(TIFF *tiff, int32_t width, int32_t height, uint16_t compression, uint16_t fill_order);
+/// Begins a TIFF in memory.
+///
+/// @param bytes  receives the file, which is complete after the handle is gone
+TiffHandle create_tiff(std::vector<uint8_t> &bytes, const char *name, TiffLog &log);
+
+/// Sets the tags of a black and white picture in one strip: size, density, coding. False if memory is short.
+bool set_fax_tags(TIFF *tiff, const PagePicture &picture, TiffCoding coding);
+
+/// Describes one strip of coded lines, white where bits are 0. False if memory is short.
+bool describe_lines(TIFF *tiff, int32_t width, int32_t height, uint16_t compression, uint16_t fill_order);
 
 /// Reads the line of number `log.line`; damage goes to the log. False if there are no more lines.
 bool read_line(TIFF *tiff, TiffLog &log, std::vector<uint8_t> &line);

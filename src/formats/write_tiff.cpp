@@ -1,4 +1,6 @@
 // TIFF. The code of the pictures comes from our own encoder, in the form of the standard; libtiff writes the file.
+#include <string.h>
+
 #include "formats/page_writers.h"
 #include "formats/tiff_file.h"
 #include "io/output_file.h"
@@ -8,31 +10,30 @@ namespace {
 [[gnu::used]] const char SCCS_ID[] = "@(#)|write_tiff|9|01|2|0|0|11/23/26|06:28:52";
 
 // Writes what is known of a page: the tags of documents (TIFF 6.0, class F).
-void write_metadata(TIFF *tiff, const PagePicture &picture) {
+bool write_metadata(TIFF *tiff, const PagePicture &picture) {
   constexpr std::pair<uint32_t, const char *> TAGS[] = {{TIFFTAG_IMAGEDESCRIPTION, "SUBJECT"},
                                                         {TIFFTAG_ARTIST, "SENDER_NAME"},
                                                         {TIFFTAG_MODEL, "SENDER_EQUIPMENT"},
                                                         {TIFFTAG_HOSTCOMPUTER, "FAX_ID"}};
   for (const auto &[tag, keyword] : TAGS) {
-    if (const std::string value = header_value(picture.header, keyword); !value.empty())
-      TIFFSetField(tiff, tag, value.c_str());
+    const std::string value = header_value(picture.header, keyword);
+    if (!value.empty() && !TIFFSetField(tiff, tag, value.c_str())) return false;
   }
   std::tm date;
-  if (parse_date(header_value(picture.header, "DATE"), date))
-    TIFFSetField(tiff, TIFFTAG_DATETIME, format_date(date, "%Y:%m:%d %H:%M:%S").c_str());
-  if (picture.bad_lines == 0) return;
-  TIFFSetField(tiff, TIFFTAG_BADFAXLINES, static_cast<uint32_t>(picture.bad_lines));
-  TIFFSetField(tiff, TIFFTAG_CLEANFAXDATA, CLEANFAXDATA_UNCLEAN);
-  TIFFSetField(tiff, TIFFTAG_CONSECUTIVEBADFAXLINES, static_cast<uint32_t>(picture.consecutive_bad_lines));
+  if (parse_date(header_value(picture.header, "DATE"), date) &&
+      !TIFFSetField(tiff, TIFFTAG_DATETIME, format_date(date, "%Y:%m:%d %H:%M:%S").c_str()))
+    return false;
+  return picture.bad_lines == 0 ||
+         (TIFFSetField(tiff, TIFFTAG_BADFAXLINES, static_cast<uint32_t>(picture.bad_lines)) &&
+          TIFFSetField(tiff, TIFFTAG_CLEANFAXDATA, CLEANFAXDATA_UNCLEAN) &&
+          TIFFSetField(tiff, TIFFTAG_CONSECUTIVEBADFAXLINES, static_cast<uint32_t>(picture.consecutive_bad_lines)));
 }
 
 // Writes a picture as one strip of a new directory.
 bool write_directory(TIFF *tiff, PagePicture &picture, TiffCoding coding, uint16_t page) {
-  set_fax_tags(tiff, picture, coding);
-  TIFFSetField(tiff, TIFFTAG_PAGENUMBER, page, 0);
-  TIFFSetField(tiff, TIFFTAG_SOFTWARE, "tolvane-fax");
-  write_metadata(tiff, picture);
-  return TIFFWriteRawStrip(tiff, 0, picture.code.data(), static_cast<tmsize_t>(picture.code.size())) >= 0 &&
+  return set_fax_tags(tiff, picture, coding) && TIFFSetField(tiff, TIFFTAG_PAGENUMBER, page, 0) &&
+         TIFFSetField(tiff, TIFFTAG_SOFTWARE, "tolvane-fax") && write_metadata(tiff, picture) &&
+         TIFFWriteRawStrip(tiff, 0, picture.code.data(), static_cast<tmsize_t>(picture.code.size())) >= 0 &&
          TIFFWriteDirectory(tiff) == 1;
 }
 
@@ -40,18 +41,19 @@ bool write_directory(TIFF *tiff, PagePicture &picture, TiffCoding coding, uint16
 
 Status write_tiff(const OutputFile &output, TiffCoding coding, const picture_source &next) {
   TiffLog log;
-  TiffHandle tiff = open_tiff(output.fd(), output.name(), "w", log);
+  TiffHandle tiff = create_tiff(output.fd(), output.name(), log);
   PagePicture picture;
   uint16_t page = 0;
   while (tiff && next(picture)) {
     if (picture.code.empty()) return failure("%s: a page cannot be coded", output.name());
     if (!write_directory(tiff.get(), picture, coding, page++)) tiff.reset();
   }
-  if (!tiff) return failure("%s: %s", output.name(), log.error.c_str());
+  const bool written = tiff != nullptr;
   // Closing writes what is still buffered, and reports failure by a message only.
-  log.error.clear();
+  if (written) log.error.clear();
   tiff.reset();
-  return log.error.empty() ? DONE : failure("%s: %s", output.name(), log.error.c_str());
+  if (log.io_error != 0) return failure("%s: %s", output.name(), strerror(log.io_error));
+  return written && log.error.empty() ? DONE : failure("%s: %s", output.name(), log.error.c_str());
 }
 
 }  // namespace tolvane
