@@ -6,6 +6,7 @@
 include(CMakePackageConfigHelpers)
 
 install(TARGETS tolvane tolvane_fax_cli RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT runtime)
+install(TARGETS tolvane_pdf LIBRARY DESTINATION ${TOLVANE_MODULE_DIR} COMPONENT runtime)
 install(TARGETS tolvane_fax EXPORT tolvane-fax ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT development)
 install(TARGETS tolvane_c LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT runtime
   NAMELINK_COMPONENT development)

@@ -8,6 +8,9 @@ option(TOLVANE_BUILD_FUZZ "Build the fuzz targets; needs clang" OFF)
 option(TOLVANE_DEBUG_ALLOC "Build the libraries and the viewer only, on top of the debugging allocator" OFF)
 set(TOLVANE_SANITIZE "" CACHE STRING "Sanitizers of -fsanitize=, for instance address,undefined")
 
+# Where modules are installed that a program opens when it needs them.
+set(TOLVANE_MODULE_DIR ${CMAKE_INSTALL_LIBDIR}/tolvane)
+
 set(CMAKE_CXX_STANDARD 20)
 set(CMAKE_CXX_STANDARD_REQUIRED ON)
 set(CMAKE_CXX_EXTENSIONS OFF)

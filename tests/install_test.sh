@@ -44,6 +44,9 @@ if ldd make_fax | grep -i x11; then exit 1; fi
 
 PATH=$work/prefix/bin:$PATH
 tolvane-fax create charts.fax "$source_dir"/bench/charts/itu[15].tif
+tolvane-fax extract charts.fax charts.pdf
+tolvane-fax create again.fax charts.pdf
+cmp charts.fax again.fax
 tolvane-fax info --csv charts.fax | grep -q '^charts.fax,2,charts.fax,2,MMR,.*,2376,0$'
 Xvfb -displayfd 3 -screen 0 1280x1024x24 3>display 2>/dev/null &
 server=$!

@@ -13,7 +13,8 @@ TEST(Stamps, EveryModuleHasItsOwnInTheBinary) {
   std::string binaries;
   for (const auto &each : fs::recursive_directory_iterator(in_build(""))) {
     const std::string name = each.path().filename().string();
-    if (each.is_regular_file() && (name.ends_with(".a") || name == "tolvane" || name == "tolvane-fax"))
+    if (each.is_regular_file() &&
+        (name.ends_with(".a") || name == "tolvane" || name == "tolvane-fax" || name == "tolvane-pdf.so"))
       binaries += read_file(each.path().string());
   }
   const std::regex form(R"(@\(#\)\|(\w+)\|9\|01\|\d+\|0\|0\|\d\d/\d\d/\d\d\|\d\d:\d\d:\d\d)");

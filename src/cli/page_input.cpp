@@ -88,7 +88,7 @@ struct NewPage {
   std::string name;    // for messages
   int32_t number = 0;  // in its file
   SourcePicture picture;
-  std::vector<uint8_t> record;
+  std::vector<uint8_t> record;  // empty for a page that is skipped
   Diagnostics diagnostics;
   Status status = DONE;
 };
@@ -97,7 +97,12 @@ struct NewPage {
 class NewPages {
  public:
   NewPages(const SourceOptions &source, int32_t coding, int fd)
-      : fit_(source.fit), rotate_(source.rotate), coding_(coding), fd_(fd), progress_("pages") {}
+      : fit_(source.fit),
+        rotate_(source.rotate),
+        keep_going_(source.keep_going),
+        coding_(coding),
+        fd_(fd),
+        progress_("pages") {}
 
   // @param count  of pages so far
   // @param header  receives what the first page of all brings along
@@ -134,14 +139,22 @@ class NewPages {
   }
 
   void code(NewPage &page) const {
+    page.status = make_record(page);
+    if (page.status == FAILED && keep_going_) page.status = DAMAGED;
+  }
+
+  Status make_record(NewPage &page) const {
     std::vector<uint8_t> lines;
     const char *name = page.name.c_str();
-    say_picture(name, page.number, page.picture);
-    turn_picture(page.picture, wanted_turn(rotate_, page.picture));
-    report_overhang(name, page.number, page.picture, fit_);
-    page.status = make_fax_lines(std::move(page.picture), fit_, lines)
-                      ? encode_page(name, lines, coding_, fit_.resolution, page.record)
-                      : failure("%s: page %d would have more than %d lines", name, page.number, LONGEST_PAGE);
+    SourcePicture &picture = page.picture;
+    const Status status = picture.load ? picture.load(picture) : DONE;
+    if (status == FAILED) return FAILED;
+    say_picture(name, page.number, picture);
+    turn_picture(picture, wanted_turn(rotate_, picture));
+    report_overhang(name, page.number, picture, fit_);
+    if (!make_fax_lines(std::move(picture), fit_, lines))
+      return failure("%s: page %d would have more than %d lines", name, page.number, LONGEST_PAGE);
+    return worse(status, encode_page(name, lines, coding_, fit_.resolution, page.record));
   }
 
   Status take() {
@@ -151,10 +164,10 @@ class NewPages {
     print_diagnostics(page->diagnostics);
     progress_.step();
     Status status = page->status;
-    if (status == DONE) {
+    if (status != FAILED && !page->record.empty()) {
       Diagnostics fault;
       const HoldDiagnostics hold(fault);
-      status = append_record(fd_, page->record);
+      status = worse(status, append_record(fd_, page->record));
       print_diagnostics(fault);
     }
     failed_ = failed_ || status == FAILED;
@@ -169,6 +182,7 @@ class NewPages {
 
   const FitOptions fit_;
   const int32_t rotate_;
+  const bool keep_going_;
   const int32_t coding_;
   const int fd_;
   Progress progress_;

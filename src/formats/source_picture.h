@@ -3,9 +3,11 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <vector>
 
 #include "formats/metadata.h"
+#include "io/report.h"
 
 namespace tolvane {
 
@@ -23,6 +25,10 @@ struct SourcePicture {
   std::vector<uint8_t> bits = {};  ///< `row_bytes` bytes per row; pixel 0 is bit 7 of byte 0, 1 is black
 
   HeaderValues header = {};  ///< what the file says about itself; with its first page only
+
+  /// If set, finishes the picture, in any thread: pixels, and the size when it is turned. DONE; DAMAGED or FAILED after
+  /// messages.
+  std::function<Status(SourcePicture &page)> load = {};
 
   size_t row_bytes() const { return (static_cast<size_t>(width) + 7) / 8; }
 };

@@ -5,6 +5,8 @@
 #include <numeric>
 #include <utility>
 
+#include "formats/packed_rows.h"
+
 namespace tolvane {
 namespace {
 [[gnu::used]] const char SCCS_ID[] = "@(#)|turning|9|01|2|0|0|11/23/26|06:39:52";
@@ -64,13 +66,7 @@ Turn wanted_turn(int32_t degrees, const std::vector<uint8_t> &rows, int32_t widt
 
 Turn wanted_turn(int32_t degrees, const SourcePicture &page) {
   if (degrees != ROTATE_AUTO || page.grey.empty()) return wanted_turn(degrees, page.bits, page.width, page.height);
-  const auto width = static_cast<size_t>(page.width), size = page.row_bytes();
-  std::vector<uint8_t> bits(size * static_cast<size_t>(page.height));
-  for (size_t i = 0; i < page.grey.size(); ++i) {
-    uint8_t &byte = bits[i / width * size + i % width / 8];
-    if (page.grey[i] < 128) byte = static_cast<uint8_t>(byte | 0x80 >> i % width % 8);
-  }
-  return wanted_turn(degrees, bits, page.width, page.height);
+  return wanted_turn(degrees, packed(page.grey, page.width), page.width, page.height);
 }
 
 Turn upright(uint16_t orientation) {

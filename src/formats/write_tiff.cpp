@@ -48,7 +48,7 @@ Status write_tiff(const OutputFile &output, TiffCoding coding, const picture_sou
     if (picture.code.empty()) return failure("%s: a page cannot be coded", output.name());
     if (!write_directory(tiff.get(), picture, coding, page++)) tiff.reset();
   }
-  const bool written = tiff != nullptr;
+  const bool written = static_cast<bool>(tiff);
   // Closing writes what is still buffered, and reports failure by a message only.
   if (written) log.error.clear();
   tiff.reset();
