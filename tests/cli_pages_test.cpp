@@ -45,6 +45,7 @@ TEST_F(Pages, AddingKeepsInclusionsInFrontOfTheirPages) {
       {"insert 3 main.fax 21.pbm 22.pbm", "INCLUDE:cover.fax 3 2\nINCLUDE_PAGES:3", {11, 12, 21, 22, 13}},
       {"include cover.fax 2 2 main.fax", "INCLUDE:cover.fax 2 2\nINCLUDE:cover.fax 3 2\nINCLUDE_PAGES:5", {}},
       {"include cover.fax 4 1 main.fax", "INCLUDE:cover.fax 3 2\nINCLUDE_PAGES:4\nINCLUDE:cover.fax 4 1", {}},
+      {"include --remove cover.fax --at 3 main.fax", "INCLUDE_PAGES:1", {}},
   };
   for (const auto &row : cases) {
     dir.write("main.fax", before);
@@ -53,6 +54,17 @@ TEST_F(Pages, AddingKeepsInclusionsInFrontOfTheirPages) {
     const std::string lines = head(pages.size()) + "INCLUDE:cover.fax 1 1\n" + subject + row.inclusions + "\n";
     EXPECT_TRUE(bytes("main.fax") == fax(lines, pages)) << row.words;
   }
+}
+
+TEST_F(Pages, RemovedInclusionsLeaveTheFileAsItWas) {
+  const std::string plain = fax(head(2) + subject, {11, 12});
+  dir.write("main.fax", plain);
+  ASSERT_EQ(shell("$tool include cover.fax 1 1 main.fax && $tool include cover.fax 3 2 main.fax").err, "");
+  complains("include --remove cover.fax main.fax", 0, "");
+  EXPECT_TRUE(bytes("main.fax") == plain);
+  dir.write("main.fax", fax(head(2) + subject + "INCLUDE:gone.fax 2\n", {11, 12}));
+  complains("include --remove gone.fax main.fax", 0, "");
+  EXPECT_TRUE(bytes("main.fax") == plain);
 }
 
 TEST_F(Pages, WhatCannotBeDoneLeavesTheFileAlone) {
@@ -75,6 +87,11 @@ TEST_F(Pages, WhatCannotBeDoneLeavesTheFileAlone) {
       {"merge --inclusions keep ../kept.fax main.fax", "same directory"},
       {"merge --inclusions keep kept.fax other.fax main.fax", "same coding and resolution"},
       {"split cut1.fax cut%d.fax", "not overwritten"},
+      {"include cover.fax 1 1", "FILE is required", 1},
+      {"include --remove cover.fax", "FILE is required", 1},
+      {"include --remove cover.fax --at 2 main.fax", "main.fax does not include cover.fax there"},
+      {"include --remove over.fax main.fax", "main.fax does not include over.fax"},
+      {"include --remove cover.fax main.fax 3", "--remove takes FILE alone", 1},
       {"include ../main.fax 1 1 sub/main.fax", "page 1 is not available"},
       {"create 21.pbm 22.pbm", "21.pbm exists and is not a fax file"},
       {"merge other.fax main.fax", "other.fax exists and is not among"},

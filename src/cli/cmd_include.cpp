@@ -1,12 +1,16 @@
 // tolvane-fax include: makes a fax file include pages of another one in its directory. Only the header changes. Readers
 // scan the INCLUDE lines once, in the order of the pages, so the new line has a place among the others.
+#include <cstdio>
+
 #include "cli/commands.h"
+#include "cli/options.h"
 #include "document/fax_composition.h"
 #include "document/fax_document.h"
 #include "document/page_coding.h"
 #include "faxfile/header_lines.h"
 #include "faxfile/pages.h"
 #include "faxfile/session_params.h"
+#include "faxfile/usorbport.h"
 #include "io/file_names.h"
 #include "io/output_file.h"
 
@@ -18,14 +22,46 @@ std::string included_name;
 int32_t place;
 int32_t count;
 std::string file;
+std::string removed_name;
+int32_t removed_place;
 
 void declare(Usage &usage) {
-  usage.add_option("NAME", included_name, "the fax file with the pages, relative to the directory of FILE").required();
-  usage.add_option("AT", place, "include them before this page of FILE's own, from 1")
-      .required()
-      .range(1, MOST_RECORDS + 1);
-  usage.add_option("COUNT", count, "include pages 1 to COUNT").required().range(1, MOST_RECORDS);
-  usage.add_option("FILE", file, "the fax file to change").required();
+  usage.add_option("NAME", included_name, "the fax file with the pages, relative to the directory of FILE");
+  usage.add_option("AT", place, "include them before this page of FILE's own, from 1").range(1, MOST_RECORDS + 1);
+  usage.add_option("COUNT", count, "include pages 1 to COUNT").range(1, MOST_RECORDS);
+  usage.add_option("FILE", file, "the fax file to change");
+  Option removal = usage.add_option("--remove", removed_name, "no longer include this file: --remove NAME FILE");
+  add_number(usage, "--at", removed_place, 1, MOST_RECORDS + 1, "with --remove: only before this page").needs(removal);
+}
+
+// The operands of a new inclusion are all required; a removal has FILE alone, which the parser takes for NAME.
+Status check_operands() {
+  if (removed_name.empty()) {
+    const char *missing = included_name.empty() ? "NAME" : place == 0 ? "AT" : count == 0 ? "COUNT" : "FILE";
+    return file.empty() ? usage_fault("%s is required", missing) : DONE;
+  }
+  if (place != 0) return usage_fault("--remove takes FILE alone");
+  file = included_name;
+  return file.empty() ? usage_fault("FILE is required") : DONE;
+}
+
+// Removes the inclusions of a file, also those that readers cannot use.
+Status remove_inclusions(FaxDocument &document) {
+  const char *pages_name = faxFileKeywordList[FAXFILE_INCLUDE_PAGES];
+  const size_t removed = std::erase_if(document.lines, [](const std::string &line) {
+    char name[INCLUDE_NAME_SIZE] = "";
+    int at = 0;
+    const char *value = header_line_value(line, faxFileKeywordList[FAXFILE_INCLUDE]);
+    static_assert(INCLUDE_NAME_SIZE == 208, "the width of the first field");
+    return value && sscanf(value, "%207s %d", name, &at) >= 1 && removed_name == name &&
+           (removed_place == 0 || removed_place == at);
+  });
+  if (removed == 0)
+    return failure("%s does not include %s%s", document.name(), removed_name.c_str(),
+                   removed_place == 0 ? "" : " there");
+  if (!find_header_value(document.lines, faxFileKeywordList[FAXFILE_INCLUDE]))
+    std::erase_if(document.lines, [&](const std::string &line) { return header_line_value(line, pages_name); });
+  return DONE;
 }
 
 // Whether the pages are available, also those that the included file includes itself, and none is in the file being
@@ -70,14 +106,21 @@ void add_inclusion(FaxDocument &document) {
   document.lines.push_back(line);
 }
 
-Status run() {
-  FaxDocument document;
-  EditedFile edited;
-  if (open_fax_to_edit(file, document, edited) != DONE || check_included(document) != DONE) return FAILED;
+Status include_pages(FaxDocument &document) {
+  if (check_included(document) != DONE) return FAILED;
   if (place > document.record_count() + 1)
     return failure("%s: no page %d to include before: the file has %d pages of its own", document.name(), place,
                    document.record_count());
   add_inclusion(document);
+  return DONE;
+}
+
+Status run() {
+  if (const Status status = check_operands(); status != DONE) return status;
+  FaxDocument document;
+  EditedFile edited;
+  if (open_fax_to_edit(file, document, edited) != DONE) return FAILED;
+  if ((removed_name.empty() ? include_pages : remove_inclusions)(document) != DONE) return FAILED;
   OutputFile output;
   if (set_page_counts(document.name(), document.lines, document.record_count()) != DONE ||
       check_header(document.name(), document.lines) != DONE || output.open(file) != DONE)
