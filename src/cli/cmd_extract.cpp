@@ -7,6 +7,7 @@
 #include <memory>
 
 #include "cli/commands.h"
+#include "cli/file_work.h"
 #include "cli/options.h"
 #include "cli/output_names.h"
 #include "cli/page_selection.h"
@@ -124,7 +125,7 @@ class PagesOut {
       work_.take();
       const std::unique_ptr<PageOut> page = std::move(under_way_.front());
       under_way_.pop_front();
-      print_diagnostics(page->diagnostics);
+      pass_on_diagnostics(page->diagnostics);
       progress_.step();
       status = worse(status, page->status == DONE ? DONE : DAMAGED);
       if (page->status == FAILED) continue;
@@ -218,9 +219,9 @@ Status run() {
   const PictureFormat *format = wanted_format(format_name, out);
   if (!format) return USAGE;
   if (const Status status = outputs.plan(out, input.files); status != DONE) return status;
-  Status status = DONE;
-  for (const std::string &file : input.files) status = worse(status, extract_file(file, *format));
-  return status;
+  return for_each_file(input.files, [&](size_t index) -> FileReport {
+    return [status = extract_file(input.files[index], *format)] { return status; };
+  });
 }
 
 }  // namespace
