@@ -144,6 +144,40 @@ TEST_F(Faults, LinesOfOneBitTakeNoMemory) {
   }
 }
 
+TEST_F(Faults, MessagesNameTheFileWhatFailedAndWhy) {
+  ASSERT_EQ(run("create a.fax $charts/itu1.tif").status, 0);
+  const std::string modes = "RESOLUTION:1\nCOMPRESSION:3\n", page = encoded_page(random_page(1, 4), 3);
+  dir.write("fall.fax", fax_bytes("INCLUDE:a.fax 2 1\nINCLUDE:a.fax 1 1\n" + modes, {page}));
+  dir.write("short.fax", fax_bytes("#PAGES:1\nINCLUDE_PAGES:1\nINCLUDE:a.fax 3 1\n" + modes, {page}));
+  const std::string large = ": File too large", tmp = "(see TMPDIR): Not a directory",
+                    fall = "\"INCLUDE:a.fax 1 1\" is out";
+  const std::pair<const char *, std::string> cases[] = {
+      {"create new.fax $charts/itu4.tif", "new.fax: its pages cannot be stored" + large},
+      {"append a.fax $charts/itu1.tif", "a.fax: its pages cannot be stored" + large},
+      {"keywords set a.fax SUBJECT=x", "a.fax: cannot be written" + large},
+      {"merge --inclusions keep new.fax a.fax a.fax", "new.fax: its pages cannot be stored" + large},
+      {"split a.fax n%d.fax", "n1.fax: its pages cannot be stored" + large},
+      {"extract a.fax new.pdf", "new.pdf: cannot be written" + large},
+      {"extract a.fax new.pbm", "new.pbm: cannot be written" + large},
+      {"render a.fax new.png", "new.png: cannot be written" + large},
+      {"extract a.fax gone/new.pbm", "gone/new.pbm: cannot be written: No such file or directory"},
+      {"extract a.fax - -f pbm", "standard output: no temporary file can be made for it " + tmp},
+      {"info - <fifo", "standard input: no temporary copy can be made of it " + tmp},
+      {"info fifo", "fifo: no temporary copy can be made of it " + tmp},
+      {"info .", ".: Is a directory"},
+      {"extract a.fax new.jpg", "new.jpg: its ending says no format: use --format tiff|"},
+      {"extract a.fax new.tif -f jpg", "--format: \"jpg\" is not one of tiff|"},
+      {"split fall.fax n%d.fax", "fall.fax: " + fall},
+      {"check fall.fax", "fall.fax: " + fall},
+      {"render short.fax new.pbm -p 2", "page 2 is not available: short.fax has no page 2 of its own"},
+  };
+  shell("mkfifo fifo");
+  for (const auto &[line, message] : cases) {
+    const ToolRun done = shell("ulimit -f 16; exec 8<>fifo; TMPDIR=a.fax exec $tool " + std::string(line));
+    EXPECT_THAT(done.err, HasSubstr(message)) << line;
+  }
+}
+
 // A limit on the size of files fails writes as a full disk does, at a size that the test can choose.
 TEST_F(Faults, AFullDiskLosesNothing) {
   ASSERT_EQ(run("create a.fax $charts/itu1.tif").status, 0);

@@ -47,7 +47,7 @@ Status check_modes(const FaxDocument &document) {
 
 Status check_header_text(const FaxDocument &document) {
   if (!document.inclusions_usable) {
-    report("%s: its INCLUDE lines are invalid", document.name());
+    report("%s: %s", document.name(), inclusion_fault(document).c_str());
     return DAMAGED;
   }
   Status status = worse(check_count(document, FAXFILE_PAGES, document.record_count()),

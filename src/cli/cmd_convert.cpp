@@ -1,5 +1,6 @@
 // tolvane-fax convert: rewrites files in another page coding, in place. Only the coding changes: all header lines stay,
 // and each page has the lines that the library's converter gives it.
+#include <errno.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -47,13 +48,15 @@ Status read_record(const FaxDocument &document, PageInWork &page) {
   const PageRecord &place = document.records[static_cast<size_t>(page.number) - 1];
   const off_t data = place.offset + 4;
   page.record.resize(static_cast<size_t>(place.length));
-  if (lseek(document.fd.get(), data, SEEK_SET) == data &&
-      read_fully(document.fd.get(), page.record.data(), page.record.size()) == std::ssize(page.record)) {
+  const bool at_record = lseek(document.fd.get(), data, SEEK_SET) == data;
+  const ssize_t got = at_record ? read_fully(document.fd.get(), page.record.data(), page.record.size()) : -1;
+  if (got == std::ssize(page.record)) {
     say_verbose("%s: page %d: %zu bytes in %s", document.name(), page.number, page.record.size(),
                 coding_name(document.coding));
     return DONE;
   }
-  return failure("%s: page %d cannot be read", document.name(), page.number);
+  if (got >= 0) errno = 0;
+  return failure("%s: page %d cannot be read: %s", document.name(), page.number, cause());
 }
 
 Status convert_page(const FaxDocument &document, PageInWork &page) {
@@ -94,7 +97,8 @@ Status write_pages(const FaxDocument &document, const OutputFile &output) {
     status = worse(status, page->status);
     if (page->status == FAILED) return FAILED;
     const std::span<const uint8_t> record = page->converter.record();
-    if (!write_fully(output.fd(), record.data(), record.size())) return system_failure(output.name());
+    if (!write_fully(output.fd(), record.data(), record.size()))
+      return system_failure(output.name(), "cannot be written");
     progress.step();
   }
   return status;
@@ -128,7 +132,7 @@ Status check_source(const FaxDocument &document) {
 Status write_converted(const FaxDocument &document) {
   OutputFile output;
   if (output.open(document.path) != DONE) return FAILED;
-  if (!write_header_lines(output.fd(), new_header(document))) return system_failure(output.name());
+  if (!write_header_lines(output.fd(), new_header(document))) return system_failure(output.name(), "cannot be written");
   const Status status = write_pages(document, output);
   return status == FAILED || output.commit() != DONE ? FAILED : status;
 }

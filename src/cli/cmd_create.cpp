@@ -68,10 +68,10 @@ Status run() {
   OutputFile output;
   if (check_output() != DONE || output.open(out) != DONE) return FAILED;
   const Descriptor spool = open_spool(output.fd());
-  if (!spool) return system_failure(output.name());
+  if (!spool) return system_failure(output.name(), "no temporary file can be made for its pages");
   int32_t pages = 0;
   HeaderValues found;
-  const Status read = code_pages(input, coding, resolution, spool.get(), pages, found);
+  const Status read = code_pages(input, coding, resolution, {output.name(), spool.get()}, pages, found);
   if (read == FAILED) return FAILED;
 
   HeaderLines lines = leading_lines(pages, resolution, coding);

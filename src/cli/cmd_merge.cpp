@@ -38,7 +38,7 @@ void declare(Usage &usage) {
 
 // Adds the pages of one file: all, or those of its own with its inclusions as header lines.
 Status add_pages(const FaxDocument &document, Transcoder &pages, HeaderLines &lines, Progress &progress) {
-  if (!document.inclusions_usable) return failure("%s: its INCLUDE lines are invalid", document.name());
+  if (!document.inclusions_usable) return failure("%s: %s", document.name(), inclusion_fault(document).c_str());
   if (!keep_going && require_all_pages(document) != DONE) return FAILED;
   report_outside(document);
   const std::vector<MissingPages> missing = find_missing_pages(document);
@@ -101,7 +101,7 @@ Status run() {
     status = DAMAGED;
     if (!keep_going) return FAILED;
   }
-  if (documents.empty()) return failure("no fax to merge");
+  if (documents.empty()) return failure("%s: no FILE can be read: nothing to merge", out.c_str());
   if (coding < 0) coding = documents.front().coding;
   if (resolution < 0) resolution = written_resolution(documents.front());
 

@@ -158,9 +158,10 @@ Status repair_tail(Repair &repair) {
   }
   std::vector<uint8_t> record;
   repair.spool = open_spool(nullptr);
-  if (!repair.spool) return system_failure(document.name());
-  if (encode_page(document.name(), lines, document.coding, document.resolution, record) != DONE ||
-      append_record(repair.spool.get(), record) != DONE)
+  if (!repair.spool) return system_failure(document.name(), "no temporary file can be made for its last page");
+  if (encode_page(document.shown_name + ": the last page", lines, document.coding, document.resolution, record) !=
+          DONE ||
+      append_record(document.name(), repair.spool.get(), record) != DONE)
     return FAILED;
   note(repair, "page %d is cut short: kept its first %d lines", document.record_count() + 1, count);
   repair.lines_lost = true;

@@ -96,12 +96,12 @@ struct NewPage {
 // Codes pages and adds the records at the end of an open file, in order.
 class NewPages {
  public:
-  NewPages(const SourceOptions &source, int32_t coding, int fd)
+  NewPages(const SourceOptions &source, int32_t coding, const RecordStore &store)
       : fit_(source.fit),
         rotate_(source.rotate),
         keep_going_(source.keep_going),
         coding_(coding),
-        fd_(fd),
+        store_(store),
         progress_("pages") {}
 
   // @param count  of pages so far
@@ -113,7 +113,8 @@ class NewPages {
     {
       const HoldDiagnostics hold(held);
       status = read_pages(file, source, [&](SourcePicture &&picture) {
-        if (++count > MOST_RECORDS) return failure("more than %d pages in one file", MOST_RECORDS);
+        if (++count > MOST_RECORDS)
+          return failure("%s: more than %d pages in one file: use several", store_.name, MOST_RECORDS);
         if (count == 1) header = std::move(picture.header);
         auto page = std::make_shared<NewPage>(NewPage{input_name(file), count - before, std::move(picture), {}, {}});
         page->diagnostics.swap(held);
@@ -154,7 +155,8 @@ class NewPages {
     report_overhang(name, page.number, picture, fit_);
     if (!make_fax_lines(std::move(picture), fit_, lines))
       return failure("%s: page %d would have more than %d lines", name, page.number, LONGEST_PAGE);
-    return worse(status, encode_page(name, lines, coding_, fit_.resolution, page.record));
+    return worse(status, encode_page(page.name + ": page " + std::to_string(page.number), lines, coding_,
+                                     fit_.resolution, page.record));
   }
 
   Status take() {
@@ -167,7 +169,7 @@ class NewPages {
     if (status != FAILED && !page->record.empty()) {
       Diagnostics fault;
       const HoldDiagnostics hold(fault);
-      status = worse(status, append_record(fd_, page->record));
+      status = worse(status, append_record(store_.name, store_.fd, page->record));
       print_diagnostics(fault);
     }
     failed_ = failed_ || status == FAILED;
@@ -184,7 +186,7 @@ class NewPages {
   const int32_t rotate_;
   const bool keep_going_;
   const int32_t coding_;
-  const int fd_;
+  const RecordStore store_;
   Progress progress_;
   bool failed_ = false;
   std::deque<std::shared_ptr<NewPage>> under_way_;  // oldest first
@@ -220,18 +222,20 @@ void declare_page_input(Usage &usage, PageInput &input) {
       .needs(raw);
 }
 
-Status code_pages(const PageInput &input, int32_t coding, int32_t resolution, int fd, int32_t &count,
+Status code_pages(const PageInput &input, int32_t coding, int32_t resolution, const RecordStore &store, int32_t &count,
                   HeaderValues &header) {
   SourceOptions source = input.source;
   source.fit.resolution = resolution;
-  NewPages coder(source, coding, fd);
+  NewPages coder(source, coding, store);
   Status status = DONE;
   count = 0;
   for (const std::string &file : input.files) {
     status = worse(status, coder.code_file(file, source, count, header));
     if (status == FAILED) return FAILED;
   }
-  return count > 0 ? status : failure("the input contains no pages");
+  return count > 0 ? status
+                   : failure("%s: no page in %s", store.name,
+                             input.files.size() == 1 ? input_name(input.files[0]).c_str() : "any of PAGES");
 }
 
 Status insert_pages(const std::string &path, int32_t place, const PageInput &input) {
@@ -243,10 +247,11 @@ Status insert_pages(const std::string &path, int32_t place, const PageInput &inp
   OutputFile output;
   if (output.open(path) != DONE) return FAILED;
   const Descriptor spool = open_spool(output.fd());
-  if (!spool) return system_failure(output.name());
+  if (!spool) return system_failure(output.name(), "no temporary file can be made for its pages");
   int32_t new_pages = 0;
   HeaderValues ignored;
-  const Status read = code_pages(input, document.coding, written_resolution(document), spool.get(), new_pages, ignored);
+  const Status read = code_pages(input, document.coding, written_resolution(document), {output.name(), spool.get()},
+                                 new_pages, ignored);
   if (read == FAILED || shift_inclusions(document, place, new_pages) != DONE ||
       set_page_counts(document.name(), document.lines, document.record_count() + new_pages) != DONE)
     return FAILED;

@@ -18,13 +18,19 @@ struct PageInput {
 /// Adds the operands PAGES... and the options on reading them.
 void declare_page_input(Usage &usage, PageInput &input);
 
-/// Reads all pages, codes them, and appends the records to an open file, in order.
+/// Where coded pages are stored until the file that they are for is written.
+struct RecordStore {
+  const char *name;  ///< of that file, for messages
+  int fd;            ///< open for writing
+};
+
+/// Reads all pages, codes them, and appends the records to a store, in order.
 ///
 /// @param resolution  vertical resolution code, 0 or 1
 /// @param count       receives the number of pages
 /// @param header      receives what the first file says about itself
 /// @return DONE; DAMAGED; or FAILED, also if there is no page at all
-Status code_pages(const PageInput &input, int32_t coding, int32_t resolution, int fd, int32_t &count,
+Status code_pages(const PageInput &input, int32_t coding, int32_t resolution, const RecordStore &store, int32_t &count,
                   HeaderValues &header);
 
 /// Adds pages to a fax file, in its coding and resolution, before page record `place`; 0 is after the last. Inclusions

@@ -13,6 +13,7 @@
 #include "faxfile/usorbport.h"
 #include "io/output_file.h"
 #include "support/handle.h"
+#include "support/replace_file.h"
 
 namespace tolvane {
 namespace {
@@ -26,6 +27,11 @@ constexpr FaxKeyword STRUCTURAL[] = {FAXFILE_PAGES, FAXFILE_RESOLUTION, FAXFILE_
 
 const char *keyword(FaxKeyword number) {
   return faxFileKeywordList[number];
+}
+
+// The name of a header line, for messages.
+std::string name_of(const std::string &line) {
+  return line.substr(0, line.find(':'));
 }
 
 // Whether readers would find an inclusion inside a line: they search the whole header for the text.
@@ -58,7 +64,7 @@ bool is_structural(const std::string &line) {
 Status set_page_counts(const char *name, std::vector<std::string> &lines, int32_t records) {
   std::vector<Inclusion> inclusions;
   if (!read_inclusions(lines, inclusions))
-    return failure("%s: an INCLUDE line is out of order or does not have three fields", name);
+    return failure("%s: an INCLUDE line is out of order or has no name, page and count", name);
   set_header_value(lines, keyword(FAXFILE_PAGES), std::to_string(records));
   if (!inclusions.empty() || find_header_value(lines, keyword(FAXFILE_INCLUDE_PAGES)))
     set_header_value(lines, keyword(FAXFILE_INCLUDE_PAGES), std::to_string(sum_of_counts(inclusions)));
@@ -68,31 +74,45 @@ Status set_page_counts(const char *name, std::vector<std::string> &lines, int32_
 Status check_header(const char *name, const std::vector<std::string> &lines) {
   std::vector<Inclusion> inclusions;
   if (!read_inclusions(lines, inclusions))
-    return failure("%s: the INCLUDE lines would be out of order or not have three fields", name);
+    return failure("%s: an INCLUDE line would be out of order or have no name, page and count", name);
   const size_t longest = inclusions.empty() ? LONGEST_HEADER : LONGEST_SCANNED;
   if (lines.size() > MOST_LINES) return failure("%s: the viewer reads at most %zu header lines", name, MOST_LINES);
   if (header_length(lines) > longest) return failure("%s: the header would be longer than %zu bytes", name, longest);
   for (const std::string &line : lines) {
     if (line.find(static_cast<char>(FAXFILE_TERMINATOR)) != std::string::npos)
-      return failure("%s: a byte 29 would end the header early", name);
-    if (hides_inclusion(line)) return failure("%s: \"INCLUDE:\" inside a value would be read as an inclusion", name);
+      return failure("%s: a byte 29 in the line %s would end the header early", name, name_of(line).c_str());
+    if (hides_inclusion(line))
+      return failure("%s: \"INCLUDE:\" inside the line %s would be read as an inclusion", name, name_of(line).c_str());
   }
   return DONE;
 }
 
-Status append_record(int fd, std::span<const uint8_t> data) {
+Status append_record(const char *name, int fd, std::span<const uint8_t> data) {
   constexpr uint8_t NOTHING[1] = {};  // the library accepts no null for the data of an empty page
   const uint8_t *bytes = data.empty() ? NOTHING : data.data();
   if (FaxFileAppendEncodedPage(fd, bytes, static_cast<int32_t>(data.size())) == FAXFILE_OK) return DONE;
-  return system_failure("coded pages");
+  return system_failure(name, "its pages cannot be stored");
 }
 
+namespace {
+
+// Reports the file of which a part could not be copied to an output: that which failed of the two.
+Status copy_failure(const OutputFile &output, int source, bool unreadable) {
+  const std::string path = path_of_descriptor(source);
+  const bool is_named = !path.empty() && !path.ends_with(" (deleted)");
+  return unreadable && is_named ? system_failure(path.c_str(), "cannot be read")
+                                : system_failure(output.name(), "cannot be written");
+}
+
+}  // namespace
+
 Status write_fax(const OutputFile &output, const std::vector<std::string> &lines, std::span<const RecordRange> ranges) {
-  if (!write_header_lines(output.fd(), lines)) return system_failure(output.name());
+  if (!write_header_lines(output.fd(), lines)) return system_failure(output.name(), "cannot be written");
   for (const RecordRange &range : ranges) {
+    bool unreadable = true;
     if (range.end < range.begin || lseek(range.fd, range.begin, SEEK_SET) < 0 ||
-        !copy_bytes(range.fd, output.fd(), range.end - range.begin))
-      return system_failure(output.name());
+        !copy_bytes(range.fd, output.fd(), range.end - range.begin, &unreadable))
+      return copy_failure(output, range.fd, unreadable);
   }
   return DONE;
 }

@@ -33,7 +33,9 @@ Status set_page_counts(const char *name, std::vector<std::string> &lines, int32_
 Status check_header(const char *name, const std::vector<std::string> &lines);
 
 /// Appends a page record to an open file. DONE, or FAILED after a message.
-Status append_record(int fd, std::span<const uint8_t> data);
+///
+/// @param name  of the file that the record is for
+Status append_record(const char *name, int fd, std::span<const uint8_t> data);
 
 /// A stretch of whole page records of an open file.
 struct RecordRange {

@@ -76,6 +76,7 @@ std::string load_header(const std::string &path, FaxDocument &document) {
   document.shown_name = input_name(path);
   const int16_t code = read_header_lines(document.fd.get(), document.lines);
   if (code == FAXFILE_ERR_FORMAT) return document.shown_name + ": not a fax file, or its header is damaged";
+  if (code == FAXFILE_ERR_MEMORY) return document.shown_name + ": no memory for its header";
   if (code != FAXFILE_OK) return errno_text(document.shown_name);
   read_modes(document);
   document.mentions_inclusions = std::any_of(document.lines.begin(), document.lines.end(), [](const auto &line) {
@@ -135,6 +136,16 @@ bool lies_outside(int fd, const std::string &directory) {
   return !path_of_descriptor(fd).starts_with(top);
 }
 
+std::string inclusion_fault(const FaxDocument &document) {
+  if (header_length(document.lines) > LONGEST_SCANNED)
+    return "readers find no INCLUDE lines in a header of more than " + std::to_string(LONGEST_SCANNED) + " bytes";
+  const char *name = keyword(FAXFILE_INCLUDE);
+  size_t next = document.inclusions.empty() ? 0 : document.inclusions.back().line + 1;
+  while (next < document.lines.size() && !header_line_value(document.lines[next], name)) ++next;
+  const std::string line = next < document.lines.size() ? document.lines[next] : name;
+  return "\"" + line + "\" is out of order or has no name, page and count (see keywords set --force)";
+}
+
 Status report_lost_bytes(const FaxDocument &document) {
   if (document.lost_bytes == 0) return DONE;
   report("%s: the last %lld bytes are a page that is cut short", document.name(),
@@ -174,7 +185,7 @@ Status locate_page(const FaxDocument &document, int32_t page, FaxPage &found) {
     char name[INCLUDE_NAME_SIZE] = "";
     if (build_inclusion_list(file->fd.get(), &found.source_page, name) != 0) {
       if (!file->inclusions_clear) break;  // readers then take the number for that of a record
-      return failure("%s: page %d: the header cannot be read again", file->name(), page);
+      return failure("%s: page %d: the header of %s cannot be read again", document.name(), page, file->name());
     }
     if (!*name) break;
     if (depth == DEEPEST_INCLUSION) return failure("%s: page %d: endless inclusions", document.name(), page);
@@ -197,15 +208,21 @@ Status read_fax_page(const FaxDocument &document, int32_t page, FaxPage &found) 
   if (locate_page(document, page, found) != DONE) return FAILED;
   // The walk over the records has found the page: no page costs another walk.
   const int fd = (found.included ? found.included : document.fd).get();
+  const std::string source = input_name(found.source);
+  if (found.place.offset < 0)
+    return failure("%s: page %d is not available: %s has no page %d of its own", document.name(), page, source.c_str(),
+                   found.source_page);
   const off_t data = found.place.offset + 4;
   found.record.resize(static_cast<size_t>(found.place.length));
-  if (found.place.offset >= 0 && lseek(fd, data, SEEK_SET) == data &&
-      read_fully(fd, found.record.data(), found.record.size()) == std::ssize(found.record)) {
-    say_verbose("%s: page %d: %zu bytes in %s, page %d of %s", document.name(), page, found.record.size(),
-                coding_name(found.coding), found.source_page, input_name(found.source).c_str());
-    return DONE;
+  const bool at_record = lseek(fd, data, SEEK_SET) == data;
+  const ssize_t got = at_record ? read_fully(fd, found.record.data(), found.record.size()) : -1;
+  if (got != std::ssize(found.record)) {
+    if (got >= 0) errno = 0;
+    return failure("%s: page %d cannot be read from %s: %s", document.name(), page, source.c_str(), cause());
   }
-  return failure("%s: page %d cannot be read from %s", document.name(), page, input_name(found.source).c_str());
+  say_verbose("%s: page %d: %zu bytes in %s, page %d of %s", document.name(), page, found.record.size(),
+              coding_name(found.coding), found.source_page, source.c_str());
+  return DONE;
 }
 
 }  // namespace tolvane

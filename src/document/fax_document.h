@@ -83,6 +83,9 @@ std::string open_included_fax(const std::string &directory, const std::string &n
 /// Whether an open file lies outside a directory and all that are below it, whatever links and `..` led to it.
 bool lies_outside(int fd, const std::string &directory);
 
+/// What is wrong with the INCLUDE lines of a document whose inclusions are not usable, for messages.
+std::string inclusion_fault(const FaxDocument &document);
+
 /// Reports a file that ends in a record cut short.
 ///
 /// @return DAMAGED, or DONE if it does not

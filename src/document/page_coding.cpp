@@ -148,7 +148,7 @@ int32_t DecodedPage::damaged_lines() const {
   return damaged;
 }
 
-Status encode_page(const char *name, std::span<const uint8_t> lines, int32_t coding, int32_t resolution,
+Status encode_page(const std::string &what, std::span<const uint8_t> lines, int32_t coding, int32_t resolution,
                    std::vector<uint8_t> &record) {
   record.clear();
   const CodeSink sink = {&record, [](void *context, const uint8_t *bytes, size_t count) {
@@ -161,7 +161,7 @@ Status encode_page(const char *name, std::span<const uint8_t> lines, int32_t cod
   EncodeResult result = encoder.begin(coding, resolution, sink);
   if (result == EncodeResult::done && line_count > 0) result = encoder.add(lines.data(), LINE_BYTES, line_count);
   if (result == EncodeResult::done) result = encoder.end();
-  if (result != EncodeResult::done) return failure("%s: a page cannot be coded: out of memory", name);
+  if (result != EncodeResult::done) return failure("%s cannot be coded: out of memory", what.c_str());
   if (coding == COMP_MR) record.insert(record.end(), {0, 0});
   return DONE;
 }

@@ -35,14 +35,14 @@ constexpr int32_t LONGEST_DECODED = 65535;
 
 /// Codes lines as a page record.
 ///
-/// @param name        for messages
+/// @param what        the page, for messages: "letter.tif: page 2"
 /// @param lines       line bitmaps of 216 bytes, one after another
 /// @param coding      0 MH, 1 MR, 3 MMR
 /// @param resolution  vertical resolution code, which sets how often MR codes a line on its own
 /// @param record      receives the record. One in MR ends in a word of zeros: a last code that took the very last bit
 ///                    would not be read
 /// @return DONE, or FAILED after a message
-Status encode_page(const char *name, std::span<const uint8_t> lines, int32_t coding, int32_t resolution,
+Status encode_page(const std::string &what, std::span<const uint8_t> lines, int32_t coding, int32_t resolution,
                    std::vector<uint8_t> &record);
 
 /// Decodes a page record as far as possible and reports its damage, line by line: "name: page 2: line 17: an invalid

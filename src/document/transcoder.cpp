@@ -28,10 +28,11 @@ bool change_resolution(std::vector<uint8_t> &lines, int32_t from, int32_t to) {
 
 Status Transcoder::open(const OutputFile &output, int32_t coding, int32_t resolution, bool keep_going) {
   keep_going_ = keep_going;
+  name_ = output.name();
   coding_ = coding;
   resolution_ = resolution;
   spool_ = open_spool(output.fd());
-  return spool_ ? DONE : system_failure(output.name());
+  return spool_ ? DONE : system_failure(output.name(), "no temporary file can be made for its pages");
 }
 
 struct Transcoder::Page {
@@ -53,7 +54,8 @@ void Transcoder::convert(Page &page) const {
   if (resolution != resolution_ && (resolution > 1 || !change_resolution(decoded.lines, resolution, resolution_)))
     page.status = failure("%s: page %d cannot be scaled to the resolution of the others", name, page.number);
   else
-    page.status = worse(page.status, encode_page(name, decoded.lines, coding_, resolution_, found.record));
+    page.status = worse(page.status, encode_page(name + std::string(": page ") + std::to_string(page.number),
+                                                 decoded.lines, coding_, resolution_, found.record));
 }
 
 Status Transcoder::take() {
@@ -63,14 +65,15 @@ Status Transcoder::take() {
   print_diagnostics(page->diagnostics);
   if (page->status == FAILED && keep_going_) return --count_, DAMAGED;
   if (page->status == FAILED) return FAILED;
-  return append_record(spool_.get(), page->found.record) == DONE ? page->status : FAILED;
+  return append_record(name_.c_str(), spool_.get(), page->found.record) == DONE ? page->status : FAILED;
 }
 
 Status Transcoder::add(const FaxDocument &document, int32_t number) {
   Status status = DONE;
   while (!work_.has_room() && status != FAILED) status = worse(status, take());
   if (status == FAILED) return FAILED;
-  if (++count_ > MOST_RECORDS) return failure("more than %d pages in one file", MOST_RECORDS);
+  if (++count_ > MOST_RECORDS)
+    return failure("%s: more than %d pages in one file: use several", name_.c_str(), MOST_RECORDS);
   const auto page = std::make_shared<Page>(Page{document, number});
   {
     const HoldDiagnostics hold(page->diagnostics);

@@ -36,6 +36,7 @@ class Transcoder {
   void convert(Page &page) const;
   Status take();
 
+  std::string name_;  // of the file that the records are for
   Descriptor spool_;
   int32_t coding_ = 0, resolution_ = 0, count_ = 0;
   bool keep_going_ = false;

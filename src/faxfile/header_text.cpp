@@ -40,7 +40,9 @@ HeaderFault read_header_text(int32_t fd, const HeaderRules &rules, HeaderText &t
   if (const auto fault = preamble_fault(got, get_word(preamble), text.length, rules); fault != HeaderFault::none)
     return fault;
 
-  const int64_t left = std::max<int64_t>(file_size(fd) - FAXFILE_PREAMBLE, 0);
+  const int64_t size = file_size(fd);
+  if (size < 0) return HeaderFault::unreadable;
+  const int64_t left = std::max<int64_t>(size - FAXFILE_PREAMBLE, 0);
   if (rules.whole_text && text.length > left) return HeaderFault::cut_short;
   const auto wanted = static_cast<size_t>(std::min<int64_t>(text.length, left));
   text.bytes.reset(static_cast<char *>(malloc(wanted + 1)));

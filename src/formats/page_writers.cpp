@@ -54,7 +54,10 @@ std::string format_names() {
 
 const PictureFormat *wanted_format(const std::string &name, const std::string &path) {
   const PictureFormat *format = name.empty() ? format_of_path(path) : format_named(name);
-  if (!format) report("the format must be one of %s", format_names().c_str());
+  if (!format && name.empty())
+    report("%s: its ending says no format: use --format %s", path.c_str(), format_names().c_str());
+  else if (!format)
+    report("--format: \"%s\" is not one of %s", name.c_str(), format_names().c_str());
   return format;
 }
 

@@ -16,7 +16,7 @@ Status write_pbm(const OutputFile &output, const picture_source &next) {
     const std::string head = "P4\n" + std::to_string(picture.width) + " " + std::to_string(picture.height) + "\n";
     if (!write_fully(output.fd(), head.data(), head.size()) ||
         !write_fully(output.fd(), picture.rows.data(), picture.rows.size()))
-      return system_failure(output.name());
+      return system_failure(output.name(), "cannot be written");
   }
   return DONE;
 }

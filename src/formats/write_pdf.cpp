@@ -141,10 +141,10 @@ Status write_pdf(const OutputFile &output, const picture_source &next) {
   PdfFile pdf(output.fd());
   PagePicture picture;
   while (next(picture)) {
-    if (picture.code.empty()) return failure("%s: a page cannot be coded", output.name());
-    if (!pdf.add_page(picture)) return system_failure(output.name());
+    if (picture.code.empty()) return failure("%s: a page cannot be coded: out of memory", output.name());
+    if (!pdf.add_page(picture)) return system_failure(output.name(), "cannot be written");
   }
-  return pdf.finish() ? DONE : system_failure(output.name());
+  return pdf.finish() ? DONE : system_failure(output.name(), "cannot be written");
 }
 
 }  // namespace tolvane

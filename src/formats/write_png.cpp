@@ -6,7 +6,6 @@
 
 #include <algorithm>
 #include <cmath>
-#include <cstring>
 #include <iterator>
 #include <vector>
 
@@ -73,18 +72,23 @@ Status write_png(const OutputFile &output, const picture_source &next) {
   png_structp png = png_create_write_struct(PNG_LIBPNG_VER_STRING, &message, keep_message, no_warning);
   png_infop info = png ? png_create_info_struct(png) : nullptr;
   const std::vector<png_text> texts = texts_of(picture);
-  FILE *stream = info ? fdopen(dup(output.fd()), "w") : nullptr;
+  errno = 0;
+  const int copy = info ? dup(output.fd()) : -1;
+  FILE *stream = copy < 0 ? nullptr : fdopen(copy, "w");
   bool written = false;
   if (stream) {
     png_init_io(png, stream);
     written = write_picture(png, info, picture, texts);
-    if (fclose(stream) != 0 && written) {
-      written = false;
-      message = strerror(errno);
-    }
+    const int fault = errno;
+    if (fclose(stream) != 0) written = false;
+    if (fault != 0) errno = fault;
   }
+  const int fault = errno;  // 0 if libpng has failed without a call of the system
   png_destroy_write_struct(&png, &info);
-  return written ? DONE : failure("%s: %s", output.name(), message.c_str());
+  errno = fault;
+  if (written) return DONE;
+  if (fault != 0) return system_failure(output.name(), "cannot be written");
+  return failure("%s: cannot be written: %s", output.name(), message.c_str());
 }
 
 }  // namespace tolvane

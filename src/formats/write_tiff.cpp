@@ -45,7 +45,7 @@ Status write_tiff(const OutputFile &output, TiffCoding coding, const picture_sou
   PagePicture picture;
   uint16_t page = 0;
   while (tiff && next(picture)) {
-    if (picture.code.empty()) return failure("%s: a page cannot be coded", output.name());
+    if (picture.code.empty()) return failure("%s: a page cannot be coded: out of memory", output.name());
     if (!write_directory(tiff.get(), picture, coding, page++)) tiff.reset();
   }
   const bool written = static_cast<bool>(tiff);

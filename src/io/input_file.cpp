@@ -15,7 +15,9 @@ namespace {
 [[gnu::used]] const char SCCS_ID[] = "@(#)|input_file|9|01|2|0|0|11/23/26|06:10:49";
 
 // A descriptor that can be mapped for whatever `fd` is: a pipe is copied to a nameless file first.
-Descriptor seekable(Descriptor fd) {
+//
+// @param spool_failed  receives whether it is the copy that failed
+Descriptor seekable(Descriptor fd, bool &spool_failed) {
   struct stat status;
   if (!fd || fstat(fd.get(), &status) || S_ISREG(status.st_mode)) return fd;
   if (S_ISDIR(status.st_mode)) {
@@ -23,8 +25,10 @@ Descriptor seekable(Descriptor fd) {
     return Descriptor();
   }
   Descriptor spool = open_spool(nullptr);
-  if (spool && !copy_bytes(fd.get(), spool.get(), -1)) return Descriptor();
-  return spool;
+  bool unreadable = false;
+  if (spool && copy_bytes(fd.get(), spool.get(), -1, &unreadable)) return spool;
+  spool_failed = !unreadable;
+  return Descriptor();
 }
 
 }  // namespace
@@ -34,10 +38,12 @@ std::string input_name(const std::string &path) {
 }
 
 Descriptor open_input(const std::string &path) {
-  Descriptor fd = seekable(Descriptor(path == "-" ? dup(STDIN_FILENO) : open(path.c_str(), O_RDONLY)));
+  bool spool_failed = false;
+  Descriptor fd = seekable(Descriptor(path == "-" ? dup(STDIN_FILENO) : open(path.c_str(), O_RDONLY)), spool_failed);
   struct stat status;
   if (!fd || fstat(fd.get(), &status)) {
-    system_failure(input_name(path).c_str());
+    system_failure(input_name(path).c_str(),
+                   spool_failed ? "no temporary copy can be made of it (see TMPDIR)" : nullptr);
     return Descriptor();
   }
   if (status.st_size == 0) {

@@ -16,6 +16,8 @@ namespace tolvane {
 namespace {
 [[gnu::used]] const char SCCS_ID[] = "@(#)|output_file|9|01|2|0|0|11/23/26|06:28:50";
 
+constexpr char FAULT[] = "cannot be written";
+
 void note_name(const char *path, bool exists) {
   (exists ? note_unfinished_file : forget_unfinished_file)(path);
 }
@@ -35,7 +37,7 @@ Status OutputFile::fault() const {
   const int error = errno;
   if (error == EEXIST && check_clobber(path_) != DONE) return FAILED;
   errno = error;
-  return system_failure(name());
+  return system_failure(name(), FAULT);
 }
 
 Status OutputFile::open(const std::string &path, bool needs_name) {
@@ -43,20 +45,21 @@ Status OutputFile::open(const std::string &path, bool needs_name) {
   name_ = path == "-" ? "standard output" : path;
   struct stat status;
   const bool exists = path != "-" && stat(path.c_str(), &status) == 0;
-  if (path != "-" && !exists && errno != ENOENT) return system_failure(name());
-  if (exists && S_ISDIR(status.st_mode)) return failure("%s: %s", name(), strerror(EISDIR));
+  if (path != "-" && !exists && errno != ENOENT) return system_failure(name(), FAULT);
+  if (exists && S_ISDIR(status.st_mode)) return failure("%s: %s: %s", name(), FAULT, strerror(EISDIR));
   if (path == "-" || (exists && !S_ISREG(status.st_mode))) {
     spool_ = open_spool(nullptr);
-    return spool_ ? DONE : system_failure(name());
+    return spool_ ? DONE : system_failure(name(), "no temporary file can be made for it (see TMPDIR)");
   }
-  if (exists && !NoClobber && access(path.c_str(), W_OK)) return system_failure(name());
+  if (exists && !NoClobber && access(path.c_str(), W_OK)) return system_failure(name(), FAULT);
   return file_.begin(path.c_str(), {nullptr, needs_name, note_name, NoClobber}) ? DONE : fault();
 }
 
 Status OutputFile::write_through() {
   Descriptor target(path_ == "-" ? dup(STDOUT_FILENO) : ::open(path_.c_str(), O_WRONLY));
-  if (!target || lseek(fd(), 0, SEEK_SET) < 0 || !copy_bytes(fd(), target.get(), -1)) return system_failure(name());
-  return close(target.release()) ? system_failure(name()) : DONE;
+  if (!target || lseek(fd(), 0, SEEK_SET) < 0 || !copy_bytes(fd(), target.get(), -1))
+    return system_failure(name(), FAULT);
+  return close(target.release()) ? system_failure(name(), FAULT) : DONE;
 }
 
 Status OutputFile::commit() {

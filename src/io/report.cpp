@@ -124,8 +124,12 @@ Status report_damage(const char *name, int32_t page, size_t count, const std::fu
   return count > 0 ? DAMAGED : DONE;
 }
 
-Status system_failure(const char *name) {
-  return failure("%s: %s", name, strerror(errno));
+const char *cause() {
+  return errno == 0 ? "the file has become shorter" : strerror(errno);
+}
+
+Status system_failure(const char *name, const char *what) {
+  return what ? failure("%s: %s: %s", name, what, cause()) : failure("%s: %s", name, cause());
 }
 
 Progress::Progress(const char *unit, int32_t total)

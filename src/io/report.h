@@ -71,7 +71,12 @@ Status report_damage(const char *name, int32_t page, size_t count, const std::fu
 [[gnu::format(printf, 1, 2)]] Status usage_fault(const char *format, ...);
 
 /// Reports errno for a file: "name: No space left on device". Returns FAILED.
-Status system_failure(const char *name);
+///
+/// @param what  comes between the two: "cannot be written"; null: nothing
+Status system_failure(const char *name, const char *what = nullptr);
+
+/// The text of errno; 0, which `copy_bytes` and short reads leave, means that the file has become shorter.
+const char *cause();
 
 /// Removes the progress line from the terminal, before results that may go to the same one.
 void wipe_progress();

@@ -57,14 +57,16 @@ int write_fully(int fd, const void *buffer, size_t count) {
   return 1;
 }
 
-bool copy_bytes(int source, int target, off_t count) {
+bool copy_bytes(int source, int target, off_t count, bool *unreadable) {
   char block[COPY_BLOCK];
   while (count != 0) {
     const size_t wanted =
         count < 0 ? COPY_BLOCK : static_cast<size_t>(std::min<off_t>(count, static_cast<off_t>(COPY_BLOCK)));
     const ssize_t got = read_fully(source, block, wanted);
+    const bool ended = got >= 0 && static_cast<size_t>(got) < wanted;
+    if (unreadable) *unreadable = got < 0 || (ended && count > 0);
     if (got < 0 || !write_fully(target, block, static_cast<size_t>(got))) return false;
-    if (static_cast<size_t>(got) < wanted) {
+    if (ended) {
       errno = 0;
       return count < 0;
     }

@@ -64,8 +64,9 @@ int write_fully(int fd, const void *buffer, size_t count);
 
 /// Copies bytes between descriptors from their present positions.
 ///
-/// @param count  bytes to copy; negative: up to the end of the source
+/// @param count       bytes to copy; negative: up to the end of the source
+/// @param unreadable  receives whether it is the source that failed; may be null
 /// @return false with errno set, which is 0 if the source ended early
-bool copy_bytes(int source, int target, off_t count);
+bool copy_bytes(int source, int target, off_t count, bool *unreadable = nullptr);
 
 }  // namespace tolvane
