@@ -28,15 +28,17 @@ constexpr const char *SMALLER_FONTS[] = {
     "fixed",
 };
 
-// A text that must fit its place: the value of the slider between the top of its 30 pixels and the slide; a button or
-// menu title in the column of 104 pixels, without the margins around it.
+// A text that must fit its place: the value of the slider between the top of its 30 pixels and the slide; a label, a
+// button or a menu title in the column of 104 pixels, without the margins around it.
 struct FixedPlace {
   const char *specifier;
   const char *text;
   int width, height;
+  const char *also = nullptr;  ///< goes with a smaller font
 };
 constexpr FixedPlace FIXED_PLACES[] = {
     {"*scale.fontList", "00000", 84, 14},
+    {"*pages_label.fontList", "Pages: 00000", 92, 24, "*pages_label.marginWidth: 1"},
     {"*fax_ops*fontList", "(don't send)", 82, 30},
     {"*fax_cascade.fontList", "Fax Options", 74, 21},
 };
@@ -90,7 +92,7 @@ void add_default_looks(Display *display, const char *scope) {
   merge_below_user_resources(display, scope, default_colours);
   for (const FixedPlace &place : FIXED_PLACES) {
     const std::string line = fitting_font_line(display, place);
-    const char *const lines[] = {line.c_str(), nullptr};
+    const char *const lines[] = {line.c_str(), place.also, nullptr};
     if (!line.empty()) merge_below_user_resources(display, scope, lines);
   }
 }
