@@ -1,5 +1,6 @@
 // The window on displays with fonts of different resolutions: the page number is whole, and no control covers another.
 
+#include <filesystem>
 #include <span>
 
 #include "x11/viewer.h"
@@ -51,10 +52,17 @@ std::pair<int, int> rows_of_page_number(Window shell) {
 
 TEST(Looks, ControlsAreLegibleAndApartInEveryFontResolution) {
   const TempDir dir;
-  const std::string document = dir.write("short.fax", fax_bytes("#PAGES:999\n", {blank_page(300)}));
-  const WindowManager manager;
-  for (const std::string fonts : {"/usr/share/fonts/X11/75dpi", "/usr/share/fonts/X11/100dpi", "built-ins"}) {
-    SCOPED_TRACE(fonts);
+  const std::string document = dir.write("two.fax", fax_bytes("#PAGES:99999\n", {blank_page(300), blank_page(2300)}));
+  const std::string started = dir.path("started");
+  const std::vector<std::string> openbox = {"openbox", "--sm-disable", "--startup", "touch " + started};
+  for (const auto &[command, fonts] : {std::pair{MWM, "/usr/share/fonts/X11/75dpi"},
+                                       {MWM, "/usr/share/fonts/X11/100dpi"},
+                                       {MWM, "built-ins"},
+                                       {openbox, "/usr/share/fonts/X11/100dpi"}}) {
+    SCOPED_TRACE(command[0] + " " + fonts);
+    const WindowManager manager(command);
+    // While it starts, this manager forgets windows that are mapped.
+    ASSERT_TRUE(wait_until([&] { return command != openbox || std::filesystem::exists(started); }));
     std::string with[] = {fonts, "built-ins"};
     char *path[] = {with[0].data(), with[1].data()};
     XSetFontPath(screen(), path, fonts == with[1] ? 1 : 2);
@@ -67,9 +75,15 @@ TEST(Looks, ControlsAreLegibleAndApartInEveryFontResolution) {
       return rows.second - rows.first >= 7;  // digits cut in half have six rows
     })) << rows.first
         << " to " << rows.second;
-    for (const char *command : {"reduced", "rotate_90", "reduced", "rotate_180"}) {
-      viewer.command(command);
-      EXPECT_TRUE(wait_until([&] { return !is_crowded(viewer.window); })) << command;
+    for (const char *scale : {"x", "reduced", "reduced"}) {
+      viewer.command(scale);
+      for (const char *page : {"prevpage", "nextpage"}) {
+        viewer.command(page);
+        for (const char *turn : {"rotate_0", "rotate_90", "rotate_180", "rotate_270"}) {
+          viewer.command(turn);
+          EXPECT_TRUE(wait_until([&] { return !is_crowded(viewer.window); })) << scale << " " << page << " " << turn;
+        }
+      }
     }
   }
 }
