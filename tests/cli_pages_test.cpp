@@ -1,7 +1,14 @@
 // `append`, `insert`, `include`, `merge` and `split`: which records stand where afterwards, and what the header says.
+#include <thread>
+
+#include "faxfile/fax_lock.h"
+#include "faxfile/sorbfile.h"
+#include "faxfile/usorbport.h"
+#include "helpers/child_process.h"
 #include "helpers/encoded_page.h"
 #include "helpers/fax_bytes.h"
 #include "helpers/fax_tool.h"
+#include "helpers/places.h"
 
 namespace {
 
@@ -110,6 +117,73 @@ TEST_F(Pages, WhatCannotBeDoneLeavesTheFileAlone) {
     EXPECT_TRUE(bytes("main.fax") == before) << words;
     EXPECT_EQ(dir.entries(), entries) << words;
   }
+}
+
+// Commands, and the library in this process, change one file at the same time, or two files one from the other.
+// `timeout` ends those that wait for each other.
+TEST_F(Pages, EditsAtTheSameTimeLoseNothingAndDoNotBlockEachOther) {
+  dir.write("b.fax", fax(head(1), {12}));
+  const auto times = [](int count, const std::string &line) {
+    std::string lines;
+    for (int i = 0; i < count; ++i) lines += "timeout 50 $tool " + line + " || echo $? >>failed & ";
+    return lines;
+  };
+  constexpr int LIBRARY_EDITS = 20;
+  const std::tuple<std::string, size_t, size_t> cases[] = {
+      // pages and DATE lines of a.fax afterwards
+      {times(6, "append a.fax 21.pbm") + times(8, "keywords add a.fax DATE=d"), 7, 8},
+      {times(3, "append a.fax 21.pbm") + times(3, "merge a.fax a.fax b.fax") + times(4, "keywords add a.fax DATE=d"), 7,
+       4},
+      {times(2, "convert --to mh a.fax") + times(3, "insert 1 a.fax 21.pbm") + times(2, "convert --to mr a.fax"), 4, 0},
+      {times(5, "include cover.fax 1 1 a.fax") + times(3, "append a.fax 22.pbm"), 4, 0},
+      {times(4, "repair --in-place a.fax") + times(4, "repair b.fax a.fax") + times(4, "repair a.fax b.fax"), 1, 0},
+      {times(4, "keywords copy --from a.fax b.fax") + times(4, "keywords copy --from b.fax a.fax"), 1, 0},
+  };
+  for (const auto &[commands, pages, dates] : cases) {
+    const bool with_library = commands.find("repair") + commands.find("copy") == 2 * std::string::npos;
+    const std::string path = dir.write("a.fax", fax(head(1), {11}));
+    std::thread library([&] {
+      int32_t fd = -1;
+      for (int i = 0; with_library && i < LIBRARY_EDITS; ++i) {
+        ASSERT_EQ(tolvane::FaxFileOpen(path.c_str(), &fd), 0);
+        EXPECT_EQ(tolvane::FaxFileAddKeyword(fd, tolvane::FAXFILE_SENDER_CITY, std::to_string(i).c_str()), 0);
+        EXPECT_EQ(tolvane::FaxFileClose(fd), 0);
+      }
+    });
+    const ToolRun done = shell(commands + "wait; cat failed 2>/dev/null");
+    library.join();
+    EXPECT_EQ(done.out + done.err.substr(0, 400), commands.find("repair") == std::string::npos ? "" : done.out)
+        << commands;
+    const FaxParts after = parts("a.fax");
+    EXPECT_EQ(after.records.size(), pages) << commands;
+    const auto count = [&](const std::string &line) {
+      size_t found = 0;
+      for (size_t at = 0; (at = after.header.find(line, at)) != std::string::npos; ++at) ++found;
+      return found;
+    };
+    EXPECT_EQ(count("DATE:d\n"), dates) << after.header;
+    EXPECT_EQ(count("SENDER_CITY:"), with_library ? LIBRARY_EDITS : 0U) << after.header;
+    EXPECT_EQ(run("check a.fax b.fax").err, "") << commands;
+  }
+}
+
+TEST_F(Pages, WhoWaitsForAnotherEditorSaysSoOnATerminal) {
+  int32_t fd = -1;
+  ASSERT_EQ(tolvane::FaxFileOpen(dir.path("main.fax").c_str(), &fd), 0);
+  tolvane::FaxEditLock lock;
+  ASSERT_TRUE(lock.take(fd));
+  const std::string tool = in_build("tolvane-fax");
+  ChildProcess waiting({"script", "-qec", tool + " keywords set main.fax DATE=d", "typescript"}, {}, dir.string());
+  ChildProcess silent({tool, "keywords", "add", "main.fax", "FAX_ID=i"}, {}, dir.string());
+  const std::string line = waiting.read_line().value_or("");
+  EXPECT_NE(line.find("main.fax: waiting for another program that changes it"), std::string::npos) << line;
+  EXPECT_TRUE(bytes("main.fax") == before);
+  lock.release();
+  EXPECT_EQ(waiting.wait() + silent.wait(), 0);
+  EXPECT_EQ(silent.errors(), "");
+  const std::string header = parts("main.fax").header;
+  EXPECT_TRUE(header.find("DATE:d\n") != std::string::npos && header.find("FAX_ID:i\n") != std::string::npos) << header;
+  EXPECT_EQ(tolvane::FaxFileClose(fd), 0);
 }
 
 TEST_F(Pages, MergeBringsPagesToOneCodingAndResolution) {

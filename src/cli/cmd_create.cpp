@@ -80,7 +80,8 @@ Status run() {
   }
   lines.insert(lines.end(), wanted.begin(), wanted.end());
   const RecordRange all[] = {{spool.get(), 0, file_size(spool.get())}};
-  if (check_header(output.name(), lines) != DONE || write_fax(output, lines, all) != DONE || output.commit() != DONE)
+  if (check_header(output.name(), lines) != DONE || write_fax(output, lines, all) != DONE ||
+      commit_new_fax(output, out) != DONE)
     return FAILED;
   return read;
 }

@@ -89,6 +89,8 @@ Status check_output(const std::deque<FaxDocument> &documents) {
 }
 
 Status run() {
+  EditedFile edited;  // OUT may be among the files
+  lock_to_replace(out, edited);
   std::deque<FaxDocument> documents;
   Status status = DONE;
   int32_t total = 0;

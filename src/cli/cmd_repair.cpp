@@ -17,6 +17,7 @@
 #include "formats/fax_lines.h"
 #include "io/output_file.h"
 #include "support/handle.h"
+#include "support/printable.h"
 #include "support/replace_file.h"
 #include "t4/line.h"
 
@@ -191,7 +192,8 @@ Status write_repaired(const Repair &repair) {
   const int64_t end = all ? records_end(document) : document.records[static_cast<size_t>(repair.records)].offset;
   std::vector<RecordRange> ranges = {{document.fd.get(), document.records_start, end}};
   if (repair.spool) ranges.push_back({repair.spool.get(), 0, file_size(repair.spool.get())});
-  return write_fax(output, document.lines, ranges) == DONE ? output.commit() : FAILED;
+  if (write_fax(output, document.lines, ranges) != DONE) return FAILED;
+  return in_place ? output.commit() : commit_new_fax(output, path);
 }
 
 Status run() {
@@ -199,14 +201,17 @@ Status run() {
   if (in_place && file == "-") return usage_fault("standard input cannot be repaired in place");
   Repair repair;
   EditedFile edited;
-  if (open_fax_to_edit(file, repair.document, edited) != DONE || repair_modes(repair) != DONE ||
-      repair_tail(repair) != DONE || repair_counts(repair) != DONE)
+  if (in_place) lock_to_replace(file, edited);
+  if (open_fax(file, repair.document) != DONE || repair_modes(repair) != DONE || repair_tail(repair) != DONE ||
+      repair_counts(repair) != DONE)
     return FAILED;
   const bool writes = !dry_run && (!repair.notes.empty() || !in_place);
   if (writes && write_repaired(repair) != DONE) return FAILED;
   if (repair.notes.empty()) note(repair, "nothing to repair");
-  FILE *channel = out == "-" ? stderr : stdout;
-  for (const std::string &text : repair.notes) fprintf(channel, "%s: %s\n", repair.document.name(), text.c_str());
+  for (const std::string &text : repair.notes) {
+    const std::string line = repair.document.shown_name + ": " + text + '\n';
+    fputs(out == "-" ? printable(line, "\n").c_str() : line.c_str(), out == "-" ? stderr : stdout);
+  }
   return repair.lines_lost ? DAMAGED : DONE;
 }
 

@@ -105,7 +105,7 @@ Status write_part(const FaxDocument &document, const std::vector<int32_t> &pages
   }
   const RecordRange all[] = {records.records()};
   if (set_page_counts(output.name(), lines, records.count()) != DONE || write_fax(output, lines, all) != DONE ||
-      output.commit() != DONE)
+      commit_new_fax(output, name) != DONE)
     return FAILED;
   return status;
 }

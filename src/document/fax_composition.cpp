@@ -117,6 +117,12 @@ Status write_fax(const OutputFile &output, const std::vector<std::string> &lines
   return DONE;
 }
 
+Status commit_new_fax(OutputFile &output, const std::string &path) {
+  EditedFile replaced;
+  lock_to_replace(path, replaced);
+  return output.commit();
+}
+
 Status write_fax_header_lines(const FaxDocument &document, OutputFile &output) {
   const RecordRange all[] = {{document.fd.get(), document.records_start, records_end(document) + document.lost_bytes}};
   return write_fax(output, document.lines, all) == DONE ? output.commit() : FAILED;

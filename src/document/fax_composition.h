@@ -46,6 +46,9 @@ struct RecordRange {
 /// Writes a whole fax file, header and records, to an open and empty output. The caller commits it.
 Status write_fax(const OutputFile &output, const std::vector<std::string> &lines, std::span<const RecordRange> ranges);
 
+/// Commits an output that nothing has locked yet: if it replaces a fax that another program changes, it waits for that.
+Status commit_new_fax(OutputFile &output, const std::string &path);
+
 /// Writes the present header lines of `document`, then all that follows the header in its file, a page cut short
 /// included, and commits.
 Status write_fax_header_lines(const FaxDocument &document, OutputFile &output);

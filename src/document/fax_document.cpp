@@ -109,14 +109,21 @@ Status open_fax(const std::string &path, FaxDocument &document) {
   return fault.empty() ? DONE : failure("%s", fault.c_str());
 }
 
-Status open_fax_to_edit(const std::string &path, FaxDocument &document, EditedFile &edited) {
+void lock_to_replace(const std::string &path, EditedFile &edited) {
   do {
     edited.lock.release();
     struct stat status;
     if (path == "-" || stat(path.c_str(), &status) != 0 || !S_ISREG(status.st_mode)) break;
     edited.file.reset(open(path.c_str(), O_RDWR | O_NONBLOCK | O_NOCTTY | O_CLOEXEC));
-    if (!edited.file || !edited.lock.take(edited.file.get())) break;
+    if (!edited.file) break;
+    if (edited.lock.take(edited.file.get(), false)) continue;
+    report_on_terminal("%s: waiting for another program that changes it", path.c_str());
+    if (!edited.lock.take(edited.file.get())) break;
   } while (!is_file_at(edited.file.get(), path.c_str()));
+}
+
+Status open_fax_to_edit(const std::string &path, FaxDocument &document, EditedFile &edited) {
+  lock_to_replace(path, edited);
   return open_fax(path, document);
 }
 

@@ -63,14 +63,18 @@ struct FaxDocument {
 /// @return DONE, or FAILED after a message. A record that is cut short is neither a failure nor reported
 Status open_fax(const std::string &path, FaxDocument &document);
 
-/// The right to replace a fax file, held until the object goes: other editors wait, and read what was written.
+/// The right to replace a fax file, held until the object goes: other editors wait, and read what was written. A thread
+/// holds one at a time, so that no two can wait for each other.
 struct EditedFile {
   Descriptor file;
   FaxEditLock lock;
 };
 
-/// `open_fax` for a file that is about to be replaced: it is locked before it is read. What can't be written is not
-/// locked: the output reports it.
+/// Locks a file that is about to be replaced, if there is one, and waits for other editors, with a message on a
+/// terminal. What can't be written is not locked: the output reports it.
+void lock_to_replace(const std::string &path, EditedFile &edited);
+
+/// `open_fax` for a file that is about to be replaced: it is locked before it is read.
 Status open_fax_to_edit(const std::string &path, FaxDocument &document, EditedFile &edited);
 
 /// `open_fax` for a file that another one includes: a regular file, and no message.

@@ -93,6 +93,14 @@ void report(const char *format, ...) {
   va_end(arguments);
 }
 
+void report_on_terminal(const char *format, ...) {
+  if (!isatty(STDERR_FILENO)) return;
+  va_list arguments;
+  va_start(arguments, format);
+  take_diagnostic(format, arguments);
+  va_end(arguments);
+}
+
 void say_verbose(const char *format, ...) {
   if (!Verbose) return;
   va_list arguments;

@@ -35,6 +35,9 @@ extern bool Verbose;
 /// `report` if the user wants to know what is done: which file and page, and in which way. No fault.
 [[gnu::format(printf, 1, 2)]] void say_verbose(const char *format, ...);
 
+/// The same if standard error is a terminal: somebody who waits there wants to know why.
+[[gnu::format(printf, 1, 2)]] void report_on_terminal(const char *format, ...);
+
 /// Diagnostics that are not printed yet.
 using Diagnostics = std::vector<std::string>;
 
