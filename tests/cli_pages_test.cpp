@@ -228,6 +228,14 @@ TEST_F(Pages, SplitCutsWhereItIsTold) {
     }
     EXPECT_EQ(dir.entries(), entries);
   }
+  // More files than are written at a time, up to the first that cannot be.
+  ASSERT_EQ(shell("$tool merge many.fax $(yes main.fax | head -20)").status, 0);
+  std::filesystem::create_directory(dir.path("part-100.fax"));
+  complains("-j 3 split many.fax part-%d.fax", 2, "part-100.fax: cannot be written: Is a directory");
+  constexpr uint32_t PAGES[] = {1, 11, 12, 1, 2, 13};
+  for (size_t i = 0; i < 99; ++i)
+    EXPECT_TRUE(bytes("part-" + std::to_string(i + 1) + ".fax") == fax(head(1) + subject, {PAGES[i % 6]})) << i;
+  EXPECT_EQ(dir.entries(), entries + 1 + 100);
 }
 
 TEST_F(Pages, ForeignRecordsKeepTheirLines) {

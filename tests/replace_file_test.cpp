@@ -7,6 +7,7 @@
 #include <sys/syscall.h>
 #include <unistd.h>
 
+#include <array>
 #include <cstdarg>
 
 #include "helpers/temp_dir.h"
@@ -107,6 +108,26 @@ TEST_P(ReplaceFile, RefusesWhatCannotBeReplaced) {
   EXPECT_FALSE(replacement.commit());
   replacement.discard();
   EXPECT_EQ(dir.entries(), 4);
+}
+
+TEST_P(ReplaceFile, ManyFilesGetTheirNamesUpToTheFirstThatCannot) {
+  dir.write("f1", "old");
+  const std::string names[] = {"f0", "f1", "f2", "taken", "f4"};
+  for (const size_t bad : {std::size(names), size_t{3}}) {
+    std::array<Replacement, std::size(names)> files;
+    std::array<Replacement *, std::size(names)> all;
+    for (size_t i = 0; i < std::size(names); ++i) {
+      ASSERT_TRUE(files[i].begin(names[i].c_str()));
+      EXPECT_EQ(write_fully(files[i].fd(), names[i].data(), 2), 1);
+      all[i] = &files[i];
+    }
+    if (bad < std::size(names)) fs::remove("taken"), fs::remove("f4"), fs::create_directory("taken");
+    EXPECT_EQ(Replacement::commit_all(all), bad);
+    for (Replacement &file : files) file.discard();
+    for (const size_t i : {0, 1, 2}) EXPECT_EQ(read_file(names[i]), names[i]);
+    EXPECT_EQ(fs::exists("f4"), bad > 4);
+    EXPECT_EQ(dir.entries(), bad > 4 ? 5 : 4);
+  }
 }
 
 TEST_P(ReplaceFile, KeepsAFileThatIsToBeKept) {

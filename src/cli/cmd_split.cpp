@@ -82,33 +82,64 @@ Status check_names(const FaxDocument &document, int32_t parts) {
   return DONE;
 }
 
-// Writes the pages from `first` up to, not including, `end`, counted among those to split.
-Status write_part(const FaxDocument &document, const std::vector<int32_t> &pages, int32_t first, int32_t end,
-                  const std::string &name) {
-  OutputFile output;
-  Transcoder records;
-  if (output.open(name) != DONE || records.open(output, document.coding, written_resolution(document)) != DONE)
-    return FAILED;
-  Status status = DONE;
-  for (int32_t i = first; i < end && status != FAILED; ++i)
-    status = worse(status, records.add(document, pages[static_cast<size_t>(i) - 1]));
-  if (status != FAILED) status = worse(status, records.finish());
-  if (status == FAILED) return FAILED;
+// The new files, written from the records of the pages in order.
+class Parts {
+ public:
+  // @param starts  the first page of each part among those to split, and the page after the last
+  Parts(const FaxDocument &document, const std::vector<int32_t> &starts)
+      : document_(document), starts_(starts), progress_("files", static_cast<int32_t>(starts.size()) - 1) {}
 
-  HeaderLines lines = leading_lines(records.count(), written_resolution(document), document.coding);
-  std::copy_if(document.lines.begin(), document.lines.end(), std::back_inserter(lines),
-               [](const std::string &line) { return !is_structural(line); });
-  const bool last = end > document.record_count();
-  for (const Inclusion &inclusion : document.inclusions) {
-    if (keep_inclusions && inclusion.at >= first && (inclusion.at < end || last))
-      lines.push_back(inclusion_line(inclusion, inclusion.at - first + 1));
+  Status add(std::span<const uint8_t> record) {
+    if (page_ == starts_[part_] && begin() != DONE) return FAILED;
+    if (append_record(files_.file().name(), files_.file().fd(), record) != DONE) return FAILED;
+    return ++page_ < starts_[part_ + 1] ? DONE : end();
   }
-  const RecordRange all[] = {records.records()};
-  if (set_page_counts(output.name(), lines, records.count()) != DONE || write_fax(output, lines, all) != DONE ||
-      commit_new_fax(output, name) != DONE)
-    return FAILED;
-  return status;
-}
+
+  // The one part of a fax without pages.
+  Status add_empty() { return begin() == DONE ? end() : FAILED; }
+
+  // Commits the parts that are complete.
+  Status commit() { return files_.commit(); }
+
+ private:
+  HeaderLines header() const {
+    const int32_t first = starts_[part_], after = starts_[part_ + 1];
+    HeaderLines lines = leading_lines(after - first, written_resolution(document_), document_.coding);
+    std::copy_if(document_.lines.begin(), document_.lines.end(), std::back_inserter(lines),
+                 [](const std::string &line) { return !is_structural(line); });
+    const bool last = after > document_.record_count();
+    for (const Inclusion &inclusion : document_.inclusions) {
+      if (keep_inclusions && inclusion.at >= first && (inclusion.at < after || last))
+        lines.push_back(inclusion_line(inclusion, inclusion.at - first + 1));
+    }
+    return lines;
+  }
+
+  Status begin() {
+    const int32_t pages = starts_[part_ + 1] - starts_[part_];
+    const std::string name = numbered_name(pattern, static_cast<int32_t>(part_) + 1);
+    if (pages > MOST_RECORDS)
+      return failure("%s: more than %d pages in one file: use several", name.c_str(), MOST_RECORDS);
+    if (files_.open(name) != DONE) return FAILED;
+    HeaderLines lines = header();
+    if (set_page_counts(files_.file().name(), lines, pages) != DONE) return FAILED;
+    return write_fax(files_.file(), lines, {});
+  }
+
+  Status end() {
+    const auto commit_locked = [](OutputFile &part) { return commit_new_fax(part, part.name()); };
+    ++part_;
+    progress_.step();
+    return files_.file().replaces() ? files_.close_alone(commit_locked) : files_.close();
+  }
+
+  const FaxDocument &document_;
+  const std::vector<int32_t> &starts_;
+  Progress progress_;
+  OutputBatch files_;
+  size_t part_ = 0;
+  int32_t page_ = 1;
+};
 
 Status run() {
   FaxDocument document;
@@ -124,14 +155,14 @@ Status run() {
   const std::vector<int32_t> starts = part_starts(static_cast<int32_t>(pages.size()));
   if (check_names(document, static_cast<int32_t>(starts.size()) - 1) != DONE) return FAILED;
 
-  Progress progress("files", static_cast<int32_t>(starts.size()) - 1);
-  for (size_t i = 0; i + 1 < starts.size(); ++i) {
-    const std::string name = numbered_name(pattern, static_cast<int32_t>(i) + 1);
-    status = worse(status, write_part(document, pages, starts[i], starts[i + 1], name));
-    if (status == FAILED) return FAILED;
-    progress.step();
-  }
-  return status;
+  Parts parts(document, starts);
+  if (pages.empty() && parts.add_empty() != DONE) return FAILED;
+  Transcoder records;
+  records.open([&](std::span<const uint8_t> record) { return parts.add(record); }, document.coding,
+               written_resolution(document));
+  for (size_t i = 0; i < pages.size() && status != FAILED; ++i) status = worse(status, records.add(document, pages[i]));
+  if (status != FAILED) status = worse(status, records.finish());
+  return worse(status, parts.commit());
 }
 
 }  // namespace

@@ -88,9 +88,10 @@ Status check_header(const char *name, const std::vector<std::string> &lines) {
 }
 
 Status append_record(const char *name, int fd, std::span<const uint8_t> data) {
-  constexpr uint8_t NOTHING[1] = {};  // the library accepts no null for the data of an empty page
-  const uint8_t *bytes = data.empty() ? NOTHING : data.data();
-  if (FaxFileAppendEncodedPage(fd, bytes, static_cast<int32_t>(data.size())) == FAXFILE_OK) return DONE;
+  std::vector<uint8_t> record(FAXFILE_WORD + data.size());
+  put_word(record.data(), static_cast<uint32_t>(data.size()));
+  std::copy(data.begin(), data.end(), record.begin() + FAXFILE_WORD);
+  if (lseek(fd, 0, SEEK_END) >= 0 && write_fully(fd, record.data(), record.size())) return DONE;
   return system_failure(name, "its pages cannot be stored");
 }
 

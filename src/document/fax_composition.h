@@ -32,7 +32,8 @@ Status set_page_counts(const char *name, std::vector<std::string> &lines, int32_
 /// reads 99), too long, a byte that ends the header, an "INCLUDE:" in a line of another name, inclusions out of order.
 Status check_header(const char *name, const std::vector<std::string> &lines);
 
-/// Appends a page record to an open file. DONE, or FAILED after a message.
+/// Appends a page record to an open file that nobody else knows: a spool, or a file being made. DONE, or FAILED after a
+/// message.
 ///
 /// @param name  of the file that the record is for
 Status append_record(const char *name, int fd, std::span<const uint8_t> data);

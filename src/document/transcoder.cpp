@@ -26,12 +26,20 @@ bool change_resolution(std::vector<uint8_t> &lines, int32_t from, int32_t to) {
 
 }  // namespace
 
-Status Transcoder::open(const OutputFile &output, int32_t coding, int32_t resolution, bool keep_going) {
+void Transcoder::open(record_sink sink, int32_t coding, int32_t resolution, bool keep_going) {
+  sink_ = std::move(sink);
   keep_going_ = keep_going;
-  name_ = output.name();
   coding_ = coding;
   resolution_ = resolution;
+}
+
+Status Transcoder::open(const OutputFile &output, int32_t coding, int32_t resolution, bool keep_going) {
   spool_ = open_spool(output.fd());
+  const auto append = [name = std::string(output.name()), fd = spool_.get()](std::span<const uint8_t> record) {
+    return append_record(name.c_str(), fd, record);
+  };
+  open(append, coding, resolution, keep_going);
+  name_ = output.name();
   return spool_ ? DONE : system_failure(output.name(), "no temporary file can be made for its pages");
 }
 
@@ -65,14 +73,14 @@ Status Transcoder::take() {
   print_diagnostics(page->diagnostics);
   if (page->status == FAILED && keep_going_) return --count_, DAMAGED;
   if (page->status == FAILED) return FAILED;
-  return append_record(name_.c_str(), spool_.get(), page->found.record) == DONE ? page->status : FAILED;
+  return sink_(page->found.record) == DONE ? page->status : FAILED;
 }
 
 Status Transcoder::add(const FaxDocument &document, int32_t number) {
   Status status = DONE;
   while (!work_.has_room() && status != FAILED) status = worse(status, take());
   if (status == FAILED) return FAILED;
-  if (++count_ > MOST_RECORDS)
+  if (++count_ > MOST_RECORDS && spool_)
     return failure("%s: more than %d pages in one file: use several", name_.c_str(), MOST_RECORDS);
   const auto page = std::make_shared<Page>(Page{document, number});
   {

@@ -8,12 +8,15 @@
 #include <unistd.h>
 
 #include <cstring>
+#include <vector>
 
 #include "io/unfinished_files.h"
 #include "support/handle.h"
 
 namespace tolvane {
 namespace {
+constexpr size_t FILES_IN_A_BATCH = 64;  // as many descriptors are open
+
 [[gnu::used]] const char SCCS_ID[] = "@(#)|output_file|9|01|2|0|0|11/23/26|06:28:50";
 
 constexpr char FAULT[] = "cannot be written";
@@ -66,6 +69,47 @@ Status OutputFile::commit() {
   const Status status = spool_ ? write_through() : file_.commit() ? DONE : fault();
   if (status == DONE) say_verbose("%s: written", name());
   return status;
+}
+
+Status OutputBatch::open(const std::string &path) {
+  return files_.emplace_back().open(path);
+}
+
+Status OutputBatch::close() {
+  complete_ = files_.size();
+  return complete_ < FILES_IN_A_BATCH ? DONE : commit();
+}
+
+Status OutputBatch::close_alone(const std::function<Status(OutputFile &file)> &commit_file) {
+  if (commit() != DONE || commit_file(file()) != DONE) return FAILED;
+  files_.pop_back();
+  return DONE;
+}
+
+Status OutputBatch::commit() {
+  std::vector<Replacement *> replacements;
+  Status status = DONE;
+  for (size_t i = 0; i < complete_; ++i) {
+    if (!files_[i].spool_) replacements.push_back(&files_[i].file_);
+  }
+  size_t named = Replacement::commit_all(replacements);
+  const int error = errno;
+  for (; complete_ > 0 && status == DONE; --complete_, files_.pop_front()) {
+    OutputFile &file = files_.front();
+    if (file.spool_) {
+      status = file.write_through();
+    } else if (named == 0) {
+      errno = error;
+      status = file.fault();
+    } else {
+      --named;
+    }
+    if (status == DONE) say_verbose("%s: written", file.name());
+  }
+  if (status == DONE) return DONE;
+  files_.clear();
+  complete_ = 0;
+  return FAILED;
 }
 
 }  // namespace tolvane

@@ -1,6 +1,9 @@
 // Files to write, which appear complete or not at all. `-` is standard output.
 #pragma once
 
+#include <cstddef>
+#include <deque>
+#include <functional>
 #include <string>
 
 #include "io/report.h"
@@ -25,6 +28,8 @@ class OutputFile {
   /// @param needs_name  the file being made has a name, for operations that take one
   Status open(const std::string &path, bool needs_name = false);
   int fd() const { return spool_ ? spool_.get() : file_.fd(); }
+  /// Whether it replaces a file that was there when it was opened.
+  bool replaces() const { return file_.replaces(); }
   /// The path of the file being made, for operations that take one; empty if it has none.
   const char *working_path() const { return file_.working_path(); }
   /// For messages: the path, or "standard output".
@@ -34,12 +39,33 @@ class OutputFile {
   Status commit();
 
  private:
+  friend class OutputBatch;
   Status write_through();
   Status fault() const;
 
   std::string name_, path_;
   Replacement file_;
   Descriptor spool_;  // in place of `file_` for what cannot be replaced
+};
+
+/// Many files to write, one after another. They are committed several at a time, which waits less for the disk than a
+/// commit of each; those that are not complete are removed with the object.
+class OutputBatch {
+ public:
+  /// Begins the next file, as `OutputFile::open`; the one before is complete.
+  Status open(const std::string &path);
+  /// The file begun last.
+  OutputFile &file() { return files_.back(); }
+  /// The file begun last is complete. DONE, or FAILED after a message: it or an earlier file could not be committed.
+  Status close();
+  /// The same, and it is committed by itself, by `commit_file`, after all before it.
+  Status close_alone(const std::function<Status(OutputFile &file)> &commit_file);
+  /// Commits all complete files; returns as `close`.
+  Status commit();
+
+ private:
+  std::deque<OutputFile> files_;  // all but the last are complete
+  size_t complete_ = 0;
 };
 
 }  // namespace tolvane

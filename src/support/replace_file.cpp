@@ -4,13 +4,16 @@
 
 #include <errno.h>
 #include <fcntl.h>
+#include <linux/magic.h>
 #include <stdio.h>
 #include <stdlib.h>
 #include <sys/random.h>
+#include <sys/vfs.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <climits>
+#include <iterator>
 #include <utility>
 
 namespace tolvane {
@@ -56,6 +59,16 @@ const char *temporary_directory() {
     if (value && *value) return value;
   }
   return "/tmp";
+}
+
+// Whether `syncfs` puts all files of the file system on disk and reports faults, as on the kernel's own local ones. One
+// with a server of its own may keep them in that.
+bool syncs_as_a_whole(int fd) {
+  constexpr unsigned long LOCAL[] = {EXT4_SUPER_MAGIC, XFS_SUPER_MAGIC, BTRFS_SUPER_MAGIC,
+                                     F2FS_SUPER_MAGIC, TMPFS_MAGIC,     OVERLAYFS_SUPER_MAGIC};
+  struct statfs system = {};
+  return fstatfs(fd, &system) == 0 &&
+         std::find(std::begin(LOCAL), std::end(LOCAL), static_cast<unsigned long>(system.f_type)) != std::end(LOCAL);
 }
 
 Descriptor open_spool_in(const std::string &directory) {
@@ -144,14 +157,54 @@ bool Replacement::give_name() {
 
 // Only the super-user may give files away, but others may give them one of their groups; where neither is allowed, that
 // is no failure. The rights of a set-user-ID file don't go to another user.
-bool Replacement::keep_rights() {
+bool Replacement::keep_rights() const {
   const bool same_owner = fchown(file_.get(), replaced_.st_uid, replaced_.st_gid) == 0;
   if (!same_owner) static_cast<void>(fchown(file_.get(), static_cast<uid_t>(-1), replaced_.st_gid) == 0);
   return fchmod(file_.get(), replaced_.st_mode & (same_owner ? 07777 : 0777)) == 0;
 }
 
 bool Replacement::commit() {
-  if ((replaces_ && !keep_rights()) || fsync(file_.get()) != 0) return false;
+  Replacement *const files[] = {this};
+  return commit_all(files) == 1;
+}
+
+// Syncs each of a few files, and the file system of many: that takes no longer than two or three files.
+bool Replacement::put_on_disk(std::span<Replacement *const> files) {
+  constexpr size_t FEW = 3;
+  dev_t synced = 0;  // the file system synced last, if any
+  bool any_synced = false;
+  for (const Replacement *file : files) {
+    struct stat status = {};
+    if (files.size() > FEW && fstat(file->fd(), &status) == 0) {
+      if (any_synced && status.st_dev == synced) continue;
+      any_synced = syncs_as_a_whole(file->fd());
+      synced = status.st_dev;
+    }
+    if ((any_synced ? syncfs(file->fd()) : fsync(file->fd())) != 0) return false;
+  }
+  return true;
+}
+
+size_t Replacement::commit_all(std::span<Replacement *const> files) {
+  for (const Replacement *file : files)
+    if (file->replaces_ && !file->keep_rights()) return 0;
+  if (!put_on_disk(files)) return 0;
+  const auto named = std::find_if(files.begin(), files.end(), [](Replacement *file) { return !file->take_name(); });
+  const int fault = errno;
+  const std::string *synced = nullptr;
+  for (auto file = files.begin(); file != named; ++file) {
+    const std::string &name = (*file)->directory_;
+    if (synced && *synced == name) continue;
+    // A file system that can't sync a directory is no failure: the file has its name either way.
+    const Descriptor directory(open(name.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    if (directory) fsync(directory.get());
+    synced = &name;
+  }
+  errno = fault;
+  return static_cast<size_t>(named - files.begin());
+}
+
+bool Replacement::take_name() {
   const bool nameless = working_path_.empty();
   const bool linked = nameless && !replaces_ && link_to(path_);
   if (!linked) {
@@ -161,9 +214,6 @@ bool Replacement::commit() {
     name_changes(false);
     working_path_.clear();
   }
-  // A file system that can't sync a directory is no failure: the file has its name either way.
-  const Descriptor directory(open(directory_.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-  if (directory) fsync(directory.get());
   return true;
 }
 

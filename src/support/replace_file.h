@@ -7,6 +7,8 @@
 
 #include <sys/stat.h>
 
+#include <cstddef>
+#include <span>
 #include <string>
 
 #include "handle.h"
@@ -40,6 +42,8 @@ class Replacement {
   ///         incomplete file is ENAMETOOLONG or EEXIST
   bool begin(const char *path, const ReplacementOptions &options = {});
   int fd() const { return file_.get(); }
+  /// Whether there was a file at `begin`.
+  bool replaces() const { return replaces_; }
   /// The path of the incomplete file; empty while it has none.
   const char *working_path() const { return working_path_.c_str(); }
 
@@ -49,6 +53,11 @@ class Replacement {
   ///
   /// @return false with the old file as it was
   bool commit();
+  /// Commits files one after another, as `commit` does, but waits for the disk once for all of them where the file
+  /// system allows: no file gets its name before all are on disk.
+  ///
+  /// @return how many have their names; if not all, errno is set and the others are as they were
+  static size_t commit_all(std::span<Replacement *const> files);
   /// Removes the file. A Replacement can begin again.
   void discard();
   /// Leaves the incomplete file under its working name.
@@ -60,7 +69,9 @@ class Replacement {
   bool link_to(const std::string &name);
   bool link_new_name();
   bool give_name();
-  bool keep_rights();
+  static bool put_on_disk(std::span<Replacement *const> files);
+  bool take_name();
+  bool keep_rights() const;
   void name_changes(bool exists);
 
   Descriptor file_;

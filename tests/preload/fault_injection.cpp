@@ -46,11 +46,11 @@ fault_call_end:
 
 namespace {
 
-constexpr int CALLS[] = {SYS_open,     SYS_openat, SYS_creat,     SYS_read,      SYS_pread64,        SYS_write,
-                         SYS_pwrite64, SYS_writev, SYS_pwritev,   SYS_pwritev2,  SYS_lseek,          SYS_newfstatat,
-                         SYS_fstat,    SYS_fsync,  SYS_ftruncate, SYS_fallocate, SYS_rename,         SYS_renameat2,
-                         SYS_linkat,   SYS_unlink, SYS_fchmod,    SYS_fchown,    SYS_chmod,          SYS_chown,
-                         SYS_mmap,     SYS_close,  SYS_fcntl,     SYS_dup,       SYS_copy_file_range};
+constexpr int CALLS[] = {SYS_open,      SYS_openat, SYS_creat,   SYS_read,      SYS_pread64,   SYS_write,
+                         SYS_pwrite64,  SYS_writev, SYS_pwritev, SYS_pwritev2,  SYS_lseek,     SYS_newfstatat,
+                         SYS_fstat,     SYS_fsync,  SYS_syncfs,  SYS_ftruncate, SYS_fallocate, SYS_rename,
+                         SYS_renameat2, SYS_linkat, SYS_unlink,  SYS_fchmod,    SYS_fchown,    SYS_chmod,
+                         SYS_chown,     SYS_mmap,   SYS_close,   SYS_fcntl,     SYS_dup,       SYS_copy_file_range};
 
 char kind[16];
 char mark[4096];
