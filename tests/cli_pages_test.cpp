@@ -259,6 +259,19 @@ TEST_F(Pages, DamageIsNamedAndWhatCanBeReadIsPassedOn) {
   EXPECT_EQ(parts("all.fax").records.size(), 2U);
 }
 
+// Lines that are only counted are as many as lines that are kept for a checksum.
+TEST_F(Pages, LinesOfPagesThatAreCutAreCounted) {
+  for (const int coding : {0, 1, 3}) {
+    const std::string record = encoded_page(random_page(7, 12), coding);
+    for (size_t size = 0; size < 30; ++size)
+      dir.write("cut" + std::to_string(size),
+                fax_bytes(modes + std::to_string(coding) + "\n", {record.substr(0, record.size() * size / 29)}));
+    const std::string counted = shell("$tool info --csv cut*").out;
+    EXPECT_EQ(counted, shell("$tool info --csv --checksum cut* | cut -d, -f1-8").out);
+    EXPECT_EQ(std::count(counted.begin(), counted.end(), '\n'), 31);
+  }
+}
+
 TEST_F(Pages, RepairSaysWhatItDoesAndDoesIt) {
   const std::string good = fax(head(1), {40}), mmr = "COMPRESSION:3\n";
   const struct {

@@ -19,7 +19,7 @@ bool is_missing(Damage kind) {
   return kind == Damage::skipped_line || kind == Damage::lost_start;
 }
 
-// A decode in progress. Of a page that is only counted, `lines` has the last line.
+// A decode in progress. Of a page that is only counted, `lines` has the last line, or none.
 struct Decoding {
   DecodedPage &page;
   bool keep_lines;
@@ -41,6 +41,12 @@ void take_line(void *context, const uint8_t *line, uint32_t size) {
   std::vector<uint8_t> &lines = decoding.page.lines;
   if (!decoding.keep_lines) lines.clear();
   if (decoding.page.count < LONGEST_DECODED || !decoding.keep_lines) lines.insert(lines.end(), line, line + size);
+  ++decoding.page.count;
+  decoding.runs = 0;
+}
+
+void count_line(void *context) {
+  Decoding &decoding = decoding_of(context);
   ++decoding.page.count;
   decoding.runs = 0;
 }
@@ -80,16 +86,21 @@ LineSink sink_of(Decoding &decoding) {
   return {&decoding, nullptr, take_line, nullptr, take_damage};
 }
 
+// Counts lines, which then need not be painted. Not for MR, where an EOL of an RTC ends no line.
+LineSink counting_sink_of(Decoding &decoding) {
+  return {&decoding, nullptr, nullptr, count_line, take_damage};
+}
+
 // The decoder returns a white line for the EOL that starts a page, and does not end the line after the last EOL.
 void decode_MH(Decoder &decoder, std::span<const uint8_t> record, Decoding &decoding) {
   DecodedPage &page = decoding.page;
-  LineSink sink = sink_of(decoding);
+  LineSink sink = decoding.keep_lines ? sink_of(decoding) : counting_sink_of(decoding);
   sink.found_run = take_run;
   decoding.result = decoder.decode(without_rtc(record), COMP_MH, FAX_WIDTH, sink);
   if (decoding.runs > 0) decoder.end_line(sink);
   if (page.count == 0) return;
   --page.count;
-  page.lines.erase(page.lines.begin(), page.lines.begin() + LINE_BYTES);
+  if (decoding.keep_lines) page.lines.erase(page.lines.begin(), page.lines.begin() + LINE_BYTES);
   for (LineDamage &damage : page.damage) damage.line = std::max(damage.line - 1, 1);
 }
 
@@ -101,9 +112,22 @@ void decode_MR(Decoder &decoder, std::span<const uint8_t> record, Decoding &deco
   decoding.result = decoder.decode(data, COMP_MR, FAX_WIDTH, sink_of(decoding));
 }
 
+// Counts the lines of an MMR page. False if its last line is unfinished: then the pixels decide whether it counts.
+bool count_MMR(Decoder &decoder, std::span<const uint8_t> record, Decoding &decoding) {
+  DecodedPage &page = decoding.page;
+  decoding.result = decoder.decode(record, COMP_MMR, FAX_WIDTH, counting_sink_of(decoding));
+  const Damage last = page.damage.empty() ? Damage::stopped : page.damage.back().kind;
+  if (last == Damage::short_line || last == Damage::data_ends) return false;
+  if (decoding.result == DecodeResult::done && page.count > 0) --page.count;
+  return true;
+}
+
 // The decoder returns a white line after the last one, or the beginning of an unfinished line in its place.
 void decode_MMR(Decoder &decoder, std::span<const uint8_t> record, Decoding &decoding) {
   DecodedPage &page = decoding.page;
+  if (!decoding.keep_lines && count_MMR(decoder, record, decoding)) return;
+  page = {};
+  decoding.missing = 0;
   decoding.result = decoder.decode(record, COMP_MMR, FAX_WIDTH, sink_of(decoding));
   const auto last = page.lines.end() - std::min<ptrdiff_t>(LINE_BYTES, std::ssize(page.lines));
   const bool white = std::all_of(last, page.lines.end(), [](uint8_t byte) { return byte == 0; });
