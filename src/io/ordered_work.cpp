@@ -1,4 +1,4 @@
-// The thread that takes results works too: it runs the oldest job itself rather than wait for another thread to begin.
+// The thread that takes results works too: it runs waiting jobs for as long as the oldest one is not done.
 #include "io/ordered_work.h"
 
 #include <algorithm>
@@ -34,7 +34,7 @@ OrderedWork::~OrderedWork() {
     const std::lock_guard lock(mutex_);
     stopping_ = true;
   }
-  changed_.notify_all();
+  added_.notify_all();
   for (std::thread &thread : threads_) thread.join();
 }
 
@@ -49,7 +49,7 @@ void OrderedWork::add(std::function<void()> work) {
     waiting_.push_back(jobs_.back());
   }
   if (jobs_.size() > FEW && threads_.empty()) start_threads();
-  changed_.notify_one();
+  added_.notify_one();
 }
 
 void OrderedWork::start_threads() {
@@ -67,18 +67,23 @@ void OrderedWork::run(Job &job) {
   in_job = before;
 }
 
+// Runs the oldest waiting job with the lock released.
+void OrderedWork::run_oldest(std::unique_lock<std::mutex> &lock) {
+  const std::shared_ptr<Job> job = waiting_.front();
+  waiting_.pop_front();
+  lock.unlock();
+  run(*job);
+  lock.lock();
+  job->done = true;
+}
+
 void OrderedWork::run_jobs() {
   std::unique_lock lock(mutex_);
   while (true) {
-    changed_.wait(lock, [&] { return stopping_ || !waiting_.empty(); });
+    added_.wait(lock, [&] { return stopping_ || !waiting_.empty(); });
     if (stopping_) return;
-    const std::shared_ptr<Job> job = waiting_.front();
-    waiting_.pop_front();
-    lock.unlock();
-    run(*job);
-    lock.lock();
-    job->done = true;
-    changed_.notify_all();
+    run_oldest(lock);
+    done_.notify_one();
   }
 }
 
@@ -86,14 +91,13 @@ void OrderedWork::take() {
   const std::shared_ptr<Job> job = jobs_.front();
   jobs_.pop_front();
   std::unique_lock lock(mutex_);
-  if (!waiting_.empty() && waiting_.front() == job) {
-    waiting_.pop_front();
-    lock.unlock();
-    run(*job);
-  } else {
-    changed_.wait(lock, [&] { return job->done; });
-    lock.unlock();
+  while (!job->done) {
+    if (waiting_.empty())
+      done_.wait(lock);
+    else
+      run_oldest(lock);
   }
+  lock.unlock();
   if (job->thrown) std::rethrow_exception(job->thrown);
 }
 

@@ -41,12 +41,13 @@ class OrderedWork {
   struct Job;
   void start_threads();
   void run_jobs();
+  void run_oldest(std::unique_lock<std::mutex> &lock);
   static void run(Job &job);
 
   size_t threads_wanted_;
   std::deque<std::shared_ptr<Job>> jobs_;  // oldest first
   std::mutex mutex_;                       // protects all that follows
-  std::condition_variable changed_;
+  std::condition_variable added_, done_;
   std::deque<std::shared_ptr<Job>> waiting_;  // jobs that no thread has begun
   bool stopping_ = false;
   std::vector<std::thread> threads_;
