@@ -139,6 +139,9 @@ TEST_F(Output, CheckNamesEveryFault) {
     EXPECT_THAT(out.out, HasSubstr(row.fault.empty() ? "a.fax: good, " : "a.fax: damaged, "));
     EXPECT_EQ(out.err.empty(), row.fault.empty()) << out.err;
     EXPECT_THAT(out.err, HasSubstr(row.fault));
+    const nlohmann::json json = nlohmann::json::parse(run("check --json -v a.fax").out), faults = json["faults"];
+    EXPECT_EQ(json["good"], row.fault.empty()) << json;
+    EXPECT_THAT(faults.dump(), row.fault.empty() ? testing::Matcher<std::string>("[]") : HasSubstr('"' + row.fault));
   }
 }
 

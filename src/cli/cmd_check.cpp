@@ -4,6 +4,7 @@
 
 #include "cli/commands.h"
 #include "cli/file_work.h"
+#include "cli/json_lines.h"
 #include "cli/options.h"
 #include "document/fax_composition.h"
 #include "document/page_survey.h"
@@ -16,9 +17,11 @@ namespace {
 [[gnu::used]] const char SCCS_ID[] = "@(#)|cmd_check|9|01|2|0|0|11/23/26|06:45:30";
 
 FileList input;
+bool as_json;
 
 void declare(Usage &usage) {
   add_files(usage, input, "fax files; - is standard input");
+  usage.add_flag("--json", as_json, "print one line with a JSON object per file");
 }
 
 // Compares a count in the header with the true one.
@@ -73,20 +76,52 @@ Status check_included(const FaxDocument &document, const std::vector<PageFacts> 
   return status;
 }
 
+// What was found in a fax.
+struct Verdict {
+  std::string path, name;
+  Status status = DONE;
+  size_t pages = 0;
+  int64_t lines = 0;
+  Diagnostics faults;
+};
+
+void find_faults(const FaxDocument &document, Verdict &verdict) {
+  const HoldDiagnostics hold(verdict.faults);
+  std::vector<PageFacts> pages;
+  Status status = worse(check_modes(document), check_header_text(document));
+  status = worse(status, survey_pages(document, pages));
+  verdict.status = worse(status, check_included(document, pages));
+  verdict.pages = pages.size();
+  for (const PageFacts &page : pages) verdict.lines += page.lines;
+}
+
+void print_text(const Verdict &verdict) {
+  printf("%s: %s, %zu page%s, %lld lines\n", verdict.name.c_str(), verdict.status == DONE ? "good" : "damaged",
+         verdict.pages, verdict.pages == 1 ? "" : "s", static_cast<long long>(verdict.lines));
+}
+
+void print_json(const Verdict &verdict) {
+  JsonObject object = file_object(verdict.path);
+  object.update({{"good", verdict.status == DONE}, {"pages", verdict.pages}, {"lines", verdict.lines}});
+  object["faults"] = JsonObject::array();
+  for (const auto &[text, is_fault] : verdict.faults) {
+    const size_t name = text.starts_with(verdict.name + ": ") ? verdict.name.size() + 2 : 0;
+    if (is_fault) object["faults"].push_back(text.substr(name));
+  }
+  puts(json_line(object).c_str());
+}
+
 FileReport check_file(const std::string &path) {
   FaxDocument document;
-  if (open_fax(path, document) != DONE) return [] { return FAILED; };
-  Status status = worse(check_modes(document), check_header_text(document));
-  std::vector<PageFacts> pages;
-  status = worse(status, survey_pages(document, pages));
-  status = worse(status, check_included(document, pages));
-  int64_t lines = 0;
-  for (const PageFacts &page : pages) lines += page.lines;
-  return [=, name = document.shown_name, count = pages.size()] {
+  JsonObject object = file_object(path);
+  if (open_fax(path, document, object) != DONE) return unreadable_file(object, as_json);
+  Verdict verdict{path, document.shown_name, DONE, 0, 0, {}};
+  find_faults(document, verdict);
+  pass_on_diagnostics(verdict.faults);
+  return [verdict] {
     wipe_progress();
-    printf("%s: %s, %zu page%s, %lld lines\n", name.c_str(), status == DONE ? "good" : "damaged", count,
-           count == 1 ? "" : "s", static_cast<long long>(lines));
-    return status;
+    (as_json ? print_json : print_text)(verdict);
+    return verdict.status;
   };
 }
 

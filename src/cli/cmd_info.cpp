@@ -2,10 +2,10 @@
 #include <cmath>
 #include <cstdio>
 #include <memory>
-#include <nlohmann/json.hpp>
 
 #include "cli/commands.h"
 #include "cli/file_work.h"
+#include "cli/json_lines.h"
 #include "cli/options.h"
 #include "document/page_survey.h"
 #include "faxfile/session_params.h"
@@ -16,10 +16,6 @@
 namespace tolvane {
 namespace {
 [[gnu::used]] const char SCCS_ID[] = "@(#)|cmd_info|9|01|2|0|0|11/23/26|06:45:30";
-
-using nlohmann::ordered_json;
-
-constexpr int JSON_SCHEMA = 1;  // raised when a field is removed or changes its meaning
 
 FileList input;
 bool as_json;
@@ -86,18 +82,18 @@ void print_text(const FaxFacts &facts) {
   }
 }
 
-ordered_json damage_object(const LineDamage &place) {
+JsonObject damage_object(const LineDamage &place) {
   return {{"line", place.line}, {"what", damage_text(place.kind)}};
 }
 
-ordered_json page_object(const PageFacts &page) {
-  ordered_json object = {{"page", page.page}, {"readable", page.readable}};
+JsonObject page_object(const PageFacts &page) {
+  JsonObject object = {{"page", page.page}, {"readable", page.readable}};
   if (page.last_page != page.page) object.update({{"last_page", page.last_page}});
   if (!page.source.empty()) object.update({{"file", page.source}, {"record", page.source_page}});
   if (!page.readable) return object;
   object.update({{"coding", coding_name(page.coding)}, {"bytes", page.bytes}});
   if (!page.decoded) return object;
-  ordered_json damage = ordered_json::array();
+  JsonObject damage = JsonObject::array();
   for (const LineDamage &place : page.damage) damage.push_back(damage_object(place));
   object.update({{"lines", page.lines}, {"damaged_lines", page.damaged_lines}, {"damage", damage}});
   if (!page.checksum.empty()) object.update({{"sha256", page.checksum}});
@@ -106,26 +102,24 @@ ordered_json page_object(const PageFacts &page) {
 
 void print_json(const FaxFacts &facts) {
   const FaxDocument &document = facts.document;
-  ordered_json header = ordered_json::array();
+  JsonObject header = JsonObject::array();
   for (const std::string &line : document.lines) {
     const size_t colon = line.find(':');
-    ordered_json entry = {{"name", line.substr(0, colon)}, {"value", nullptr}};
+    JsonObject entry = {{"name", line.substr(0, colon)}, {"value", nullptr}};
     if (colon != line.npos) entry["value"] = line.substr(colon + 1);
     header.push_back(entry);
   }
-  ordered_json object = {{"schema", JSON_SCHEMA},
-                         {"file", document.name()},
-                         {"size", facts.size},
-                         {"coding", coding_name(document.coding)},
-                         {"lines_per_inch", nullptr},
-                         {"own_pages", document.record_count()},
-                         {"lost_bytes", document.lost_bytes},
-                         {"header", header},
-                         {"pages", ordered_json::array()}};
+  JsonObject object = file_object(document.path);
+  object.update({{"size", facts.size},
+                 {"coding", coding_name(document.coding)},
+                 {"lines_per_inch", nullptr},
+                 {"own_pages", document.record_count()},
+                 {"lost_bytes", document.lost_bytes},
+                 {"header", header},
+                 {"pages", JsonObject::array()}});
   if (document.resolution >= 0) object["lines_per_inch"] = std::lround(lines_per_inch(document.resolution));
   for (const PageFacts &page : facts.pages) object["pages"].push_back(page_object(page));
-  // Header text has no stated character set; what is not UTF-8 becomes a replacement character.
-  puts(object.dump(-1, ' ', false, ordered_json::error_handler_t::replace).c_str());
+  puts(json_line(object).c_str());
 }
 
 // A field of a CSV line (RFC 4180).
@@ -149,26 +143,11 @@ void print_csv(const FaxFacts &facts) {
   }
 }
 
-// Of a fax that cannot be read, JSON has an object with the error.
-Status print_error(const std::string &path, const std::string &error) {
-  if (!as_json) return FAILED;
-  const ordered_json object = {{"schema", JSON_SCHEMA}, {"file", input_name(path)}, {"error", error}};
-  puts(object.dump(-1, ' ', false, ordered_json::error_handler_t::replace).c_str());
-  return FAILED;
-}
-
 FileReport describe_file(size_t index) {
   const std::string &path = input.files[index];
   const auto facts = std::make_shared<FaxFacts>();
-  Diagnostics faults;
-  bool is_open;
-  {
-    const HoldDiagnostics hold(faults);
-    is_open = open_fax(path, facts->document) == DONE;
-  }
-  pass_on_diagnostics(faults);
-  if (!is_open)
-    return [&path, error = faults.empty() ? "unreadable" : faults.back()] { return print_error(path, error); };
+  JsonObject object = file_object(path);
+  if (open_fax(path, facts->document, object) != DONE) return unreadable_file(object, as_json);
   const Survey depth = no_decode ? Survey::headers : with_checksum ? Survey::checksums : Survey::lines;
   const Status status = survey_pages(facts->document, facts->pages, depth);
   facts->size = file_size(facts->document.fd.get());

@@ -1,6 +1,8 @@
 // Header text has no stated character set: what is not UTF-8 is replaced rather than refused.
 #include "cli/json_lines.h"
 
+#include <cstdio>
+
 #include "io/input_file.h"
 
 namespace tolvane {
@@ -25,9 +27,17 @@ Status open_fax(const std::string &path, FaxDocument &document, JsonObject &obje
     const HoldDiagnostics hold(faults);
     status = open_fax(path, document);
   }
-  print_diagnostics(faults);
-  if (status != DONE) object["error"] = faults.empty() ? "unreadable" : faults.back();
+  pass_on_diagnostics(faults);
+  if (status != DONE) object["error"] = faults.empty() ? "unreadable" : faults.back().text;
   return status;
+}
+
+FileReport unreadable_file(const JsonObject &object, bool as_json) {
+  if (!as_json) return [] { return FAILED; };
+  return [line = json_line(object)] {
+    puts(line.c_str());
+    return FAILED;
+  };
 }
 
 }  // namespace tolvane

@@ -4,6 +4,7 @@
 #include <nlohmann/json.hpp>
 #include <string>
 
+#include "cli/file_work.h"
 #include "document/fax_document.h"
 #include "io/report.h"
 
@@ -21,5 +22,8 @@ std::string json_line(const JsonObject &object);
 
 /// Opens a fax file as `open_fax` does; if that fails, the object gets the fault as "error".
 Status open_fax(const std::string &path, FaxDocument &document, JsonObject &object);
+
+/// The report on a file that `open_fax` failed for: the object, if JSON is wanted.
+FileReport unreadable_file(const JsonObject &object, bool as_json);
 
 }  // namespace tolvane

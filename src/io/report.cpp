@@ -41,14 +41,14 @@ void print_diagnostic(const std::string &text) {
 
 thread_local Diagnostics *held_back = nullptr;  // null: diagnostics are printed at once
 
-void take_diagnostic(const char *format, va_list arguments) {
+void take_diagnostic(const char *format, va_list arguments, bool is_fault = true) {
   va_list again;
   va_copy(again, arguments);
   std::string text(static_cast<size_t>(std::max(vsnprintf(nullptr, 0, format, arguments), 0)), '\0');
   vsnprintf(text.data(), text.size() + 1, format, again);
   va_end(again);
   if (held_back)
-    held_back->push_back(std::move(text));
+    held_back->push_back({std::move(text), is_fault});
   else
     print_diagnostic(text);
 }
@@ -72,7 +72,7 @@ HoldDiagnostics::~HoldDiagnostics() {
 }
 
 void print_diagnostics(const Diagnostics &held) {
-  for (const std::string &text : held) print_diagnostic(text);
+  for (const Diagnostic &each : held) print_diagnostic(each.text);
 }
 
 void pass_on_diagnostics(const Diagnostics &held) {
@@ -97,7 +97,7 @@ void report_on_terminal(const char *format, ...) {
   if (!isatty(STDERR_FILENO)) return;
   va_list arguments;
   va_start(arguments, format);
-  take_diagnostic(format, arguments);
+  take_diagnostic(format, arguments, false);
   va_end(arguments);
 }
 
@@ -105,7 +105,7 @@ void say_verbose(const char *format, ...) {
   if (!Verbose) return;
   va_list arguments;
   va_start(arguments, format);
-  take_diagnostic(format, arguments);
+  take_diagnostic(format, arguments, false);
   va_end(arguments);
 }
 

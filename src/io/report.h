@@ -32,14 +32,18 @@ extern bool Verbose;
 /// it may contain names and values of strangers.
 [[gnu::format(printf, 1, 2)]] void report(const char *format, ...);
 
-/// `report` if the user wants to know what is done: which file and page, and in which way. No fault.
-[[gnu::format(printf, 1, 2)]] void say_verbose(const char *format, ...);
-
 /// The same if standard error is a terminal: somebody who waits there wants to know why.
 [[gnu::format(printf, 1, 2)]] void report_on_terminal(const char *format, ...);
 
-/// Diagnostics that are not printed yet.
-using Diagnostics = std::vector<std::string>;
+/// `report` if the user wants to know what is done: which file and page, and in which way. No fault.
+[[gnu::format(printf, 1, 2)]] void say_verbose(const char *format, ...);
+
+/// A diagnostic that is not printed yet.
+struct Diagnostic {
+  std::string text;
+  bool is_fault = true;  ///< not of `say_verbose` or `report_on_terminal`
+};
+using Diagnostics = std::vector<Diagnostic>;
 
 /// Holds back the diagnostics of this thread as long as the object lives.
 class HoldDiagnostics {
