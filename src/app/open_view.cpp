@@ -2,6 +2,7 @@
 // page cycle paints and resizes it.
 #include "app/open_view.h"
 
+#include <stdlib.h>
 #include <strings.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -80,6 +81,15 @@ bool wants_notices(Display *display) {
   return !Api && !has_reader(STDIN_FILENO) && !has_reader(STDERR_FILENO);
 }
 
+// The toolkit opens an input method for the shell, whose table of composed characters takes a millisecond to parse.
+// Nothing is typed into this window that needs it; the texts of a parent program may.
+void realize() {
+  const bool without_table = !Api && !getenv("XCOMPOSEFILE");
+  if (without_table) setenv("XCOMPOSEFILE", "/dev/null", 1);
+  XtRealizeWidget(tn_Shell000);
+  if (without_table) unsetenv("XCOMPOSEFILE");
+}
+
 void create_window() {
   Arg args[4];
   XtSetArg(args[0], XmNtitle, Api ? "Sorbex KT Fax Viewer" : "TolVane");
@@ -90,7 +100,7 @@ void create_window() {
   Tolvane_form = Createtolvane_form(tn_Shell000);
   XtManageChild(Tolvane_form);
   install_keys(Tolvane_form);
-  XtRealizeWidget(tn_Shell000);
+  realize();
   identify_window(tn_Shell000);
   close_by_dismissing();
   if (!Api) accept_dropped_files(tn_Shell000);  // embedded, the parent decides on the file

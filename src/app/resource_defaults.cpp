@@ -4,8 +4,9 @@
 
 #include <ctype.h>
 
-#include <memory>
+#include <algorithm>
 #include <string>
+#include <vector>
 
 #include <X11/Xresource.h>
 
@@ -17,6 +18,10 @@ const char *const default_colours[] = {"*foreground:\t\tblack", nullptr};
 namespace {
 
 [[gnu::used]] const char SCCS_ID[] = "@(#)|resource_defaults|9|01|2|0|0|11/23/26|06:15:41";
+
+// By Motif's own protocol nothing is dragged here. Preparing for it takes eleven round trips to the server at the
+// start.
+constexpr const char *const NO_AUTO_DRAG[] = {"*scrolled_window.autoDragModel: auto_drag_disabled", nullptr};
 
 // The usual font is the one of the fallback resources. The others are smaller, each size one that the bitmap fonts for
 // 75 or 100 dots per inch contain.
@@ -43,31 +48,36 @@ constexpr FixedPlace FIXED_PLACES[] = {
     {"*fax_cascade.fontList", "Fax Options", 74, 21},
 };
 
-struct FontDeleter {
-  Display *display;
-  void operator()(XFontStruct *font) const { XFreeFont(display, font); }
+// A font, asked for only once however many places it is tried for. It stays open: the widgets load it too, and the
+// server would read its file again.
+class Font {
+ public:
+  Font(Display *display, const char *name) : display_(display), name_(name) {}
+  const char *name() const { return name_; }
+
+  // Whether the display has the font, not scaled from one of another size, and the text fits in it.
+  bool fits(const FixedPlace &place) {
+    if (!asked_) load();
+    const std::string text = place.text;
+    return font_ && XTextWidth(font_, text.data(), static_cast<int>(text.size())) <= place.width &&
+           font_->ascent + font_->descent <= place.height;
+  }
+
+ private:
+  void load() {
+    asked_ = true;
+    int count = 0;
+    char **names = XListFonts(display_, name_, 1, &count);
+    const bool scaled = count > 0 && std::string(names[0]).find("-p-0-") != std::string::npos;
+    if (names) XFreeFontNames(names);
+    if (count > 0 && !scaled) font_ = XLoadQueryFont(display_, name_);
+  }
+
+  Display *display_;
+  const char *name_;
+  bool asked_ = false;
+  XFontStruct *font_ = nullptr;
 };
-
-// Whether the display has the font, not scaled from one of another size, and the text fits in it.
-bool fits(Display *display, const char *font_name, const FixedPlace &place) {
-  int count = 0;
-  char **names = XListFonts(display, font_name, 1, &count);
-  const bool scaled = count > 0 && std::string(names[0]).find("-p-0-") != std::string::npos;
-  if (names) XFreeFontNames(names);
-  if (count == 0 || scaled) return false;
-  const std::unique_ptr<XFontStruct, FontDeleter> font(XLoadQueryFont(display, font_name), {display});
-  if (!font) return false;
-  const std::string text = place.text;
-  return XTextWidth(font.get(), text.data(), static_cast<int>(text.size())) <= place.width &&
-         font->ascent + font->descent <= place.height;
-}
-
-std::string fitting_font_line(Display *display, const FixedPlace &place) {
-  if (fits(display, USUAL_FONT, place)) return {};
-  for (const char *font : SMALLER_FONTS)
-    if (fits(display, font, place)) return std::string(place.specifier) + ": " + font;
-  return {};
-}
 
 }  // namespace
 
@@ -90,10 +100,17 @@ std::string application_resource(Display *display, const char *name) {
 
 void add_default_looks(Display *display, const char *scope) {
   merge_below_user_resources(display, scope, default_colours);
+  merge_below_user_resources(display, scope, NO_AUTO_DRAG);
+  static Font usual(display, USUAL_FONT);
+  static std::vector<Font> smaller;
+  for (const char *name : SMALLER_FONTS) smaller.emplace_back(display, name);
   for (const FixedPlace &place : FIXED_PLACES) {
-    const std::string line = fitting_font_line(display, place);
+    if (usual.fits(place)) continue;
+    const auto font = std::ranges::find_if(smaller, [&](Font &each) { return each.fits(place); });
+    if (font == smaller.end()) continue;
+    const std::string line = std::string(place.specifier) + ": " + font->name();
     const char *const lines[] = {line.c_str(), place.also, nullptr};
-    if (!line.empty()) merge_below_user_resources(display, scope, lines);
+    merge_below_user_resources(display, scope, lines);
   }
 }
 

@@ -109,6 +109,12 @@ bool try_keysymdb(const char *home, const char *format) {
   return true;
 }
 
+// What the next page needs and the first does not, once nothing else is to be done.
+Boolean load_later(XtPointer) {
+  load_clock_cursor();
+  return True;
+}
+
 }  // namespace
 
 int do_args(int argc, char **argv) {
@@ -181,6 +187,7 @@ int post_create_init() {
     tn_center_fax();
   }
   show_scale_on_toggles();
+  XtAppAddWorkProc(tn_context, load_later, nullptr);
   // A window that is reused already has the handler; the toolkit does not add it twice.
   XtAddEventHandler(tn_Shell000, StructureNotifyMask, False, map_handler, nullptr);
   return 0;

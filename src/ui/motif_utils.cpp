@@ -144,8 +144,12 @@ Window window_of(Widget w) {
 }
 }  // namespace
 
-void show_clock_cursor(Widget w) {
+void load_clock_cursor() {
   if (!clock_cursor) make_clock_cursor();
+}
+
+void show_clock_cursor(Widget w) {
+  load_clock_cursor();
   if (window_of(w)) XDefineCursor(display, window_of(w), clock_cursor);
   XFlush(display);
 }

@@ -72,6 +72,9 @@ void scroll_to_far_right(Widget w);
 /// Creates the clock cursor that `show_clock_cursor` uses.
 Cursor make_clock_cursor();
 
+/// Creates it unless it exists: an animated cursor of a desktop's theme takes milliseconds to load.
+void load_clock_cursor();
+
 /// Shows the clock cursor on the widget immediately; no effect on a widget without a window.
 void show_clock_cursor(Widget w);
 

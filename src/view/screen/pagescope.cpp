@@ -199,10 +199,11 @@ int do_this_page() {
   }
   trprintf("read page %d of %s: %d bytes\n", page_number + 1, Local_filename, length);
   if (Tn_trace_on) printf("read %d bytes of t4 data\n", length);
-  show_clock_cursor(tolvane_form);
+  const bool first = shown_extents().Dx == 0;  // the window has just come up: loading a cursor would delay the page
+  if (!first) show_clock_cursor(tolvane_form);
   const ScaleSizes sizes = scale_sizes(Reduced);
   process_t4(data.get(), length, bitmap, sizes.Xsize, sizes.Ysize);
-  restore_cursor(tolvane_form);
+  if (!first) restore_cursor(tolvane_form);
   if (Tn_trace_on) printf("finished a page\n");
   return 0;
 }
