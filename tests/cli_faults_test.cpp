@@ -283,6 +283,23 @@ TEST_F(Faults, TheTargetOfALinkIsReplaced) {
   EXPECT_EQ(shell("readlink dangling.fax; $tool check new.fax").out, "new.fax\nnew.fax: good, 1 page, 2376 lines\n");
 }
 
+// Memory that an input is mapped to goes when the input is cut.
+TEST_F(Faults, AnInputThatIsCutWhileItIsReadIsNamed) {
+  shell(
+      "convert $charts/itu4.tif pbm:1; for i in $(seq 60); do cat 1; done >in.pbm; rm 1; "
+      "tiffcp $(yes $charts/itu4.tif | head -n 60) in.tif");
+  const int entries = dir.entries();
+  for (const std::string name : {"in.pbm", "in.tif"}) {
+    ChildProcess child({in_build("tolvane-fax"), "create", "-j1", "out.fax", name}, {}, dir.string());
+    const std::string maps = "/proc/" + std::to_string(child.pid()) + "/maps";
+    for (int i = 0; i < 5000 && read_file(maps).find(name) == std::string::npos; ++i) usleep(1000);
+    ASSERT_EQ(truncate(dir.path(name).c_str(), 100), 0);
+    EXPECT_EQ(child.wait(), 2) << name;
+    EXPECT_THAT(child.errors(), HasSubstr(name + ": ")) << name;
+    EXPECT_EQ(dir.entries(), entries) << name;
+  }
+}
+
 TEST_F(Faults, ASignalLeavesNoHalfMadeFile) {
   ChildProcess child({in_build("tolvane-fax"), "create", "out.fax", "-"}, {}, dir.string());
   child.write("P4 1728 30000\n");

@@ -7,6 +7,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include "io/endings.h"
 #include "support/handle.h"
 #include "support/replace_file.h"
 
@@ -63,7 +64,9 @@ Descriptor open_regular(const std::string &path) {
 }
 
 InputFile::~InputFile() {
-  if (data_) munmap(const_cast<uint8_t *>(data_), size_);
+  if (!data_) return;
+  forget_mapping(data_);
+  munmap(const_cast<uint8_t *>(data_), size_);
 }
 
 Status InputFile::open(const std::string &path) {
@@ -76,6 +79,7 @@ Status InputFile::open(const std::string &path) {
   void *mapping = mmap(nullptr, size_, PROT_READ, MAP_PRIVATE, fd_.get(), 0);
   if (mapping == MAP_FAILED) return system_failure(name());
   data_ = static_cast<const uint8_t *>(mapping);
+  note_mapping(data_, size_, name());
   return DONE;
 }
 

@@ -10,7 +10,7 @@
 #include <cstring>
 #include <vector>
 
-#include "io/unfinished_files.h"
+#include "io/endings.h"
 #include "support/handle.h"
 
 namespace tolvane {

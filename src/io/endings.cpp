@@ -1,0 +1,140 @@
+// The names are in fixed storage: a signal handler reads them. They change under a lock with the signals blocked, so
+// that the handler never waits for its own thread; the handler keeps the lock, since the process ends.
+#include "io/endings.h"
+
+#include <signal.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <atomic>
+#include <cstdint>
+#include <cstring>
+#include <iterator>
+
+#include "io/report.h"
+#include "support/printable.h"
+#include "support/strlib.h"
+
+namespace tolvane {
+namespace {
+[[gnu::used]] const char SCCS_ID[] = "@(#)|endings|9|01|1|0|0|11/23/26|08:30:00";
+
+constexpr int ENDINGS[] = {SIGINT, SIGTERM, SIGHUP, SIGQUIT, SIGPIPE, SIGBUS};
+constexpr size_t MAPPINGS_MAX = 128;
+
+struct {
+  bool used;
+  char name[4096];
+} unfinished[UNFINISHED_FILES_MAX];
+struct Mapping {
+  uintptr_t begin;  // 0: free
+  size_t size;
+  char name[256];
+} mappings[MAPPINGS_MAX];
+std::atomic_flag changing;
+
+void print(const char *text) {
+  [[maybe_unused]] const ssize_t printed = write(STDERR_FILENO, text, strlen(text));
+}
+
+// Reports an input that has become shorter.
+void report_cut_input(uintptr_t address) {
+  const auto *mapping = std::find_if(std::begin(mappings), std::end(mappings), [=](const Mapping &each) {
+    return each.begin != 0 && address - each.begin < each.size;
+  });
+  print("tolvane-fax: ");
+  print(mapping == std::end(mappings) ? "an input" : mapping->name);
+  print(": the file has become shorter while it was read\n");
+}
+
+void end_process(int signal_number, siginfo_t *info, void *) {
+  while (changing.test_and_set()) {
+  }
+  for (const auto &file : unfinished) {
+    if (file.used) unlink(file.name);
+  }
+  if (signal_number == SIGBUS && info->si_code == BUS_ADRERR) {
+    report_cut_input(reinterpret_cast<uintptr_t>(info->si_addr));
+    _exit(FAILED);
+  }
+  signal(signal_number, SIG_DFL);
+  raise(signal_number);
+}
+
+sigset_t all_endings() {
+  sigset_t set;
+  sigemptyset(&set);
+  for (const int ending : ENDINGS) sigaddset(&set, ending);
+  return set;
+}
+
+// One signal does not interrupt the handler of another, which has the lock.
+void install_handlers() {
+  struct sigaction action = {}, before;
+  action.sa_sigaction = end_process;
+  action.sa_flags = SA_SIGINFO;
+  action.sa_mask = all_endings();
+  for (const int ending : ENDINGS) {
+    // A signal that was ignored, as under nohup, stays ignored.
+    if (sigaction(ending, nullptr, &before) == 0 && before.sa_handler == SIG_DFL) sigaction(ending, &action, nullptr);
+  }
+}
+
+// Keeps the signals of this thread and the changes of others waiting.
+class NamesChange {
+ public:
+  NamesChange() {
+    const sigset_t waiting = all_endings();
+    pthread_sigmask(SIG_BLOCK, &waiting, &before_);
+    while (changing.test_and_set()) {
+    }
+  }
+  ~NamesChange() {
+    changing.clear();
+    pthread_sigmask(SIG_SETMASK, &before_, nullptr);
+  }
+  NamesChange(const NamesChange &) = delete;
+  NamesChange &operator=(const NamesChange &) = delete;
+
+ private:
+  sigset_t before_;
+};
+
+}  // namespace
+
+void note_unfinished_file(const char *path) {
+  const NamesChange change;
+  install_handlers();
+  auto *slot = std::find_if(std::begin(unfinished), std::end(unfinished), [](const auto &file) { return !file.used; });
+  if (slot == std::end(unfinished) || strlen(path) >= sizeof slot->name) return;
+  strcpy(slot->name, path);
+  slot->used = true;
+}
+
+void forget_unfinished_file(const char *path) {
+  const NamesChange change;
+  for (auto &file : unfinished) {
+    if (file.used && strcmp(path, file.name) == 0) file.used = false;
+  }
+}
+
+void note_mapping(const void *begin, size_t size, const char *name) {
+  const std::string shown = printable(name);
+  const NamesChange change;
+  install_handlers();
+  auto *slot =
+      std::find_if(std::begin(mappings), std::end(mappings), [](const Mapping &each) { return each.begin == 0; });
+  if (slot == std::end(mappings)) return;
+  slot->begin = reinterpret_cast<uintptr_t>(begin);
+  slot->size = size;
+  copy_text(slot->name, sizeof slot->name, shown.c_str());
+}
+
+void forget_mapping(const void *begin) {
+  const NamesChange change;
+  for (Mapping &mapping : mappings) {
+    if (mapping.begin == reinterpret_cast<uintptr_t>(begin)) mapping.begin = 0;
+  }
+}
+
+}  // namespace tolvane

@@ -1,0 +1,22 @@
+// What a signal that ends the program must do first: remove files that have a name while they are written, and name an
+// input that another program has cut while it was read. Any thread may call these.
+#pragma once
+
+#include <cstddef>
+
+namespace tolvane {
+
+/// Files that are noted at a time at most.
+constexpr size_t UNFINISHED_FILES_MAX = 128;
+
+/// Removes a file when SIGINT, SIGTERM, SIGHUP, SIGQUIT, SIGPIPE or SIGBUS ends the program.
+void note_unfinished_file(const char *path);
+/// Keeps a file that was noted.
+void forget_unfinished_file(const char *path);
+
+/// Names a file when memory that it is mapped to cannot be read since the file has become shorter (SIGBUS): a message,
+/// and status FAILED. Of more than 128 mappings at a time the others are not named.
+void note_mapping(const void *begin, size_t size, const char *name);
+void forget_mapping(const void *begin);
+
+}  // namespace tolvane
