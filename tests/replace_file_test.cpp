@@ -69,6 +69,9 @@ TEST_P(ReplaceFile, GivesTheNameInOneStepAndKeepsModesLinksAndNothingElse) {
       {"link", {}, "other/old", 0640, name_seen},
       {"dangling", {}, "other/fresh", 0640, GetParam() ? "" : name_seen},
       {"old", {.needs_name = true}, "old", 04751, name_seen},
+      {"secret", {.mode = 0604}, "secret", 0604, GetParam() ? "" : name_seen},
+      {"old", {.mode = 0604}, "old", 0604, name_seen},
+      {"old", {.mode = 04751}, "old", 04751, name_seen},
       {"old", {.working_name = "told"}, "old", 04751, "+told -told "}};
   for (auto [path, options, file, mode, names] : cases) {
     for (const bool commits : {false, true}) {
@@ -80,6 +83,9 @@ TEST_P(ReplaceFile, GivesTheNameInOneStepAndKeepsModesLinksAndNothingElse) {
         Replacement replacement;
         ASSERT_TRUE(replacement.begin(path, options)) << path << ": " << strerror(errno);
         EXPECT_EQ(write_fully(replacement.fd(), "new", 3), 1);
+        struct stat status;
+        ASSERT_EQ(fstat(replacement.fd(), &status), 0);
+        EXPECT_TRUE(!options.mode || (status.st_mode & 077) == 0) << "others read what they may not";
         EXPECT_EQ(options.needs_name || options.working_name || !GetParam(), *replacement.working_path() != '\0');
         EXPECT_EQ(fs::exists(file) ? read_file(file) : "none", before) << path;
         EXPECT_TRUE(!commits || replacement.commit()) << path << ": " << strerror(errno);

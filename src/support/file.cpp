@@ -295,8 +295,10 @@ bool fill_target(int in, const char *source, Descriptor out, const char *target,
 
 // Copies to a new file that then takes the name of the target, so that a failure leaves an old target whole.
 bool replace_target(int in, const char *source, const char *target, const mode_t *new_mode) {
+  ReplacementOptions options;
+  if (new_mode) options.mode = *new_mode;
   Replacement file;
-  if (!file.begin(target)) {
+  if (!file.begin(target, options)) {
     trprintf("copy: open(\"%s\") failed: %s.\n", target, strerror(errno));
     return false;
   }
@@ -305,9 +307,7 @@ bool replace_target(int in, const char *source, const char *target, const mode_t
     trprintf("copy: write(\"%s\") failed: %s.\n", target, strerror(errno));
     return false;
   }
-  if (!new_mode || fchmod(file.fd(), *new_mode) == 0) return true;
-  trprintf("copy: fchmod(\"%s\") failed: %s.\n", target, strerror(errno));
-  return false;
+  return true;
 }
 
 // `copy`; with `whole`, a target that is a regular file or missing is replaced whole.

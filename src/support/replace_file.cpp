@@ -104,7 +104,7 @@ bool Replacement::begin(const char *path, const ReplacementOptions &options) {
 }
 
 bool Replacement::create() {
-  const mode_t mode = replaces_ ? 0600 : 0666;  // of a file that is replaced, the mode comes with `commit`
+  const mode_t mode = replaces_ || options_.mode ? 0600 : 0666;  // what is not for all comes with `commit`
   if (options_.working_name) {
     if (unlink(options_.working_name) != 0 && errno != ENOENT) return false;
     return create_named(options_.working_name, mode);
@@ -163,6 +163,11 @@ bool Replacement::keep_rights() const {
   return fchmod(file_.get(), replaced_.st_mode & (same_owner ? 07777 : 0777)) == 0;
 }
 
+bool Replacement::set_rights() const {
+  if (replaces_ && !keep_rights()) return false;
+  return !options_.mode || fchmod(file_.get(), *options_.mode) == 0;
+}
+
 bool Replacement::commit() {
   Replacement *const files[] = {this};
   return commit_all(files) == 1;
@@ -187,7 +192,7 @@ bool Replacement::put_on_disk(std::span<Replacement *const> files) {
 
 size_t Replacement::commit_all(std::span<Replacement *const> files) {
   for (const Replacement *file : files)
-    if (file->replaces_ && !file->keep_rights()) return 0;
+    if (!file->set_rights()) return 0;
   if (!put_on_disk(files)) return 0;
   const auto named = std::find_if(files.begin(), files.end(), [](Replacement *file) { return !file->take_name(); });
   const int fault = errno;

@@ -8,6 +8,7 @@
 #include <sys/stat.h>
 
 #include <cstddef>
+#include <optional>
 #include <span>
 #include <string>
 
@@ -23,7 +24,8 @@ struct ReplacementOptions {
   const char *working_name = nullptr;  ///< path that the incomplete file has; a file of that name is removed first
   bool needs_name = false;             ///< the incomplete file has a name, for operations that take a path
   working_name_fn on_name = nullptr;
-  bool keeps_existing = false;  ///< no file is replaced: if there is one, `begin` or `commit` fails with EEXIST
+  bool keeps_existing = false;   ///< no file is replaced: if there is one, `begin` or `commit` fails with EEXIST
+  std::optional<mode_t> mode{};  ///< of the file, set before it has its name; without: as `commit` says
 };
 
 /// A file that replaces another one, or is new. All operations set errno on failure.
@@ -72,6 +74,7 @@ class Replacement {
   static bool put_on_disk(std::span<Replacement *const> files);
   bool take_name();
   bool keep_rights() const;
+  bool set_rights() const;
   void name_changes(bool exists);
 
   Descriptor file_;
