@@ -107,8 +107,15 @@ TEST_F(Output, SelectionsChooseAmongOwnAndIncludedPages) {
     EXPECT_EQ(out.status, chosen.empty() ? 1 : 0) << selection << out.err;
     EXPECT_EQ(heights(out.out), chosen) << selection;
   }
-  EXPECT_EQ(run("extract a.fax p%03d.pbm --pages 4,2").status, 0);
-  EXPECT_EQ(heights(bytes("p002.pbm") + bytes("p004.pbm")), "24");
+  const std::tuple<const char *, const char *, int> names[] = {
+      {"p%03d.pbm", "p002.pbm", 0}, {"q%3d.pbm", "q002.pbm", 0},     {"r%d.pbm", "r2.pbm", 0},
+      {"5%.pbm", "5%.pbm", 0},      {"p%d-%d.pbm", "p%d-%d.pbm", 1}, {"p%2222d.pbm", "p%2222d.pbm", 1}};
+  for (const auto &[pattern, name, status] : names) {
+    for (const std::string command : {"extract a.fax -p2 ", "render a.fax -p2 "}) {
+      EXPECT_EQ(run(command + pattern).status, status) << pattern;
+      EXPECT_EQ(std::filesystem::remove(dir.path(name)), status == 0) << command << pattern;
+    }
+  }
 }
 
 TEST_F(Output, CheckNamesEveryFault) {

@@ -28,6 +28,7 @@ bool OutputNames::is_input(const std::string &path) const {
 Status OutputNames::plan(const std::string &pattern, const std::vector<std::string> &inputs) {
   pattern_ = pattern;
   several_ = inputs.size() > 1;
+  if (is_broken_pattern(pattern)) return usage_fault("\"%s\" may have one %%d and no other %%", pattern.c_str());
   if (!several_) return DONE;
   if (!has_input_name(pattern)) return usage_fault("\"%s\" needs {name}: there are several files", pattern.c_str());
   for (const std::string &input : inputs) {

@@ -28,7 +28,7 @@ std::string digits_for(const std::string &pattern, size_t begin, size_t end, int
   const std::string width = pattern.substr(begin + 1, end - begin - 2);
   std::string digits = std::to_string(number);
   const size_t wanted = width.empty() ? 0 : std::stoul(width);
-  if (digits.size() < wanted) digits.insert(0, wanted - digits.size(), width[0] == '0' ? '0' : ' ');
+  if (digits.size() < wanted) digits.insert(0, wanted - digits.size(), '0');
   return digits;
 }
 
@@ -41,6 +41,15 @@ bool same_file(const std::string &one, const std::string &other) {
 
 bool is_numbered_pattern(const std::string &pattern) {
   return number_place(pattern).second != 0;
+}
+
+bool is_broken_pattern(const std::string &pattern) {
+  bool has_number = false;
+  for (size_t at = pattern.find('%'); at != std::string::npos; at = pattern.find('%', at + 1)) {
+    const size_t letter = pattern.find_first_not_of("0123456789", at + 1);
+    has_number = has_number || (letter != std::string::npos && pattern[letter] == 'd');
+  }
+  return has_number && !is_numbered_pattern(pattern);
 }
 
 std::string numbered_name(const std::string &pattern, int32_t number) {

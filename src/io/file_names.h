@@ -9,8 +9,12 @@ namespace tolvane {
 /// Whether two paths name one file.
 bool same_file(const std::string &one, const std::string &other);
 
-/// Whether a pattern contains one number, `%d` or with a width as in `%03d`, and no other `%`.
+/// Whether a pattern contains one number, `%d` or with a width as in `%03d` or `%3d`, which is filled with zeros, and
+/// no other `%`.
 bool is_numbered_pattern(const std::string &pattern);
+
+/// Whether a pattern that is none was meant to be one: it has a `%d`, with or without a width.
+bool is_broken_pattern(const std::string &pattern);
 
 /// The name that a pattern gives for a number.
 std::string numbered_name(const std::string &pattern, int32_t number);
