@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <deque>
 #include <memory>
+#include <new>
 #include <utility>
 
 #include "cli/commands.h"
@@ -157,10 +158,11 @@ Status convert_file(const std::string &path, bool &includes) {
   return status;
 }
 
-// Viewers decode an included page in the coding of the file that includes it.
+// Viewers decode an included page in the coding of the file that includes it. What cannot be read here has been
+// converted nevertheless.
 Status warn_of_other_codings(const std::string &path) {
   FaxDocument document;
-  if (open_fax(path, document) != DONE) return FAILED;
+  if (open_fax(path, document) != DONE) return DAMAGED;
   const std::vector<MissingPages> missing = find_missing_pages(document);
   for (int32_t page = 1; page <= document.page_count() && !document.inclusions.empty(); ++page) {
     FaxPage found;
@@ -188,7 +190,13 @@ Status run() {
     return [converted] { return converted; };
   });
   for (size_t i = 0; i < files.size(); ++i) {
-    if (includes[i]) status = worse(status, warn_of_other_codings(files[i]));
+    if (!includes[i]) continue;
+    try {
+      status = worse(status, warn_of_other_codings(files[i]));
+    } catch (const std::bad_alloc &) {
+      report("%s: converted, but no memory to look at its inclusions", files[i].c_str());
+      status = worse(status, DAMAGED);
+    }
   }
   return status;
 }

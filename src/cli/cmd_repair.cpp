@@ -68,28 +68,37 @@ bool read_bytes(const FaxDocument &document, int64_t offset, int64_t size, std::
          read_fully(document.fd.get(), bytes.data(), bytes.size()) == static_cast<ssize_t>(size);
 }
 
-// Decodes without reporting damage. False for a coding without a decoder.
-bool try_decode(const FaxDocument &document, std::span<const uint8_t> record, int32_t as, DecodedPage &page) {
+// Decodes without reporting damage; a page that cannot be decoded has no lines. DONE, or FAILED after a message:
+// without memory nothing is known of the page.
+Status try_decode(const FaxDocument &document, std::span<const uint8_t> record, int32_t as, DecodedPage &page) {
   Diagnostics unused;
-  const HoldDiagnostics hold(unused);
-  return decode_page(document.name(), 1, record, as, page) != FAILED;
+  bool decoded = false;
+  {
+    const HoldDiagnostics hold(unused);
+    decoded = decode_page(document.name(), 1, record, as, page) != FAILED;
+  }
+  if (page.out_of_memory) return failure("%s: out of memory", document.name());
+  if (!decoded) page = {};
+  return DONE;
 }
 
-// The coding in which the first page, whole or cut short, has the most good lines; -1 if it has none in any.
-int32_t detect_coding(const FaxDocument &document) {
+// Finds the coding in which the first page, whole or cut short, has the most good lines. DONE, or FAILED after a
+// message.
+Status detect_coding(FaxDocument &document) {
   std::vector<uint8_t> record;
   const bool whole = !document.records.empty();
   const int64_t offset = whole ? document.records[0].offset + 4 : document.records_start + 4;
   const int64_t size = whole ? document.records[0].length : std::max<int64_t>(document.lost_bytes - 4, 0);
-  if (!read_bytes(document, offset, size, record)) return -1;
-  int32_t best = -1, most = 0;
+  if (!read_bytes(document, offset, size, record)) return system_failure(document.name());
+  int32_t most = 0;
   for (const int32_t each : {COMP_MH, COMP_MR, COMP_MMR}) {
     DecodedPage page;
-    if (!try_decode(document, record, each, page)) continue;
+    if (try_decode(document, record, each, page) != DONE) return FAILED;
     const int32_t good = page.coded_lines() - 2 * page.damaged_lines();
-    if (good > most) best = each, most = good;
+    if (good > most) document.coding = each, most = good;
   }
-  return best;
+  if (most > 0) return DONE;
+  return failure("%s: the coding of its pages cannot be detected: use --coding", document.name());
 }
 
 // Sets COMPRESSION and RESOLUTION where the header does not say.
@@ -98,9 +107,8 @@ Status repair_modes(Repair &repair) {
   const char *compression = faxFileKeywordList[FAXFILE_COMPRESSION], *lines = faxFileKeywordList[FAXFILE_RESOLUTION];
   const bool has_coding = find_header_value(document.lines, compression) && document.coding >= 0;
   if (!has_coding) {
-    document.coding = coding >= 0 ? coding : detect_coding(document);
-    if (document.coding < 0)
-      return failure("%s: the coding of its pages cannot be detected: use --coding", document.name());
+    document.coding = coding;
+    if (coding < 0 && detect_coding(document) != DONE) return FAILED;
     set_header_value(document.lines, compression, std::string(1, static_cast<char>(DFtoascii(document.coding))));
     note(repair, "COMPRESSION set to %s", coding_name(document.coding));
   }
@@ -131,17 +139,19 @@ void drop_padding(Repair &repair) {
   repair.records = counted;
 }
 
-// The good lines of the bytes after the last whole record, decoded as a page.
-std::vector<uint8_t> lines_of_cut_page(const FaxDocument &document) {
+// Decodes the bytes after the last whole record as a page and keeps its good lines. DONE, or FAILED after a message.
+Status read_cut_page(const FaxDocument &document, std::vector<uint8_t> &lines) {
   DecodedPage page;
   std::vector<uint8_t> record;
-  if (document.lost_bytes <= 4 || !read_bytes(document, records_end(document) + 4, document.lost_bytes - 4, record) ||
-      !try_decode(document, record, document.coding, page))
-    return {};
+  if (document.lost_bytes <= 4) return DONE;
+  if (!read_bytes(document, records_end(document) + 4, document.lost_bytes - 4, record))
+    return system_failure(document.name());
+  if (try_decode(document, record, document.coding, page) != DONE) return FAILED;
   // The line in which the data end is not whole.
   const bool ends_within = !page.damage.empty() && page.damage.back().line >= page.count;
   if (page.count > 0 && ends_within) page.lines.resize(page.lines.size() - LINE_BYTES);
-  return page.lines;
+  lines = std::move(page.lines);
+  return DONE;
 }
 
 // Rescues the lines of a last page that is cut short, or removes bytes that are no page.
@@ -149,7 +159,8 @@ Status repair_tail(Repair &repair) {
   FaxDocument &document = repair.document;
   drop_padding(repair);
   if (document.lost_bytes == 0 || repair.records < document.record_count()) return DONE;
-  const std::vector<uint8_t> lines = lines_of_cut_page(document);
+  std::vector<uint8_t> lines;
+  if (read_cut_page(document, lines) != DONE) return FAILED;
   const auto count = static_cast<int32_t>(lines.size() / LINE_BYTES);
   const bool is_counted = counted_pages(document) > document.record_count();
   if (count == 0 || (!is_counted && count < CREDIBLE_LINES)) {
@@ -206,12 +217,12 @@ Status run() {
       repair_counts(repair) != DONE)
     return FAILED;
   const bool writes = !dry_run && (!repair.notes.empty() || !in_place);
-  if (writes && write_repaired(repair) != DONE) return FAILED;
   if (repair.notes.empty()) note(repair, "nothing to repair");
-  for (const std::string &text : repair.notes) {
-    const std::string line = repair.document.shown_name + ": " + text + '\n';
-    fputs(out == "-" ? printable(line, "\n").c_str() : line.c_str(), out == "-" ? stderr : stdout);
-  }
+  std::string notes;  // made before the file is replaced: after that a lack of memory would give a wrong status
+  for (const std::string &text : repair.notes) notes += repair.document.shown_name + ": " + text + '\n';
+  if (out == "-") notes = printable(notes, "\n");
+  if (writes && write_repaired(repair) != DONE) return FAILED;
+  fputs(notes.c_str(), out == "-" ? stderr : stdout);
   return repair.lines_lost ? DAMAGED : DONE;
 }
 

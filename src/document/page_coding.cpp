@@ -147,7 +147,8 @@ Status decode(const char *name, int32_t number, std::span<const uint8_t> record,
   if (coding == COMP_MH) decode_MH(decoder, record, decoding);
   if (coding == COMP_MMR) decode_MMR(decoder, record, decoding);
   if (coding == COMP_MR) decode_MR(decoder, record, decoding);
-  if (decoding.result == DecodeResult::no_memory) return failure("%s: page %d: out of memory", name, number);
+  page.out_of_memory = decoding.result == DecodeResult::no_memory;
+  if (page.out_of_memory) return failure("%s: page %d: out of memory", name, number);
   if (decoding.keep_lines && page.count > LONGEST_DECODED)
     return failure("%s: page %d: %d lines are more than %d, and are not decoded", name, number, page.count,
                    LONGEST_DECODED);

@@ -23,6 +23,7 @@ struct DecodedPage {
   std::vector<uint8_t> lines;      ///< line bitmaps of 216 bytes, one after another, if they were wanted
   int32_t count = 0;               ///< how many lines the page has
   std::vector<LineDamage> damage;  ///< in the order of the lines; several may be at one line
+  bool out_of_memory = false;      ///< the page could not be decoded: nothing above counts
 
   /// Lines of the record: those that were decoded, and those that are lost through damage before them.
   int32_t coded_lines() const;
@@ -49,7 +50,7 @@ Status encode_page(const std::string &what, std::span<const uint8_t> lines, int3
 /// code".
 ///
 /// @param name, number  for messages: the document and the number of the page in it
-/// @return DONE; DAMAGED; FAILED after a message if there is no decoder for the coding, or the page has more than
+/// @return DONE; DAMAGED; FAILED after a message if there is no decoder for the coding, no memory, or more than
 ///         LONGEST_DECODED lines
 Status decode_page(const char *name, int32_t number, std::span<const uint8_t> record, int32_t coding,
                    DecodedPage &page);

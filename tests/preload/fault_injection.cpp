@@ -1,13 +1,17 @@
 // Preloaded into a program (LD_PRELOAD), this lets one of its system calls or allocations fail, or ends it there. The
 // variable FAULT says which: "KIND N MARK", the Nth from 0 and a file that is made when it is reached. KIND is an error
-// number for system calls, or "short" (half of what is read or written), "null" (allocations), "kill" or "term".
+// number for system calls, or "short" (half of what is read or written), "null" (allocations), "thread" (starts of
+// threads), "kill" or "term". A program that ends in order before the Nth call leaves their number in MARK and
+// "-count".
 //
 // System calls are caught in the kernel, whatever function of the C library makes them: a filter (seccomp(2)) turns
-// those on files into a signal, except those that this library makes itself.
+// those on files into a signal, except those that this library makes itself. What is printed always succeeds.
+#include <dlfcn.h>
 #include <errno.h>
 #include <fcntl.h>
 #include <linux/filter.h>
 #include <linux/seccomp.h>
+#include <pthread.h>
 #include <signal.h>
 #include <stddef.h>
 #include <stdint.h>
@@ -46,21 +50,28 @@ fault_call_end:
 
 namespace {
 
-constexpr int CALLS[] = {SYS_open,      SYS_openat, SYS_creat,   SYS_read,      SYS_pread64,   SYS_write,
-                         SYS_pwrite64,  SYS_writev, SYS_pwritev, SYS_pwritev2,  SYS_lseek,     SYS_newfstatat,
-                         SYS_fstat,     SYS_fsync,  SYS_syncfs,  SYS_ftruncate, SYS_fallocate, SYS_rename,
-                         SYS_renameat2, SYS_linkat, SYS_unlink,  SYS_fchmod,    SYS_fchown,    SYS_chmod,
-                         SYS_chown,     SYS_mmap,   SYS_close,   SYS_fcntl,     SYS_dup,       SYS_copy_file_range};
+constexpr int CALLS[] = {SYS_open,      SYS_openat,    SYS_creat,           SYS_memfd_create,
+                         SYS_read,      SYS_pread64,   SYS_preadv,          SYS_write,
+                         SYS_pwrite64,  SYS_writev,    SYS_pwritev,         SYS_pwritev2,
+                         SYS_lseek,     SYS_stat,      SYS_lstat,           SYS_newfstatat,
+                         SYS_fstat,     SYS_statx,     SYS_access,          SYS_faccessat2,
+                         SYS_readlink,  SYS_fsync,     SYS_fdatasync,       SYS_syncfs,
+                         SYS_ftruncate, SYS_fallocate, SYS_rename,          SYS_renameat,
+                         SYS_renameat2, SYS_link,      SYS_linkat,          SYS_unlink,
+                         SYS_unlinkat,  SYS_fchmod,    SYS_fchown,          SYS_chmod,
+                         SYS_chown,     SYS_mmap,      SYS_close,           SYS_fcntl,
+                         SYS_flock,     SYS_dup,       SYS_copy_file_range, SYS_sendfile};
 
 char kind[16];
 char mark[4096];
-long left = -1;  // of the calls counted, before the one that fails
-int error = 0;   // what it fails with; 0 if it fails in another way
-bool allocations = false;
+long wanted = 0;  // which of the calls is the one that fails
+long left = -1;   // calls before it
+int error = 0;    // what it fails with; 0 if it fails in another way
+bool allocations = false, threads = false;
 
 // Whether this is the call; a program that is to end ends here.
 bool is_the_call() {
-  if (left < 0 || left-- > 0) return false;
+  if (__atomic_fetch_sub(&left, 1, __ATOMIC_RELAXED) != 0) return false;
   fault_call(SYS_close, fault_call(SYS_creat, reinterpret_cast<long>(mark), 0666, 0, 0, 0, 0), 0, 0, 0, 0, 0);
   const int ending = strcmp(kind, "kill") == 0 ? SIGKILL : strcmp(kind, "term") == 0 ? SIGTERM : 0;
   if (ending != 0) fault_call(SYS_kill, fault_call(SYS_getpid, 0, 0, 0, 0, 0, 0), ending, 0, 0, 0, 0);
@@ -75,7 +86,8 @@ void catch_call(int, siginfo_t *info, void *context) {
   auto *registers = static_cast<ucontext_t *>(context)->uc_mcontext.gregs;
   const long number = info->si_syscall;
   long count = registers[REG_RDX];
-  if (is_the_call()) {
+  const bool is_stream = registers[REG_RDI] == STDOUT_FILENO || registers[REG_RDI] == STDERR_FILENO;
+  if (!(number == SYS_write && is_stream) && is_the_call()) {
     if (error != 0) {
       registers[REG_RAX] = -error;
       return;
@@ -118,20 +130,42 @@ void install_filter() {
   if (!fault || sscanf(fault, "%15s %ld %4095s", kind, &at, mark) != 3) return;
   error = atoi(kind);
   allocations = strcmp(kind, "null") == 0;
-  if (!allocations) install_filter();
-  left = at;
+  threads = strcmp(kind, "thread") == 0;
+  if (!allocations && !threads) install_filter();
+  left = wanted = at;
+}
+
+[[gnu::destructor]] void leave_count() {
+  if (left < 0) return;
+  char path[sizeof mark + sizeof "-count"], number[24];
+  snprintf(path, sizeof path, "%s-count", mark);
+  const int size = snprintf(number, sizeof number, "%ld", wanted - left);
+  const long fd = fault_call(SYS_creat, reinterpret_cast<long>(path), 0666, 0, 0, 0, 0);
+  fault_call(SYS_write, fd, reinterpret_cast<long>(number), size, 0, 0, 0);
+}
+
+bool no_memory() {
+  if (!allocations || !is_the_call()) return false;
+  errno = ENOMEM;
+  return true;
 }
 
 }  // namespace
 
 extern "C" void *malloc(size_t size) {
-  return allocations && is_the_call() ? nullptr : __libc_malloc(size);
+  return no_memory() ? nullptr : __libc_malloc(size);
 }
 
 extern "C" void *calloc(size_t count, size_t size) {
-  return allocations && is_the_call() ? nullptr : __libc_calloc(count, size);
+  return no_memory() ? nullptr : __libc_calloc(count, size);
 }
 
 extern "C" void *realloc(void *block, size_t size) {
-  return allocations && is_the_call() ? nullptr : __libc_realloc(block, size);
+  return no_memory() ? nullptr : __libc_realloc(block, size);
+}
+
+extern "C" int pthread_create(pthread_t *thread, const pthread_attr_t *attributes, void *(*start)(void *),
+                              void *argument) {
+  static const auto create = reinterpret_cast<decltype(&pthread_create)>(dlsym(RTLD_NEXT, "pthread_create"));
+  return threads && is_the_call() ? EAGAIN : create(thread, attributes, start, argument);
 }
