@@ -1,4 +1,5 @@
-// Runs what the other files add, and prints the table of ratios; what is measured is in those files. The
+// Runs what the other files add, and prints the table of ratios, in Markdown; a mean that misses its target is bold.
+// What is measured is in those files. The
 // repetitions of all benchmarks come mixed, so that a drift of the machine falls on both sides: a time by itself says
 // nothing.
 #include "bench.h"
@@ -43,9 +44,11 @@ class RatioTable : public benchmark::BenchmarkReporter {
   }
 
   void Finalize() override {
-    printf("%-28s", "our time / libtiff's");
-    for (const Chart &chart : charts()) printf("%8s", chart.name.c_str());
-    printf("%8s%8s\n", "mean", "target");
+    printf("| Operation |");
+    for (const Chart &chart : charts()) printf(" %s |", chart.name.c_str());
+    printf(" Mean | To reach |\n|---|");
+    for (size_t column = 0; column < charts().size() + 2; ++column) printf("---|");
+    printf("\n");
     for (const Row &row : rows) print(row);
   }
 
@@ -64,13 +67,13 @@ class RatioTable : public benchmark::BenchmarkReporter {
       const double ratio = median(row.name + "/" + chart + "/ours") / median(row.name + "/" + chart + "/libtiff");
       if (!(ratio > 0)) return;  // left out by a filter
       char cell[16];
-      snprintf(cell, sizeof cell, "%8.2f", ratio);
+      snprintf(cell, sizeof cell, " %.2f |", ratio);
       text += cell;
       logarithms += std::log(ratio);
     }
     const double mean = std::exp(logarithms / static_cast<double>(row.charts.size()));
-    printf("%-28s%s%8.2f%8.2f%s\n", row.name.c_str(), text.c_str(), mean, row.target,
-           mean <= row.target ? "" : "  missed");
+    const char *missed = mean <= row.target ? "" : "**";
+    printf("| %s |%s %s%.2f%s | %.2f |\n", row.name.c_str(), text.c_str(), missed, mean, missed, row.target);
   }
 
   std::map<std::string, std::vector<double>> times_;
