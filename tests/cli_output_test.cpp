@@ -242,6 +242,39 @@ TEST_F(Output, HeadersAreReadWithoutThePages) {
   EXPECT_EQ(nlohmann::json::parse(json.out)["error"], "gone.fax: No such file or directory");
 }
 
+TEST_F(Output, PagesArePutOnPaperWhole) {
+  const auto page = [](uint32_t height, uint32_t first, uint32_t end) {
+    return drawn(1728, height,
+                 [=](uint32_t x, uint32_t y) { return x >= first && x < end && (x / 9 + y / 9) % 5 == 0; });
+  };
+  // The lines of the page and where it is black, the paper, the lines after that, the size of a PDF page, a message.
+  const std::tuple<Picture, std::string, uint32_t, std::string, std::string> cases[] = {
+      {page(1000, 21, 1707), "a4", 2291, "595.276 x 841.89 pts (A4)", ""},
+      {page(1000, 20, 1700), "a4", 2291, "609.882 x 841.89 pts", "a.fax: page 1 is 8.5 inches wide, a4 paper 8.3"},
+      {page(1000, 30, 1708), "a4 --rotate 90", 2291, "841.89 x 609.882 pts", "page 1 is 8.5 inches wide"},
+      {page(10, 30, 1700), "a4 --rotate 270", 2291, "841.89 x 595.276 pts (A4)", ""},
+      {page(2156, 0, 1728), "letter", 2156, "612 x 792 pts (letter)", ""},
+      {page(2744, 0, 1728), "Legal", 2744, "612 x 1008 pts", ""},
+      {page(2170, 0, 1728), "letter", 2170, "612 x 797.143 pts", "page 1 is 11.1 inches long, letter paper 11.0"},
+  };
+  for (const auto &[picture, paper, height, size, message] : cases) {
+    ASSERT_EQ(run("create a.fax -", pbm(picture)).status, 0);
+    Picture whole = picture;
+    whole.height = height;
+    whole.pixels.resize(size_t{height} * 216);
+    const ToolRun out = run("extract a.fax a.pdf --paper " + paper);
+    EXPECT_THAT(out.err, message.empty() ? testing::Matcher<std::string>("") : HasSubstr(message)) << paper;
+    EXPECT_THAT(shell("pdfinfo a.pdf").out, HasSubstr("Page size:       " + size + "\n"));
+    if (paper.find("rotate") != std::string::npos) continue;
+    EXPECT_TRUE(from_pbm(shell("pdfimages a.pdf i && cat i-000.pbm").out) == whole) << paper;
+    EXPECT_TRUE(from_pbm(run("extract a.fax - -fpbm --paper " + paper).out) == whole) << paper;
+    // Shown, it has the same pixels at whole places: what is left without margins is equal.
+    EXPECT_EQ(shell("pdftoppm -mono -rx 204 -ry 196 a.pdf | pnmcrop -white | sha1sum").out,
+              shell("pnmcrop -white i-000.pbm | sha1sum").out)
+        << paper;
+  }
+}
+
 TEST_F(Output, SeveralFilesGiveWhatEachOfThemGives) {
   const std::string modes[] = {"RESOLUTION:1\n", "", "RESOLUTION:0\nCOMPRESSION:3\n"};
   for (size_t i = 0; i < 6; ++i) {

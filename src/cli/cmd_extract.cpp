@@ -17,6 +17,7 @@
 #include "document/page_survey.h"
 #include "formats/fax_lines.h"
 #include "formats/page_writers.h"
+#include "formats/paper.h"
 #include "formats/turning.h"
 #include "io/file_names.h"
 #include "io/ordered_work.h"
@@ -34,6 +35,7 @@ std::string format_name;
 TiffCoding tiff_coding = TiffCoding::g4;
 bool square, no_metadata;
 int32_t rotate;
+const Paper *paper;
 
 void declare(Usage &usage) {
   add_files_and_output(
@@ -51,6 +53,9 @@ void declare(Usage &usage) {
                          "how pages are coded in TIFF");
   usage.add_flag("--square", square, "repeat lines to make pixels square, for text recognition");
   add_rotate(usage, rotate);
+  std::vector<std::pair<std::string, const Paper *>> papers;
+  for (const Paper &each : PAPERS) papers.emplace_back(each.name, &each);
+  add_choice(usage, "--paper", paper, papers, "make pages as long as the paper, and PDF pages as wide");
   usage.add_flag("--no-metadata", no_metadata, "write no tags and texts from header lines and damage");
   add_no_clobber(usage);
 }
@@ -95,6 +100,16 @@ struct PageOut {
   Status status = DONE;  ///< DONE or DAMAGED with a picture, else FAILED
 };
 
+// Puts a page on the paper that the user wants. What does not fit is reported.
+void put_on_paper(const char *name, const PictureFormat &format, int32_t number, PagePicture &picture) {
+  if (!paper) return;
+  std::vector<std::string> misfits = {fit_length(*paper, picture)};
+  if (format.page_sizes) misfits.push_back(set_page_size(*paper, picture));
+  for (const std::string &misfit : misfits) {
+    if (!misfit.empty()) report("%s: page %d is %s", name, number, misfit.c_str());
+  }
+}
+
 // Makes the picture of a page whose record has been read, and its code.
 Status make_picture(const FaxDocument &document, const PictureFormat &format, PageOut &page) {
   DecodedPage decoded;
@@ -103,9 +118,13 @@ Status make_picture(const FaxDocument &document, const PictureFormat &format, Pa
   if (decoded.count == 0) return failure("%s: page %d has no lines: skipped", document.name(), page.number);
   page.picture = {FAX_WIDTH, decoded.count, FAX_X_DPI, lines_per_inch(page.found.resolution), std::move(decoded.lines)};
   if (!no_metadata) add_metadata(document, decoded, page.picture);
+  put_on_paper(document.name(), format, page.number, page.picture);
   const Turn turn = wanted_turn(rotate, page.picture.rows, page.picture.width, page.picture.height);
   if (!turn.is_none()) turn_rows(page.picture.rows, page.picture.width, page.picture.height, turn);
-  if (turn.transpose) std::swap(page.picture.x_dpi, page.picture.y_dpi);
+  if (turn.transpose) {
+    std::swap(page.picture.x_dpi, page.picture.y_dpi);
+    std::swap(page.picture.page_width, page.picture.page_height);
+  }
   if (square) make_square(page.picture);
   if (format.encode) page.picture.code = format.encode(page.picture, tiff_coding);
   return status;

@@ -20,6 +20,8 @@ struct PagePicture {
   HeaderValues header = {};        ///< values that the format may have a place for
   int32_t bad_lines = 0;           ///< damaged lines, and the most of them in a row
   int32_t consecutive_bad_lines = 0;
+  double page_width = 0;  ///< inches of the page that the picture is on, where a format has such; 0: as the picture
+  double page_height = 0;
 
   size_t row_bytes() const { return (static_cast<size_t>(width) + 7) / 8; }
 };

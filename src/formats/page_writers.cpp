@@ -20,10 +20,10 @@ std::vector<uint8_t> g4_code(const PagePicture &picture, TiffCoding) {
 }
 
 const PictureFormat FORMATS[] = {
-    {"tiff", {".tif", ".tiff"}, true, standard_code, write_tiff},
-    {"pdf", {".pdf"}, true, g4_code, without_coding<write_pdf>},
-    {"png", {".png"}, false, nullptr, without_coding<write_png>},
-    {"pbm", {".pbm"}, true, nullptr, without_coding<write_pbm>},
+    {"tiff", {".tif", ".tiff"}, true, false, standard_code, write_tiff},
+    {"pdf", {".pdf"}, true, true, g4_code, without_coding<write_pdf>},
+    {"png", {".png"}, false, false, nullptr, without_coding<write_png>},
+    {"pbm", {".pbm"}, true, false, nullptr, without_coding<write_pbm>},
 };
 
 const PictureFormat *format_named(const std::string &name) {

@@ -29,6 +29,7 @@ struct PictureFormat {
   const char *name;
   std::vector<const char *> endings;
   bool several_pages;  ///< in one file
+  bool page_sizes;     ///< pages have a size apart from their pixels
   /// Makes the code of a picture, in any thread, before it is written; null if the format has none.
   ///
   /// @return empty on failure

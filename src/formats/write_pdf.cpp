@@ -38,6 +38,25 @@ double paper_size(int32_t pixels, double dpi) {
   return std::floor(pixels / dpi * POINTS * 1e4) / 1e4;
 }
 
+std::string coordinate(double points) {
+  return points == 0 ? "0" : formatted("%.6f", points);
+}
+
+// A page across or down, in points.
+struct Extent {
+  double page, picture, begin;  // sizes, and where the picture begins from the left or the top
+};
+
+// On a page of its own size the picture is in the middle, at a whole number of its pixels. It ends the least bit before
+// theirs, so that no renderer needs one more for it and blurs all of them.
+Extent extent(int32_t pixels, double dpi, double page_inches) {
+  const double pixel = POINTS / dpi;
+  if (page_inches <= 0) return {paper_size(pixels, dpi), paper_size(pixels, dpi), 0};
+  const double page = page_inches * POINTS, picture = std::floor(pixels * pixel * 1e4 - 0.5) / 1e4;
+  const double before = std::floor((page - pixels * pixel) / 2 / pixel + 1e-6) * pixel;
+  return {page, picture, std::ceil(before * 1e6) / 1e6};
+}
+
 // A text string in hexadecimal: ASCII as it is, and all else in UTF-16 (ISO 32000-1, 7.9.2.2). What is not UTF-8 stays.
 std::string text_string(const std::string &text) {
   std::string bytes = text;
@@ -76,16 +95,19 @@ class PdfFile {
   bool add_page(const PagePicture &picture) {
     if (pages_ == 0) information_ = information(picture.header);
     const size_t first = PAGE_OBJECTS * pages_++;
-    const double width = paper_size(picture.width, picture.x_dpi), height = paper_size(picture.height, picture.y_dpi);
+    const Extent across = extent(picture.width, picture.x_dpi, picture.page_width);
+    const Extent down = extent(picture.height, picture.y_dpi, picture.page_height);
     put_object(PAGE + first, formatted("<< /Type /Page /Parent %zu 0 R /MediaBox [ 0 0 %.4f %.4f ] /Contents %zu 0 R "
                                        "/Resources << /XObject << /Page %zu 0 R >> >> >>",
-                                       PAGES, width, height, CONTENTS + first, IMAGE + first));
+                                       PAGES, across.page, down.page, CONTENTS + first, IMAGE + first));
     const std::string image = formatted(
         "/Type /XObject /Subtype /Image /Width %d /Height %d /ColorSpace /DeviceGray /BitsPerComponent 1 "
         "/Filter /CCITTFaxDecode /DecodeParms << /K -1 /Columns %d /Rows %d >>",
         picture.width, picture.height, picture.width, picture.height);
     put_stream(IMAGE + first, image, {picture.code.begin(), picture.code.end()});
-    put_stream(CONTENTS + first, "", formatted("%.4f 0 0 %.4f 0 0 cm /Page Do\n", width, height));
+    put_stream(CONTENTS + first, "",
+               formatted("%.4f 0 0 %.4f %s %s cm /Page Do\n", across.picture, down.picture,
+                         coordinate(across.begin).c_str(), coordinate(down.page - down.picture - down.begin).c_str()));
     return send();
   }
 
