@@ -145,7 +145,7 @@ int32_t resolution_of(tolvane_fax *fax) {
 int replace_header(tolvane_fax *fax, const HeaderLines &lines) {
   const std::string path = path_of_descriptor(fax->file.get());
   Replacement file;
-  if (!file.begin(path.c_str())) return TOLVANE_CREATE;
+  if (!is_file_at(fax->file.get(), path.c_str()) || !file.begin(path.c_str())) return TOLVANE_CREATE;
   if (!write_header_lines(file.fd(), lines) || !copy_bytes(fax->file.get(), file.fd(), -1)) return TOLVANE_WRITE;
   if (!file.commit()) return TOLVANE_WRITE;
   const Descriptor renewed(open(path.c_str(), O_RDWR | O_NOCTTY | O_CLOEXEC));

@@ -12,6 +12,7 @@
 #include <mutex>
 #include <string>
 #include <string_view>
+#include <utility>
 
 #include "faxfile/usorbport.h"
 #include "support/handle.h"
@@ -86,28 +87,32 @@ void FaxEditLock::release() {
 }
 
 namespace {
-// Opens the fax file that has replaced the one that is open; none if it has not been replaced.
-Descriptor open_successor(int32_t fd) {
+// Opens the fax file that has replaced the one that is open; none if it has not been replaced. False with errno set if
+// that cannot be seen.
+bool open_successor(int32_t fd, Descriptor &successor) {
   constexpr std::string_view DELETED = " (deleted)";
   struct stat status;
-  if (fstat(fd, &status) != 0 || status.st_nlink > 0) return Descriptor();
-  std::string path = path_of_descriptor(fd);
-  if (!path.ends_with(DELETED)) return Descriptor();
+  if (fstat(fd, &status) != 0) return false;
+  std::string path = status.st_nlink > 0 ? "" : path_of_descriptor(fd);
+  if (!path.ends_with(DELETED)) return true;
   path.resize(path.size() - DELETED.size());
-  Descriptor successor(open(path.c_str(), O_RDWR | O_NONBLOCK | O_NOCTTY | O_CLOEXEC));
+  Descriptor opened(open(path.c_str(), O_RDWR | O_NONBLOCK | O_NOCTTY | O_CLOEXEC));
+  if (!opened) return errno == ENOENT;
   uint32_t magic;
-  if (successor && (readLongFlipped(successor.get(), &magic) != FAXFILE_WORD || magic != FAXFILE_MAGIC))
-    successor.reset();
-  return successor;
+  const ssize_t got = readLongFlipped(opened.get(), &magic);
+  if (got == FAXFILE_WORD && magic == FAXFILE_MAGIC) successor = std::move(opened);
+  return got >= 0;
 }
 }  // namespace
 
 bool take_to_change(FaxEditLock &lock, int32_t fd) {
   for (;;) {
     if (!lock.take(fd)) return false;
-    const Descriptor successor = open_successor(fd);
-    if (!successor) return true;
+    Descriptor successor;
+    const bool seen = open_successor(fd, successor);
+    if (seen && !successor) return true;
     lock.release();
+    if (!seen) return false;
     if (dup3(successor.get(), fd, O_CLOEXEC) < 0) return false;
   }
 }

@@ -3,6 +3,7 @@
 // all that follows it.
 #include "faxfile/page_writer.h"
 
+#include <errno.h>
 #include <stdlib.h>
 #include <string.h>
 #include <sys/stat.h>
@@ -35,17 +36,18 @@ void release_page(PageIO *&slot) {
   _pfree(page);
 }
 
-// Whether the descriptor still is the file that it was when the page was started.
-bool is_same_file(const PageIO &page) {
+// Whether the descriptor is another file than when the page was started, or none.
+bool is_another_file(const PageIO &page) {
   struct stat status;
-  return fstat(page.fd, &status) == 0 && status.st_dev == page.device && status.st_ino == page.file;
+  if (fstat(page.fd, &status) != 0) return errno == EBADF;  // any other fault must not lose the page
+  return status.st_dev != page.device || status.st_ino != page.file;
 }
 
 // The page in progress on a descriptor, made the current one; null if there is none. Pages of a file that was closed
 // without FaxFileClose, and whose number is another file's now, are given up.
 PageIO *find_page(int32_t fd) {
   for (PageIO *&slot : gPageIOArray)
-    if (slot && slot->fd == fd && !is_same_file(*slot)) release_page(slot);
+    if (slot && slot->fd == fd && is_another_file(*slot)) release_page(slot);
   if (gCurrentPageIO && gCurrentPageIO->fd == fd) return gCurrentPageIO;
   return SetCurrentPageIO(fd) ? gCurrentPageIO : nullptr;
 }
@@ -54,6 +56,7 @@ PageIO *find_page(int32_t fd) {
 bool save_following_pages(PageIO *page) {
   page->recordStart = lseek(page->fd, 0, SEEK_CUR);
   page->sizeBefore = file_size(page->fd);
+  if (page->recordStart < 0 || page->sizeBefore < 0) return false;
   if (page->savedPages > 0) close(std::exchange(page->savedPages, 0));
   return SaveFaxPages(page->fd, &page->savedPages);
 }
@@ -72,8 +75,9 @@ int16_t start_reading(PageIO *page, FaxPageParams *params) {
   if (!SeekToPage(page->fd, params->pageNumber) || readLongFlipped(page->fd, &length) != FAXFILE_WORD)
     return FAXFILE_ERR_ARGUMENT;
   const off_t data = lseek(page->fd, 0, SEEK_CUR);
+  if (data < 0) return FAXFILE_ERR_READ;
   if (length > file_size(page->fd) - data || length > INT32_MAX) return FAXFILE_ERR_ARGUMENT;
-  lseek(page->fd, data - static_cast<off_t>(FAXFILE_WORD), SEEK_SET);
+  if (lseek(page->fd, data - static_cast<off_t>(FAXFILE_WORD), SEEK_SET) < 0) return FAXFILE_ERR_READ;
   params->dataLength = static_cast<int32_t>(length);
   params->lengthMark = -1;
   page->params = *params;

@@ -94,7 +94,9 @@ int16_t change_lines(int32_t fd, const HeaderText &header, std::string_view line
   const off_t pages = FAXFILE_PREAMBLE + static_cast<off_t>(header.length);
   SpoolMapping following;
   Descriptor spool;
-  if (file_size(fd) > pages) {
+  const int64_t size = file_size(fd);
+  if (size < 0) return FAXFILE_ERR_READ;
+  if (size > pages) {
     int32_t saved;
     if (lseek(fd, pages, SEEK_SET) != pages || !SaveFaxPages(fd, &saved)) return FAXFILE_ERR_CREATE;
     spool.reset(saved);

@@ -92,6 +92,7 @@ bool Replacement::begin(const char *path, const ReplacementOptions &options) {
   path_ = follow_links(path);
   directory_ = directory_of(path_);
   replaces_ = stat(path_.c_str(), &replaced_) == 0;
+  if (!replaces_ && errno != ENOENT) return false;
   if (replaces_ && !S_ISREG(replaced_.st_mode)) {
     errno = S_ISDIR(replaced_.st_mode) ? EISDIR : EINVAL;
     return false;
