@@ -20,6 +20,8 @@
 #include "ui/widgets.h"
 #include "ui/window/bx_tolvane_callbacks.h"
 #include "ui/window/bx_tolvane_create_gui.h"
+#include "view/screen/presentation.h"
+#include "view/small_database.h"
 #include "view/view_state.h"
 
 #include <X11/Shell.h>
@@ -122,6 +124,7 @@ int open_window(Display *display, int argc, char **argv) {
   if (pre_create_init(argc, argv) != 0) return 1;
   if (!AppShell) prepare_toolkit(display);
   if (!tn_Shell000) create_window();
+  set_zoom(decimal_value(application_resource(display, "zoom").c_str()));
   XtPopup(XtParent(Tolvane_form), XtGrabNone);
   return post_create_init();
 }

@@ -39,17 +39,17 @@ int32_t PlainPicture::rows(int32_t lines) const {
 }
 
 int32_t PlainPicture::width(int32_t lines) const {
-  return upright() ? 1728 / divisor() : rows(lines);
+  return zoom * (upright() ? 1728 / divisor() : rows(lines));
 }
 
 int32_t PlainPicture::height(int32_t lines) const {
-  return upright() ? rows(lines) : 1728 / divisor();
+  return zoom * (upright() ? rows(lines) : 1728 / divisor());
 }
 
 bool PlainPicture::black(int32_t lines, int32_t k, int32_t j) const {
   const int32_t d = divisor(), row_bytes = (upright() ? 1728 : 6976) / d / 8;
   const int32_t first_row = orientation == 180 ? 3488 - rows(lines) : 0;
   const int32_t offset = orientation == 270 ? 3488 - rows(lines) : 0;
-  const int32_t bit = 8 * row_bytes * (first_row + k) + offset + j;
+  const int32_t bit = 8 * row_bytes * (first_row + k / zoom) + offset + j / zoom;
   return block.at(static_cast<size_t>(bit / 8)) & 0x80 >> bit % 8;
 }

@@ -10,6 +10,7 @@
 struct PlainPicture {
   int32_t reduced, orientation;
   bool fine;
+  int32_t zoom = 1;  ///< pixels of the screen for one, across and down
   std::vector<uint8_t> block = std::vector<uint8_t>(753408);
 
   /// Sets `count` black pixels of line `cy` from pixel `x` on, if the page shows that line.

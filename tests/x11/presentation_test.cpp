@@ -11,22 +11,24 @@
 
 TEST(Presentation, PaintsEveryPixelAtAllScalesOrientationsAndResolutions) {
   const TempDir dir;
-  for (const bool fine : {true, false}) {
+  for (const auto &[fine, zoom] : {std::pair{true, 1}, {false, 1}, {true, 2}}) {
     const std::string coded = coded_chart("itu5", fine ? 1 : 2);
     const std::string lines_of_header = std::string("COMPRESSION:3\nRESOLUTION:") + (fine ? "1\n" : "0\n");
-    Viewer viewer({dir.write("chart.fax", fax_bytes(lines_of_header, {coded}))});
+    const std::string resource = "*zoom: " + std::to_string(zoom);
+    Viewer viewer({"-xrm", resource, dir.write("chart.fax", fax_bytes(lines_of_header, {coded}))});
     for (const int32_t reduced : {0, 1, 2}) {
       viewer.command(reduced == 0 ? "x" : "reduced");  // answered once the start is over
-      resize_window(viewer.window, 1400, 1300);        // room for the whole page, so that nothing is scrolled away
+      resize_window(viewer.window, 1400 * zoom,
+                    1300 * zoom);  // room for the whole page, so that nothing is scrolled away
       for (const int32_t degrees : {0, 90, 180, 270}) {
         viewer.command("rotate_" + std::to_string(degrees));
-        PlainPicture picture{reduced, degrees, fine};
+        PlainPicture picture{reduced, degrees, fine, zoom};
         const int32_t lines = picture.paint_page(coded, tolvane::COMP_MMR);
         const auto whole = [](const PageWindow &at) {
           return at.clip.width >= at.page.width && at.clip.height >= at.page.height;
         };
         EXPECT_TRUE(page_shown(viewer.window, picture, lines, false, whole).window)
-            << "Reduced " << reduced << ", " << degrees << " degrees" << (fine ? ", fine" : "");
+            << "Reduced " << reduced << ", " << degrees << " degrees" << (fine ? ", fine, zoom " : ", zoom ") << zoom;
       }
     }
   }

@@ -3,11 +3,14 @@
 // or frees the bitmap.
 #include "view/screen/presentation.h"
 
+#include <algorithm>
 #include <memory>
+#include <vector>
 
 #include "support/trace.h"
 #include "ui/motif_values.h"
 #include "ui/widgets.h"
+#include "view/enlarge.h"
 #include "view/scales.h"
 #include "view/view_state.h"
 
@@ -20,14 +23,17 @@ namespace {
 [[gnu::used]] const char SCCS_ID[] = "@(#)|presentation|9|01|2|0|0|11/23/26|06:29:09";
 
 constexpr int32_t FULL_WIDTH = 940, FULL_HEIGHT = 717;  // of the shell at 100%, where the page scrolls
+constexpr int32_t FULL_VIEW = 836;                      // of that width, beside the controls
 constexpr int32_t BESIDE_PICTURE = 108;                 // width of the control column and a margin of 4 pixels
 constexpr int32_t BELOW_PICTURE = 4;
+constexpr int32_t FRAME = 64;           // left for a window manager's frame, lest it give another size than asked for
 constexpr int32_t CENTRED_VALUE = 25;   // of the horizontal bar: scrolls the left margin of a page out of view
 constexpr Dimension LEAST_WIDTH = 220;  // the column of controls and as much again
 constexpr int LEAST_GAP = 5;            // between the labels and the buttons at the bottom of the column
 constexpr int TRIANGLES = 100, TRIANGLE_STEP = 15, TRIANGLE_WIDTH = 10, TRIANGLE_HEIGHT = 5;
 
 Extents shown;
+int32_t zoom = 1;
 
 // The size of the shell at each scale: as last set by the program, and as chosen by the user. A width of 0 means none.
 uint16_t own_width[SCALE_COUNT], own_height[SCALE_COUNT];
@@ -104,14 +110,31 @@ struct ForgetImage {
 
 using Image = std::unique_ptr<XImage, ForgetImage>;
 
-Image wrap_bitmap(Display *display) {
-  auto *const data = reinterpret_cast<char *>(bitmap) + shown.Oy * shown.Bpl;
-  Image image(XCreateImage(display, DefaultVisualOfScreen(ScreenOfDisplay(display, 0)), 1, XYBitmap, shown.Offset, data,
-                           static_cast<unsigned>(shown.Dx), static_cast<unsigned>(shown.Dy), 16, 0));
+// Size of the picture in pixels of the screen.
+int32_t picture_width() {
+  return shown.Dx * zoom;
+}
+int32_t picture_height() {
+  return shown.Dy * zoom;
+}
+
+// Wraps the bitmap, or else its enlargement, which is put into `larger`.
+Image wrap_picture(Display *display, std::vector<uint8_t> &larger) {
+  uint8_t *data = bitmap + shown.Oy * shown.Bpl;
+  int32_t offset = shown.Offset, row_bytes = shown.Bpl;
+  if (zoom > 1) {
+    larger = enlarged(bitmap, shown, zoom);
+    data = larger.data();
+    offset = 0;
+    row_bytes = enlarged_row_bytes(shown, zoom);
+  }
+  Image image(XCreateImage(display, DefaultVisualOfScreen(ScreenOfDisplay(display, 0)), 1, XYBitmap, offset,
+                           reinterpret_cast<char *>(data), static_cast<unsigned>(picture_width()),
+                           static_cast<unsigned>(picture_height()), 16, 0));
   if (!image) return image;
   // XCreateImage refuses rows shorter than offset and width. At 270 degrees below 100% ours are shorter: the picture
   // starts one or more rows later, and all its pixels lie within the block.
-  image->bytes_per_line = shown.Bpl;
+  image->bytes_per_line = row_bytes;
   image->bitmap_bit_order = MSBFirst;
   image->byte_order = MSBFirst;
   return image;
@@ -131,6 +154,10 @@ const Extents &shown_extents() {
   return shown;
 }
 
+void set_zoom(int32_t factor) {
+  zoom = std::clamp(factor, 1, MOST_ZOOM);
+}
+
 void prepare_window() {
   XClearWindow(XtDisplay(drawing_area), XtWindow(drawing_area));
   set_window_size();
@@ -139,13 +166,17 @@ void prepare_window() {
 void set_window_size() {
   const size_t i = scale_index();
   if (user_width[i] == 0 && i != 0 && nothing_to_show()) return;
-  int32_t width = FULL_WIDTH, height = FULL_HEIGHT;
+  int32_t width = FULL_WIDTH + (zoom - 1) * FULL_VIEW, height = FULL_HEIGHT * zoom;
   if (user_width[i] != 0) {
     width = user_width[i];
     height = user_height[i];
   } else if (i != 0) {
-    width = shown.Dx + BESIDE_PICTURE;
-    height = shown.Dy + BELOW_PICTURE;
+    width = picture_width() + BESIDE_PICTURE;
+    height = picture_height() + BELOW_PICTURE;
+  }
+  if (zoom > 1) {
+    width = std::min(width, WidthOfScreen(XtScreen(tn_Shell000)) - FRAME);
+    height = std::min(height, HeightOfScreen(XtScreen(tn_Shell000)) - FRAME);
   }
   own_width[i] = static_cast<uint16_t>(width);
   own_height[i] = static_cast<uint16_t>(height);
@@ -181,13 +212,14 @@ void refresh_view() {
   const Window window = XtWindow(drawing_area);
   XMapWindow(display, window);
   if (nothing_to_show()) return;
-  XtVaSetValues(drawing_area, XmNwidth, shown.Dx, XmNheight, shown.Dy, nullptr);
-  const Image image = wrap_bitmap(display);
+  XtVaSetValues(drawing_area, XmNwidth, picture_width(), XmNheight, picture_height(), nullptr);
+  std::vector<uint8_t> larger;
+  const Image image = wrap_picture(display, larger);
   if (!image) return;
   const int screen = DefaultScreen(display);
   const Context gc(GXcopy, BlackPixel(display, screen), WhitePixel(display, screen));
-  XPutImage(display, window, gc.get(), image.get(), 0, 0, 0, 0, static_cast<unsigned>(shown.Dx),
-            static_cast<unsigned>(shown.Dy));
+  XPutImage(display, window, gc.get(), image.get(), 0, 0, 0, 0, static_cast<unsigned>(picture_width()),
+            static_cast<unsigned>(picture_height()));
   // Scrolling exposes the window, so that the picture has just been painted over the marker.
   if (last_page_pos != 0) draw_line_of_triangles(last_page_pos);
 }
@@ -198,7 +230,7 @@ void draw_line_of_triangles(int32_t y) {
   // Turns black into white and white into black on displays of every depth.
   const Context gc(GXxor, BlackPixel(display, screen) ^ WhitePixel(display, screen), 0);
   const auto base = static_cast<short>(y);
-  for (int i = 0; i < TRIANGLES; i++) {
+  for (int i = 0; i < TRIANGLES * zoom; i++) {
     const auto x = static_cast<short>(i * TRIANGLE_STEP);
     XPoint corners[] = {{x, base},
                         {static_cast<short>(x + TRIANGLE_WIDTH), base},
@@ -214,8 +246,9 @@ void tn_center_fax() {
   int value = 0, slider_size = 0, increment = 0, page_increment = 0, maximum = 0;
   XmScrollBarGetValues(horizontal, &value, &slider_size, &increment, &page_increment);
   XtVaGetValues(horizontal, XmNmaximum, &maximum, nullptr);
-  if (maximum - slider_size < CENTRED_VALUE) return;
-  XmScrollBarSetValues(horizontal, CENTRED_VALUE, slider_size, increment, page_increment, True);
+  const int centred = CENTRED_VALUE * zoom;
+  if (maximum - slider_size < centred) return;
+  XmScrollBarSetValues(horizontal, centred, slider_size, increment, page_increment, True);
 }
 
 }  // namespace tolvane

@@ -13,6 +13,10 @@ void set_up_view(const Extents &extents);
 /// The extents of the view; all 0 until a page has been set up.
 const Extents &shown_extents();
 
+/// Paints the picture in pixels of `factor` times `factor` from the next page on, 1 (the default) to 4. The bitmap
+/// stays as it is. The window is larger by as much, but no larger than the screen.
+void set_zoom(int32_t factor);
+
 /// Clears the window of `drawing_area` and sets the size of the shell.
 void prepare_window();
 
