@@ -158,6 +158,7 @@ TEST_F(Faults, MessagesNameTheFileWhatFailedAndWhy) {
       {"merge --inclusions keep new.fax a.fax a.fax", "new.fax: its pages cannot be stored" + large},
       {"split a.fax n%d.fax", "n1.fax: its pages cannot be stored" + large},
       {"extract a.fax new.pdf", "new.pdf: cannot be written" + large},
+      {"extract a.fax new.tif", "new.tif: cannot be written" + large},
       {"extract a.fax new.pbm", "new.pbm: cannot be written" + large},
       {"render a.fax new.png", "new.png: cannot be written" + large},
       {"extract a.fax gone/new.pbm", "gone/new.pbm: cannot be written: No such file or directory"},

@@ -13,6 +13,7 @@
 
 #include "cli/commands.h"
 #include "document/fax_document.h"
+#include "io/input_file.h"
 #include "io/ordered_work.h"
 #include "io/terminal_output.h"
 
@@ -86,7 +87,8 @@ Status run_guarded(int argc, char **argv) {
   try {
     return run_command_line(argc, argv);
   } catch (const std::bad_alloc &) {
-    return failure("out of memory");
+    const char *name = last_input();
+    return *name ? failure("%s: out of memory", name) : failure("out of memory");
   } catch (const std::exception &error) {
     return failure("%s", error.what());
   }

@@ -1,5 +1,5 @@
 // TIFF. The code of the pictures comes from our own encoder, in the form of the standard; libtiff writes the file.
-#include <string.h>
+#include <errno.h>
 
 #include "formats/page_writers.h"
 #include "formats/tiff_file.h"
@@ -52,8 +52,11 @@ Status write_tiff(const OutputFile &output, TiffCoding coding, const picture_sou
   // Closing writes what is still buffered, and reports failure by a message only.
   if (written) log.error.clear();
   tiff.reset();
-  if (log.io_error != 0) return failure("%s: %s", output.name(), strerror(log.io_error));
-  return written && log.error.empty() ? DONE : failure("%s: %s", output.name(), log.error.c_str());
+  if (log.io_error != 0) {
+    errno = log.io_error == EFAULT ? ENOMEM : log.io_error;  // libtiff writes a block that it could not allocate
+    return system_failure(output.name(), "cannot be written");
+  }
+  return written && log.error.empty() ? DONE : failure("%s: cannot be written: %s", output.name(), log.error.c_str());
 }
 
 }  // namespace tolvane

@@ -10,10 +10,13 @@
 #include "io/endings.h"
 #include "support/handle.h"
 #include "support/replace_file.h"
+#include "support/strlib.h"
 
 namespace tolvane {
 namespace {
 [[gnu::used]] const char SCCS_ID[] = "@(#)|input_file|9|01|2|0|0|11/23/26|06:10:49";
+
+thread_local char last_opened[1024];
 
 // A descriptor that can be mapped for whatever `fd` is: a pipe is copied to a nameless file first.
 //
@@ -38,7 +41,12 @@ std::string input_name(const std::string &path) {
   return path == "-" ? "standard input" : path;
 }
 
+const char *last_input() {
+  return last_opened;
+}
+
 Descriptor open_input(const std::string &path) {
+  copy_text(last_opened, sizeof last_opened, input_name(path).c_str());
   bool spool_failed = false;
   Descriptor fd = seekable(Descriptor(path == "-" ? dup(STDIN_FILENO) : open(path.c_str(), O_RDONLY)), spool_failed);
   struct stat status;

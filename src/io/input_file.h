@@ -14,6 +14,11 @@ namespace tolvane {
 /// For messages: the path, or "standard input" for `-`.
 std::string input_name(const std::string &path);
 
+/// The name of the input that this thread has opened last, for messages about what has no name: memory.
+///
+/// @return valid until the next one is opened; empty if there was none
+const char *last_input();
+
 /// Opens a file to read. A pipe is copied to a nameless file first, so that any position can be reached.
 ///
 /// @return none after a message: missing, no permission, a directory, empty
