@@ -121,16 +121,25 @@ TEST_F(Parent, HidesRaisesDestroysAndBuildsAnew) {
   expect("", "");
   key("N");
   expect("", "1 100% 0 top");
+  key("i");
+  ASSERT_NE(find_window("TolVane: Information"), 0u);
   close_window(shell());
   expect(GONE, "", false);
+  EXPECT_EQ(find_window("TolVane: Information", Milliseconds(0)), 0u);
   push(RAISE);
   ASSERT_TRUE(wait_until([&] { return shell() != 0; }));
   key("n");  // without a picture until a page is asked for
   expect("event 2: window mapped", "2 100% 0 top");
+  key("i");
+  ASSERT_NE(find_window("TolVane: Information"), 0u);
   push(DESTROY);
   expect(GONE, "", false);
   for (const Button harmless : {RAISE, DISMISS, TAKE_AWAY, PREVIEW_FACE, VIEWER_FACE}) push(harmless);
   expect("", "", false);
+  push(OPEN_PREVIEW);
+  expect(OPENED, "1 100% 0 top");
+  key("i");
+  EXPECT_NE(find_window("TolVane: Information"), 0u);
 }
 
 TEST_F(Parent, OutlivesAFileThatIsNoFax) {
