@@ -125,8 +125,9 @@ HeaderLines new_header(const FaxDocument &document) {
 // Whether the file can be converted. DONE, or FAILED after a message.
 Status check_source(const FaxDocument &document) {
   if (encodable_modes(document) != DONE) return FAILED;
-  if (document.resolution < 0) return failure("%s: the header has no RESOLUTION", document.name());
-  if (document.lost_bytes > 0) return failure("%s: the last page is cut short: not converted", document.name());
+  if (document.resolution < 0) return failure("%s: the header has no RESOLUTION (see repair)", document.name());
+  if (document.lost_bytes > 0)
+    return failure("%s: the last page is cut short: not converted (see repair)", document.name());
   return DONE;
 }
 

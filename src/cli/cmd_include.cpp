@@ -80,8 +80,8 @@ Status check_sources(const FaxDocument &document, FaxDocument &included) {
 // Whether the pages are available and have the coding and resolution of the document: readers use one for all.
 Status check_included(const FaxDocument &document) {
   if (included_name.size() >= INCLUDE_NAME_SIZE || included_name.find_first_of(" \t\n\v\f\r") != std::string::npos)
-    return failure("the name of an included file must have no blanks and at most %zu characters",
-                   INCLUDE_NAME_SIZE - 1);
+    return failure("%s: the name of an included file must have no blanks and at most %zu characters: rename it",
+                   included_name.c_str(), INCLUDE_NAME_SIZE - 1);
   FaxDocument included;
   if (open_fax(document.directory + '/' + included_name, included) != DONE) return FAILED;
   if (No_outside && lies_outside(included.fd.get(), document.directory))

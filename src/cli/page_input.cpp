@@ -49,7 +49,7 @@ bool store_dpi(const std::string &text, SourceOptions &source) {
 // Moves inclusions after `place` up by the number of new pages.
 Status shift_inclusions(FaxDocument &document, int32_t place, int32_t new_pages) {
   if (document.record_count() + new_pages > MOST_RECORDS)
-    return failure("%s: more than %d pages in one file", document.name(), MOST_RECORDS);
+    return failure("%s: more than %d pages in one file: use several", document.name(), MOST_RECORDS);
   for (const Inclusion &inclusion : document.inclusions) {
     if (inclusion.at > place) document.lines[inclusion.line] = inclusion_line(inclusion, inclusion.at + new_pages);
   }
@@ -60,7 +60,7 @@ Status shift_inclusions(FaxDocument &document, int32_t place, int32_t new_pages)
 Status check_target(const FaxDocument &document, int32_t place) {
   if (encodable_modes(document) != DONE) return FAILED;
   if (document.lost_bytes > 0)
-    return failure("%s: the last page is cut short: nothing can be added after it", document.name());
+    return failure("%s: the last page is cut short: nothing can be added after it (see repair)", document.name());
   if (place > document.record_count() + 1)
     return failure("%s: no page %d to insert before: the file has %d pages of its own", document.name(), place,
                    document.record_count());
