@@ -14,6 +14,7 @@
 #include <string_view>
 
 #include "app/other_file.h"
+#include "ui/motif_utils.h"
 #include "ui/notice.h"
 #include "view/view_state.h"
 
@@ -111,6 +112,7 @@ bool show_dropped(const std::string &list) {
     fault = "the name of the file dropped is longer than " + std::to_string(FAX_FILENAME_SIZE - 1) + " bytes";
   if (fault.empty()) return true;
   fprintf(stderr, "tolvane: %s\n", fault.c_str());
+  bell();
   notify_user("The file cannot be shown: " + fault + ".");
   return false;
 }

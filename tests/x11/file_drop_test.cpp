@@ -80,6 +80,7 @@ TEST(FileDrop, ShowsTheFirstLocalFileAndOutlivesTheSource) {
   EXPECT_TRUE(source.is_welcome({text, image, list}));
   EXPECT_FALSE(source.drops("http://elsewhere/one.fax\r\n"));
   EXPECT_TRUE(wait_until([&] { return viewer.program.errors().ends_with("dropped is no file of this host\n"); }));
+  EXPECT_TRUE(wait_until([] { return bells_rung() > 0; }));
 
   XDestroyWindow(screen(), source.window);
   for (const char *type : {"XdndEnter", "XdndPosition", "XdndDrop"}) source.send(type, 1, 0, 0);
