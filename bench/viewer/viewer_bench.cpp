@@ -86,8 +86,8 @@ int main(int argc, char **argv) {
     if (i >= 2)  // the start is over
       turned.push_back(std::chrono::duration<double, std::milli>(Clock::now() - start).count());
   }
-  printf("first page %.1f ms, an empty Motif window %.1f ms, ratio %.2f; page turn %.1f ms\n", median(first),
-         median(bare), median(first) / median(bare), median(turned));
+  printf("\n| First page, ms | Empty window, ms | Ratio | Page turn, ms |\n|---|---|---|---|\n");
+  printf("| %.1f | %.1f | %.2f | %.1f |\n", median(first), median(bare), median(first) / median(bare), median(turned));
   XCloseDisplay(display);
   server.kill(SIGTERM);
   server.wait();
