@@ -98,6 +98,7 @@ struct PageOut {
   PagePicture picture;
   Diagnostics diagnostics;
   Status status = DONE;  ///< DONE or DAMAGED with a picture, else FAILED
+  bool dropped = false;  ///< the rows of the picture, which has no code
 };
 
 // Puts a page on the paper that the user wants. What does not fit is reported.
@@ -126,9 +127,14 @@ Status make_picture(const FaxDocument &document, const PictureFormat &format, Pa
     std::swap(page.picture.page_width, page.picture.page_height);
   }
   if (square) make_square(page.picture);
-  if (format.encode) page.picture.code = format.encode(page.picture, tiff_coding);
+  if (!format.encode) return status;
+  page.picture.code = format.encode(page.picture, tiff_coding);
+  page.picture.rows = std::vector<uint8_t>();  // with its memory
   return status;
 }
+
+// A page of more lines, as a small record may have, is not held until it is written: it is decoded a second time then.
+constexpr size_t MOST_HELD = 4 << 20;  // bytes
 
 // Gives the selected pages one after another. What is wrong with them is reported and kept in `status`.
 class PagesOut {
@@ -138,6 +144,7 @@ class PagesOut {
 
   // @return false if there are no more pages
   bool give(PagePicture &picture) {
+    picture = {};
     while (true) {
       while (next_ < pages_.size() && work_.has_room()) begin(pages_[next_++]);
       if (work_.empty()) return false;
@@ -148,6 +155,11 @@ class PagesOut {
       progress_.step();
       status = worse(status, page->status == DONE ? DONE : DAMAGED);
       if (page->status == FAILED) continue;
+      if (page->dropped) {
+        Diagnostics repeated;
+        const HoldDiagnostics hold(repeated);
+        make_picture(document_, format_, *page);
+      }
       picture = std::move(page->picture);
       number = page->number;
       ++given;
@@ -169,6 +181,8 @@ class PagesOut {
     work_.add([this, &page] {
       const HoldDiagnostics held(page.diagnostics);
       if (page.status == DONE) page.status = make_picture(document_, format_, page);
+      page.dropped = page.picture.rows.size() > MOST_HELD;
+      if (page.dropped) page.picture.rows = std::vector<uint8_t>();  // with its memory
     });
   }
 

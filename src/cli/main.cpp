@@ -2,6 +2,7 @@
 // own; a new command is one more row of the table. The command line parser and some libraries throw: their exceptions
 // are caught here and nowhere else, after handles have removed unfinished files.
 #include <fcntl.h>
+#include <malloc.h>
 #include <unistd.h>
 
 #include <CLI/CLI.hpp>
@@ -103,7 +104,8 @@ Status close_output(Status status) {
 }  // namespace tolvane
 
 int main(int argc, char **argv) {
-  signal(SIGXFSZ, SIG_IGN);  // a limit on the size of files becomes a failed write with a message
+  signal(SIGXFSZ, SIG_IGN);            // a limit on the size of files becomes a failed write with a message
+  mallopt(M_MMAP_THRESHOLD, 4 << 20);  // what a very long page takes goes back to the system with it
   tolvane::fill_standard_channels();
   tolvane::protect_terminal();
   return tolvane::close_output(tolvane::run_guarded(argc, argv));

@@ -14,7 +14,7 @@
 #include "document/page_coding.h"
 #include "faxfile/header_lines.h"
 #include "faxfile/usorbport.h"
-#include "formats/turning.h"
+#include "formats/grey_rows.h"
 #include "io/input_file.h"
 #include "io/ordered_work.h"
 #include "io/output_file.h"
@@ -27,6 +27,7 @@ namespace {
 [[gnu::used]] const char SCCS_ID[] = "@(#)|page_input|9|01|2|0|0|11/23/26|06:41:39";
 
 constexpr double HIGHEST_DPI = 100000;
+constexpr int64_t MOST_MEMORY = 40 << 20;  // bytes of all pages under way, as far as they can be foreseen
 
 std::vector<std::pair<std::string, int32_t>> raw_codings() {
   return {{"g3", COMP_MH},   {"g3-2d", COMP_MR}, {"g4", COMP_MMR},          {"mh", COMP_MH},   {"mr", COMP_MR},
@@ -80,13 +81,24 @@ void say_picture(const char *name, int32_t number, const SourcePicture &picture)
   char density[64] = "no resolution";
   if (picture.x_dpi > 0) snprintf(density, sizeof density, "%.4g x %.4g per inch", picture.x_dpi, picture.y_dpi);
   say_verbose("%s: page %d: %d x %d pixels, %s, %s", name, number, picture.width, picture.height,
-              picture.grey.empty() ? "black and white" : "grey", density);
+              picture.grey ? "grey" : "black and white", density);
+}
+
+// The memory that coding a page takes, in bytes. Grey comes row by row: what is held of it does not grow with the page,
+// unless it is turned.
+int64_t memory_of(const SourcePicture &picture) {
+  constexpr int64_t FINE_PAGE = 4 << 20;
+  const int64_t pixels = int64_t{picture.width} * picture.height;
+  if (!picture.grey) return pixels / 4;
+  const int64_t turned = picture.turn.is_none() ? 0 : pixels;
+  return turned + (pixels > FINE_PAGE ? 4 : 2) * FINE_PAGE;
 }
 
 // A page on its way into a fax file.
 struct NewPage {
   std::string name;    // for messages
   int32_t number = 0;  // in its file
+  int64_t memory = 0;
   SourcePicture picture;
   std::vector<uint8_t> record;  // empty for a page that is skipped
   Diagnostics diagnostics;
@@ -116,7 +128,9 @@ class NewPages {
         if (++count > MOST_RECORDS)
           return failure("%s: more than %d pages in one file: use several", store_.name, MOST_RECORDS);
         if (count == 1) header = std::move(picture.header);
-        auto page = std::make_shared<NewPage>(NewPage{input_name(file), count - before, std::move(picture), {}, {}});
+        const int64_t memory = memory_of(picture);
+        auto page =
+            std::make_shared<NewPage>(NewPage{input_name(file), count - before, memory, std::move(picture), {}, {}});
         page->diagnostics.swap(held);
         return add(page);
       });
@@ -129,8 +143,10 @@ class NewPages {
  private:
   Status add(const std::shared_ptr<NewPage> &page) {
     Status status = DONE;
-    while (!work_.has_room() && status != FAILED) status = worse(status, take());
+    const auto has_room = [&] { return work_.has_room() && (work_.empty() || memory_ + page->memory <= MOST_MEMORY); };
+    while (!has_room() && status != FAILED) status = worse(status, take());
     if (status == FAILED) return FAILED;
+    memory_ += page->memory;
     under_way_.push_back(page);
     work_.add([this, page] {
       const HoldDiagnostics hold(page->diagnostics);
@@ -148,13 +164,15 @@ class NewPages {
     std::vector<uint8_t> lines;
     const char *name = page.name.c_str();
     SourcePicture &picture = page.picture;
-    const Status status = picture.load ? picture.load(picture) : DONE;
+    Status status = picture.load ? picture.load(picture) : DONE;
     if (status == FAILED) return FAILED;
     say_picture(name, page.number, picture);
-    turn_picture(picture, wanted_turn(rotate_, picture));
+    Turn turn;
+    status = worse(status, find_turn(rotate_, picture, turn));
+    turn_picture(picture, turn);
     report_overhang(name, page.number, picture, fit_);
-    if (!make_fax_lines(std::move(picture), fit_, lines))
-      return failure("%s: page %d would have more than %d lines", name, page.number, LONGEST_PAGE);
+    status = worse(status, make_fax_lines(name, page.number, std::move(picture), fit_, lines));
+    if (status == FAILED) return FAILED;
     return worse(status, encode_page(page.name + ": page " + std::to_string(page.number), lines, coding_,
                                      fit_.resolution, page.record));
   }
@@ -163,6 +181,7 @@ class NewPages {
     work_.take();
     const std::shared_ptr<NewPage> page = under_way_.front();
     under_way_.pop_front();
+    memory_ -= page->memory;
     print_diagnostics(page->diagnostics);
     progress_.step();
     Status status = page->status;
@@ -189,6 +208,7 @@ class NewPages {
   const RecordStore store_;
   Progress progress_;
   bool failed_ = false;
+  int64_t memory_ = 0;                              // of the pages under way
   std::deque<std::shared_ptr<NewPage>> under_way_;  // oldest first
   OrderedWork work_;
 };

@@ -14,14 +14,15 @@ namespace tolvane {
 namespace {
 [[gnu::used]] const char SCCS_ID[] = "@(#)|transcoder|9|01|2|0|0|11/23/26|06:15:41";
 
-// The lines of a page at another resolution.
-bool change_resolution(std::vector<uint8_t> &lines, int32_t from, int32_t to) {
+// The lines of a page at another resolution. FAILED after a message.
+Status change_resolution(const char *name, int32_t number, std::vector<uint8_t> &lines, int32_t from, int32_t to) {
+  if (from > 1) return failure("%s: page %d cannot be scaled to the resolution of the others", name, number);
   SourcePicture page = {FAX_WIDTH, static_cast<int32_t>(lines.size() / LINE_BYTES), FAX_X_DPI, lines_per_inch(from)};
-  if (page.height == 0) return true;
+  if (page.height == 0) return DONE;
   page.bits = std::move(lines);
   FitOptions options;
   options.resolution = to;
-  return make_fax_lines(std::move(page), options, lines);
+  return make_fax_lines(name, number, std::move(page), options, lines);
 }
 
 }  // namespace
@@ -59,9 +60,9 @@ void Transcoder::convert(Page &page) const {
   DecodedPage decoded;
   page.status = (as_it_is ? count_lines : decode_page)(name, page.number, found.record, found.coding, decoded);
   if (page.status == FAILED || as_it_is) return;
-  if (resolution != resolution_ && (resolution > 1 || !change_resolution(decoded.lines, resolution, resolution_)))
-    page.status = failure("%s: page %d cannot be scaled to the resolution of the others", name, page.number);
-  else
+  if (resolution != resolution_)
+    page.status = worse(page.status, change_resolution(name, page.number, decoded.lines, resolution, resolution_));
+  if (page.status != FAILED)
     page.status = worse(page.status, encode_page(name + std::string(": page ") + std::to_string(page.number),
                                                  decoded.lines, coding_, resolution_, found.record));
 }

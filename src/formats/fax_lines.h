@@ -56,11 +56,15 @@ FitScale fit_scale(int32_t width, double x_dpi, double y_dpi, const FitOptions &
 double overhang(const SourcePicture &page, const FitOptions &options);
 
 /// Turns a picture into lines of LINE_BYTES bytes. Reductions average the pixels that fall together. A black and white
-/// picture that keeps its width stays packed; all others become grey on the way.
+/// picture that keeps its width stays packed; all others become grey on the way, row by row.
 ///
-/// @param page   its pixels may be used up
-/// @param lines  receives the lines, one after another
-/// @return false, with `lines` empty, if the page would be longer than LONGEST_PAGE lines
-bool make_fax_lines(SourcePicture &&page, const FitOptions &options, std::vector<uint8_t> &lines);
+/// @param name, number  for messages: the file and the number of the page
+/// @param page          its pixels may be used up
+/// @param lines         receives the lines, one after another
+/// @return that of the rows of the picture; FAILED after a message if the page would be longer than LONGEST_PAGE lines,
+/// or
+///         is reduced too much
+Status make_fax_lines(const char *name, int32_t number, SourcePicture &&page, const FitOptions &options,
+                      std::vector<uint8_t> &lines);
 
 }  // namespace tolvane

@@ -7,7 +7,6 @@
 #include <cstring>
 #include <span>
 
-#include "formats/halftone.h"
 #include "formats/resample.h"
 
 namespace tolvane {
@@ -82,28 +81,6 @@ bool fit_packed(const SourcePicture &page, int32_t height, int32_t threshold, bo
     line += LINE_BYTES;
   }
   return true;
-}
-
-std::vector<uint8_t> unpacked(const SourcePicture &page) {
-  const auto width = static_cast<size_t>(page.width), size = page.row_bytes();
-  std::vector<uint8_t> grey(width * static_cast<size_t>(page.height));
-  uint8_t *pixel = grey.data();
-  for (size_t row = 0; row < page.bits.size(); row += size) {
-    for (size_t x = 0; x < width; ++x) *pixel++ = page.bits[row + x / 8] & 0x80 >> x % 8 ? 0 : 255;
-  }
-  return grey;
-}
-
-std::vector<uint8_t> packed(const std::vector<uint8_t> &grey, int32_t width) {
-  const auto columns = static_cast<size_t>(width), size = (columns + 7) / 8;
-  std::vector<uint8_t> bits(size * (grey.size() / columns));
-  const uint8_t *pixel = grey.data();
-  for (size_t row = 0; row < bits.size(); row += size) {
-    for (size_t x = 0; x < columns; ++x) {
-      if (*pixel++ < MIDDLE_GREY) bits[row + x / 8] = static_cast<uint8_t>(bits[row + x / 8] | 0x80 >> x % 8);
-    }
-  }
-  return bits;
 }
 
 }  // namespace tolvane

@@ -20,12 +20,4 @@ namespace tolvane {
 bool fit_packed(const SourcePicture &page, int32_t height, int32_t threshold, bool diffuse,
                 std::vector<uint8_t> &lines);
 
-/// The picture in grey: 0 for a black pixel, 255 for a white one.
-std::vector<uint8_t> unpacked(const SourcePicture &page);
-
-/// A grey picture in black and white: what is darker than the middle is black.
-///
-/// @return (width + 7) / 8 bytes per row
-std::vector<uint8_t> packed(const std::vector<uint8_t> &grey, int32_t width);
-
 }  // namespace tolvane

@@ -34,9 +34,9 @@ const struct {
 };
 
 Status read_file(const std::string &path, const SourceOptions &options, const page_sink &sink) {
-  InputFile input;
-  if (input.open(path) != DONE) return FAILED;
-  const PictureFile file = {input.name(), input.fd(), input.bytes()};
+  const auto input = std::make_shared<InputFile>();
+  if (input->open(path) != DONE) return FAILED;
+  const PictureFile file = {input, input->name(), input->bytes()};
   if (options.raw.coding >= 0) return read_raw(file, options, sink);
 
   const std::string_view head(reinterpret_cast<const char *>(file.bytes.data()),

@@ -3,6 +3,7 @@
 
 #include <cstdint>
 #include <functional>
+#include <memory>
 #include <span>
 #include <string>
 
@@ -25,14 +26,14 @@ struct SourceOptions {
   int32_t rotate = 0;  ///< degrees to the right, or ROTATE_AUTO
 };
 
-/// A file to read pictures from.
+/// A file to read pictures from. Pictures that are read later keep a copy.
 struct PictureFile {
-  const char *name;  ///< for messages
-  int fd;            ///< open for reading, at any position
+  std::shared_ptr<const void> owner;  ///< of what is below
+  const char *name;                   ///< for messages
   std::span<const uint8_t> bytes;
 };
 
-/// TIFF of any coding and number of pages (libtiff). Black and white passes unchanged; all else is converted to RGB.
+/// TIFF of any coding and number of pages (libtiff). Black and white passes unchanged; all else becomes grey.
 Status read_tiff(const PictureFile &file, const SourceOptions &options, const page_sink &sink);
 /// Raw coded lines. libtiff decodes them: our decoder differs on lines that start black under a line that starts white.
 Status read_raw(const PictureFile &file, const SourceOptions &options, const page_sink &sink);
@@ -42,7 +43,8 @@ Status read_sff(const PictureFile &file, const SourceOptions &options, const pag
 Status read_pbm(const PictureFile &file, const SourceOptions &options, const page_sink &sink);
 /// One PNG picture; transparent pixels are white.
 Status read_png(const PictureFile &file, const SourceOptions &options, const page_sink &sink);
-/// The pages of a PDF, rendered at the resolution of the fax (poppler).
+/// The pages of a PDF: those that are one fax image as that image (libqpdf), all others rendered at the resolution of
+/// the fax (poppler).
 Status read_pdf(const PictureFile &file, const SourceOptions &options, const page_sink &sink);
 
 /// Whether a picture is within the limits of size. DONE, or FAILED after a message.

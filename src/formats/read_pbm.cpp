@@ -1,6 +1,8 @@
 // Portable bitmaps, as netpbm writes them: a file may contain several. The grey and colour formats are not read.
 #include <cctype>
+#include <utility>
 
+#include "formats/grey_rows.h"
 #include "formats/page_readers.h"
 
 namespace tolvane {
@@ -54,12 +56,15 @@ bool read_rows(Text &text, SourcePicture &page) {
 }
 
 bool read_digits(Text &text, SourcePicture &page) {
-  page.grey.resize(static_cast<size_t>(page.width) * static_cast<size_t>(page.height));
-  for (uint8_t &pixel : page.grey) {
+  const size_t count = static_cast<size_t>(page.width) * static_cast<size_t>(page.height);
+  if (text.left() < count) return false;
+  std::vector<uint8_t> pixels(count);
+  for (uint8_t &pixel : pixels) {
     const uint8_t digit = text.byte();
     if (digit != '0' && digit != '1') return false;
     pixel = digit == '1' ? 0 : 255;
   }
+  page.grey = held_rows(std::move(pixels), page.width);
   return true;
 }
 

@@ -1,10 +1,14 @@
-// PNG through libpng's reader of whole pictures in memory. That reader tells neither the pixel density nor the texts,
-// so their chunks are looked up here.
+// PNG, row by row where its pixels are in rows. libpng's reader of whole pictures converts the others, and reports
+// neither the pixel density nor the texts, so their chunks are looked up here.
 #include <png.h>
 
 #include <algorithm>
+#include <cinttypes>
 #include <cmath>
+#include <string>
 #include <string_view>
+#include <utility>
+#include <vector>
 
 #include "formats/page_readers.h"
 
@@ -13,7 +17,8 @@ namespace {
 [[gnu::used]] const char SCCS_ID[] = "@(#)|read_png|9|01|2|0|0|11/23/26|06:28:52";
 
 constexpr size_t SIGNATURE = 8, CHUNK_HEAD = 8, CHUNK_CHECK = 4;
-constexpr double INCH = 0.0254;  // metres
+constexpr double INCH = 0.0254;          // metres
+constexpr int64_t MOST_HELD = 36 << 20;  // pixels of a picture that is converted as a whole: A4 at 600 per inch
 
 uint32_t word(const uint8_t *bytes) {
   return uint32_t{bytes[0]} << 24 | uint32_t{bytes[1]} << 16 | uint32_t{bytes[2]} << 8 | bytes[3];
@@ -52,27 +57,122 @@ void read_chunks(std::span<const uint8_t> bytes, SourcePicture &page) {
   }
 }
 
+// A picture with transparent pixels, or one that is interlaced, is converted as a whole. DONE, or FAILED after a
+// message.
+Status pass_on_whole(const PictureFile &file, const row_sink &sink) {
+  png_image image = {};
+  image.version = PNG_IMAGE_VERSION;
+  bool read = png_image_begin_read_from_memory(&image, file.bytes.data(), file.bytes.size());
+  std::vector<uint8_t> grey;
+  if (read) {
+    image.format = PNG_FORMAT_GRAY;
+    image.flags |= PNG_IMAGE_FLAG_16BIT_sRGB;  // 16 bits without gAMA would count as linear light
+    grey.resize(PNG_IMAGE_SIZE(image));
+    constexpr png_color WHITE = {255, 255, 255};
+    read = png_image_finish_read(&image, &WHITE, grey.data(), 0, nullptr);
+  }
+  const Status status = read ? DONE : failure("%s: %s", file.name, image.message);
+  png_image_free(&image);
+  for (size_t at = 0; at < grey.size() && read; at += image.width) sink(&grey[at]);
+  return status;
+}
+
+void keep_message(png_structp png, png_const_charp text) {
+  static_cast<std::string *>(png_get_error_ptr(png))->assign(text);
+  png_longjmp(png, 1);
+}
+
+void no_warning(png_structp, png_const_charp) {}
+
+void read_bytes(png_structp png, png_bytep data, size_t size) {
+  auto &rest = *static_cast<std::span<const uint8_t> *>(png_get_io_ptr(png));
+  if (size > rest.size()) png_error(png, "read beyond end of data");
+  std::copy_n(rest.begin(), size, data);
+  rest = rest.subspan(size);
+}
+
+// Sets the conversion that libpng's reader of whole pictures does: to 8 bits of grey, as sRGB unless the file says
+// otherwise. Of the chunks between the pixels, only those that it needs are kept.
+void set_conversion(png_structp png) {
+  png_set_benign_errors(png, 1);
+  png_set_keep_unknown_chunks(png, PNG_HANDLE_CHUNK_NEVER, nullptr, -1);
+  constexpr png_byte KEPT[] = "cHRM\0gAMA\0iCCP\0sBIT\0sRGB";
+  png_set_keep_unknown_chunks(png, PNG_HANDLE_CHUNK_AS_DEFAULT, KEPT, sizeof KEPT / 5);
+}
+
+// The procedure that libpng may leave: it has no objects with destructors.
+//
+// @param row  room for a row
+// @return false if libpng failed
+bool read_rows(png_structp png, png_infop info, const row_sink &sink, uint8_t *row) {
+  if (setjmp(png_jmpbuf(png))) return false;
+  set_conversion(png);
+  png_read_info(png, info);
+  png_set_expand(png);
+  if (png_get_color_type(png, info) & PNG_COLOR_MASK_COLOR)
+    png_set_rgb_to_gray_fixed(png, PNG_ERROR_ACTION_NONE, PNG_RGB_TO_GRAY_DEFAULT, PNG_RGB_TO_GRAY_DEFAULT);
+  png_set_alpha_mode_fixed(png, PNG_ALPHA_PNG, PNG_DEFAULT_sRGB);
+  png_set_scale_16(png);
+  png_set_alpha_mode_fixed(png, PNG_ALPHA_PNG, PNG_DEFAULT_sRGB);
+  png_color_16 white = {0, 255, 255, 255, 255};
+  if (png_get_color_type(png, info) & PNG_COLOR_MASK_ALPHA || png_get_valid(png, info, PNG_INFO_tRNS))
+    png_set_background_fixed(png, &white, PNG_BACKGROUND_GAMMA_SCREEN, 0, 0);
+  png_read_update_info(png, info);
+  for (png_uint_32 rows = png_get_image_height(png, info); rows > 0; --rows) {
+    png_read_row(png, row, nullptr);
+    sink(row);
+  }
+  return true;
+}
+
+Status pass_on_rows(const PictureFile &file, const row_sink &sink) {
+  std::string message = "out of memory";
+  png_structp png = png_create_read_struct(PNG_LIBPNG_VER_STRING, &message, keep_message, no_warning);
+  png_infop info = png ? png_create_info_struct(png) : nullptr;
+  std::span<const uint8_t> rest = file.bytes;
+  std::vector<uint8_t> row(4 * static_cast<size_t>(WIDEST_PICTURE));
+  bool read = false;
+  if (info) {
+    png_set_read_fn(png, &rest, read_bytes);
+    read = read_rows(png, info, sink, row.data());
+  }
+  png_destroy_read_struct(&png, &info, nullptr);
+  return read ? DONE : failure("%s: %s", file.name, message.c_str());
+}
+
+// What the first chunk and the transparent colour say (PNG, 11.2.2 and 11.3.2.1).
+struct Kind {
+  int64_t width = 0, height = 0;
+  bool transparent = false, interlaced = false;
+};
+
+bool find_kind(const PictureFile &file, Kind &kind) {
+  png_image image = {};
+  image.version = PNG_IMAGE_VERSION;
+  if (!png_image_begin_read_from_memory(&image, file.bytes.data(), file.bytes.size())) {
+    failure("%s: %s", file.name, image.message);
+    return false;
+  }
+  constexpr size_t INTERLACE = SIGNATURE + CHUNK_HEAD + 12;
+  kind = {image.width, image.height, (image.format & PNG_FORMAT_FLAG_ALPHA) != 0,
+          file.bytes.size() > INTERLACE && file.bytes[INTERLACE] != 0};
+  png_image_free(&image);
+  return true;
+}
+
 }  // namespace
 
 Status read_png(const PictureFile &file, const SourceOptions &, const page_sink &sink) {
-  png_image image = {};
-  image.version = PNG_IMAGE_VERSION;
-  const auto broken = [&] {
-    const Status status = failure("%s: %s", file.name, image.message);
-    png_image_free(&image);
-    return status;
+  Kind kind;
+  if (!find_kind(file, kind) || check_picture_size(file.name, 1, kind.width, kind.height) != DONE) return FAILED;
+  const bool held = (kind.transparent || kind.interlaced) && kind.width * kind.height <= MOST_HELD;
+  if (kind.interlaced && !held)
+    return failure("%s: an interlaced picture of more than %" PRId64 " pixels: save it without interlacing", file.name,
+                   MOST_HELD);
+  SourcePicture page = {static_cast<int32_t>(kind.width), static_cast<int32_t>(kind.height)};
+  page.grey = [file, held](const row_sink &rows) {
+    return held ? pass_on_whole(file, rows) : pass_on_rows(file, rows);
   };
-  if (!png_image_begin_read_from_memory(&image, file.bytes.data(), file.bytes.size())) return broken();
-  if (check_picture_size(file.name, 1, image.width, image.height) != DONE) {
-    png_image_free(&image);
-    return FAILED;
-  }
-  image.format = PNG_FORMAT_GRAY;
-  image.flags |= PNG_IMAGE_FLAG_16BIT_sRGB;  // 16 bits without gAMA would count as linear light
-  SourcePicture page = {static_cast<int32_t>(image.width), static_cast<int32_t>(image.height)};
-  page.grey.resize(PNG_IMAGE_SIZE(image));
-  constexpr png_color WHITE = {255, 255, 255};
-  if (!png_image_finish_read(&image, &WHITE, page.grey.data(), 0, nullptr)) return broken();
   read_chunks(file.bytes, page);
   return sink(std::move(page));
 }

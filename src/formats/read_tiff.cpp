@@ -5,9 +5,10 @@
 #include <utility>
 #include <vector>
 
+#include "formats/grey_rows.h"
 #include "formats/page_readers.h"
 #include "formats/tiff_file.h"
-#include "formats/turning.h"
+#include "formats/tiff_grey.h"
 #include "t4/line.h"
 
 namespace tolvane {
@@ -114,6 +115,8 @@ bool read_bilevel(TIFF *tiff, TiffLog &log, SourcePicture &page) {
   TIFFGetField(tiff, TIFFTAG_PHOTOMETRIC, &photometric);
   std::vector<uint8_t> line(static_cast<size_t>(TIFFScanlineSize(tiff)));
   if (line.size() < page.row_bytes()) return false;
+  page.bits.clear();
+  page.bits.reserve(page.row_bytes() * static_cast<size_t>(page.height));
   const uint8_t white = photometric == PHOTOMETRIC_MINISWHITE ? 0 : 0xFF;
   if (compression_of(tiff) == COMPRESSION_JBIG) return read_strips(tiff, page, white, line);
   for (log.line = 0; log.line < page.height; ++log.line) {
@@ -156,59 +159,77 @@ bool read_without_eols(TIFF *tiff, bool read, TiffLog &log, SourcePicture &page)
   for (const int mode : {FAXMODE_NORTC | FAXMODE_NOEOL | FAXMODE_BYTEALIGN, FAXMODE_NORTC | FAXMODE_NOEOL}) {
     TiffLog found;
     const TiffHandle lines = open_tiff(memory, "page", found);
-    SourcePicture other = {page.width, page.height, page.x_dpi, page.y_dpi, {}, {}, page.header};
+    SourcePicture other = {page.width, page.height};
     if (!lines || !TIFFSetField(lines.get(), TIFFTAG_FAXMODE, mode)) continue;
     found.in_pixels = true;
     if (!read_bilevel(lines.get(), found, other) || (read && found.damage.size() >= log.damage.size())) continue;
-    page = std::move(other);
+    page.bits = std::move(other.bits);
     log.damage = std::move(found.damage);
     read = true;
   }
   return read;
 }
 
-// Reads any other page through libtiff's conversion to RGB. Transparent pixels become white.
-bool read_colour(TIFF *tiff, SourcePicture &page) {
-  const size_t count = static_cast<size_t>(page.width) * static_cast<size_t>(page.height);
-  std::vector<uint32_t> pixels(count);
-  // libtiff mirrors between orientations but never exchanges rows and columns: in its own orientation the picture comes
-  // as it is stored.
-  if (!TIFFReadRGBAImageOriented(tiff, static_cast<uint32_t>(page.width), static_cast<uint32_t>(page.height),
-                                 pixels.data(), orientation_of(tiff), 1))
-    return false;
-  page.grey.reserve(count);
-  for (const uint32_t pixel : pixels) {
-    const uint32_t luminance = (299 * TIFFGetR(pixel) + 587 * TIFFGetG(pixel) + 114 * TIFFGetB(pixel) + 500) / 1000;
-    // Colours are multiplied by their opacity: the rest to full opacity is white.
-    page.grey.push_back(static_cast<uint8_t>(std::min<uint32_t>(luminance + 255 - TIFFGetA(pixel), 255)));
+// Where a page is in its file.
+struct TiffPage {
+  PictureFile file;
+  int32_t number;
+  toff_t directory;
+
+  TiffHandle open(TiffLog &log) const {
+    TiffHandle tiff = open_tiff(file.bytes, file.name, log);
+    if (tiff && !TIFFSetSubDirectory(tiff.get(), directory)) tiff.reset();
+    log.error = "no picture";
+    log.in_pixels = true;
+    return tiff;
   }
-  return true;
+  Status failed(const TiffLog &log) const {
+    return failure("%s: page %d cannot be read: %s", file.name, number, log.error.c_str());
+  }
+};
+
+// Reads a black and white page.
+Status load_bilevel(const TiffPage &source, SourcePicture &page) {
+  TiffLog log;
+  const TiffHandle tiff = source.open(log);
+  bool read = tiff && read_bilevel(tiff.get(), log, page);
+  // Lines of G3 with EOLs are found again after damage: most of them are good.
+  if (tiff && compression_of(tiff.get()) == COMPRESSION_CCITTFAX3 &&
+      (!read || log.damage.size() > static_cast<size_t>(page.height) / 2))
+    read = read_without_eols(tiff.get(), read, log, page);
+  if (!read) return source.failed(log);
+  turn_picture(page, upright(orientation_of(tiff.get())));
+  return report_tiff_damage(source.file.name, source.number, log);
 }
 
-Status read_tiff_page(TIFF *tiff, const char *name, int32_t number, TiffLog &log, const page_sink &sink) {
+// Passes on the rows of any other page.
+Status pass_on_grey(const TiffPage &source, const row_sink &sink) {
+  TiffLog log;
+  const TiffHandle tiff = source.open(log);
+  if (!tiff || !read_grey(tiff.get(), log, sink)) return source.failed(log);
+  return report_tiff_damage(source.file.name, source.number, log);
+}
+
+// Describes a page. Its pixels are read later.
+Status find_page(TIFF *tiff, const PictureFile &file, int32_t number, SourcePicture &page) {
   uint32_t width = 0, height = 0;
   TIFFGetField(tiff, TIFFTAG_IMAGEWIDTH, &width);
   TIFFGetField(tiff, TIFFTAG_IMAGELENGTH, &height);
   const Turn turn = upright(orientation_of(tiff));
-  if (check_picture_size(name, number, width, height) != DONE ||
-      (turn.transpose && check_picture_size(name, number, height, width) != DONE))
+  if (check_picture_size(file.name, number, width, height) != DONE ||
+      (turn.transpose && check_picture_size(file.name, number, height, width) != DONE))
     return FAILED;
-  SourcePicture page = {static_cast<int32_t>(width), static_cast<int32_t>(height)};
+  page = {static_cast<int32_t>(width), static_cast<int32_t>(height)};
   find_density(tiff, page);
   if (number == 1) page.header = metadata_of(tiff);
-  log.error = "no picture";
-  log.damage.clear();
-  log.in_pixels = true;
-  const bool bilevel = is_bilevel(tiff);
-  bool read = bilevel ? read_bilevel(tiff, log, page) : read_colour(tiff, page);
-  log.in_pixels = false;
-  // Lines of G3 with EOLs are found again after damage: most of them are good.
-  if (bilevel && compression_of(tiff) == COMPRESSION_CCITTFAX3 &&
-      (!read || log.damage.size() > static_cast<size_t>(page.height) / 2))
-    read = read_without_eols(tiff, read, log, page);
-  if (!read) return failure("%s: page %d cannot be read: %s", name, number, log.error.c_str());
-  turn_picture(page, turn);
-  return worse(report_tiff_damage(name, number, log), sink(std::move(page)));
+  const TiffPage source = {file, number, TIFFCurrentDirOffset(tiff)};
+  if (is_bilevel(tiff)) {
+    page.load = [source](SourcePicture &picture) { return load_bilevel(source, picture); };
+  } else {
+    page.grey = [source](const row_sink &sink) { return pass_on_grey(source, sink); };
+    turn_picture(page, turn);
+  }
+  return DONE;
 }
 
 }  // namespace
@@ -219,14 +240,19 @@ Status read_tiff(const PictureFile &file, const SourceOptions &options, const pa
   const TiffHandle tiff = open_tiff(file.bytes, file.name, log);
   if (!tiff) return failure("%s: %s", file.name, log.error.c_str());
   Status status = DONE;
-  int32_t page = 0;
+  int32_t number = 0;
   do {
-    if (is_page(tiff.get())) status = worse(status, read_tiff_page(tiff.get(), file.name, ++page, log, sink));
+    SourcePicture page;
+    if (is_page(tiff.get())) {
+      Status read = find_page(tiff.get(), file, ++number, page);
+      if (read == DONE) read = sink(std::move(page));
+      status = worse(status, read);
+    }
     if (status == FAILED && !options.keep_going) return FAILED;
     log.error.clear();
   } while (TIFFReadDirectory(tiff.get()));
   // The directory after the last does not exist; a message about it means that it should.
-  return log.error.empty() ? status : failure("%s: after page %d: %s", file.name, page, log.error.c_str());
+  return log.error.empty() ? status : failure("%s: after page %d: %s", file.name, number, log.error.c_str());
 }
 
 }  // namespace tolvane

@@ -1,33 +1,13 @@
-// One walk over the pixels serves grey and packed pictures: only the copying of a pixel differs.
+// Packed rows are turned pixel by pixel, in the order of the result.
 #include "formats/turning.h"
 
 #include <cstddef>
 #include <numeric>
 #include <utility>
 
-#include "formats/packed_rows.h"
-
 namespace tolvane {
 namespace {
 [[gnu::used]] const char SCCS_ID[] = "@(#)|turning|9|01|2|0|0|11/23/26|06:39:52";
-
-// Calls `copy` for each pixel of the turned picture, with its place and the place that it comes from.
-template <typename Copy>
-void walk(int32_t width, int32_t height, const Turn &turn, const Copy &copy) {
-  const auto columns = static_cast<size_t>(turn.transpose ? height : width);
-  const auto rows = static_cast<size_t>(turn.transpose ? width : height);
-  for (size_t row = 0; row < rows; ++row) {
-    const size_t y = turn.flip ? rows - 1 - row : row;
-    for (size_t column = 0; column < columns; ++column) {
-      const size_t x = turn.mirror ? columns - 1 - column : column;
-      if (turn.transpose) {
-        copy(column, row, y, x);
-      } else {
-        copy(column, row, x, y);
-      }
-    }
-  }
-}
 
 size_t row_bytes(int32_t width) {
   return (static_cast<size_t>(width) + 7) / 8;
@@ -64,9 +44,10 @@ Turn wanted_turn(int32_t degrees, const std::vector<uint8_t> &rows, int32_t widt
   return unevenness(down) > CLEARLY * unevenness(across) ? clockwise(90) : Turn{};
 }
 
-Turn wanted_turn(int32_t degrees, const SourcePicture &page) {
-  if (degrees != ROTATE_AUTO || page.grey.empty()) return wanted_turn(degrees, page.bits, page.width, page.height);
-  return wanted_turn(degrees, packed(page.grey, page.width), page.width, page.height);
+Turn then(const Turn &first, const Turn &second) {
+  // Exchanged rows and columns are mirrored the other way.
+  const bool mirror = second.transpose ? first.flip : first.mirror, flip = second.transpose ? first.mirror : first.flip;
+  return {first.transpose != second.transpose, mirror != second.mirror, flip != second.flip};
 }
 
 Turn upright(uint16_t orientation) {
@@ -84,32 +65,20 @@ Turn clockwise(int32_t degrees) {
 void turn_rows(std::vector<uint8_t> &rows, int32_t &width, int32_t &height, const Turn &turn) {
   const int32_t new_width = turn.transpose ? height : width, new_height = turn.transpose ? width : height;
   const size_t old_size = row_bytes(width), new_size = row_bytes(new_width);
-  std::vector<uint8_t> turned(new_size * static_cast<size_t>(new_height));
-  walk(width, height, turn, [&](size_t column, size_t row, size_t x, size_t y) {
-    const uint32_t black = rows[y * old_size + x / 8] >> (7 - x % 8) & 1;
-    uint8_t &target = turned[row * new_size + column / 8];
-    target = static_cast<uint8_t>(target | black << (7 - column % 8));
-  });
+  const auto last_column = static_cast<size_t>(new_width) - 1, last_row = static_cast<size_t>(new_height) - 1;
+  std::vector<uint8_t> turned(new_size * (last_row + 1));
+  for (size_t row = 0; row <= last_row; ++row) {
+    for (size_t column = 0; column <= last_column; ++column) {
+      size_t x = turn.mirror ? last_column - column : column, y = turn.flip ? last_row - row : row;
+      if (turn.transpose) std::swap(x, y);
+      const uint32_t black = rows[y * old_size + x / 8] >> (7 - x % 8) & 1;
+      uint8_t &target = turned[row * new_size + column / 8];
+      target = static_cast<uint8_t>(target | black << (7 - column % 8));
+    }
+  }
   rows = std::move(turned);
   width = new_width;
   height = new_height;
-}
-
-void turn_picture(SourcePicture &page, const Turn &turn) {
-  if (turn.is_none()) return;
-  if (page.grey.empty()) {
-    turn_rows(page.bits, page.width, page.height, turn);
-  } else {
-    const auto old_width = static_cast<size_t>(page.width);
-    const auto new_width = static_cast<size_t>(turn.transpose ? page.height : page.width);
-    std::vector<uint8_t> turned(page.grey.size());
-    walk(page.width, page.height, turn, [&](size_t column, size_t row, size_t x, size_t y) {
-      turned[row * new_width + column] = page.grey[y * old_width + x];
-    });
-    page.grey = std::move(turned);
-    if (turn.transpose) std::swap(page.width, page.height);
-  }
-  if (turn.transpose) std::swap(page.x_dpi, page.y_dpi);
 }
 
 }  // namespace tolvane

@@ -1,9 +1,8 @@
-// Pictures on their side, upside down or mirrored.
+// Black and white pictures on their side, upside down or mirrored.
 #pragma once
 
 #include <cstdint>
-
-#include "formats/source_picture.h"
+#include <vector>
 
 namespace tolvane {
 
@@ -14,6 +13,9 @@ struct Turn {
 
   bool is_none() const { return !transpose && !mirror && !flip; }
 };
+
+/// One turn after another, as one.
+Turn then(const Turn &first, const Turn &second);
 
 /// The turn that shows a picture upright.
 ///
@@ -30,12 +32,6 @@ constexpr int32_t ROTATE_AUTO = -1;  ///< in place of degrees: by 90 degrees if 
 /// @param degrees  to the right, or ROTATE_AUTO
 /// @param rows     the page in black and white, looked at for ROTATE_AUTO: (width + 7) / 8 bytes each, 1 is black
 Turn wanted_turn(int32_t degrees, const std::vector<uint8_t> &rows, int32_t width, int32_t height);
-
-/// The same for a picture in grey or black and white.
-Turn wanted_turn(int32_t degrees, const SourcePicture &page);
-
-/// Turns a picture. Its resolution turns with it.
-void turn_picture(SourcePicture &page, const Turn &turn);
 
 /// Turns packed rows.
 ///

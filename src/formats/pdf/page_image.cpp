@@ -11,6 +11,7 @@
 
 #include "formats/coded_lines.h"
 #include "formats/fax_lines.h"
+#include "formats/grey_rows.h"
 #include "formats/pdf/page_contents.h"
 #include "t4/line.h"
 
@@ -156,10 +157,7 @@ bool find_coding(QPDFObjectHandle parameters, const Source &source, CodedPicture
 bool take_pixels(const Source &source, const char *name, int32_t number, PageImage &image, std::string &why) {
   std::vector<QPDFObjectHandle> filters, parameters;
   find_filters(source.dictionary, filters, parameters);
-  const auto turned = [placed = image.placed, rotated = image.rotated](SourcePicture &page) {
-    turn_picture(page, placed);
-    turn_picture(page, rotated);
-  };
+  const auto turned = [turn = then(image.placed, image.rotated)](SourcePicture &page) { turn_picture(page, turn); };
   std::string bytes;
   const bool is_jbig2 = !filters.empty() && filters.back().isNameAndEquals("/JBIG2Decode");
   const bool is_fax = !filters.empty() && filters.back().isNameAndEquals("/CCITTFaxDecode");

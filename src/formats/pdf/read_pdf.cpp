@@ -9,11 +9,12 @@
 #include <cmath>
 #include <exception>
 #include <memory>
+#include <mutex>
 #include <qpdf/QPDF.hh>
 #include <qpdf/QPDFPageDocumentHelper.hh>
 #include <utility>
 
-#include "formats/packed_rows.h"
+#include "formats/grey_rows.h"
 #include "formats/page_readers.h"
 #include "formats/pdf/page_image.h"
 #include "formats/pdf/pdf_module.h"
@@ -24,16 +25,22 @@ namespace {
 
 constexpr double POINT = 72;  // points in an inch
 
-// The messages of the library about the file.
-struct PdfLog {
-  const char *name;
-  Status status = DONE;
+constexpr int64_t MOST_PIXELS = 8 << 20;  // rendered at a time: two fine pages
+
+// A PDF and what poppler reports about it. Pages are rendered in any thread, one at a time.
+struct PdfFile {
+  PictureFile file;
+  std::unique_ptr<poppler::document> document;
+  std::mutex busy;       // with the document and the status
+  Status status = DONE;  // of what was reported since it was last taken
+
+  Status take_status() { return std::exchange(status, DONE); }
 };
 
 void take_message(const std::string &message, void *closure) {
-  auto &log = *static_cast<PdfLog *>(closure);
-  report("%s: %s", log.name, message.substr(0, message.find_last_not_of('\n') + 1).c_str());
-  log.status = DAMAGED;
+  auto &pdf = *static_cast<PdfFile *>(closure);
+  report("%s: %s", pdf.file.name, message.substr(0, message.find_last_not_of('\n') + 1).c_str());
+  pdf.status = DAMAGED;
 }
 
 // The width and height of a page in points, as displayed.
@@ -62,28 +69,30 @@ HeaderValues metadata_of(const poppler::document &document) {
   return values;
 }
 
-// A rendering of a page at a resolution, in grey.
-//
-// @param page  its size and density are set; receives the pixels
-// @return false if poppler gives no picture
-bool render(const poppler::page &source, SourcePicture &page, bool smooth) {
+// Renders a page at the resolution of a picture and passes on its rows. FAILED, without a message, if poppler gives no
+// picture of that size.
+Status render(PdfFile &pdf, int32_t number, const SourcePicture &page, bool smooth, const row_sink &sink) {
+  const std::lock_guard lock(pdf.busy);
+  poppler::set_debug_error_function(take_message, &pdf);
+  const std::unique_ptr<poppler::page> source(pdf.document->create_page(number - 1));
   poppler::page_renderer renderer;
   if (smooth)
     renderer.set_render_hints(poppler::page_renderer::antialiasing | poppler::page_renderer::text_antialiasing);
   renderer.set_image_format(poppler::image::format_gray8);
-  const poppler::image image = renderer.render_page(&source, page.x_dpi, page.y_dpi, 0, 0, page.width, page.height);
-  if (!image.is_valid()) return false;
-  page.width = image.width();
-  page.height = image.height();
-  for (int row = 0; row < image.height(); ++row) {
-    const auto *pixel = reinterpret_cast<const uint8_t *>(image.const_data()) + row * image.bytes_per_row();
-    page.grey.insert(page.grey.end(), pixel, pixel + image.width());
+  const auto band = static_cast<int32_t>(std::max<int64_t>(MOST_PIXELS / page.width, 1));
+  for (int32_t first = 0; source && first < page.height; first += band) {
+    const int32_t rows = std::min(band, page.height - first);
+    const poppler::image image = renderer.render_page(source.get(), page.x_dpi, page.y_dpi, 0, first, page.width, rows);
+    if (!image.is_valid() || image.width() != page.width || image.height() != rows) return FAILED;
+    for (int32_t row = 0; row < rows; ++row)
+      sink(reinterpret_cast<const uint8_t *>(image.const_data()) + row * image.bytes_per_row());
   }
-  return true;
+  return source ? pdf.take_status() : FAILED;
 }
 
-Status render_for_fax(const PictureFile &file, const poppler::page &source, int32_t number, const FitOptions &fit,
-                      SourcePicture &page) {
+// A page at the resolution of the fax, to be rendered later.
+Status describe_rendering(const std::shared_ptr<PdfFile> &pdf, const poppler::page &source, int32_t number,
+                          const FitOptions &fit, SourcePicture &page) {
   double height = 0;
   const double width = seen_width(source, height);
   const double natural = width * FAX_X_DPI / POINT;
@@ -94,28 +103,36 @@ Status render_for_fax(const PictureFile &file, const poppler::page &source, int3
   const double pixels = std::ceil(natural * enlarged), lines = std::ceil(height * page.y_dpi / POINT);
   // Also false for NaN.
   if (!(pixels >= 1 && pixels <= WIDEST_PICTURE && lines >= 1 && lines <= LONGEST_PAGE))
-    return failure("%s: page %d of %g x %g points is not a fax page", file.name, number, width, height);
+    return failure("%s: page %d of %g x %g points is not a fax page", pdf->file.name, number, width, height);
   page.width = std::min(static_cast<int32_t>(pixels), to_width ? FAX_WIDTH : WIDEST_PICTURE);
   page.height = static_cast<int32_t>(lines);
-  return render(source, page, true) ? DONE : failure("%s: page %d cannot be rendered", file.name, number);
+  page.grey = [pdf, number,
+               size = SourcePicture{page.width, page.height, page.x_dpi, page.y_dpi}](const row_sink &sink) {
+    const Status status = render(*pdf, number, size, true, sink);
+    return status == FAILED ? failure("%s: page %d cannot be rendered", pdf->file.name, number) : status;
+  };
+  return DONE;
 }
 
-// Renders a page that is one image at the resolution of the image, as it is seen: pixel by pixel.
-bool render_image(const poppler::page &source, const PageImage &image, SourcePicture &page) {
+// A page that is one image at the resolution of the image, as it is seen, to be rendered later: pixel by pixel.
+void describe_image(const std::shared_ptr<PdfFile> &pdf, const poppler::page &source, int32_t number,
+                    const PageImage &image, SourcePicture &page) {
+  // The least bit less: an image that ends where a pixel ends would be stretched over the next one.
+  constexpr double LESS = 0.01;
   double height = 0;
   const double width = seen_width(source, height);
   page.width = image.picture.width;
   page.height = image.picture.height;
   if (image.placed.transpose != image.rotated.transpose) std::swap(page.width, page.height);
-  // The least bit less: an image that ends where a pixel ends would be stretched over the next one.
-  constexpr double LESS = 0.01;
   page.x_dpi = (page.width - LESS) / width * POINT;
   page.y_dpi = (page.height - LESS) / height * POINT;
-  const int32_t pixels = page.width, lines = page.height;
-  if (!render(source, page, false) || page.width != pixels || page.height != lines) return false;
-  page.bits = packed(page.grey, page.width);
-  page.grey.clear();
-  return true;
+  page.load = [pdf, number](SourcePicture &picture) {
+    const auto rows = [&](const row_sink &sink) { return render(*pdf, number, picture, false, sink); };
+    std::vector<uint8_t> bits;
+    const Status status = pack_rows(rows, picture.width, bits);
+    picture.bits = std::move(bits);
+    return status == FAILED ? failure("%s: page %d cannot be rendered", pdf->file.name, number) : status;
+  };
 }
 
 // A PDF opened by libqpdf, which gives the images that pages are. One that it cannot read without a fault gives none.
@@ -154,27 +171,30 @@ class ImagePages {
   std::vector<QPDFPageObjectHelper> pages_;
 };
 
-// Reads a page in one of the three ways.
-Status read_page(const PictureFile &file, poppler::document &document, ImagePages &images, int32_t number,
-                 const FitOptions &fit, SourcePicture &page) {
+// Takes a page in one of the three ways. The pixels are made later.
+Status take_page(const std::shared_ptr<PdfFile> &pdf, ImagePages &images, int32_t number, const FitOptions &fit,
+                 SourcePicture &page) {
+  const char *name = pdf->file.name;
   PageImage image;
   std::string why;
   const bool is_image = images.take(number, image, why);
   if (is_image && !image.needs_render) {
     page = std::move(image.picture);
-    say_verbose("%s: page %d: its image is taken as it is", file.name, number);
+    say_verbose("%s: page %d: its image is taken as it is", name, number);
     return DONE;
   }
-  const std::unique_ptr<poppler::page> source(document.create_page(number - 1));
-  if (!source) return failure("%s: page %d cannot be read", file.name, number);
-  if (is_image && render_image(*source, image, page)) {
-    say_verbose("%s: page %d: its image is rendered pixel by pixel", file.name, number);
-    return DONE;
+  const std::lock_guard lock(pdf->busy);
+  poppler::set_debug_error_function(take_message, pdf.get());
+  const std::unique_ptr<poppler::page> source(pdf->document->create_page(number - 1));
+  const Status status = pdf->take_status();
+  if (!source) return failure("%s: page %d cannot be read", name, number);
+  if (is_image) {
+    describe_image(pdf, *source, number, image, page);
+    say_verbose("%s: page %d: its image is rendered pixel by pixel", name, number);
+    return status;
   }
-  if (is_image) why = "its image is not rendered pixel by pixel";
-  say_verbose("%s: page %d is rendered: %s", file.name, number, why.c_str());
-  page = {};
-  return render_for_fax(file, *source, number, fit, page);
+  say_verbose("%s: page %d is rendered: %s", name, number, why.c_str());
+  return worse(status, describe_rendering(pdf, *source, number, fit, page));
 }
 
 }  // namespace
@@ -183,21 +203,23 @@ Status read_page(const PictureFile &file, poppler::document &document, ImagePage
 extern "C" tolvane::Status tolvane_read_pdf(const tolvane::PictureFile &file, const tolvane::SourceOptions &options,
                                             const tolvane::page_sink &sink) {
   using namespace tolvane;
-  PdfLog log = {file.name};
-  poppler::set_debug_error_function(take_message, &log);
+  const auto pdf = std::make_shared<PdfFile>();
+  pdf->file = file;
+  poppler::set_debug_error_function(take_message, pdf.get());
   if (file.bytes.size() > INT_MAX) return failure("%s: larger than 2 GB", file.name);
-  const std::unique_ptr<poppler::document> document(poppler::document::load_from_raw_data(
-      reinterpret_cast<const char *>(file.bytes.data()), static_cast<int>(file.bytes.size())));
-  if (!document) return failure("%s: not a PDF file, or an unreadable one", file.name);
-  if (document->is_locked()) return failure("%s: the file needs a password", file.name);
-  ImagePages images(file, document->pages());
-  Status status = DONE;
-  for (int i = 0; i < document->pages() && (status != FAILED || options.keep_going); ++i) {
+  pdf->document.reset(poppler::document::load_from_raw_data(reinterpret_cast<const char *>(file.bytes.data()),
+                                                            static_cast<int>(file.bytes.size())));
+  if (!pdf->document) return failure("%s: not a PDF file, or an unreadable one", file.name);
+  if (pdf->document->is_locked()) return failure("%s: the file needs a password", file.name);
+  const int pages = pdf->document->pages();
+  HeaderValues header = metadata_of(*pdf->document);
+  Status status = pdf->take_status();
+  ImagePages images(file, pages);
+  for (int i = 0; i < pages && (status != FAILED || options.keep_going); ++i) {
     SourcePicture page;
-    Status read = read_page(file, *document, images, i + 1, options.fit, page);
-    if (i == 0) page.header = metadata_of(*document);
-    if (read == DONE) read = sink(std::move(page));
-    status = worse(status, read);
+    const Status taken = take_page(pdf, images, i + 1, options.fit, page);
+    if (i == 0) page.header = std::move(header);
+    status = worse(status, taken == FAILED ? FAILED : worse(taken, sink(std::move(page))));
   }
-  return worse(status, log.status);
+  return status;
 }
