@@ -60,7 +60,9 @@ int linkat(int from, const char *old, int to, const char *path, int flags) noexc
   return trip("linkat") ? -1 : static_cast<int>(syscall(SYS_linkat, from, old, to, path, flags));
 }
 int rename(const char *from, const char *to) noexcept {
-  return trip("rename") ? -1 : static_cast<int>(syscall(SYS_rename, from, to));
+  if (!trip("rename")) return static_cast<int>(syscall(SYS_rename, from, to));
+  errno = EXDEV;  // a copy in place of it must not lose the file
+  return -1;
 }
 int fstat(int fd, struct stat *status) noexcept {
   return trip_question() ? -1 : static_cast<int>(syscall(SYS_fstat, fd, status));

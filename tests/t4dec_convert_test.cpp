@@ -3,8 +3,11 @@
 #include <gtest/gtest.h>
 #include <signal.h>
 #include <sys/resource.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
+#include "faxfile/sorbfile.h"
+#include "faxfile/usorbport.h"
 #include "helpers/encoded_page.h"
 #include "helpers/fax_bytes.h"
 #include "helpers/temp_dir.h"
@@ -111,4 +114,24 @@ TEST(ChangeFormat, LeavesTheSourceAloneUnlessItSucceeds) {
   EXPECT_EQ(read_file(precious), "kept");
   EXPECT_EQ(std::filesystem::status(path).permissions(), std::filesystem::perms::owner_read);
   EXPECT_EQ(dir.entries(), 3);
+}
+
+TEST(ChangeFormat, LosesNoEditOfAnotherProgram) {
+  const TempDir dir;
+  const std::string path = dir.write(
+      "a.fax", fax_bytes(header("1", COMP_MH), {encoded_page(rows_of(load_chart("itu5"), 300, 50), COMP_MH)}));
+  constexpr int16_t FIRST = FAXFILE_SENDER_NAME, COUNT = 15;
+  for (const int32_t coding : {COMP_MR, COMP_MMR}) {
+    if (fork() != 0) continue;
+    int failures = 0;
+    for (int i = 0; i < 20; ++i) failures += t4dec_change_format(path.c_str(), coding, 0, nullptr) != 1;
+    _exit(failures);
+  }
+  for (int16_t keyword = FIRST; keyword < FIRST + COUNT; ++keyword)
+    EXPECT_EQ(FaxFileModifyKeyword(path.c_str(), keyword, "kept"), FAXFILE_OK);
+  for (int status; wait(&status) > 0;) EXPECT_EQ(status, 0);
+  const std::string bytes = read_file(path);
+  for (int16_t keyword = FIRST; keyword < FIRST + COUNT; ++keyword)
+    EXPECT_NE(bytes.find(std::string(faxFileKeywordList[keyword]) + ":kept\n"), std::string::npos) << keyword;
+  EXPECT_EQ(dir.entries(), 1);
 }

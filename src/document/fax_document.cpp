@@ -110,16 +110,10 @@ Status open_fax(const std::string &path, FaxDocument &document) {
 }
 
 void lock_to_replace(const std::string &path, EditedFile &edited) {
-  do {
-    edited.lock.release();
-    struct stat status;
-    if (path == "-" || stat(path.c_str(), &status) != 0 || !S_ISREG(status.st_mode)) break;
-    edited.file.reset(open(path.c_str(), O_RDWR | O_NONBLOCK | O_NOCTTY | O_CLOEXEC));
-    if (!edited.file) break;
-    if (edited.lock.take(edited.file.get(), false)) continue;
-    report_on_terminal("%s: waiting for another program that changes it", path.c_str());
-    if (!edited.lock.take(edited.file.get())) break;
-  } while (!is_file_at(edited.file.get(), path.c_str()));
+  const auto report_wait = [](const char *name) {
+    report_on_terminal("%s: waiting for another program that changes it", name);
+  };
+  if (path != "-") edited.file.reset(open_locked(path.c_str(), edited.lock, report_wait));
 }
 
 Status open_fax_to_edit(const std::string &path, FaxDocument &document, EditedFile &edited) {

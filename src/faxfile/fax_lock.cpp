@@ -123,6 +123,25 @@ bool is_file_at(int32_t fd, const char *path) {
          open_file.st_ino == named.st_ino;
 }
 
+int32_t open_locked(const char *path, FaxEditLock &lock, void (*waiting)(const char *path)) {
+  Descriptor file;
+  do {
+    lock.release();
+    struct stat status;
+    if (stat(path, &status) != 0) return -1;
+    if (!S_ISREG(status.st_mode)) {
+      errno = EINVAL;
+      return -1;
+    }
+    file = above_standard_streams(Descriptor(open(path, O_RDWR | O_NONBLOCK | O_NOCTTY | O_CLOEXEC)));
+    if (!file) return -1;
+    if (lock.take(file.get(), false)) continue;
+    if (waiting) waiting(path);
+    if (!lock.take(file.get())) return -1;
+  } while (!is_file_at(file.get(), path));
+  return file.release();
+}
+
 FaxHeaderLock::FaxHeaderLock(int32_t fd, Kind kind) : fd_(fd) {
   if (kind == Kind::exclusive) {
     set_lock(fd, F_OFD_SETLKW, F_WRLCK, 0, FAXFILE_PREAMBLE);

@@ -42,6 +42,13 @@ bool take_to_change(FaxEditLock &lock, int32_t fd);
 /// may have been replaced meanwhile, and the lock is on the old one.
 bool is_file_at(int32_t fd, const char *path);
 
+/// Opens the regular file at `path` to read and write and takes its edit lock. If another editor replaces the file
+/// meanwhile, the new one is opened. Another descriptor of the same thread must not have the lock.
+///
+/// @param waiting  called before a wait for another editor, if there is one; may be null
+/// @return the descriptor, which the caller closes after `lock`; -1 with errno set if the file can't be opened
+int32_t open_locked(const char *path, FaxEditLock &lock, void (*waiting)(const char *path) = nullptr);
+
 /// A moment without half-written headers: shared by readers, exclusive for whoever rewrites a header in place.
 class FaxHeaderLock {
  public:

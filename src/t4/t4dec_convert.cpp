@@ -14,6 +14,7 @@
 #include <span>
 
 #include "faxfile/fax_header.h"
+#include "faxfile/fax_lock.h"
 #include "faxfile/session_params.h"
 #include "faxfile/usorbport.h"
 #include "support/file.h"
@@ -166,6 +167,9 @@ int convert_page(PageConverter &converter, const Source &source, int32_t compres
 }
 
 int convert(const char *path, int32_t compression, void (*page_callback)()) {
+  Descriptor locked;  // what can't be written can still be replaced
+  FaxEditLock lock;
+  locked.reset(open_locked(path, lock));
   Source source{path};
   if (!source.open_file()) return 0;
   if (source.compression == compression) return 1;

@@ -9,7 +9,7 @@ namespace tolvane {
 /// replaces the old one in one step, complete and on disk, and keeps its mode and owner; until then it is beside it as
 /// `path`, a dot and the process id, in place of any file of that name. On failure the old file is untouched and no new
 /// one stays, except the complete new file if only the replacement failed. Sets the line width to 1728 for the process.
-/// One conversion at a time.
+/// One conversion at a time; other editors of the file wait, as this waits for them (fax_lock.h).
 ///
 /// The new page holds the lines that the decoder delivers: bad lines repeated or left out as it does for the coding, a
 /// white line more at the head of a page from MH and at the end of a page from MMR.
