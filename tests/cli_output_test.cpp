@@ -225,6 +225,32 @@ TEST_F(Output, ChecksumsAndComparisonsSeeThePixelsAlone) {
   EXPECT_EQ(out.status, 3) << out.err;
   EXPECT_EQ(out.out, "page 2: " + std::to_string(pixels) + " pixels differ\na.fax has 2 pages, c.fax 3\n");
   EXPECT_TRUE(from_pbm(bytes("d2.pbm")) == difference);
+
+  ASSERT_EQ(run("compare b.fax c.fax --difference d%d.tif").status, 3);
+  EXPECT_TRUE(from_pbm(shell("convert d2.tif pbm:-").out) == difference);
+  ASSERT_EQ(shell("tiffcp -c lzw $charts/itu1.tif $charts/itu5.tif a.tif; $tool extract b.fax a.pdf").status, 0);
+  const std::string counts = R"("page_counts":[2,3],"pages":[{"page":2,"readable":true,"pixels":)";
+  const std::tuple<const char *, int, std::string> cases[] = {
+      {"compare b.fax a.tif", 0, ""},
+      {"compare a.pdf a.tif", 0, ""},
+      {"compare 1.pbm - <a.fax", 3, "1.pbm has 1 pages, standard input 2\n"},
+      {"compare a.pdf b.fax --json", 0,
+       R"({"schema":1,"files":["a.pdf","b.fax"],"equal":true,"page_counts":[2,2],"pages":[]})"
+       "\n"},
+      {"compare --json a.tif c.fax", 3,
+       R"({"schema":1,"files":["a.tif","c.fax"],"equal":false,)" + counts + std::to_string(pixels) +
+           R"(,"lines":[2376,2376]}]})"
+           "\n"},
+      {"compare --json a.tif gone.fax", 2,
+       R"({"schema":1,"files":["a.tif","gone.fax"],"error":"gone.fax: No such file or directory"})"
+       "\n"},
+      {"compare --difference %d.pbm 1.pbm 5.pbm", 2, "page 1: " + std::to_string(pixels) + " pixels differ\n"},
+  };
+  for (const auto &[line, status, printed] : cases) {
+    const ToolRun done = run(line);
+    EXPECT_TRUE(done.status == status && done.out == printed) << line << ": " << done.status << done.out << done.err;
+  }
+  EXPECT_TRUE(from_pbm(bytes("1.pbm")) == one);
 }
 
 TEST_F(Output, HeadersAreReadWithoutThePages) {

@@ -113,8 +113,8 @@ void print_json(const Verdict &verdict) {
 
 FileReport check_file(const std::string &path) {
   FaxDocument document;
-  JsonObject object = file_object(path);
-  if (open_fax(path, document, object) != DONE) return unreadable_file(object, as_json);
+  std::string error;
+  if (with_error(error, [&] { return open_fax(path, document); }) != DONE) return unreadable_file(path, error, as_json);
   Verdict verdict{path, document.shown_name, DONE, 0, 0, {}};
   find_faults(document, verdict);
   pass_on_diagnostics(verdict.faults);

@@ -1,18 +1,27 @@
-// tolvane-fax compare: compares two faxes page by page, in pixels. Coding and header are not compared: a fax and its
-// conversion are equal if every page has the same lines.
+// tolvane-fax compare: compares two files page by page, in pixels. Coding and header are not compared: a fax and its
+// conversion are equal if every page has the same lines. A file of another format is read as `create` reads it, into a
+// fax that has no name.
 #include <algorithm>
 #include <bit>
 #include <cstdio>
 
 #include "cli/commands.h"
+#include "cli/json_lines.h"
 #include "cli/options.h"
+#include "cli/page_input.h"
+#include "document/fax_composition.h"
 #include "document/page_coding.h"
 #include "document/page_sources.h"
 #include "document/page_survey.h"
+#include "faxfile/usorbport.h"
 #include "formats/fax_lines.h"
 #include "formats/page_writers.h"
 #include "io/file_names.h"
+#include "io/input_file.h"
 #include "io/output_file.h"
+#include "support/file.h"
+#include "support/replace_file.h"
+#include "t4/line.h"
 
 namespace tolvane {
 namespace {
@@ -20,16 +29,70 @@ namespace {
 
 std::string one_file, other_file;
 std::string pattern;
+bool as_json;
 
 void declare(Usage &usage) {
-  usage.add_option("A", one_file, "a fax file; - is standard input").required();
-  usage.add_option("B", other_file, "a fax file").required();
+  usage.add_option("A", one_file, "a fax file, TIFF, PBM, PNG or PDF; a fax if it is -, standard input").required();
+  usage.add_option("B", other_file, "another one").required();
   usage.add_option("--difference", pattern, "write a picture of the pixels that differ; %d is the page number")
       .type_name("PATTERN")
       .check([](const std::string &text) {
         return is_numbered_pattern(text) ? std::string() : "\"" + text + "\" needs one %d";
       });
+  usage.add_flag("--json", as_json, "print one line with a JSON object");
   add_no_clobber(usage);
+}
+
+// A side of the comparison.
+struct Side {
+  std::string path;
+  FaxDocument document;
+  Descriptor copy;  // the fax that was made of a file of another format
+
+  const char *name() const { return document.name(); }
+};
+
+bool is_other_format(const std::string &path) {
+  const Descriptor file = path == "-" ? Descriptor() : open_regular(path);
+  uint32_t magic = 0;
+  return file && (readLongFlipped(file.get(), &magic) != 4 || magic != FAXFILE_MAGIC) && file_size(file.get()) > 0;
+}
+
+// Makes a fax of a file of another format. DONE; DAMAGED; FAILED after a message.
+Status read_other_format(int32_t resolution, Side &side) {
+  PageInput input;
+  input.files = {side.path};
+  Descriptor pages = open_spool(nullptr);
+  side.copy = open_spool(nullptr);
+  if (!pages || !side.copy) return system_failure(side.path.c_str());
+  int32_t count = 0;
+  HeaderValues ignored;
+  const Status status = code_pages(input, COMP_MMR, resolution, {side.path.c_str(), pages.get()}, count, ignored);
+  if (status == FAILED) return FAILED;
+  if (!write_header_lines(side.copy.get(), leading_lines(count, resolution, COMP_MMR)) ||
+      lseek(pages.get(), 0, SEEK_SET) != 0 || !copy_bytes(pages.get(), side.copy.get(), -1))
+    return system_failure(side.path.c_str());
+  if (open_fax("/dev/fd/" + std::to_string(side.copy.get()), side.document) != DONE) return FAILED;
+  side.document.shown_name = side.path;
+  return status;
+}
+
+// Opens both sides. A file of another format becomes a fax of the resolution of the other side, if that is one.
+Status open_sides(Side &one, Side &other) {
+  Status status = DONE;
+  int32_t resolution = 1;
+  for (Side *side : {&one, &other}) {
+    if (is_other_format(side->path)) continue;
+    if (open_fax(side->path, side->document) != DONE) return FAILED;
+    status = worse(status, report_lost_bytes(side->document));
+    report_outside(side->document);
+    resolution = written_resolution(side->document);
+  }
+  for (Side *side : {&one, &other}) {
+    if (!side->document.fd) status = worse(status, read_other_format(resolution, *side));
+    if (status == FAILED) return FAILED;
+  }
+  return status;
 }
 
 // Decodes a page. DONE, DAMAGED after its damage was reported, or FAILED.
@@ -45,63 +108,112 @@ std::vector<uint8_t> difference_of(std::vector<uint8_t> one, std::vector<uint8_t
   return one;
 }
 
-Status write_difference(const PictureFormat &format, const std::string &path, int32_t resolution,
-                        std::vector<uint8_t> &&rows) {
+// Writes the picture of a difference.
+Status write_difference(const PictureFormat &format, int32_t page, const Side &one, const Side &other,
+                        int32_t resolution, std::vector<uint8_t> &&rows) {
+  const std::string path = numbered_name(pattern, page);
+  for (const Side *side : {&one, &other}) {
+    if (same_file(path, side->path)) return failure("%s: not overwritten: it is compared", path.c_str());
+    if (check_not_source(path, side->document) != DONE) return FAILED;
+  }
   const auto height = static_cast<int32_t>(rows.size() / LINE_BYTES);
-  PagePicture picture = {FAX_WIDTH, height, FAX_X_DPI, lines_per_inch(resolution), std::move(rows)};
-  OutputFile output;
-  if (output.open(path) != DONE) return FAILED;
-  bool given = false;
-  const auto next = [&](PagePicture &wanted) {
-    if (given) return false;
-    wanted = std::move(picture);
-    return given = true;
-  };
-  return format.write(output, TiffCoding::g4, next) == DONE ? output.commit() : FAILED;
+  return write_picture(format, path, {FAX_WIDTH, height, FAX_X_DPI, lines_per_inch(resolution), std::move(rows)});
 }
 
-// Compares a page that both have, and prints how it differs.
-Status compare_page(const FaxDocument &one, const FaxDocument &other, const PictureFormat *format, int32_t page) {
+// How a page differs.
+struct PageDifference {
+  int32_t page = 0;
+  bool readable = false;  // on both sides; if not, nothing below is known
+  int64_t pixels = 0;
+  int32_t lines_one = 0, lines_other = 0;
+};
+
+void print_page(const PageDifference &differs) {
+  printf("page %d: %lld pixels differ", differs.page, static_cast<long long>(differs.pixels));
+  if (differs.lines_one != differs.lines_other) printf("; %d lines and %d", differs.lines_one, differs.lines_other);
+  putchar('\n');
+}
+
+// Compares a page that both have, and adds it to those that differ.
+Status compare_page(const Side &one, const Side &other, const PictureFormat *format, int32_t page,
+                    std::vector<PageDifference> &pages) {
   FaxPage found_one, found_other;
   DecodedPage lines_one, lines_other;
-  const Status status =
-      worse(read_lines(one, page, found_one, lines_one), read_lines(other, page, found_other, lines_other));
-  if (status == FAILED) return FAILED;
+  const Status status = worse(read_lines(one.document, page, found_one, lines_one),
+                              read_lines(other.document, page, found_other, lines_other));
+  if (status == FAILED) {
+    pages.push_back({page});
+    return FAILED;
+  }
   std::vector<uint8_t> difference = difference_of(std::move(lines_one.lines), std::move(lines_other.lines));
   int64_t pixels = 0;
   for (const uint8_t byte : difference) pixels += std::popcount(byte);
   if (pixels == 0 && lines_one.count == lines_other.count) return status;
-  printf("page %d: %lld pixels differ", page, static_cast<long long>(pixels));
-  if (lines_one.count != lines_other.count) printf("; %d lines and %d", lines_one.count, lines_other.count);
-  putchar('\n');
-  if (!format) return DAMAGED;
-  const std::string path = numbered_name(pattern, page);
-  if (check_not_source(path, one) != DONE || check_not_source(path, other) != DONE ||
-      write_difference(*format, path, found_one.resolution, std::move(difference)) != DONE)
+  pages.push_back({page, true, pixels, lines_one.count, lines_other.count});
+  if (!as_json) print_page(pages.back());
+  if (format && write_difference(*format, page, one, other, found_one.resolution, std::move(difference)) != DONE)
     return FAILED;
   return DAMAGED;
+}
+
+// Two sides and what they have in common.
+struct Comparison {
+  Side one, other;
+  std::string error;  // why they cannot be compared
+  int32_t in_one = 0, in_other = 0;
+  std::vector<PageDifference> pages;
+};
+
+Status compare_sides(const PictureFormat *format, Comparison &comparison) {
+  auto &[one, other, error, in_one, in_other, pages] = comparison;
+  in_one = readable_pages(one.document);
+  in_other = readable_pages(other.document);
+  const int32_t both = std::min(in_one, in_other);
+  Progress progress("pages", both);
+  Status status = DONE;
+  for (int32_t page = 1; page <= both; ++page) {
+    status = worse(status, compare_page(one, other, format, page, pages));
+    progress.step();
+  }
+  if (in_one == in_other) return status;
+  if (!as_json) printf("%s has %d pages, %s %d\n", one.name(), in_one, other.name(), in_other);
+  return worse(status, DAMAGED);
+}
+
+void print_json(const Comparison &comparison) {
+  const auto &[one, other, error, in_one, in_other, pages] = comparison;
+  JsonObject object = result_object();
+  object["files"] = {input_name(one.path), input_name(other.path)};
+  if (error.empty()) {
+    object["equal"] = pages.empty() && in_one == in_other;
+    object["page_counts"] = {in_one, in_other};
+    object["pages"] = JsonObject::array();
+    for (const PageDifference &differs : pages) {
+      JsonObject page = {{"page", differs.page}, {"readable", differs.readable}};
+      if (differs.readable)
+        page.update({{"pixels", differs.pixels}, {"lines", {differs.lines_one, differs.lines_other}}});
+      object["pages"].push_back(page);
+    }
+  } else {
+    object["error"] = error;
+  }
+  puts(json_line(object).c_str());
 }
 
 Status run() {
   const PictureFormat *format = pattern.empty() ? nullptr : wanted_format("", pattern);
   if (!pattern.empty() && !format) return USAGE;
-  FaxDocument one, other;
-  if (open_fax(one_file, one) != DONE || open_fax(other_file, other) != DONE) return FAILED;
-  const int32_t in_one = readable_pages(one), in_other = readable_pages(other), both = std::min(in_one, in_other);
-  Progress progress("pages", both);
-  Status status = worse(report_lost_bytes(one), report_lost_bytes(other));
-  for (const FaxDocument *document : {&one, &other}) report_outside(*document);
-  for (int32_t page = 1; page <= both; ++page) {
-    status = worse(status, compare_page(one, other, format, page));
-    progress.step();
-  }
-  if (in_one == in_other) return status;
-  printf("%s has %d pages, %s %d\n", one.name(), in_one, other.name(), in_other);
-  return worse(status, DAMAGED);
+  Comparison comparison;
+  comparison.one.path = one_file;
+  comparison.other.path = other_file;
+  Status status = with_error(comparison.error, [&] { return open_sides(comparison.one, comparison.other); });
+  if (status != FAILED) status = worse(status, compare_sides(format, comparison));
+  if (as_json) print_json(comparison);
+  return status;
 }
 
 }  // namespace
 
-const Command compare_command = {"compare", "Compare two faxes, pixel by pixel", declare, run};
+const Command compare_command = {"compare", "Compare two files, pixel by pixel", declare, run};
 
 }  // namespace tolvane

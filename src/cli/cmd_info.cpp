@@ -146,8 +146,9 @@ void print_csv(const FaxFacts &facts) {
 FileReport describe_file(size_t index) {
   const std::string &path = input.files[index];
   const auto facts = std::make_shared<FaxFacts>();
-  JsonObject object = file_object(path);
-  if (open_fax(path, facts->document, object) != DONE) return unreadable_file(object, as_json);
+  std::string error;
+  if (with_error(error, [&] { return open_fax(path, facts->document); }) != DONE)
+    return unreadable_file(path, error, as_json);
   const Survey depth = no_decode ? Survey::headers : with_checksum ? Survey::checksums : Survey::lines;
   const Status status = survey_pages(facts->document, facts->pages, depth);
   facts->size = file_size(facts->document.fd.get());

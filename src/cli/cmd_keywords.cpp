@@ -65,20 +65,28 @@ Status print_values(FaxDocument &document) {
   return status;
 }
 
-// One object with the values of all names, or one line per value: file, name and value, with tabs between them.
+// One object with the values of all names.
+void print_object(const FaxDocument &document) {
+  JsonObject object = file_object(document.path);
+  for (const std::string &name : words) object["values"][name] = values_of(document, name, "\n");
+  puts(json_line(object).c_str());
+}
+
+// A line per value: file, name and value, with tabs between them.
+void print_rows(const FaxDocument &document) {
+  for (const std::string &name : words) {
+    for (const std::string &value : values_of(document, name, "\\n"))
+      printf("%s\t%s\t%s\n", document.name(), name.c_str(), value.c_str());
+  }
+}
+
 Status print_values_of_file(const std::string &path) {
   FaxDocument document;
-  JsonObject object = file_object(path);
-  const Status status = open_fax(path, document, object);
-  for (const std::string &name : words) {
-    if (status != DONE) break;
-    object["values"][name] = values_of(document, name, "\n");
-    for (const std::string &value : values_of(document, name, "\\n")) {
-      if (!as_json) printf("%s\t%s\t%s\n", document.name(), name.c_str(), value.c_str());
-    }
-  }
-  if (as_json) puts(json_line(object).c_str());
-  return status;
+  std::string error;
+  if (with_error(error, [&] { return open_fax(path, document); }) != DONE)
+    return unreadable_file(path, error, as_json)();
+  (as_json ? print_object : print_rows)(document);
+  return DONE;
 }
 
 Status print_values_of_files() {

@@ -11,7 +11,6 @@
 #include "document/page_survey.h"
 #include "formats/fax_lines.h"
 #include "formats/page_writers.h"
-#include "io/output_file.h"
 #include "view/rasteriser.h"
 #include "view/scales.h"
 #include "view/small_database.h"
@@ -77,19 +76,6 @@ PagePicture rendered(const FaxPage &page, int32_t coding) {
   return picture;
 }
 
-Status write_picture(const PictureFormat &format, const std::string &path, PagePicture &picture) {
-  if (format.encode) picture.code = format.encode(picture, TiffCoding::g4);
-  OutputFile output;
-  if (output.open(path) != DONE) return FAILED;
-  bool given = false;
-  const auto next = [&](PagePicture &wanted) {
-    if (given) return false;
-    wanted = std::move(picture);
-    return given = true;
-  };
-  return format.write(output, TiffCoding::g4, next) == DONE ? output.commit() : FAILED;
-}
-
 Status render_file(const std::string &file, const PictureFormat &format) {
   FaxDocument document;
   FaxPage page;
@@ -109,7 +95,7 @@ Status render_file(const std::string &file, const PictureFormat &format) {
   if (picture.width == 0 || picture.height == 0)
     return failure("%s: page %d has no lines to show", document.name(), page_wanted);
   if (outputs.take(file, page_wanted, path) != DONE || check_not_source(path, document) != DONE) return FAILED;
-  return write_picture(format, path, picture) == DONE ? damage : FAILED;
+  return write_picture(format, path, std::move(picture)) == DONE ? damage : FAILED;
 }
 
 Status run() {

@@ -1,4 +1,5 @@
-// Header text has no stated character set: what is not UTF-8 is replaced rather than refused.
+// Header text has no stated character set: what is not UTF-8 is replaced rather than refused. Objects are made only
+// where JSON is wanted: without memory their destructors end the program.
 #include "cli/json_lines.h"
 
 #include <cstdio>
@@ -12,30 +13,38 @@ namespace {
 constexpr int SCHEMA = 1;
 }  // namespace
 
+JsonObject result_object() {
+  return {{"schema", SCHEMA}};
+}
+
 JsonObject file_object(const std::string &path) {
-  return {{"schema", SCHEMA}, {"file", input_name(path)}};
+  JsonObject object = result_object();
+  object["file"] = input_name(path);
+  return object;
 }
 
 std::string json_line(const JsonObject &object) {
   return object.dump(-1, ' ', false, JsonObject::error_handler_t::replace);
 }
 
-Status open_fax(const std::string &path, FaxDocument &document, JsonObject &object) {
+Status with_error(std::string &error, const std::function<Status()> &work) {
   Diagnostics faults;
   Status status;
   {
     const HoldDiagnostics hold(faults);
-    status = open_fax(path, document);
+    status = work();
   }
   pass_on_diagnostics(faults);
-  if (status != DONE) object["error"] = faults.empty() ? "unreadable" : faults.back().text;
+  if (status == FAILED) error = faults.empty() ? "unreadable" : faults.back().text;
   return status;
 }
 
-FileReport unreadable_file(const JsonObject &object, bool as_json) {
-  if (!as_json) return [] { return FAILED; };
-  return [line = json_line(object)] {
-    puts(line.c_str());
+FileReport unreadable_file(const std::string &path, const std::string &error, bool as_json) {
+  return [=] {
+    if (!as_json) return FAILED;
+    JsonObject object = file_object(path);
+    object["error"] = error;
+    puts(json_line(object).c_str());
     return FAILED;
   };
 }

@@ -1,11 +1,11 @@
 // Results for programs: one JSON object per line.
 #pragma once
 
+#include <functional>
 #include <nlohmann/json.hpp>
 #include <string>
 
 #include "cli/file_work.h"
-#include "document/fax_document.h"
 #include "io/report.h"
 
 namespace tolvane {
@@ -13,17 +13,19 @@ namespace tolvane {
 /// An object whose members keep their order.
 using JsonObject = nlohmann::ordered_json;
 
-/// The object of a file, with what all of them begin with: "schema", raised when a field is removed or changes its
-/// meaning, and "file".
+/// An object with what all of them begin with: "schema", raised when a field is removed or changes its meaning.
+JsonObject result_object();
+
+/// The object of a file, with "file" besides.
 JsonObject file_object(const std::string &path);
 
 /// The line of an object, without its end. Text that is not UTF-8 gets replacement characters.
 std::string json_line(const JsonObject &object);
 
-/// Opens a fax file as `open_fax` does; if that fails, the object gets the fault as "error".
-Status open_fax(const std::string &path, FaxDocument &document, JsonObject &object);
+/// Does work that may fail: then `error` gets the last fault that it reports. Returns what it returns.
+Status with_error(std::string &error, const std::function<Status()> &work);
 
-/// The report on a file that `open_fax` failed for: the object, if JSON is wanted.
-FileReport unreadable_file(const JsonObject &object, bool as_json);
+/// The report on a file that cannot be read: its object with "error", if JSON is wanted.
+FileReport unreadable_file(const std::string &path, const std::string &error, bool as_json);
 
 }  // namespace tolvane

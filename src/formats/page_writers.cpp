@@ -61,4 +61,17 @@ const PictureFormat *wanted_format(const std::string &name, const std::string &p
   return format;
 }
 
+Status write_picture(const PictureFormat &format, const std::string &path, PagePicture &&picture) {
+  if (format.encode) picture.code = format.encode(picture, TiffCoding::g4);
+  OutputFile output;
+  if (output.open(path) != DONE) return FAILED;
+  bool given = false;
+  const auto next = [&](PagePicture &wanted) {
+    if (given) return false;
+    wanted = std::move(picture);
+    return given = true;
+  };
+  return format.write(output, TiffCoding::g4, next) == DONE ? output.commit() : FAILED;
+}
+
 }  // namespace tolvane

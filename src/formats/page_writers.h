@@ -43,6 +43,9 @@ struct PictureFormat {
 /// @return null after a message if there is none
 const PictureFormat *wanted_format(const std::string &name, const std::string &path);
 
+/// Writes a file of one picture, in G4 where the format has codes. DONE, or FAILED after a message.
+Status write_picture(const PictureFormat &format, const std::string &path, PagePicture &&picture);
+
 /// The names of all formats for a usage text: "tiff|png|...".
 std::string format_names();
 
