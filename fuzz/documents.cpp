@@ -70,7 +70,7 @@ void fuzz_selection(Input input) {
   if (last <= count) missing.push_back({first, last, "missing", 1, "for the test"});
   std::vector<int32_t> pages;
   std::vector<const MissingPages *> left_out;
-  const Status status = select_pages(input.text(), count, missing, pages, left_out);
+  const Status status = select_pages(input.text(), "", count, missing, pages, left_out);
   require(status == DONE || status == USAGE, "a selection or a usage fault");
   if (status != DONE) return;
   require(left_out.size() <= missing.size(), "a stretch that is left out once");
@@ -81,7 +81,8 @@ void fuzz_selection(Input input) {
   }
   std::vector<int32_t> again;
   if (!pages.empty())
-    require(select_pages(numbers, count, {}, again, left_out) == DONE && again == pages, "the same pages by number");
+    require(select_pages(numbers, "", count, {}, again, left_out) == DONE && again == pages,
+            "the same pages by number");
 }
 
 void fuzz_survey(Input input) {

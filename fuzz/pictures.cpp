@@ -8,6 +8,7 @@
 #include "formats/packed_rows.h"
 #include "formats/page_readers.h"
 #include "formats/page_writers.h"
+#include "formats/pdf/pdf_module.h"
 #include "fuzz.h"
 #include "io/output_file.h"
 #include "t4/line.h"
@@ -65,6 +66,8 @@ void require_same_elsewhere(const SourcePicture &page, uint32_t choice) {
   int pages = 0;
   const PictureFile file = {"written", written.fd(), {reinterpret_cast<const uint8_t *>(bytes.data()), bytes.size()}};
   const Status read = other.read(file, {}, [&](SourcePicture &&again) {
+    if (again.load)
+      require(std::exchange(again.load, nullptr)(again) == DONE, "a picture that was written can be read");
     require(again.width == page.width && pixels_of(again) == pixels_of(page), "the same pixels in another format");
     return ++pages, DONE;
   });
@@ -95,6 +98,7 @@ void fuzz_reader(Input input, reader read, bool is_raw = false) {
   const MemoryFile copy(input.text());
   int pages = 0;
   read({"input", copy.fd(), input.bytes}, options, [&](SourcePicture &&page) {
+    if (page.load && std::exchange(page.load, nullptr)(page) == FAILED) return FAILED;
     require_whole(page);
     if (!page.bits.empty() && page.bits.size() <= MOST_CODED) require_same_elsewhere(page, choice);
     std::vector<uint8_t> lines;
@@ -112,6 +116,11 @@ void fuzz_reader(Input input, reader read, bool is_raw = false) {
 Status tolvane::check_picture_size(const char *, int32_t, int64_t width, int64_t height) {
   const bool fits = width >= 1 && height >= 1 && width <= WIDEST_PICTURE && height <= MOST_PIXELS / width;
   return fits ? DONE : FAILED;
+}
+
+// The program opens a module for it.
+Status tolvane::read_pdf(const PictureFile &file, const SourceOptions &options, const page_sink &sink) {
+  return tolvane_read_pdf(file, options, sink);
 }
 
 void fuzz_tiff(Input input) {

@@ -29,7 +29,7 @@ std::array<Wide, 256> wide_bytes(int32_t zoom) {
 uint8_t byte_at(const uint8_t *bits, size_t bit) {
   const size_t byte = bit / 8, shift = bit % 8;
   const unsigned next = byte + 1 < BITMAP_SIZE ? bits[byte + 1] : 0;
-  return static_cast<uint8_t>((bits[byte] << shift) | (next >> (8 - shift)));
+  return static_cast<uint8_t>((unsigned{bits[byte]} << shift) | (next >> (8 - shift)));
 }
 
 }  // namespace
