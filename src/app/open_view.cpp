@@ -124,6 +124,7 @@ int open_window(Display *display, int argc, char **argv) {
   if (pre_create_init(argc, argv) != 0) return 1;
   if (!AppShell) prepare_toolkit(display);
   if (!tn_Shell000) create_window();
+  free_measured_fonts(display);
   set_zoom(decimal_value(application_resource(display, "zoom").c_str()));
   XtPopup(XtParent(Tolvane_form), XtGrabNone);
   return post_create_init();

@@ -48,8 +48,9 @@ constexpr FixedPlace FIXED_PLACES[] = {
     {"*fax_cascade.fontList", "Fax Options", 74, 21},
 };
 
-// A font, asked for only once however many places it is tried for. It stays open: the widgets load it too, and the
-// server would read its file again.
+std::vector<XFontStruct *> measured;
+
+// A font, asked for only once however many places it is tried for.
 class Font {
  public:
   Font(Display *display, const char *name) : display_(display), name_(name) {}
@@ -71,6 +72,7 @@ class Font {
     const bool scaled = count > 0 && std::string(names[0]).find("-p-0-") != std::string::npos;
     if (names) XFreeFontNames(names);
     if (count > 0 && !scaled) font_ = XLoadQueryFont(display_, name_);
+    if (font_) measured.push_back(font_);
   }
 
   Display *display_;
@@ -101,8 +103,8 @@ std::string application_resource(Display *display, const char *name) {
 void add_default_looks(Display *display, const char *scope) {
   merge_below_user_resources(display, scope, default_colours);
   merge_below_user_resources(display, scope, NO_AUTO_DRAG);
-  static Font usual(display, USUAL_FONT);
-  static std::vector<Font> smaller;
+  Font usual(display, USUAL_FONT);
+  std::vector<Font> smaller;
   for (const char *name : SMALLER_FONTS) smaller.emplace_back(display, name);
   for (const FixedPlace &place : FIXED_PLACES) {
     if (usual.fits(place)) continue;
@@ -112,6 +114,11 @@ void add_default_looks(Display *display, const char *scope) {
     const char *const lines[] = {line.c_str(), place.also, nullptr};
     merge_below_user_resources(display, scope, lines);
   }
+}
+
+void free_measured_fonts(Display *display) {
+  for (XFontStruct *font : measured) XFreeFont(display, font);
+  measured.clear();
 }
 
 }  // namespace tolvane

@@ -25,4 +25,8 @@ extern const char *const default_colours[];
 /// @param scope  as for `merge_below_user_resources`
 void add_default_looks(Display *display, const char *scope);
 
+/// Frees the fonts that were measured for that. Until the widgets have loaded theirs, mostly the same ones, they stay
+/// open, so that the server need not read them again.
+void free_measured_fonts(Display *display);
+
 }  // namespace tolvane
