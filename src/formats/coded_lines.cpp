@@ -40,18 +40,21 @@ bool decode_coded_lines(std::span<const uint8_t> bytes, const RawFormat &format,
   if (format.coding == RAW_NO_EOL) TIFFSetField(tiff.get(), TIFFTAG_FAXMODE, FAXMODE_NORTC | FAXMODE_NOEOL);
   page.width = format.width;
   page.bits.clear();
+  const size_t size = page.row_bytes();
   const auto longest = static_cast<int32_t>(std::min<int64_t>(most, LARGEST_PICTURE / format.width));
   const int32_t end_code = format.coding == COMP_MMR ? 1 : RTC_EMPTY_LINES;  // lines without EOLs have no end code
-  std::vector<uint8_t> line(static_cast<size_t>(TIFFScanlineSize(tiff.get())));
+  if (static_cast<size_t>(TIFFScanlineSize(tiff.get())) != size) return false;
+  page.bits.reserve(size * static_cast<size_t>(longest));
   int32_t empty = 0;
   log.in_pixels = true;
-  for (log.line = 0; log.line < longest && empty < end_code && read_line(tiff.get(), log, line); ++log.line) {
-    add_line(line, 0, page);
+  for (log.line = 0; log.line < longest && empty < end_code; ++log.line) {
+    page.bits.resize(page.bits.size() + size);
+    if (!read_line(tiff.get(), log, page.bits.data() + page.bits.size() - size)) break;
     empty = log.empty_line ? empty + 1 : 0;
   }
   page.height = log.line - empty;
   std::erase_if(log.damage, [&](const auto &damage) { return damage.first >= page.height; });
-  page.bits.resize(page.row_bytes() * static_cast<size_t>(page.height));
+  page.bits.resize(size * static_cast<size_t>(page.height));
   return true;
 }
 

@@ -173,6 +173,10 @@ Status make_fax_lines(const char *name, int32_t number, SourcePicture &&page, co
   // Black and white is never parted anew, so that its averages do not depend on the page.
   const bool bilevel = !page.grey;
   const int32_t threshold = options.threshold > 0 ? options.threshold : MIDDLE_GREY;
+  if (bilevel && width == page.width && width == FAX_WIDTH && height == page.height) {
+    lines = std::move(page.bits);
+    return DONE;
+  }
   if (bilevel && width == page.width && width <= FAX_WIDTH &&
       fit_packed(page, height, threshold, options.halftone == DIFFUSION, lines))
     return DONE;

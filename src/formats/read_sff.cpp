@@ -97,7 +97,7 @@ bool decode_lines(const CodedPage &coded, TiffLog &log, SourcePicture &page) {
     std::fill(pixels.begin(), pixels.end(), uint8_t{0});
     if (!coded.lines[static_cast<size_t>(log.line)].empty())
       TIFFReadEncodedStrip(tiff.get(), strip++, pixels.data(), static_cast<tmsize_t>(pixels.size()));
-    add_line(pixels, 0, page);
+    page.bits.insert(page.bits.end(), pixels.begin(), pixels.end());
   }
   return true;
 }

@@ -1,5 +1,7 @@
 // TIFF. A damaged line inside a complete strip costs that line alone: libtiff reports it and continues. A strip that is
 // missing, or damaged in a coding other than fax, fails.
+#include <string.h>
+
 #include <algorithm>
 #include <iterator>
 #include <utility>
@@ -91,18 +93,16 @@ uint16_t compression_of(TIFF *tiff) {
 }
 
 // Reads the lines of a black and white page whose coding has no lines of its own.
-//
-// @param line  room for a line
-bool read_strips(TIFF *tiff, SourcePicture &page, uint8_t white, std::vector<uint8_t> &line) {
+bool read_strips(TIFF *tiff, SourcePicture &page) {
   uint32_t rows = 0;
   TIFFGetFieldDefaulted(tiff, TIFFTAG_ROWSPERSTRIP, &rows);
+  const size_t size = page.row_bytes();
   std::vector<uint8_t> strip(static_cast<size_t>(TIFFStripSize(tiff)));
   for (uint32_t at = 0; at < static_cast<uint32_t>(page.height); ++at) {
     const size_t row = at % rows;
     if (row == 0 && TIFFReadEncodedStrip(tiff, TIFFComputeStrip(tiff, at, 0), strip.data(), -1) < 0) return false;
-    if ((row + 1) * line.size() > strip.size()) return false;
-    std::copy_n(&strip[row * line.size()], line.size(), line.begin());
-    add_line(line, white, page);
+    if ((row + 1) * size > strip.size()) return false;
+    memcpy(&page.bits[at * size], &strip[row * size], size);
   }
   return true;
 }
@@ -113,17 +113,19 @@ bool read_strips(TIFF *tiff, SourcePicture &page, uint8_t white, std::vector<uin
 bool read_bilevel(TIFF *tiff, TiffLog &log, SourcePicture &page) {
   uint16_t photometric = PHOTOMETRIC_MINISWHITE;
   TIFFGetField(tiff, TIFFTAG_PHOTOMETRIC, &photometric);
-  std::vector<uint8_t> line(static_cast<size_t>(TIFFScanlineSize(tiff)));
-  if (line.size() < page.row_bytes()) return false;
-  page.bits.clear();
-  page.bits.reserve(page.row_bytes() * static_cast<size_t>(page.height));
-  const uint8_t white = photometric == PHOTOMETRIC_MINISWHITE ? 0 : 0xFF;
-  if (compression_of(tiff) == COMPRESSION_JBIG) return read_strips(tiff, page, white, line);
-  for (log.line = 0; log.line < page.height; ++log.line) {
-    if (!read_line(tiff, log, line)) return false;
-    add_line(line, white, page);
+  const size_t size = page.row_bytes();
+  if (static_cast<size_t>(TIFFScanlineSize(tiff)) != size) return false;
+  page.bits.assign(size * static_cast<size_t>(page.height), 0);
+  if (compression_of(tiff) == COMPRESSION_JBIG) {
+    if (!read_strips(tiff, page)) return false;
+  } else {
+    for (log.line = 0; log.line < page.height; ++log.line) {
+      if (!read_line(tiff, log, &page.bits[static_cast<size_t>(log.line) * size])) return false;
+    }
+    log.line = NO_LINE;
   }
-  log.line = NO_LINE;
+  if (photometric == PHOTOMETRIC_MINISWHITE) return true;
+  for (uint8_t &byte : page.bits) byte = static_cast<uint8_t>(~byte);
   return true;
 }
 

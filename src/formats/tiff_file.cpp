@@ -163,14 +163,9 @@ bool describe_lines(TIFF *tiff, int32_t width, int32_t height, uint16_t compress
          (fill_order == FILLORDER_MSB2LSB || TIFFSetField(tiff, TIFFTAG_FILLORDER, fill_order));
 }
 
-void add_line(const std::vector<uint8_t> &line, uint8_t white, SourcePicture &page) {
-  const auto end = line.begin() + static_cast<ptrdiff_t>(page.row_bytes());
-  std::transform(line.begin(), end, std::back_inserter(page.bits), [=](uint8_t byte) { return byte ^ white; });
-}
-
-bool read_line(TIFF *tiff, TiffLog &log, std::vector<uint8_t> &line) {
+bool read_line(TIFF *tiff, TiffLog &log, uint8_t *line) {
   log.empty_line = false;
-  return TIFFReadScanline(tiff, line.data(), static_cast<uint32_t>(log.line)) == 1;
+  return TIFFReadScanline(tiff, line, static_cast<uint32_t>(log.line)) == 1;
 }
 
 Status report_tiff_damage(const char *name, int32_t page, const TiffLog &log) {

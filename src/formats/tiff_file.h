@@ -62,12 +62,9 @@ bool set_fax_tags(TIFF *tiff, const PagePicture &picture, TiffCoding coding);
 bool describe_lines(TIFF *tiff, int32_t width, int32_t height, uint16_t compression, uint16_t fill_order);
 
 /// Reads the line of number `log.line`; damage goes to the log. False if there are no more lines.
-bool read_line(TIFF *tiff, TiffLog &log, std::vector<uint8_t> &line);
-
-/// Adds a packed line to a picture.
 ///
-/// @param white  a byte of white pixels in the line
-void add_line(const std::vector<uint8_t> &line, uint8_t white, SourcePicture &page);
+/// @param line  room for as many bytes as TIFFScanlineSize returns
+bool read_line(TIFF *tiff, TiffLog &log, uint8_t *line);
 
 /// Reports the damaged lines of a page. DONE if there are none, else DAMAGED.
 Status report_tiff_damage(const char *name, int32_t page, const TiffLog &log);
