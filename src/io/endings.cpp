@@ -76,7 +76,7 @@ void install_handlers() {
   action.sa_mask = all_endings();
   for (const int ending : ENDINGS) {
     // A signal that was ignored, as under nohup, stays ignored.
-    if (sigaction(ending, nullptr, &before) == 0 && before.sa_handler == SIG_DFL) sigaction(ending, &action, nullptr);
+    if (sigaction(ending, nullptr, &before) == 0 && before.sa_handler != SIG_IGN) sigaction(ending, &action, nullptr);
   }
 }
 
