@@ -48,6 +48,7 @@ TEST(Start, EndsThatNeedNoWindow) {
       {{"text", "-r50", "-s"}, 1, USAGE},
       {{"my-good.fax", "text"}, 1, USAGE},
       {{"text", "-unknown", "none"}, 1, "Can't find file 'none'.\n"},
+      {{"\x1b[2J\xe4"}, 1, "Can't find file '\\x1b[2J\\xe4'.\n"},
       {{std::string(199, 'n')}, 1, "Can't find file '" + std::string(199, 'n') + "'.\n"},
       {{std::string(200, 'n')}, 1, "tolvane: fax file name longer than 199 bytes\n"},
       {{"-p", std::string(100, 'n'), "text"}, 1, "tolvane: printer name longer than 99 bytes\n"},
