@@ -77,8 +77,8 @@ Status survey_pages(const FaxDocument &document, std::vector<PageFacts> &pages, 
   Status status = report_lost_bytes(document);
   report_outside(document);
   const std::vector<MissingPages> missing = find_missing_pages(document);
-  std::deque<std::unique_ptr<PageInWork>> under_way;  // oldest first
-  OrderedWork work;
+  std::deque<std::unique_ptr<PageInWork>> under_way;          // oldest first
+  OrderedWork work(depth == Survey::headers ? 1 : SIZE_MAX);  // headers alone are not worth a thread
   for (int32_t next = 1; next <= count || !work.empty();) {
     if (next <= count && work.has_room()) {
       PageInWork &page = *under_way.emplace_back(std::make_unique<PageInWork>());
