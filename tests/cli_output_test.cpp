@@ -206,6 +206,29 @@ TEST_F(Output, RenderShowsWhatThePlainRulesSay) {
   }
 }
 
+TEST_F(Output, ThumbnailsAreTheAverageOfThePage) {
+  dir.write("1.pbm", pbm(load_chart("itu1")));
+  ASSERT_EQ(shell("$tool create a.fax 1.pbm; $tool create --resolution normal b.fax 1.pbm --source-dpi 204x98").status,
+            0);
+  // The files, the size wanted, and the width and height that 8.47 x 12.12 inches, or twice as many down, come to.
+  const std::tuple<const char *, int, size_t, size_t> cases[] = {
+      {"a", 256, 179, 256}, {"a", 77, 54, 77}, {"b", 512, 179, 512}, {"a", 1, 1, 1}};
+  for (const auto &[file, size, width, height] : cases) {
+    const std::string side = std::to_string(width) + " -height " + std::to_string(height);
+    const std::string name = file;
+    complains("render --size " + std::to_string(size) + " " + name + ".fax t.png", 0, "");
+    const std::string made = shell("pngtopnm t.png").out;
+    const std::string right = shell("ppmtopgm 1.pbm | pamscale -linear -width " + side).out;
+    const size_t pixels = width * height;
+    ASSERT_TRUE(made.starts_with("P5") && made.size() > pixels && right.size() == made.size()) << size;
+    int worst = 0;
+    for (size_t i = made.size() - pixels; i < made.size(); ++i)
+      worst = std::max(worst, std::abs(static_cast<uint8_t>(made[i]) - static_cast<uint8_t>(right[i])));
+    EXPECT_LE(worst, 3) << size;
+  }
+  complains("render --size 64 a.fax t.pdf", 1, "PNG");
+}
+
 TEST_F(Output, ChecksumsAndComparisonsSeeThePixelsAlone) {
   dir.write("1.pbm", pbm(load_chart("itu1")));
   dir.write("5.pbm", pbm(load_chart("itu5")));

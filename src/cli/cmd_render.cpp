@@ -2,8 +2,10 @@
 // decodes a page in the coding and resolution of the document, at a scale of the viewer, with every line that the
 // decoder returns.
 #include <climits>
+#include <string_view>
 
 #include "cli/commands.h"
+#include "cli/file_work.h"
 #include "cli/options.h"
 #include "cli/output_names.h"
 #include "document/page_coding.h"
@@ -11,6 +13,7 @@
 #include "document/page_survey.h"
 #include "formats/fax_lines.h"
 #include "formats/page_writers.h"
+#include "formats/thumbnail.h"
 #include "view/rasteriser.h"
 #include "view/scales.h"
 #include "view/small_database.h"
@@ -20,6 +23,8 @@ namespace tolvane {
 namespace {
 [[gnu::used]] const char SCCS_ID[] = "@(#)|cmd_render|9|01|2|0|0|11/23/26|05:58:44";
 
+constexpr int32_t LARGEST_THUMBNAIL = 1728;  // pixels
+
 FileList input;
 std::string out;
 OutputNames outputs;
@@ -27,6 +32,7 @@ std::string format_name;
 int32_t page_wanted = 1;
 int32_t scale_index;
 int32_t degrees;
+int32_t thumbnail_size;
 
 std::vector<std::pair<std::string, int32_t>> scale_choices() {
   std::vector<std::pair<std::string, int32_t>> choices;
@@ -40,9 +46,14 @@ void declare(Usage &usage) {
       "the new file; - is standard output; {name} and {dir} are name, without ending, and directory of "
       "FILE, {page} is the page");
   add_number(usage, "-p,--page", page_wanted, 1, INT_MAX, "page to render");
-  add_choice(usage, "--scale", scale_index, scale_choices(), "percent, as in the viewer");
-  add_choice<int32_t>(usage, "--orientation", degrees, {{"0", 0}, {"90", 90}, {"180", 180}, {"270", 270}},
-                      "degrees; at 90 the top of the page is at the left");
+  const Option scale = add_choice(usage, "--scale", scale_index, scale_choices(), "percent, as in the viewer");
+  const Option turn =
+      add_choice<int32_t>(usage, "--orientation", degrees, {{"0", 0}, {"90", 90}, {"180", 180}, {"270", 270}},
+                          "degrees; at 90 the top of the page is at the left");
+  add_number(usage, "--size", thumbnail_size, 1, LARGEST_THUMBNAIL,
+             "a picture in grey, its longer side of N pixels, as PNG")
+      .excludes(scale)
+      .excludes(turn);
   usage.add_option("-f,--format", format_name, "output format (default: by the ending of OUT)")
       .type_name(format_names());
   add_no_clobber(usage);
@@ -88,10 +99,16 @@ Status render_file(const std::string &file, const PictureFormat &format) {
   report_outside(document);
   if (read_fax_page(document, page_wanted, page) != DONE) return FAILED;
   DecodedPage decoded;
-  const Status damage = count_lines(document.name(), page_wanted, page.record, document.coding, decoded);
+  PagePicture picture;
+  const auto decode = thumbnail_size > 0 ? decode_page : count_lines;
+  const Status damage = decode(document.name(), page_wanted, page.record, document.coding, decoded);
   if (damage == FAILED) return FAILED;
-  if (set_view(document) != DONE) return FAILED;
-  PagePicture picture = rendered(page, document.coding);
+  if (thumbnail_size > 0 && decoded.count > 0)
+    picture = make_thumbnail(decoded.lines, lines_per_inch(document.resolution), thumbnail_size);
+  if (thumbnail_size == 0) {
+    if (set_view(document) != DONE) return FAILED;
+    picture = rendered(page, document.coding);
+  }
   if (picture.width == 0 || picture.height == 0)
     return failure("%s: page %d has no lines to show", document.name(), page_wanted);
   if (outputs.take(file, page_wanted, path) != DONE || check_not_source(path, document) != DONE) return FAILED;
@@ -103,6 +120,14 @@ Status run() {
   const PictureFormat *format = wanted_format(format_name, out);
   if (!format) return USAGE;
   if (const Status status = outputs.plan(out, input.files); status != DONE) return status;
+  if (thumbnail_size > 0 && format->name != std::string_view("png"))
+    return usage_fault("--size makes pictures in grey, which are PNG here");
+  if (thumbnail_size > 0) {
+    return for_each_file(input.files, [&](size_t index) -> FileReport {
+      return [status = render_file(input.files[index], *format)] { return status; };
+    });
+  }
+  // The viewer's rasteriser has one page at a time.
   Progress progress("files", static_cast<int32_t>(input.files.size()));
   Status status = DONE;
   for (const std::string &file : input.files) {

@@ -50,15 +50,18 @@ std::vector<png_text> texts_of(const PagePicture &picture) {
 // Writes the picture. False if libpng failed.
 bool write_picture(png_structp png, png_infop info, const PagePicture &picture, const std::vector<png_text> &texts) {
   if (setjmp(png_jmpbuf(png))) return false;
-  png_set_IHDR(png, info, static_cast<png_uint_32>(picture.width), static_cast<png_uint_32>(picture.height), 1,
-               PNG_COLOR_TYPE_GRAY, PNG_INTERLACE_NONE, PNG_COMPRESSION_TYPE_DEFAULT, PNG_FILTER_TYPE_DEFAULT);
+  const bool is_grey = !picture.grey.empty();
+  const uint8_t *rows = is_grey ? picture.grey.data() : picture.rows.data();
+  const size_t row_bytes = is_grey ? static_cast<size_t>(picture.width) : picture.row_bytes();
+  png_set_IHDR(png, info, static_cast<png_uint_32>(picture.width), static_cast<png_uint_32>(picture.height),
+               is_grey ? 8 : 1, PNG_COLOR_TYPE_GRAY, PNG_INTERLACE_NONE, PNG_COMPRESSION_TYPE_DEFAULT,
+               PNG_FILTER_TYPE_DEFAULT);
   png_set_pHYs(png, info, per_metre(picture.x_dpi), per_metre(picture.y_dpi), PNG_RESOLUTION_METER);
   if (!texts.empty()) png_set_text(png, info, texts.data(), static_cast<int>(texts.size()));
   png_set_filter(png, PNG_FILTER_TYPE_BASE, PNG_FILTER_NONE);
   png_write_info(png, info);
-  png_set_invert_mono(png);  // black is 0 there
-  for (int32_t row = 0; row < picture.height; ++row)
-    png_write_row(png, &picture.rows[static_cast<size_t>(row) * picture.row_bytes()]);
+  if (!is_grey) png_set_invert_mono(png);  // black is 0 there
+  for (int32_t row = 0; row < picture.height; ++row) png_write_row(png, rows + static_cast<size_t>(row) * row_bytes);
   png_write_end(png, info);
   return true;
 }
