@@ -179,6 +179,11 @@ TEST_F(Create, HeaderLinesCrossIntoOtherFormatsAndBack) {
   prepare("tiffset -s 34910 75 page.tif && tiffset -s 270 '+44 20' page.tif && $tool create spool.fax page.tif");
   EXPECT_NE(parts("spool.fax").header.find("\nSENDER_FAX#:+44 20\n"), std::string::npos);
   EXPECT_NE(parts("spool.fax").header.find("\nKEYWORDS:received-in=75 s\n"), std::string::npos);
+  prepare("tiffset -s 34908 55 page.tif && tiffset -s 34909 7 page.tif && tiffset -s 34911 '00 C6' page.tif");
+  prepare("$tool create spool.fax page.tif $charts/itu4.tif && $tool extract spool.fax spool.tif");
+  EXPECT_EQ(
+      shell("tiffinfo spool.tif | grep -E '^  (Fax|ImageD)' | sort").out,
+      "  FaxDcs: 00 C6\n  FaxRecvParams: 55\n  FaxRecvTime: 75\n  FaxSubAddress: 7\n  ImageDescription: +44 20\n");
   prepare("printf click | dd of=page.fax bs=1 seek=9000 conv=notrunc status=none");
   shell("$tool extract page.fax bad.tif");
   EXPECT_EQ(shell("tiffinfo bad.tif | grep -c '^  Bad Fax Lines: 1$'").out, "1\n");

@@ -31,6 +31,15 @@ std::string header_value(const HeaderValues &values, const char *keyword) {
   return found == values.end() ? "" : found->second;
 }
 
+std::string listed_fact(const std::string &facts, const std::string &name) {
+  constexpr char BETWEEN[] = "; ";
+  const std::string list = BETWEEN + facts, wanted = BETWEEN + name + "=";
+  const size_t found = list.find(wanted);
+  if (found == list.npos) return "";
+  const size_t start = found + wanted.size();
+  return list.substr(start, list.find(BETWEEN, start) - start);
+}
+
 bool parse_date(const std::string &text, std::tm &date) {
   date = {};
   char first = 0, second = 0, between = ' ';

@@ -28,6 +28,12 @@ void add_header_value(HeaderValues &values, const char *keyword, const std::stri
 /// The value of a keyword; empty if it has none.
 std::string header_value(const HeaderValues &values, const char *keyword);
 
+/// A fact in a value that lists several, as KEYWORDS does for those that fax servers write into TIFF:
+/// "received-in=75 s; parameters=55".
+///
+/// @return empty if it is not listed
+std::string listed_fact(const std::string &facts, const std::string &name);
+
 /// Reads a date of the forms "2026-11-22", "2026-11-22 10:20" and "2026-11-22 10:20:30", also with colons between year,
 /// month and day (TIFF) or a T before the hour (ISO 8601).
 ///
