@@ -27,6 +27,8 @@ namespace tolvane {
 namespace {
 [[gnu::used]] const char SCCS_ID[] = "@(#)|cmd_extract|9|01|2|0|0|11/23/26|06:39:52";
 
+constexpr size_t FILES_IN_A_BATCH = 8;  // for each of the faxes that are worked on at a time
+
 FileList input;
 std::string out;
 OutputNames outputs;
@@ -199,18 +201,16 @@ class PagesOut {
 //
 // @param first  its first page: a file without any page is not made
 // @param more   gives the others
-Status write_file(const PictureFormat &format, const std::string &path, PagePicture &first,
+Status write_file(const PictureFormat &format, OutputBatch &files, const std::string &path, PagePicture &first,
                   const picture_source &more) {
   bool first_given = false;
-  OutputFile output;
-  if (output.open(path) != DONE) return FAILED;
+  if (files.open(path) != DONE) return FAILED;
   const auto next = [&](PagePicture &picture) {
     if (first_given) return more(picture);
     picture = std::move(first);
     return first_given = true;
   };
-  if (format.write(output, tiff_coding, next) != DONE) return FAILED;
-  return output.commit();
+  return format.write(files.file(), tiff_coding, next) == DONE ? files.close() : FAILED;
 }
 
 Status extract_file(const std::string &file, const PictureFormat &format) {
@@ -229,6 +229,8 @@ Status extract_file(const std::string &file, const PictureFormat &format) {
 
   Progress progress("pages", static_cast<int32_t>(pages.size()));
   PagesOut all(document, format, pages, progress);
+  OutputBatch files(FILES_IN_A_BATCH);
+  Status written = DONE;
   PagePicture picture;
   std::string path;
   if (!has_page(out)) {
@@ -238,12 +240,13 @@ Status extract_file(const std::string &file, const PictureFormat &format) {
     }
     if (outputs.take(file, 1, path) != DONE || check_not_source(path, document) != DONE) return FAILED;
     const auto more = [&](PagePicture &wanted) { return all.give(wanted); };
-    if (all.give(picture) && write_file(format, path, picture, more) != DONE) return FAILED;
+    if (all.give(picture)) written = write_file(format, files, path, picture, more);
   }
-  while (all.give(picture)) {
-    if (outputs.take(file, all.number, path) != DONE || check_not_source(path, document) != DONE) return FAILED;
-    if (write_file(format, path, picture, [](PagePicture &) { return false; }) != DONE) return FAILED;
+  while (written == DONE && all.give(picture)) {
+    written = worse(outputs.take(file, all.number, path), check_not_source(path, document));
+    if (written == DONE) written = write_file(format, files, path, picture, [](PagePicture &) { return false; });
   }
+  if (worse(written, files.commit()) != DONE) return FAILED;
   return all.given == 0 ? failure("%s: no page could be extracted", document.name()) : worse(lost, all.status);
 }
 

@@ -15,8 +15,6 @@
 
 namespace tolvane {
 namespace {
-constexpr size_t FILES_IN_A_BATCH = 64;  // as many descriptors are open
-
 [[gnu::used]] const char SCCS_ID[] = "@(#)|output_file|9|01|2|0|0|11/23/26|06:28:50";
 
 constexpr char FAULT[] = "cannot be written";
@@ -77,7 +75,7 @@ Status OutputBatch::open(const std::string &path) {
 
 Status OutputBatch::close() {
   complete_ = files_.size();
-  return complete_ < FILES_IN_A_BATCH ? DONE : commit();
+  return complete_ < most_ ? DONE : commit();
 }
 
 Status OutputBatch::close_alone(const std::function<Status(OutputFile &file)> &commit_file) {

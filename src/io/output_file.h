@@ -52,6 +52,9 @@ class OutputFile {
 /// commit of each; those that are not complete are removed with the object.
 class OutputBatch {
  public:
+  /// @param most  files to commit at a time; as many descriptors are open
+  explicit OutputBatch(size_t most = 64) : most_(most) {}
+
   /// Begins the next file, as `OutputFile::open`; the one before is complete.
   Status open(const std::string &path);
   /// The file begun last.
@@ -65,7 +68,7 @@ class OutputBatch {
 
  private:
   std::deque<OutputFile> files_;  // all but the last are complete
-  size_t complete_ = 0;
+  size_t complete_ = 0, most_;
 };
 
 }  // namespace tolvane
