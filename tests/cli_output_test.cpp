@@ -5,11 +5,13 @@
 #include <cmath>
 #include <functional>
 #include <nlohmann/json.hpp>
+#include <sstream>
 
 #include "helpers/coded_page.h"
 #include "helpers/encoded_page.h"
 #include "helpers/fax_bytes.h"
 #include "helpers/fax_tool.h"
+#include "helpers/places.h"
 #include "helpers/plain_picture.h"
 
 using testing::HasSubstr;
@@ -371,6 +373,26 @@ TEST_F(Output, NoClobberKeepsEveryFile) {
   }
   complains("extract a.fax new%d.pbm --no-clobber", 0, "");
   EXPECT_EQ(run("create --force --no-clobber old1.fax old1.pbm").status, 1);
+}
+
+TEST_F(Output, EveryOptionIsInTheManPageAndOperandsAreFiles) {
+  const std::string manual = read_file(in_checkout("docs/tolvane-fax.1.scd"));
+  std::istringstream table(run("completion-table").out);
+  int options = 0;
+  for (std::string command, names, takes, rest; std::getline(table, command, '|');) {
+    std::getline(table, names, '|');
+    std::getline(table, takes, '|');
+    std::getline(table, rest);
+    std::istringstream all(names);
+    for (std::string name; all >> name;) {
+      if (!name.starts_with("-")) continue;
+      ++options;
+      EXPECT_THAT(manual, HasSubstr('*' + name + '*')) << command;
+    }
+    const bool is_file = names == "FILE" || names == "OUT" || names == "--files-from";
+    EXPECT_EQ(is_file ? takes : "FILE", "FILE") << command << names;
+  }
+  EXPECT_GT(options, 100);
 }
 
 TEST_F(Output, VerboseSaysWhatIsReadAndWritten) {

@@ -27,7 +27,8 @@ void print_row(const std::string &command, const std::string &names, const std::
 std::string taken(const CLI::Option &option) {
   std::string type = option.get_type_name();
   if (option.get_expected_min() == 0 && !option.get_positional()) return "";
-  if (type.find('|') == std::string::npos) return type == "TEXT" ? "FILE" : type == "NAME=VALUE" ? type : "VALUE";
+  if (type == "TEXT" || type == "LIST") return "FILE";
+  if (type.find('|') == std::string::npos) return type == "NAME=VALUE" ? type : "VALUE";
   std::replace(type.begin(), type.end(), '|', ' ');
   return type;
 }

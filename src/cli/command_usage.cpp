@@ -91,6 +91,7 @@ void Usage::add_operands(const std::string &names, std::vector<std::string> &tar
       ->type_size(1)
       ->expected(1, CLI::detail::expected_max_vector_size)
       ->allow_extra_args()
+      ->type_name("TEXT")
       ->required();
   parser_.add_option(last_name, last, last_help)->required();
 }
