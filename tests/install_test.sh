@@ -79,13 +79,20 @@ tolvane-fax --version | grep -q "^tolvane-fax $version\b"
 head -n 1 "$source_dir/debian/changelog" | grep -q "^tolvane ($version-"
 grep -q "<release version=\"$version\"" "$share/metainfo/tolvane.metainfo.xml"
 # What the shells offer after a line.
-bash 2>/dev/null <<'END' | grep -qx 'mh mr mmr'
-. /usr/share/bash-completion/bash_completion
-. "$share/bash-completion/completions/tolvane-fax"
-COMP_LINE='tolvane-fax create --coding=m' COMP_POINT=29 COMP_WORDS=(tolvane-fax create --coding = m) COMP_CWORD=4
-_tolvane_fax tolvane-fax
-echo "${COMPREPLY[*]}"
-END
+offered_by_bash() {
+  bash -c '. /usr/share/bash-completion/bash_completion
+    . "$share/bash-completion/completions/tolvane-fax"
+    line="$*" COMP_LINE=${line// = /=} COMP_POINT=${#COMP_LINE} COMP_WORDS=("$@") COMP_CWORD=$(($# - 1))
+    _tolvane_fax tolvane-fax
+    echo "${COMPREPLY[*]}"' bash tolvane-fax "$@" 2>/dev/null
+}
+[ "$(offered_by_bash create --coding = m)" = 'mh mr mmr' ]
+touch few.fax
+[ "$(offered_by_bash keywords get SUBJ)" = SUBJECT ]
+[ "$(offered_by_bash keywords get SUBJECT few)" = few.fax ]
+[ "$(offered_by_bash keywords get few.fax SUBJ)" = SUBJECT ]
+[ "$(offered_by_bash keywords get few.fax --js)" = --json ]
+[ "$(offered_by_bash extract --paper l)" = 'letter legal' ]
 offered_by_fish() {
   # shellcheck disable=SC2016 # fish expands them
   fish -c 'source $share/fish/vendor_completions.d/tolvane-fax.fish; complete -C $argv[1]' "$1" | cut -f1 | paste -sd' '

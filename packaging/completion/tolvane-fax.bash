@@ -28,8 +28,13 @@ _tolvane_fax() {
     [[ $prev == -* && " $names " == *" $prev "* ]] && takes=$values
   done <<<"$_tolvane_fax_table"
 
-  # After FILE come keywords, in the commands about them.
-  [[ -z $takes && -n $named && ${#operands[@]} -gt 0 ]] && takes=$named
+  # After FILE come keywords, in the commands about them; get takes them before files, too.
+  [[ -z $takes && -n $named && ${#operands[@]} -gt 0 && $cur != -* ]] && takes=$named
+  if [[ $command == 'keywords get' && $cur != -* && " $keywords " == *" ${operands[0]-$cur}"* ]]; then
+    mapfile -t COMPREPLY < <(compgen -W "$keywords" -- "$cur")
+    [[ ${#COMPREPLY[@]} -gt 0 && -n $cur ]] && return
+    takes=FILE
+  fi
   [[ -z $takes && $cur == -* ]] && takes=$options
   [[ -z $takes && -n $commands ]] && takes=$commands
   case $takes in
