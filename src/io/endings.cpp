@@ -22,10 +22,9 @@ namespace {
 constexpr int ENDINGS[] = {SIGINT, SIGTERM, SIGHUP, SIGQUIT, SIGPIPE, SIGBUS};
 constexpr size_t MAPPINGS_MAX = 128;
 
-struct {
-  bool used;
-  char name[4096];
-} unfinished[UNFINISHED_FILES_MAX];
+// Apart, so that of the names no memory is touched that is not needed.
+bool used[UNFINISHED_FILES_MAX];
+char unfinished[UNFINISHED_FILES_MAX][4096];
 struct Mapping {
   uintptr_t begin;  // 0: free
   size_t size;
@@ -50,8 +49,8 @@ void report_cut_input(uintptr_t address) {
 void end_process(int signal_number, siginfo_t *info, void *) {
   while (changing.test_and_set()) {
   }
-  for (const auto &file : unfinished) {
-    if (file.used) unlink(file.name);
+  for (size_t i = 0; i < UNFINISHED_FILES_MAX; ++i) {
+    if (used[i]) unlink(unfinished[i]);
   }
   if (signal_number == SIGBUS && info->si_code == BUS_ADRERR) {
     report_cut_input(reinterpret_cast<uintptr_t>(info->si_addr));
@@ -105,16 +104,16 @@ class NamesChange {
 void note_unfinished_file(const char *path) {
   const NamesChange change;
   install_handlers();
-  auto *slot = std::find_if(std::begin(unfinished), std::end(unfinished), [](const auto &file) { return !file.used; });
-  if (slot == std::end(unfinished) || strlen(path) >= sizeof slot->name) return;
-  strcpy(slot->name, path);
-  slot->used = true;
+  bool *const slot = std::find(std::begin(used), std::end(used), false);
+  if (slot == std::end(used) || strlen(path) >= sizeof *unfinished) return;
+  strcpy(unfinished[slot - used], path);
+  *slot = true;
 }
 
 void forget_unfinished_file(const char *path) {
   const NamesChange change;
-  for (auto &file : unfinished) {
-    if (file.used && strcmp(path, file.name) == 0) file.used = false;
+  for (size_t i = 0; i < UNFINISHED_FILES_MAX; ++i) {
+    if (used[i] && strcmp(path, unfinished[i]) == 0) used[i] = false;
   }
 }
 

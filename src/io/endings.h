@@ -7,7 +7,7 @@
 namespace tolvane {
 
 /// Files that are noted at a time at most.
-constexpr size_t UNFINISHED_FILES_MAX = 128;
+constexpr size_t UNFINISHED_FILES_MAX = 1024;
 
 /// Removes a file when SIGINT, SIGTERM, SIGHUP, SIGQUIT, SIGPIPE or SIGBUS ends the program.
 void note_unfinished_file(const char *path);
