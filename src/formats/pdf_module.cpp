@@ -21,9 +21,9 @@ reader_fn open_module(std::string &fault) {
   const ssize_t size = readlink("/proc/self/exe", path, sizeof path - 1);
   const std::string program(path, size > 0 ? static_cast<size_t>(size) : 0);
   const std::string directory = program.substr(0, program.rfind('/') + 1);
-  const std::string places[] = {directory + TOLVANE_MODULE_DIR "/tolvane-pdf.so", directory + "tolvane-pdf.so"};
-  const bool installed = access(places[0].c_str(), F_OK) == 0;
-  void *module = dlopen(places[installed ? 0 : 1].c_str(), RTLD_NOW | RTLD_LOCAL);
+  const std::string installed = directory + TOLVANE_MODULE_DIR "/tolvane-pdf.so", beside = directory + "tolvane-pdf.so";
+  const bool is_built = access(installed.c_str(), F_OK) != 0 && access(beside.c_str(), F_OK) == 0;
+  void *module = dlopen((is_built ? beside : installed).c_str(), RTLD_NOW | RTLD_LOCAL);
   void *reader = module ? dlsym(module, "tolvane_read_pdf") : nullptr;
   if (!reader) fault = dlerror();
   return reinterpret_cast<reader_fn>(reader);
