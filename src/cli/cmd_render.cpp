@@ -70,21 +70,22 @@ Status set_view(const FaxDocument &document) {
   return DONE;
 }
 
-// Decodes the page into a picture as the viewer does.
-PagePicture rendered(const FaxPage &page, int32_t coding) {
+// Decodes the page into a picture as the viewer does. DONE, or FAILED after a message.
+Status render_page(const FaxDocument &document, const FaxPage &page, PagePicture &picture) {
   const ScaleSizes sizes = scale_sizes(Reduced);
   std::vector<uint8_t> block(BITMAP_SIZE);
-  decode_picture(page.record.data(), static_cast<uint32_t>(page.record.size()), coding, block.data(), sizes.Xsize,
-                 sizes.Ysize);
+  if (!decode_picture(page.record.data(), static_cast<uint32_t>(page.record.size()), document.coding, block.data(),
+                      sizes.Xsize, sizes.Ysize))
+    return failure("%s: page %d: out of memory", document.name(), page_wanted);
   const Extents extents = page_extents(picture_lines());
   // At 100% a picture pixel is two fax pixels across and one line of normal resolution down.
   const bool upright = orientation == 0 || orientation == 180;
   const double across = FAX_X_DPI / sizes.divisor, down = 2 * lines_per_inch(0) / sizes.divisor;
-  PagePicture picture = {extents.Dx, extents.Dy, upright ? across : down, upright ? down : across};
+  picture = {extents.Dx, extents.Dy, upright ? across : down, upright ? down : across};
   picture.rows.resize(static_cast<size_t>(picture.height) * picture.row_bytes());
   for (int32_t row = 0; row < picture.height; ++row)
     copy_picture_row(block.data(), extents, row, &picture.rows[static_cast<size_t>(row) * picture.row_bytes()]);
-  return picture;
+  return DONE;
 }
 
 Status render_file(const std::string &file, const PictureFormat &format) {
@@ -105,10 +106,8 @@ Status render_file(const std::string &file, const PictureFormat &format) {
   if (damage == FAILED) return FAILED;
   if (thumbnail_size > 0 && decoded.count > 0)
     picture = make_thumbnail(decoded.lines, lines_per_inch(document.resolution), thumbnail_size);
-  if (thumbnail_size == 0) {
-    if (set_view(document) != DONE) return FAILED;
-    picture = rendered(page, document.coding);
-  }
+  if (thumbnail_size == 0 && (set_view(document) != DONE || render_page(document, page, picture) != DONE))
+    return FAILED;
   if (picture.width == 0 || picture.height == 0)
     return failure("%s: page %d has no lines to show", document.name(), page_wanted);
   if (outputs.take(file, page_wanted, path) != DONE || check_not_source(path, document) != DONE) return FAILED;

@@ -140,7 +140,9 @@ bool copy_without_eols(TIFF *tiff, const SourcePicture &page, TIFF *copy) {
       !TIFFSetField(copy, TIFFTAG_ROWSPERSTRIP, rows) || !TIFFSetField(copy, TIFFTAG_PHOTOMETRIC, photometric))
     return false;
   for (uint32_t strip = 0; strip < TIFFNumberOfStrips(tiff); ++strip) {
-    std::vector<uint8_t> coded(static_cast<size_t>(TIFFRawStripSize(tiff, strip)));
+    const uint64_t claimed = TIFFRawStripSize64(tiff, strip);
+    if (claimed > TIFFGetSizeProc(tiff)(TIFFClientdata(tiff))) return false;
+    std::vector<uint8_t> coded(claimed);
     const tmsize_t size = TIFFReadRawStrip(tiff, strip, coded.data(), static_cast<tmsize_t>(coded.size()));
     if (size < 0 || TIFFWriteRawStrip(copy, strip, coded.data(), size) < 0) return false;
   }

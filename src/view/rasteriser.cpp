@@ -91,7 +91,7 @@ void FaxPicture::found_eol() {
   start_line();
 }
 
-void FaxPicture::decode(const uint8_t *data, uint32_t length, int32_t comp_type) {
+bool FaxPicture::decode(const uint8_t *data, uint32_t length, int32_t comp_type) {
   memset(block_, 0, BITMAP_SIZE);
   LineSink sink;
   sink.context = this;
@@ -99,7 +99,8 @@ void FaxPicture::decode(const uint8_t *data, uint32_t length, int32_t comp_type)
   sink.found_eol = [](void *picture) { static_cast<FaxPicture *>(picture)->found_eol(); };
   const uint32_t even = length - length % 2;
   // The last line of an MR page is as complete as its data: no fill is read after them.
-  if (even > 0) Decoder().decode({data, even}, comp_type, LINE_PIXELS, sink, {.mr_fill = false});
+  return even == 0 ||
+         Decoder().decode({data, even}, comp_type, LINE_PIXELS, sink, {.mr_fill = false}) != DecodeResult::no_memory;
 }
 
 void start_picture(uint8_t *block, int32_t Xsize, int32_t Ysize) {
@@ -119,10 +120,10 @@ int32_t picture_lines() {
   return shown.lines();
 }
 
-void decode_picture(const uint8_t *data, uint32_t length, int32_t comp_type, uint8_t *block, int32_t Xsize,
+bool decode_picture(const uint8_t *data, uint32_t length, int32_t comp_type, uint8_t *block, int32_t Xsize,
                     int32_t Ysize) {
   start_picture(block, Xsize, Ysize);
-  shown.decode(data, length, comp_type);
+  return shown.decode(data, length, comp_type);
 }
 
 void copy_picture_row(const uint8_t *block, const Extents &extents, int32_t row, uint8_t *pixels) {

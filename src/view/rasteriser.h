@@ -38,7 +38,8 @@ class FaxPicture {
   /// An odd last byte of `data` is not decoded. A page that decodes badly shows what came before the damage.
   /// @param data       coded page, `length` bytes; may be null if `length` is 0
   /// @param comp_type  coding of the page: 0 MH, 1 MR, 3 MMR; any other gives a blank page of 0 lines
-  void decode(const uint8_t *data, uint32_t length, int32_t comp_type);
+  /// @return false without memory
+  bool decode(const uint8_t *data, uint32_t length, int32_t comp_type);
 
  private:
   int32_t place_of(int32_t x) const;
@@ -73,8 +74,8 @@ void found_run(int32_t run);
 void found_eol();
 int32_t picture_lines();
 
-/// `start_picture`, then `FaxPicture::decode`.
-void decode_picture(const uint8_t *data, uint32_t length, int32_t comp_type, uint8_t *block, int32_t Xsize,
+/// `start_picture`, then `FaxPicture::decode`; returns as that.
+bool decode_picture(const uint8_t *data, uint32_t length, int32_t comp_type, uint8_t *block, int32_t Xsize,
                     int32_t Ysize);
 
 /// Copies one row out of the bitmap as it is shown.
