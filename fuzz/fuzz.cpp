@@ -34,12 +34,12 @@ constexpr Target TARGETS[] = {
     {"selection", fuzz_selection},
     {"survey", fuzz_survey},
     {"transcoder", fuzz_transcoder},
-    {"tiff", fuzz_tiff, 64, 20},
+    {"tiff", fuzz_tiff, 256, 20},
     {"raw", fuzz_raw},
     {"sff", fuzz_sff},
     {"pbm", fuzz_pbm, 64, 20},
-    {"png", fuzz_png, 64, 20},
-    {"pdf", fuzz_pdf, 64, 20},
+    {"png", fuzz_png, 256, 20},
+    {"pdf", fuzz_pdf, 512, 20},
 };
 
 constexpr double SECONDS_A_BYTE = 1e-3;  // of processor time, beyond those of every run

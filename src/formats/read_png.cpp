@@ -39,6 +39,18 @@ void take_text(std::string_view kind, std::string_view data, HeaderValues &value
   }
 }
 
+// Whether the chunks before the pixels are as long as they claim to be: libpng takes the memory for one before it reads
+// it.
+bool chunks_are_whole(std::span<const uint8_t> bytes) {
+  for (size_t at = SIGNATURE; at + CHUNK_HEAD + CHUNK_CHECK <= bytes.size();) {
+    const uint32_t length = word(&bytes[at]);
+    if (std::equal(&bytes[at + 4], &bytes[at + CHUNK_HEAD], "IDAT")) return true;
+    if (length > bytes.size() - at - CHUNK_HEAD - CHUNK_CHECK) return false;
+    at += CHUNK_HEAD + length + CHUNK_CHECK;
+  }
+  return true;
+}
+
 // Looks through the chunks before the pixels: pHYs is the resolution, in pixels per metre across and down if its unit
 // is 1, and texts are values of the header.
 void read_chunks(std::span<const uint8_t> bytes, SourcePicture &page) {
@@ -164,6 +176,7 @@ bool find_kind(const PictureFile &file, Kind &kind) {
 
 Status read_png(const PictureFile &file, const SourceOptions &, const page_sink &sink) {
   Kind kind;
+  if (!chunks_are_whole(file.bytes)) return failure("%s: read beyond end of data", file.name);
   if (!find_kind(file, kind) || check_picture_size(file.name, 1, kind.width, kind.height) != DONE) return FAILED;
   const bool held = (kind.transparent || kind.interlaced) && kind.width * kind.height <= MOST_HELD;
   if (kind.interlaced && !held)
