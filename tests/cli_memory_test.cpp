@@ -42,6 +42,28 @@ class Memory : public ToolTest {
     if (compression == COMPRESSION_NONE && !tiled) TIFFWriteRawStrip(tiff, 0, line.data(), 100);
     TIFFClose(tiff);
   }
+  // 64 lines in JBIG whose header (ITU-T T.82, 6.2) claims 15,663,168 pixels each.
+  void write_jbig(const std::string &name) const {
+    constexpr uint32_t LINES = 64;
+    std::string code(
+        "\0\0\1\0"
+        "\0\xEF\0\x40"
+        "\0\0\0\x40"
+        "\0\0\0\x40"
+        "\x10\0\x03\x1C",
+        20);
+    code.append(100, '\x55').append("\xFF\x02");
+    TIFF *tiff = TIFFOpen(dir.path(name).c_str(), "w");
+    TIFFSetField(tiff, TIFFTAG_IMAGEWIDTH, WIDTH);
+    TIFFSetField(tiff, TIFFTAG_IMAGELENGTH, LINES);
+    TIFFSetField(tiff, TIFFTAG_ROWSPERSTRIP, LINES);
+    TIFFSetField(tiff, TIFFTAG_BITSPERSAMPLE, 1);
+    TIFFSetField(tiff, TIFFTAG_PHOTOMETRIC, PHOTOMETRIC_MINISWHITE);
+    TIFFSetField(tiff, TIFFTAG_COMPRESSION, COMPRESSION_JBIG);
+    TIFFSetField(tiff, TIFFTAG_FILLORDER, FILLORDER_LSB2MSB);
+    TIFFWriteRawStrip(tiff, 0, code.data(), static_cast<tmsize_t>(code.size()));
+    TIFFClose(tiff);
+  }
   // Runs a line; the status must be one of those given, the memory within the limit.
   void expect_little(const std::string &line, const std::string &statuses = "0") const {
     const ToolRun done = run("-q -j 2 " + line);
@@ -62,10 +84,12 @@ TEST_F(Memory, PicturesOfAnyClaimAreReadInParts) {
   write_tiff("claim.tif", COMPRESSION_NONE, 1);
   write_tiff("tile.tif", COMPRESSION_NONE, 3, true);
   write_tiff("grey.tif", COMPRESSION_ADOBE_DEFLATE, 1);
+  write_jbig("jbig.tif");
   dir.write("claim.pbm", "P1 16384 8192\n");
   dir.write("ones", std::string(1000000, '\xFF'));
   expect_little("create new.fax claim.tif", "2");
   expect_little("create new.fax tile.tif", "2");
+  expect_little("create new.fax jbig.tif", "2");
   expect_little("create new.fax claim.pbm", "2");
   expect_little("create new.fax grey.tif");
   expect_little("create --rotate 90 --source-dpi 2000 new.fax grey.tif");

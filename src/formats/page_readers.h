@@ -50,6 +50,11 @@ Status read_pdf(const PictureFile &file, const SourceOptions &options, const pag
 /// Whether a picture is within the limits of size. DONE, or FAILED after a message.
 Status check_picture_size(const char *name, int32_t page, int64_t width, int64_t height);
 
+/// The word in 4 bytes, the highest first, as PNG and JBIG have it.
+inline uint32_t big_endian_word(const uint8_t *bytes) {
+  return uint32_t{bytes[0]} << 24 | uint32_t{bytes[1]} << 16 | uint32_t{bytes[2]} << 8 | bytes[3];
+}
+
 /// Reads all pictures of a file in order and hands each to `sink`. The reader is chosen by the first bytes of the file,
 /// unless `options` says that it is raw.
 ///

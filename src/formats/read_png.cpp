@@ -20,10 +20,6 @@ constexpr size_t SIGNATURE = 8, CHUNK_HEAD = 8, CHUNK_CHECK = 4;
 constexpr double INCH = 0.0254;          // metres
 constexpr int64_t MOST_HELD = 36 << 20;  // pixels of a picture that is converted as a whole: A4 at 600 per inch
 
-uint32_t word(const uint8_t *bytes) {
-  return uint32_t{bytes[0]} << 24 | uint32_t{bytes[1]} << 16 | uint32_t{bytes[2]} << 8 | bytes[3];
-}
-
 // Adds the text of a chunk tEXt, or of an iTXt that is not compressed.
 void take_text(std::string_view kind, std::string_view data, HeaderValues &values) {
   const std::string name(data.substr(0, data.find('\0')));
@@ -43,7 +39,7 @@ void take_text(std::string_view kind, std::string_view data, HeaderValues &value
 // it.
 bool chunks_are_whole(std::span<const uint8_t> bytes) {
   for (size_t at = SIGNATURE; at + CHUNK_HEAD + CHUNK_CHECK <= bytes.size();) {
-    const uint32_t length = word(&bytes[at]);
+    const uint32_t length = big_endian_word(&bytes[at]);
     if (std::equal(&bytes[at + 4], &bytes[at + CHUNK_HEAD], "IDAT")) return true;
     if (length > bytes.size() - at - CHUNK_HEAD - CHUNK_CHECK) return false;
     at += CHUNK_HEAD + length + CHUNK_CHECK;
@@ -55,13 +51,13 @@ bool chunks_are_whole(std::span<const uint8_t> bytes) {
 // is 1, and texts are values of the header.
 void read_chunks(std::span<const uint8_t> bytes, SourcePicture &page) {
   for (size_t at = SIGNATURE; at + CHUNK_HEAD + CHUNK_CHECK <= bytes.size();) {
-    const uint32_t length = word(&bytes[at]);
+    const uint32_t length = big_endian_word(&bytes[at]);
     const std::string_view kind(reinterpret_cast<const char *>(&bytes[at + 4]), 4);
     if (length > bytes.size() - at - CHUNK_HEAD - CHUNK_CHECK || kind == "IDAT") return;
     const uint8_t *data = &bytes[at + CHUNK_HEAD];
     if (kind == "pHYs" && length == 9 && data[8] == 1) {
-      page.x_dpi = word(data) * INCH;
-      page.y_dpi = word(data + 4) * INCH;
+      page.x_dpi = big_endian_word(data) * INCH;
+      page.y_dpi = big_endian_word(data + 4) * INCH;
     } else if (kind == "tEXt" || kind == "iTXt") {
       take_text(kind, {reinterpret_cast<const char *>(data), length}, page.header);
     }

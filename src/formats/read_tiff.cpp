@@ -214,6 +214,29 @@ Status pass_on_grey(const TiffPage &source, const row_sink &sink) {
   return report_tiff_damage(source.file.name, source.number, log);
 }
 
+// Whether no strip or tile in JBIG claims to be larger than its place in the page (ITU-T T.82, 6.2): libtiff compares
+// only after it has taken the memory. It turns the bits of such code round if the tag says that none are turned.
+bool jbig_parts_fit(TIFF *tiff, uint32_t width, uint32_t height) {
+  uint16_t order = FILLORDER_MSB2LSB;
+  TIFFGetFieldDefaulted(tiff, TIFFTAG_FILLORDER, &order);
+  const bool tiled = TIFFIsTiled(tiff);
+  uint32_t rows = height;
+  TIFFGetFieldDefaulted(tiff, tiled ? TIFFTAG_TILELENGTH : TIFFTAG_ROWSPERSTRIP, &rows);
+  if (tiled) TIFFGetField(tiff, TIFFTAG_TILEWIDTH, &width);
+  if (!tiled) rows = std::min(rows, height);
+  const uint32_t parts = tiled ? TIFFNumberOfTiles(tiff) : TIFFNumberOfStrips(tiff);
+  for (uint32_t part = 0; part < parts; ++part) {
+    uint8_t header[12];  // layers, planes, width, height
+    constexpr tmsize_t SIZE = sizeof header;
+    if ((tiled ? TIFFReadRawTile(tiff, part, header, SIZE) : TIFFReadRawStrip(tiff, part, header, SIZE)) != SIZE)
+      return false;
+    if (order == FILLORDER_MSB2LSB) TIFFReverseBits(header, SIZE);
+    const uint32_t planes = header[2], across = big_endian_word(header + 4), down = big_endian_word(header + 8);
+    if (planes != 1 || across != width || down > rows) return false;
+  }
+  return true;
+}
+
 // Describes a page. Its pixels are read later.
 Status find_page(TIFF *tiff, const PictureFile &file, int32_t number, SourcePicture &page) {
   uint32_t width = 0, height = 0;
@@ -223,6 +246,8 @@ Status find_page(TIFF *tiff, const PictureFile &file, int32_t number, SourcePict
   if (check_picture_size(file.name, number, width, height) != DONE ||
       (turn.transpose && check_picture_size(file.name, number, height, width) != DONE))
     return FAILED;
+  if (compression_of(tiff) == COMPRESSION_JBIG && !jbig_parts_fit(tiff, width, height))
+    return failure("%s: page %d cannot be read: its JBIG code is of another size than the page", file.name, number);
   page = {static_cast<int32_t>(width), static_cast<int32_t>(height)};
   find_density(tiff, page);
   if (number == 1) page.header = metadata_of(tiff);
