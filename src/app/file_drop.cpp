@@ -24,7 +24,7 @@
 namespace tolvane {
 namespace {
 
-[[gnu::used]] const char SCCS_ID[] = "@(#)|file_drop|9|01|1|0|0|11/23/26|07:55:00";
+[[gnu::used]] const char SCCS_ID[] = "@(#)|file_drop|9|01|2|0|0|11/23/26|08:58:23";
 
 constexpr long VERSION = 5;
 constexpr std::string_view SCHEME = "file:";

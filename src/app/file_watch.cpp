@@ -27,7 +27,7 @@
 namespace tolvane {
 namespace {
 
-[[gnu::used]] const char SCCS_ID[] = "@(#)|file_watch|9|01|1|0|0|11/23/26|06:10:00";
+[[gnu::used]] const char SCCS_ID[] = "@(#)|file_watch|9|01|2|0|0|11/23/26|07:59:37";
 
 constexpr unsigned long QUIET_TIME = 200;  // milliseconds
 

@@ -76,7 +76,7 @@ const char *const default_keys[] = {
 
 namespace {
 
-[[gnu::used]] const char SCCS_ID[] = "@(#)|key_bindings|9|01|2|0|0|11/23/26|06:29:09";
+[[gnu::used]] const char SCCS_ID[] = "@(#)|key_bindings|9|01|3|0|0|11/23/26|07:37:25";
 
 int32_t typed_page;  // the digits typed since the last other key, as a number
 

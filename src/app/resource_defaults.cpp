@@ -17,7 +17,7 @@ const char *const default_colours[] = {"*foreground:\t\tblack", nullptr};
 
 namespace {
 
-[[gnu::used]] const char SCCS_ID[] = "@(#)|resource_defaults|9|01|2|0|0|11/23/26|06:15:41";
+[[gnu::used]] const char SCCS_ID[] = "@(#)|resource_defaults|9|01|3|0|0|11/23/26|09:08:16";
 
 // By Motif's own protocol nothing is dragged here. Preparing for it takes eleven round trips to the server at the
 // start.

@@ -15,7 +15,7 @@
 namespace tolvane {
 namespace {
 
-[[gnu::used]] const char SCCS_ID[] = "@(#)|tn_api_functions|9|01|2|0|0|11/23/26|05:35:42";
+[[gnu::used]] const char SCCS_ID[] = "@(#)|tn_api_functions|9|01|3|0|0|11/23/26|07:37:25";
 
 tn_callback_func parent_function;
 

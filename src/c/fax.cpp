@@ -34,7 +34,7 @@ struct tolvane_fax {
 
 namespace tolvane {
 namespace {
-[[gnu::used]] const char SCCS_ID[] = "@(#)|fax|9|01|2|0|0|11/23/26|06:41:39";
+[[gnu::used]] const char SCCS_ID[] = "@(#)|fax|9|01|3|0|0|11/23/26|08:49:02";
 
 constexpr int32_t WIDTH = LINE_PIXELS;
 constexpr size_t LINE_BYTES = WIDTH / 8;

@@ -4,7 +4,7 @@
 
 namespace tolvane {
 namespace {
-[[gnu::used]] const char SCCS_ID[] = "@(#)|cmd_append|9|01|2|0|0|11/23/26|05:53:10";
+[[gnu::used]] const char SCCS_ID[] = "@(#)|cmd_append|9|01|3|0|0|11/23/26|07:06:52";
 
 std::string file;
 PageInput input;

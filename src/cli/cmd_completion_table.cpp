@@ -9,7 +9,7 @@
 
 namespace tolvane {
 namespace {
-[[gnu::used]] const char SCCS_ID[] = "@(#)|cmd_completion_table|9|01|2|0|0|11/23/26|06:29:09";
+[[gnu::used]] const char SCCS_ID[] = "@(#)|cmd_completion_table|9|01|3|0|0|11/23/26|09:20:56";
 
 const CLI::App *program;
 

@@ -26,7 +26,7 @@
 
 namespace tolvane {
 namespace {
-[[gnu::used]] const char SCCS_ID[] = "@(#)|cmd_convert|9|01|2|0|0|11/23/26|06:45:30";
+[[gnu::used]] const char SCCS_ID[] = "@(#)|cmd_convert|9|01|3|0|0|11/23/26|08:58:23";
 
 FileList input;
 int32_t coding = -1;

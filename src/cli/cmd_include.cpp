@@ -16,7 +16,7 @@
 
 namespace tolvane {
 namespace {
-[[gnu::used]] const char SCCS_ID[] = "@(#)|cmd_include|9|01|2|0|0|11/23/26|06:41:39";
+[[gnu::used]] const char SCCS_ID[] = "@(#)|cmd_include|9|01|3|0|0|11/23/26|08:58:23";
 
 std::string included_name;
 int32_t place;

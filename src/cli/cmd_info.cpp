@@ -15,7 +15,7 @@
 
 namespace tolvane {
 namespace {
-[[gnu::used]] const char SCCS_ID[] = "@(#)|cmd_info|9|01|2|0|0|11/23/26|06:45:30";
+[[gnu::used]] const char SCCS_ID[] = "@(#)|cmd_info|9|01|3|0|0|11/23/26|09:08:16";
 
 FileList input;
 bool as_json;

@@ -16,7 +16,7 @@
 
 namespace tolvane {
 namespace {
-[[gnu::used]] const char SCCS_ID[] = "@(#)|cmd_merge|9|01|2|0|0|11/23/26|06:15:41";
+[[gnu::used]] const char SCCS_ID[] = "@(#)|cmd_merge|9|01|3|0|0|11/23/26|08:24:16";
 
 std::string out;
 std::vector<std::string> files;

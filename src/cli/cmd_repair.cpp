@@ -23,7 +23,7 @@
 
 namespace tolvane {
 namespace {
-[[gnu::used]] const char SCCS_ID[] = "@(#)|cmd_repair|9|01|2|0|0|11/23/26|06:41:39";
+[[gnu::used]] const char SCCS_ID[] = "@(#)|cmd_repair|9|01|3|0|0|11/23/26|08:45:34";
 
 constexpr int32_t CREDIBLE_LINES = 16;  // so many good lines are no coincidence: the bytes are a page
 

@@ -14,7 +14,7 @@
 
 namespace tolvane {
 namespace {
-[[gnu::used]] const char SCCS_ID[] = "@(#)|cmd_split|9|01|2|0|0|11/23/26|06:01:36";
+[[gnu::used]] const char SCCS_ID[] = "@(#)|cmd_split|9|01|3|0|0|11/23/26|08:33:05";
 
 std::string file;
 std::string pattern;

@@ -6,7 +6,7 @@
 
 namespace tolvane {
 namespace {
-[[gnu::used]] const char SCCS_ID[] = "@(#)|command_usage|9|01|1|0|0|11/23/26|05:45:00";
+[[gnu::used]] const char SCCS_ID[] = "@(#)|command_usage|9|01|2|0|0|11/23/26|09:20:56";
 }
 
 const Option &Option::required(bool yes) const {

@@ -8,7 +8,7 @@
 
 namespace tolvane {
 namespace {
-[[gnu::used]] const char SCCS_ID[] = "@(#)|json_lines|9|01|1|0|0|11/23/26|08:00:00";
+[[gnu::used]] const char SCCS_ID[] = "@(#)|json_lines|9|01|2|0|0|11/23/26|09:08:16";
 
 constexpr int SCHEMA = 1;
 }  // namespace

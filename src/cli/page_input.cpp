@@ -24,7 +24,7 @@
 
 namespace tolvane {
 namespace {
-[[gnu::used]] const char SCCS_ID[] = "@(#)|page_input|9|01|2|0|0|11/23/26|06:41:39";
+[[gnu::used]] const char SCCS_ID[] = "@(#)|page_input|9|01|3|0|0|11/23/26|09:04:19";
 
 constexpr double HIGHEST_DPI = 100000;
 constexpr int64_t MOST_MEMORY = 40 << 20;  // bytes of all pages under way, as far as they can be foreseen

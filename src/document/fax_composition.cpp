@@ -17,7 +17,7 @@
 
 namespace tolvane {
 namespace {
-[[gnu::used]] const char SCCS_ID[] = "@(#)|fax_composition|9|01|2|0|0|11/23/26|06:28:50";
+[[gnu::used]] const char SCCS_ID[] = "@(#)|fax_composition|9|01|3|0|0|11/23/26|08:33:05";
 
 constexpr size_t MOST_LINES = 99;         // lines that the viewer's header reader accepts
 constexpr size_t LONGEST_HEADER = 32767;  // bytes of a header in which keywords can be read

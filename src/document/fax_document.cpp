@@ -22,7 +22,7 @@
 
 namespace tolvane {
 namespace {
-[[gnu::used]] const char SCCS_ID[] = "@(#)|fax_document|9|01|2|0|0|11/23/26|06:41:39";
+[[gnu::used]] const char SCCS_ID[] = "@(#)|fax_document|9|01|3|0|0|11/23/26|09:04:19";
 
 const char *keyword(FaxKeyword number) {
   return faxFileKeywordList[number];

@@ -12,7 +12,7 @@
 
 namespace tolvane {
 namespace {
-[[gnu::used]] const char SCCS_ID[] = "@(#)|page_coding|9|01|2|0|0|11/23/26|06:41:39";
+[[gnu::used]] const char SCCS_ID[] = "@(#)|page_coding|9|01|3|0|0|11/23/26|08:45:34";
 
 // Whether the decoder returns nothing in place of such a line.
 bool is_missing(Damage kind) {

@@ -12,7 +12,7 @@
 
 namespace tolvane {
 namespace {
-[[gnu::used]] const char SCCS_ID[] = "@(#)|page_sources|9|01|2|0|0|11/23/26|05:51:13";
+[[gnu::used]] const char SCCS_ID[] = "@(#)|page_sources|9|01|3|0|0|11/23/26|07:48:14";
 
 // What counts of a file for the place of pages.
 struct Source {

@@ -11,7 +11,7 @@
 
 namespace tolvane {
 namespace {
-[[gnu::used]] const char SCCS_ID[] = "@(#)|page_survey|9|01|2|0|0|11/23/26|06:35:21";
+[[gnu::used]] const char SCCS_ID[] = "@(#)|page_survey|9|01|3|0|0|11/23/26|09:13:40";
 
 // A page in work.
 struct PageInWork {

@@ -15,7 +15,7 @@
 
 namespace tolvane {
 namespace {
-[[gnu::used]] const char SCCS_ID[] = "@(#)|header_text|9|01|2|0|0|11/23/26|06:10:49";
+[[gnu::used]] const char SCCS_ID[] = "@(#)|header_text|9|01|3|0|0|11/23/26|08:16:47";
 
 HeaderFault preamble_fault(ssize_t got, uint32_t magic, uint32_t length, const HeaderRules &rules) {
   if (got < 0) return HeaderFault::unreadable;

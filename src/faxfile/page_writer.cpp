@@ -25,7 +25,7 @@ PageIO *gPageIOArray[FAX_PAGES_IN_PROGRESS_MAX];
 PageIO *gCurrentPageIO = nullptr;
 
 namespace {
-[[gnu::used]] const char SCCS_ID[] = "@(#)|page_writer|9|01|2|0|0|11/23/26|06:28:53";
+[[gnu::used]] const char SCCS_ID[] = "@(#)|page_writer|9|01|3|0|0|11/23/26|08:49:02";
 
 void release_page(PageIO *&slot) {
   PageIO *page = std::exchange(slot, nullptr);

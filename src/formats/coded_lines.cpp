@@ -10,7 +10,7 @@
 
 namespace tolvane {
 namespace {
-[[gnu::used]] const char SCCS_ID[] = "@(#)|coded_lines|9|01|1|0|0|11/23/26|07:40:00";
+[[gnu::used]] const char SCCS_ID[] = "@(#)|coded_lines|9|01|2|0|0|11/23/26|09:13:39";
 
 constexpr int32_t RTC_EMPTY_LINES = 5;  // six EOLs, of which the first ends a line (ITU-T T.4, 4.1.4)
 

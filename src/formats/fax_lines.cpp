@@ -13,7 +13,7 @@
 
 namespace tolvane {
 namespace {
-[[gnu::used]] const char SCCS_ID[] = "@(#)|fax_lines|9|01|2|0|0|11/23/26|06:39:52";
+[[gnu::used]] const char SCCS_ID[] = "@(#)|fax_lines|9|01|3|0|0|11/23/26|09:13:39";
 
 constexpr double NOMINAL = 0.045;  // 200 for 204 lines and 196 for 200: 4 percent together
 

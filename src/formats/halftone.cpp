@@ -9,7 +9,7 @@
 
 namespace tolvane {
 namespace {
-[[gnu::used]] const char SCCS_ID[] = "@(#)|halftone|9|01|1|0|0|11/23/26|06:25:00";
+[[gnu::used]] const char SCCS_ID[] = "@(#)|halftone|9|01|2|0|0|11/23/26|09:04:19";
 
 constexpr double TEXT_PARTED = 0.8;   // of the variance, by the threshold: greys spread evenly come to 0.75
 constexpr double MOST_INK = 0.3;      // of a page of text

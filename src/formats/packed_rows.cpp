@@ -11,7 +11,7 @@
 
 namespace tolvane {
 namespace {
-[[gnu::used]] const char SCCS_ID[] = "@(#)|packed_rows|9|01|2|0|0|11/23/26|05:51:43";
+[[gnu::used]] const char SCCS_ID[] = "@(#)|packed_rows|9|01|3|0|0|11/23/26|09:04:19";
 
 constexpr int32_t MOST_ROWS = 3;  // that one line covers: those of a reduction to half the height
 

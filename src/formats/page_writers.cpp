@@ -7,7 +7,7 @@
 
 namespace tolvane {
 namespace {
-[[gnu::used]] const char SCCS_ID[] = "@(#)|page_writers|9|01|2|0|0|11/23/26|05:58:44";
+[[gnu::used]] const char SCCS_ID[] = "@(#)|page_writers|9|01|3|0|0|11/23/26|09:08:16";
 
 // A writer that ignores the coding of TIFF.
 template <Status (*write)(const OutputFile &, const picture_source &)>

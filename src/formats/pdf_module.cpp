@@ -9,7 +9,7 @@
 
 namespace tolvane {
 namespace {
-[[gnu::used]] const char SCCS_ID[] = "@(#)|pdf_module|9|01|1|0|0|11/23/26|07:45:00";
+[[gnu::used]] const char SCCS_ID[] = "@(#)|pdf_module|9|01|2|0|0|11/23/26|09:26:13";
 
 using reader_fn = Status (*)(const PictureFile &file, const SourceOptions &options, const page_sink &sink);
 

@@ -7,7 +7,7 @@
 
 namespace tolvane {
 namespace {
-[[gnu::used]] const char SCCS_ID[] = "@(#)|picture_code|9|01|1|0|0|11/23/26|05:35:00";
+[[gnu::used]] const char SCCS_ID[] = "@(#)|picture_code|9|01|2|0|0|11/23/26|08:05:27";
 
 // What it keeps between pictures is memory alone.
 thread_local Encoder encoder;

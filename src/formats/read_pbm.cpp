@@ -7,7 +7,7 @@
 
 namespace tolvane {
 namespace {
-[[gnu::used]] const char SCCS_ID[] = "@(#)|read_pbm|9|01|2|0|0|11/23/26|05:51:43";
+[[gnu::used]] const char SCCS_ID[] = "@(#)|read_pbm|9|01|3|0|0|11/23/26|09:04:19";
 
 // The text part of the file: numbers separated by white space and by comments up to the end of the line.
 class Text {

@@ -14,7 +14,7 @@
 
 namespace tolvane {
 namespace {
-[[gnu::used]] const char SCCS_ID[] = "@(#)|read_png|9|01|2|0|0|11/23/26|06:28:52";
+[[gnu::used]] const char SCCS_ID[] = "@(#)|read_png|9|01|3|0|0|11/23/26|09:43:28";
 
 constexpr size_t SIGNATURE = 8, CHUNK_HEAD = 8, CHUNK_CHECK = 4;
 constexpr double INCH = 0.0254;          // metres

@@ -14,7 +14,7 @@
 
 namespace tolvane {
 namespace {
-[[gnu::used]] const char SCCS_ID[] = "@(#)|tiff_file|9|01|2|0|0|11/23/26|06:29:09";
+[[gnu::used]] const char SCCS_ID[] = "@(#)|tiff_file|9|01|3|0|0|11/23/26|09:13:39";
 
 int take_message(TIFF *, void *user_data, const char *, const char *format, va_list arguments) {
   auto &log = *static_cast<TiffLog *>(user_data);

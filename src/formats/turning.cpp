@@ -7,7 +7,7 @@
 
 namespace tolvane {
 namespace {
-[[gnu::used]] const char SCCS_ID[] = "@(#)|turning|9|01|2|0|0|11/23/26|06:39:52";
+[[gnu::used]] const char SCCS_ID[] = "@(#)|turning|9|01|3|0|0|11/23/26|09:04:19";
 
 size_t row_bytes(int32_t width) {
   return (static_cast<size_t>(width) + 7) / 8;

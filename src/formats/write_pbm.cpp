@@ -7,7 +7,7 @@
 
 namespace tolvane {
 namespace {
-[[gnu::used]] const char SCCS_ID[] = "@(#)|write_pbm|9|01|2|0|0|11/23/26|05:51:13";
+[[gnu::used]] const char SCCS_ID[] = "@(#)|write_pbm|9|01|3|0|0|11/23/26|08:16:47";
 }
 
 Status write_pbm(const OutputFile &output, const picture_source &next) {

@@ -15,7 +15,7 @@
 
 namespace tolvane {
 namespace {
-[[gnu::used]] const char SCCS_ID[] = "@(#)|write_pdf|9|01|2|0|0|11/23/26|06:28:52";
+[[gnu::used]] const char SCCS_ID[] = "@(#)|write_pdf|9|01|3|0|0|11/23/26|08:49:02";
 
 constexpr double POINTS = 72;  // in an inch
 

@@ -9,7 +9,7 @@
 
 namespace tolvane {
 namespace {
-[[gnu::used]] const char SCCS_ID[] = "@(#)|write_tiff|9|01|2|0|0|11/23/26|06:28:52";
+[[gnu::used]] const char SCCS_ID[] = "@(#)|write_tiff|9|01|3|0|0|11/23/26|09:17:01";
 
 bool set_text(TIFF *tiff, uint32_t tag, const std::string &text) {
   return text.empty() || TIFFSetField(tiff, tag, text.c_str());

@@ -17,7 +17,7 @@
 
 namespace tolvane {
 namespace {
-[[gnu::used]] const char SCCS_ID[] = "@(#)|endings|9|01|1|0|0|11/23/26|08:30:00";
+[[gnu::used]] const char SCCS_ID[] = "@(#)|endings|9|01|2|0|0|11/23/26|09:20:56";
 
 constexpr int ENDINGS[] = {SIGINT, SIGTERM, SIGHUP, SIGQUIT, SIGPIPE, SIGBUS};
 constexpr size_t MAPPINGS_MAX = 128;

@@ -14,7 +14,7 @@
 
 namespace tolvane {
 namespace {
-[[gnu::used]] const char SCCS_ID[] = "@(#)|input_file|9|01|2|0|0|11/23/26|06:10:49";
+[[gnu::used]] const char SCCS_ID[] = "@(#)|input_file|9|01|3|0|0|11/23/26|08:55:48";
 
 thread_local char last_opened[1024];
 

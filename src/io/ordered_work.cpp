@@ -6,7 +6,7 @@
 
 namespace tolvane {
 namespace {
-[[gnu::used]] const char SCCS_ID[] = "@(#)|ordered_work|9|01|2|0|0|11/23/26|06:29:09";
+[[gnu::used]] const char SCCS_ID[] = "@(#)|ordered_work|9|01|3|0|0|11/23/26|08:33:05";
 
 constexpr size_t FEW = 3;  // jobs that are done by the calling thread before others are worth their start
 

@@ -15,7 +15,7 @@
 
 namespace tolvane {
 namespace {
-[[gnu::used]] const char SCCS_ID[] = "@(#)|output_file|9|01|2|0|0|11/23/26|06:28:50";
+[[gnu::used]] const char SCCS_ID[] = "@(#)|output_file|9|01|3|0|0|11/23/26|09:17:01";
 
 constexpr char FAULT[] = "cannot be written";
 

@@ -16,7 +16,7 @@
 
 namespace tolvane {
 namespace {
-[[gnu::used]] const char SCCS_ID[] = "@(#)|report|9|01|2|0|0|11/23/26|05:58:44";
+[[gnu::used]] const char SCCS_ID[] = "@(#)|report|9|01|3|0|0|11/23/26|08:36:12";
 
 constexpr size_t DAMAGE_REPORTED = 10;  // damaged places of one page that are reported one by one
 

@@ -11,7 +11,7 @@
 
 namespace tolvane {
 namespace {
-[[gnu::used]] const char SCCS_ID[] = "@(#)|handle|9|01|2|0|0|11/23/26|06:28:53";
+[[gnu::used]] const char SCCS_ID[] = "@(#)|handle|9|01|3|0|0|11/23/26|08:16:47";
 
 constexpr size_t COPY_BLOCK = 1 << 16;
 }  // namespace

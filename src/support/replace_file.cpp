@@ -18,7 +18,7 @@
 
 namespace tolvane {
 namespace {
-[[gnu::used]] const char SCCS_ID[] = "@(#)|replace_file|9|01|2|0|0|11/23/26|06:28:53";
+[[gnu::used]] const char SCCS_ID[] = "@(#)|replace_file|9|01|3|0|0|11/23/26|08:49:02";
 
 constexpr int NAME_ATTEMPTS = 100;
 constexpr int LINKS_FOLLOWED_MAX = 40;  // as the kernel

@@ -16,7 +16,7 @@
 namespace tolvane {
 namespace {
 
-[[gnu::used]] const char SCCS_ID[] = "@(#)|page_coder|9|01|2|0|0|11/23/26|06:03:19";
+[[gnu::used]] const char SCCS_ID[] = "@(#)|page_coder|9|01|3|0|0|11/23/26|07:06:52";
 
 constexpr size_t EOL_ENTRY = 104;                                                            // of `encwhite`
 constexpr size_t PASS_ENTRY = 0, HORIZONTAL_ENTRY = 1, EOL_1D_ENTRY = 9, EOL_2D_ENTRY = 10;  // of `enc2D`

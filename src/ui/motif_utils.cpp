@@ -15,7 +15,7 @@
 
 namespace tolvane {
 namespace {
-[[gnu::used]] const char SCCS_ID[] = "@(#)|motif_utils|9|01|2|0|0|11/23/26|06:29:09";
+[[gnu::used]] const char SCCS_ID[] = "@(#)|motif_utils|9|01|3|0|0|11/23/26|08:36:12";
 
 Display *display;
 XtAppContext context;

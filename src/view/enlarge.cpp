@@ -10,7 +10,7 @@
 namespace tolvane {
 namespace {
 
-[[gnu::used]] const char SCCS_ID[] = "@(#)|enlarge|9|01|1|0|0|11/23/26|08:40:00";
+[[gnu::used]] const char SCCS_ID[] = "@(#)|enlarge|9|01|2|0|0|11/23/26|09:08:16";
 
 // Eight pixels, each `zoom` times, for every value of a byte.
 using Wide = std::array<uint8_t, MOST_ZOOM>;

@@ -14,7 +14,7 @@
 
 namespace tolvane {
 namespace {
-[[gnu::used]] const char SCCS_ID[] = "@(#)|rasteriser|9|01|2|0|0|11/23/26|06:29:09";
+[[gnu::used]] const char SCCS_ID[] = "@(#)|rasteriser|9|01|3|0|0|11/23/26|09:28:42";
 
 constexpr int32_t FRACTION_BITS = 16;  // of the factor that makes picture pixels of fax pixels
 

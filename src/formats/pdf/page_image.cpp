@@ -17,7 +17,7 @@
 
 namespace tolvane {
 namespace {
-[[gnu::used]] const char SCCS_ID[] = "@(#)|page_image|9|01|1|0|0|11/23/26|07:45:00";
+[[gnu::used]] const char SCCS_ID[] = "@(#)|page_image|9|01|2|0|0|11/23/26|09:04:19";
 
 using Rectangle = QPDFObjectHandle::Rectangle;
 

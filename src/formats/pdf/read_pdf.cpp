@@ -21,7 +21,7 @@
 
 namespace tolvane {
 namespace {
-[[gnu::used]] const char SCCS_ID[] = "@(#)|read_pdf|9|01|2|0|0|11/23/26|06:28:52";
+[[gnu::used]] const char SCCS_ID[] = "@(#)|read_pdf|9|01|3|0|0|11/23/26|09:04:19";
 
 constexpr double POINT = 72;  // points in an inch
 
