@@ -31,6 +31,7 @@
 #include "rev.h"
 #include "session_params.h"
 #include "sorbfile.h"
+#include "store.h"
 #include "strlib.h"
 #include "t4dec.h"
 #include "t4dec_2d.h"

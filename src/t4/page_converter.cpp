@@ -2,13 +2,10 @@
 // the decoder delivers, and these are not the coded lines of the old page one for one.
 #include "t4/page_converter.h"
 
-#include <stdlib.h>
-#include <string.h>
-
 #include <new>
 
 #include "faxfile/usorbport.h"
-#include "support/handle.h"
+#include "support/store.h"
 #include "t4/codec.h"
 
 namespace tolvane {
@@ -24,27 +21,9 @@ constexpr size_t LENGTH_WORD = 4;
 struct PageConverter::State {
   Decoder decoder;
   Encoder encoder;
-  Block<uint8_t> record;
-  size_t capacity = 0;
-  size_t used = 0;
+  Store record;
   int32_t lines = 0;
   EncodeResult coded = EncodeResult::done;
-
-  bool grow_to(size_t wanted) {
-    auto *grown = static_cast<uint8_t *>(realloc(record.get(), wanted));
-    if (!grown) return false;
-    static_cast<void>(record.release());
-    record.reset(grown);
-    capacity = wanted;
-    return true;
-  }
-
-  bool append(const uint8_t *bytes, size_t count) {
-    if (used + count > capacity && !grow_to(2 * capacity + count)) return false;
-    memcpy(record.get() + used, bytes, count);
-    used += count;
-    return true;
-  }
 
   void take_line(const uint8_t *line, uint32_t size) {
     ++lines;
@@ -84,23 +63,25 @@ ConvertResult PageConverter::convert(std::span<const uint8_t> page, int32_t from
                                      const DamageSink &damage) {
   if (from == COMP_MR && page.empty()) return ConvertResult::not_decoded;
   if (!state_) state_.reset(new (std::nothrow) State);
-  if (!state_ || (state_->capacity == 0 && !state_->grow_to(FIRST_CAPACITY))) return ConvertResult::no_memory;
+  if (!state_ || (state_->record.capacity == 0 && !state_->record.grow_to(FIRST_CAPACITY)))
+    return ConvertResult::no_memory;
   State &state = *state_;
-  state.used = LENGTH_WORD;
+  state.record.used = LENGTH_WORD;
   state.lines = 0;
   const CodeSink sink = {&state, [](void *context, const uint8_t *bytes, size_t count) {
-                           return static_cast<State *>(context)->append(bytes, count);
+                           return static_cast<State *>(context)->record.append(bytes, count);
                          }};
   state.coded = state.encoder.begin(to, resolution, sink);
   if (state.decode(page, from, damage) != DecodeResult::done) return ConvertResult::not_decoded;
   if (state.coded == EncodeResult::done) state.coded = state.encoder.end();
   if (state.coded != EncodeResult::done) return ConvertResult::no_memory;
-  put_word(state.record.get(), static_cast<uint32_t>(state.used - LENGTH_WORD));
+  put_word(state.record.bytes.get(), static_cast<uint32_t>(state.record.used - LENGTH_WORD));
   return ConvertResult::done;
 }
 
 std::span<const uint8_t> PageConverter::record() const {
-  return state_ ? std::span<const uint8_t>(state_->record.get(), state_->used) : std::span<const uint8_t>();
+  return state_ ? std::span<const uint8_t>(state_->record.bytes.get(), state_->record.used)
+                : std::span<const uint8_t>();
 }
 
 }  // namespace tolvane

@@ -20,6 +20,7 @@
 #include "support/file.h"
 #include "support/handle.h"
 #include "support/replace_file.h"
+#include "support/store.h"
 #include "t4/damage.h"
 #include "t4/line.h"
 #include "t4/page_converter.h"
@@ -31,22 +32,6 @@ namespace {
 
 constexpr size_t LENGTH_WORD = 4;
 constexpr int32_t FINE_RESOLUTION = 1;
-
-// Bytes that grow, and never shrink before the end of the conversion.
-struct Store {
-  Block<uint8_t> bytes{};
-  size_t capacity = 0;
-  size_t used = 0;
-
-  bool grow_to(size_t new_capacity) {
-    auto *grown = static_cast<uint8_t *>(realloc(bytes.get(), new_capacity));
-    if (!grown) return false;
-    static_cast<void>(bytes.release());
-    bytes.reset(grown);
-    capacity = new_capacity;
-    return true;
-  }
-};
 
 char ofname[4096];  // the temporary file, at most one in the process
 
