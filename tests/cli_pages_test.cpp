@@ -94,6 +94,7 @@ TEST_F(Pages, WhatCannotBeDoneLeavesTheFileAlone) {
       {"merge --inclusions keep ../kept.fax main.fax", "same directory"},
       {"merge --inclusions keep kept.fax other.fax main.fax", "same coding and resolution"},
       {"split cut1.fax cut%d.fax", "not overwritten"},
+      {"extract -f pbm cut1.fax cut%d.fax", "not overwritten"},
       {"include cover.fax 1 1", "FILE is required", 1},
       {"include --remove cover.fax", "FILE is required", 1},
       {"include --remove cover.fax --at 2 main.fax", "main.fax does not include cover.fax there"},

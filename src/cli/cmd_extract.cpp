@@ -243,7 +243,8 @@ Status extract_file(const std::string &file, const PictureFormat &format) {
     if (all.give(picture)) written = write_file(format, files, path, picture, more);
   }
   while (written == DONE && all.give(picture)) {
-    written = worse(outputs.take(file, all.number, path), check_not_source(path, document));
+    written = outputs.take(file, all.number, path);  // which sets the path that is checked next
+    if (written == DONE) written = check_not_source(path, document);
     if (written == DONE) written = write_file(format, files, path, picture, [](PagePicture &) { return false; });
   }
   if (worse(written, files.commit()) != DONE) return FAILED;
