@@ -102,11 +102,12 @@ void report_output(int output, bool failed) {
 }
 
 // Runs a command line through the shell, apart from the command protocol: standard input is empty, and standard output
-// goes to standard error, through a file if a failure is to be shown in the window.
+// goes to standard error, through a file if a failure is to be shown in the window. The file is named, since a shell
+// need not accept a descriptor of two digits (POSIX, 2.7), which it is if the viewer has inherited others.
 int run_apart(const std::string &command) {
   const Descriptor output(notices_enabled() ? memfd_create("print", 0) : -1);
-  const std::string target = output ? std::to_string(output.get()) + " 2>&1" : "2";
-  const int result = run("{ " + command + "\n} </dev/null >&" + target);
+  const std::string target = output ? ">>/dev/fd/" + std::to_string(output.get()) + " 2>&1" : ">&2";
+  const int result = run("{ " + command + "\n} </dev/null " + target);
   if (output) report_output(output.get(), result != 0);
   return result;
 }

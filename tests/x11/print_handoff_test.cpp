@@ -102,6 +102,21 @@ TEST_F(PrintHandOff, AProgramInAnOddOrDeepDirectory) {
   }
 }
 
+TEST_F(PrintHandOff, AFailureIsShownWhateverDescriptorsTheViewerInherits) {
+  write_recorder(notes, "tolvane_print", "echo jammed; ");
+  const std::string document = notes.write("one.fax", marked_document(1, 1));
+  ChildProcess program(
+      {"sh", "-c",
+       "exec 3<&0 4<&0 5<&0 6<&0 7<&0 8<&0 9<&0 " + viewer_command({})[0] + " -xrm '*showMessages: True' \"$0\"",
+       document},
+      {}, notes.string());
+  const Area area = area_of(find_window("TolVane"));
+  click(area.x + 300, area.y + 100, 2);
+  press_key("p");
+  EXPECT_NE(find_window("TolVane: Message"), 0u);
+  EXPECT_TRUE(wait_until([&] { return program.errors().ends_with("jammed\n"); })) << program.errors();
+}
+
 TEST_F(PrintHandOff, TheButtonAndTheKeyPrintTheFileShown) {
   write_recorder(notes, "tolvane_print", "cat >> \"$RECORD\"; echo printed; ");
   notes.write("one.fax", marked_document(1, 1));
