@@ -282,6 +282,8 @@ TEST_F(Pages, RepairSaysWhatItDoesAndDoesIt) {
       {fax(head(9), {40}), "#PAGES set to 1", good},
       {fax("#PAGES:1\n" + mmr, {40}), "RESOLUTION set to Normal", fax("#PAGES:1\n" + mmr + "RESOLUTION:0\n", {40})},
       {fax("#PAGES:1\nRESOLUTION:1\n", {40}), "COMPRESSION set to MMR", fax(head(1), {40})},
+      {fax("#PAGES:1\nRESOLUTION:1\n" + mmr + "COMPRESSION:x\n", {40}), "COMPRESSION set to MMR",
+       fax(head(1) + mmr, {40})},
       {good + std::string(403, '\0'), "removed 403 trailing bytes", good},
       {good + "tail.", "removed 5 trailing bytes", good},
   };

@@ -13,11 +13,11 @@
 #include "cli/commands.h"
 #include "cli/file_work.h"
 #include "cli/options.h"
+#include "document/fax_composition.h"
 #include "document/fax_document.h"
 #include "document/page_coding.h"
 #include "document/page_sources.h"
 #include "faxfile/header_lines.h"
-#include "faxfile/session_params.h"
 #include "faxfile/usorbport.h"
 #include "io/ordered_work.h"
 #include "io/output_file.h"
@@ -108,13 +108,7 @@ Status write_pages(const FaxDocument &document, const OutputFile &output) {
 // The header lines with the new coding and the true number of pages.
 HeaderLines new_header(const FaxDocument &document) {
   HeaderLines lines = document.lines;
-  const char *name = faxFileKeywordList[FAXFILE_COMPRESSION];
-  const std::string character(1, static_cast<char>(DFtoascii(coding)));
-  // Of several lines of this name the last one counts.
-  for (std::string &line : lines) {
-    if (header_line_value(line, name)) line = std::string(name) + ':' + character;
-  }
-  set_header_value(lines, name, character);
+  set_coding(lines, coding);
   const char *pages = find_header_value(lines, faxFileKeywordList[FAXFILE_PAGES]);
   if (pages && atoi(pages) == document.record_count()) return lines;
   report("%s: #PAGES corrected to %d", document.name(), document.record_count());

@@ -109,7 +109,7 @@ Status repair_modes(Repair &repair) {
   if (!has_coding) {
     document.coding = coding;
     if (coding < 0 && detect_coding(document) != DONE) return FAILED;
-    set_header_value(document.lines, compression, std::string(1, static_cast<char>(DFtoascii(document.coding))));
+    set_coding(document.lines, document.coding);
     note(repair, "COMPRESSION set to %s", coding_name(document.coding));
   }
   if (document.resolution < 0) {
