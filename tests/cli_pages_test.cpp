@@ -78,7 +78,7 @@ TEST_F(Pages, WhatCannotBeDoneLeavesTheFileAlone) {
   dir.write("other.fax", fax_bytes(modes + "0\n", {encoded_page(random_page(5, 5), 0)}));
   dir.write("back.fax", fax(head(1) + "INCLUDE:main.fax 1 2\nINCLUDE_PAGES:2\n", {9}));
   dir.write("cut1.fax", fax(head(2), {9, 8}).substr(0, 100 + page(9).size()));
-  dir.write("ummr.fax", fax(modes + "2\n", {9}));
+  dir.write("ummr.fax", fax(modes + "2\n", {9}) + page(8).substr(0, 9));
   dir.write("fall.fax", fax(head(1) + "INCLUDE:cover.fax 2 1\nINCLUDE:cover.fax 1 1\n", {9}));
   const struct {
     const char *words, *complaint;
@@ -87,6 +87,7 @@ TEST_F(Pages, WhatCannotBeDoneLeavesTheFileAlone) {
       {"append main.fax 21.pbm missing.pbm", "missing.pbm: No such file"},
       {"append cut1.fax 21.pbm", "cut short"},
       {"append fall.fax 21.pbm", "INCLUDE"},
+      {"repair ummr.fax new.fax", "pages in UMMR cannot be decoded"},
       {"include cover.fax 1 3 main.fax", "has 2 pages, not 3"},
       {"include other.fax 1 1 main.fax", "in MH, Fine"},
       {"include back.fax 1 2 main.fax", "includes main.fax in turn"},

@@ -144,6 +144,9 @@ Status read_cut_page(const FaxDocument &document, std::vector<uint8_t> &lines) {
   DecodedPage page;
   std::vector<uint8_t> record;
   if (document.lost_bytes <= 4) return DONE;
+  if (document.coding == COMP_UMMR)
+    return failure("%s: not repaired: its last %lld bytes may be a page, and pages in %s cannot be decoded",
+                   document.name(), static_cast<long long>(document.lost_bytes), coding_name(document.coding));
   if (!read_bytes(document, records_end(document) + 4, document.lost_bytes - 4, record))
     return system_failure(document.name());
   if (try_decode(document, record, document.coding, page) != DONE) return FAILED;
