@@ -87,21 +87,26 @@ void FaxEditLock::release() {
 }
 
 namespace {
-// Opens the fax file that has replaced the one that is open; none if it has not been replaced. False with errno set if
-// that cannot be seen.
+// Opens the fax file that has replaced the one that is open, with the access of that; none if it has not been replaced,
+// or was removed. False with errno set if that cannot be seen, or something else has the name.
 bool open_successor(int32_t fd, Descriptor &successor) {
   constexpr std::string_view DELETED = " (deleted)";
-  struct stat status;
-  if (fstat(fd, &status) != 0) return false;
-  std::string path = status.st_nlink > 0 ? "" : path_of_descriptor(fd);
-  if (!path.ends_with(DELETED)) return true;
+  // A hard link keeps a replaced file alive, but not the name under which it was opened.
+  std::string path = path_of_descriptor(fd);
+  if (!path.ends_with(DELETED) || is_file_at(fd, path.c_str())) return true;
   path.resize(path.size() - DELETED.size());
-  Descriptor opened(open(path.c_str(), O_RDWR | O_NONBLOCK | O_NOCTTY | O_CLOEXEC));
+  const bool reads_only = (fcntl(fd, F_GETFL) & O_ACCMODE) == O_RDONLY;
+  Descriptor opened(open(path.c_str(), (reads_only ? O_RDONLY : O_RDWR) | O_NONBLOCK | O_NOCTTY | O_CLOEXEC));
   if (!opened) return errno == ENOENT;
   uint32_t magic;
   const ssize_t got = readLongFlipped(opened.get(), &magic);
-  if (got == FAXFILE_WORD && magic == FAXFILE_MAGIC) successor = std::move(opened);
-  return got >= 0;
+  if (got < 0) return false;
+  if (got != FAXFILE_WORD || magic != FAXFILE_MAGIC) {
+    errno = EINVAL;
+    return false;
+  }
+  successor = std::move(opened);
+  return true;
 }
 }  // namespace
 

@@ -33,9 +33,10 @@ class FaxEditLock {
 };
 
 /// Takes the lock to change the file that `fd` is open on. If an editor has replaced that file since it was opened, so
-/// that a change to it would be lost, the descriptor is moved to the fax file that has the name now (dup2(2)).
+/// that a change to it would be lost, the descriptor is moved to the fax file that has the name now (dup2(2)), with the
+/// access that it has. A file that was removed, with nothing in its place, stays what the descriptor is open on.
 ///
-/// @return false with errno set
+/// @return false with errno set, EINVAL if what has the name now is no fax file
 bool take_to_change(FaxEditLock &lock, int32_t fd);
 
 /// Whether `path` still names the file that `fd` is open on. An editor that has waited for a lock asks this: the file
