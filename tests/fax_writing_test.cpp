@@ -173,6 +173,7 @@ TEST_F(FaxWriting, MisuseLosesNoPageWithoutACode) {
   const auto with = [](const std::string &page) { return fax_bytes("", {"one", page}); };
   int32_t a = -1, b = -1;
   const auto on = [&](int32_t file, auto call) { return fd = file, call(); };
+  const auto replace_a = [&](const std::string &bytes) { return rename(dir.write("new", bytes).c_str(), "a"); };
   // What is called on the file a, and on b while a has a page in progress; the codes; what a and b are then.
   const struct {
     const char *misuse;
@@ -250,6 +251,39 @@ TEST_F(FaxWriting, MisuseLosesNoPageWithoutACode) {
        },
        {0, 15},
        cut_short,
+       old},
+      {"the pages after it changed in place, to as many bytes",
+       [&] {
+         const Codes codes = {start(1, 1), write("x")};
+         dir.write("a", fax_bytes("", {"two"}));
+         return Codes{codes[0], codes[1], FaxFileEndPage(a)};
+       },
+       {0, 0, 0},
+       fax_bytes("", {"x", "two"}),
+       old},
+      {"the file replaced, with a hard link that stays, and changed through the descriptor, before the page is ended",
+       [&] {
+         std::filesystem::remove("link");
+         std::filesystem::create_hard_link("a", "link");
+         const Codes codes = {start(1, 1), write("x"), replace_a(fax_bytes("", {"two"}))};
+         return Codes{codes[0], codes[2], FaxFileAddKeyword(a, DATE, "d"), FaxFileEndPage(a)};
+       },
+       {0, 0, 0, 0},
+       fax_bytes("DATE:d\n", {"x", "two"}),
+       old},
+      {"the file replaced by what is no fax file",
+       [&] {
+         return Codes{replace_a("text"), write<FaxFileAppendEncodedPage>("x")};
+       },
+       {0, 7},
+       "text",
+       old},
+      {"the file replaced, and open for reading only",
+       [&] {
+         return Codes{fd = open("a", O_RDONLY), replace_a(old), write<FaxFileAppendEncodedPage>("x")};
+       },
+       {-1, 0, 7},
+       old,
        old},
       {"a file open for reading only",
        [&] {

@@ -36,6 +36,11 @@ void release_page(PageIO *&slot) {
   _pfree(page);
 }
 
+void note_file(PageIO &page, const struct stat &status) {
+  page.device = status.st_dev;
+  page.file = status.st_ino;
+}
+
 // Whether the descriptor is another file than when the page was started, or none.
 bool is_another_file(const PageIO &page) {
   struct stat status;
@@ -43,31 +48,45 @@ bool is_another_file(const PageIO &page) {
   return status.st_dev != page.device || status.st_ino != page.file;
 }
 
-// The page in progress on a descriptor, made the current one; null if there is none. Pages of a file that was closed
-// without FaxFileClose, and whose number is another file's now, are given up.
-PageIO *find_page(int32_t fd) {
+// Gives up the pages of a file that was closed without FaxFileClose, and whose number is another file's now.
+void give_up_strays(int32_t fd) {
   for (PageIO *&slot : gPageIOArray)
     if (slot && slot->fd == fd && is_another_file(*slot)) release_page(slot);
+}
+
+// The page in progress on a descriptor, made the current one; null if there is none.
+PageIO *find_page(int32_t fd) {
+  give_up_strays(fd);
   if (gCurrentPageIO && gCurrentPageIO->fd == fd) return gCurrentPageIO;
   return SetCurrentPageIO(fd) ? gCurrentPageIO : nullptr;
 }
 
-// Saves the pages after an insertion, which are those from the file position on.
-bool save_following_pages(PageIO *page) {
-  page->recordStart = lseek(page->fd, 0, SEEK_CUR);
-  page->sizeBefore = file_size(page->fd);
-  if (page->recordStart < 0 || page->sizeBefore < 0) return false;
-  if (page->savedPages > 0) close(std::exchange(page->savedPages, 0));
-  return SaveFaxPages(page->fd, &page->savedPages);
+// Makes room for the pages after an insertion, which are those from the file position on. FaxFileEndPage saves them:
+// until then another editor may change them.
+bool make_spool(PageIO *page) {
+  const off_t position = lseek(page->fd, 0, SEEK_CUR);
+  const int64_t size = file_size(page->fd);
+  if (position < 0 || size < 0) return false;
+  Descriptor spool = open_spool(page->fd);
+  if (!spool || !reserve_space(spool.get(), size - position)) return false;
+  page->savedPages = spool.release();
+  return true;
+}
+
+// Copies everything from the file position to the end of the file. The file position stays.
+bool save_pages(int32_t fd, int32_t spool) {
+  const off_t position = lseek(fd, 0, SEEK_CUR);
+  return position >= 0 && copy_bytes(fd, spool, file_size(fd) - position) && lseek(fd, position, SEEK_SET) == position;
 }
 
 int16_t start_writing(PageIO *page) {
   if (page->params.pageNumber != FAX_PAGE_AT_END) {
     if (!SeekToPage(page->fd, page->params.pageNumber)) return FAXFILE_ERR_ARGUMENT;
-    if (!save_following_pages(page)) return FAXFILE_ERR_CREATE;
+    if (!make_spool(page)) return FAXFILE_ERR_CREATE;
   }
+  const int64_t size = file_size(page->fd);
   const int64_t length = std::max(page->params.dataLength, 0) + static_cast<int64_t>(FAXFILE_WORD);
-  return reserve_space(page->fd, file_size(page->fd) + length) ? FAXFILE_OK : FAXFILE_ERR_WRITE;
+  return size >= 0 && reserve_space(page->fd, size + length) ? FAXFILE_OK : FAXFILE_ERR_WRITE;
 }
 
 int16_t start_reading(PageIO *page, FaxPageParams *params) {
@@ -95,15 +114,14 @@ bool append_record(int32_t fd, const uint8_t *data, uint32_t length) {
 // Puts the record of a page before the page that it was started for. Another editor may have been at the file since.
 bool insert_record(PageIO *page) {
   if (!SeekToPage(page->fd, page->params.pageNumber)) return false;
-  const bool moved = lseek(page->fd, 0, SEEK_CUR) != page->recordStart || file_size(page->fd) != page->sizeBefore;
-  if (moved && !save_following_pages(page)) return false;
+  const off_t place = lseek(page->fd, 0, SEEK_CUR);
   SpoolMapping following;
-  if (!following.map(page->savedPages)) return false;
+  if (place < 0 || !save_pages(page->fd, page->savedPages) || !following.map(page->savedPages)) return false;
   const auto length = static_cast<uint32_t>(page->pageLength);
   uint8_t word[FAXFILE_WORD];
   put_word(word, length);
-  return replace_end(page->fd, page->recordStart,
-                     {piece(word, sizeof word), piece(page->data, length), following.bytes()}, {following.bytes()});
+  return replace_end(page->fd, place, {piece(word, sizeof word), piece(page->data, length), following.bytes()},
+                     {following.bytes()});
 }
 
 int16_t finish_page(PageIO *page) {
@@ -130,6 +148,15 @@ int give_up(int32_t fd, bool with_data) {
 }
 }  // namespace
 
+bool take_with_pages(FaxEditLock &lock, int32_t fd) {
+  give_up_strays(fd);
+  struct stat status;
+  if (!take_to_change(lock, fd) || fstat(fd, &status) != 0) return false;
+  for (PageIO *page : gPageIOArray)
+    if (page && page->fd == fd) note_file(*page, status);
+  return true;
+}
+
 int16_t FaxFileStartPage(int32_t fd, FaxPageParams *params) {
   if (fd < 1 || !params || params->size != sizeof(FaxPageParams)) return FAXFILE_ERR_ARGUMENT;
   struct stat status;
@@ -138,8 +165,7 @@ int16_t FaxFileStartPage(int32_t fd, FaxPageParams *params) {
   PageIO *page = gCurrentPageIO;
   page->fd = fd;
   page->params = *params;
-  page->device = status.st_dev;
-  page->file = status.st_ino;
+  note_file(*page, status);
   const int16_t code = params->mode == FAX_PAGE_WRITE ? start_writing(page) : start_reading(page, params);
   if (code != FAXFILE_OK) release_page(*std::find(gPageIOArray, std::end(gPageIOArray), page));
   return code;
@@ -175,7 +201,7 @@ int16_t FaxFileEndPage(int32_t fd) {
 int16_t FaxFileAppendEncodedPage(int32_t fd, const uint8_t *buffer, int32_t length) {
   if (fd < 1 || !buffer || length < 0) return FAXFILE_ERR_ARGUMENT;
   FaxEditLock lock;
-  const bool done = take_to_change(lock, fd) && append_record(fd, buffer, static_cast<uint32_t>(length));
+  const bool done = take_with_pages(lock, fd) && append_record(fd, buffer, static_cast<uint32_t>(length));
   return done ? FAXFILE_OK : FAXFILE_ERR_WRITE;
 }
 
@@ -202,10 +228,7 @@ int16_t FaxFileReadDecodedPage(int32_t fd, uint8_t *buffer, int32_t length) {
 int SaveFaxPages(int32_t fd, int32_t *spool) {
   if (fd < 0 || !spool) return 0;
   Descriptor made = open_spool(fd);
-  if (!made) return 0;
-  const off_t position = lseek(fd, 0, SEEK_CUR);
-  if (position < 0 || !copy_bytes(fd, made.get(), file_size(fd) - position)) return 0;
-  if (lseek(fd, position, SEEK_SET) != position) return 0;
+  if (!made || !save_pages(fd, made.get())) return 0;
   *spool = made.release();
   return 1;
 }

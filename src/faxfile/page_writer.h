@@ -14,6 +14,8 @@
 
 namespace tolvane {
 
+class FaxEditLock;
+
 constexpr uint8_t FAX_PAGE_WRITE = 0;             ///< `mode`: a new page
 constexpr uint8_t FAX_PAGE_READ = 1;              ///< `mode`: an existing page
 constexpr uint16_t FAX_PAGE_AT_END = 0xFFFF;      ///< `pageNumber`: at the end of the file
@@ -37,10 +39,8 @@ struct PageIO {
   FaxPageParams params;  ///< copy of the caller's record
   int32_t pageLength;    ///< what the length word becomes; 0 until the first write
   FILE *decodedStream;   ///< for FaxFileReadDecodedPage; null unless a host program sets it
-  int32_t savedPages;    ///< spool file with the pages after an insertion; 0 for none
-  int64_t recordStart;   ///< offset of the page's length word when the page was started
-  int64_t sizeBefore;    ///< size of the file then
-  dev_t device;          ///< the file that `fd` was then: a number that is closed can come back for another file
+  int32_t savedPages;    ///< spool file for the pages after an insertion; 0 for none
+  dev_t device;          ///< the file that `fd` is: a number that is closed can come back for another file
   ino_t file;            ///< its inode
   uint8_t *data;         ///< the bytes written so far, `dataLength` at most; from `malloc`
   int64_t written;       ///< bytes that all writes have offered
@@ -50,9 +50,9 @@ struct PageIO {
 extern PageIO *gPageIOArray[FAX_PAGES_IN_PROGRESS_MAX];  ///< each slot null or a page in progress
 extern PageIO *gCurrentPageIO;                           ///< the page last started or selected, or null
 
-/// Begins a page. In write mode reserves the space for it, and for an insertion saves the pages after it in a spool
-/// file; the content of the file stays as it is. In read mode finds the page, leaves the file at its length word, and
-/// fills `dataLength` and `lengthMark`.
+/// Begins a page. In write mode reserves the space for it, and for an insertion makes the spool file for the pages
+/// after it; the content of the file stays as it is. In read mode finds the page, leaves the file at its length word,
+/// and fills `dataLength` and `lengthMark`.
 ///
 /// @return 0; 15 for a bad argument, and for a page that does not exist or is cut short; 4 with ten pages in progress
 /// or
@@ -91,6 +91,9 @@ int16_t FaxFileReadEncodedPage(int32_t fd, uint8_t *buffer, int32_t size);
 /// @param length  bytes to read; 0 reads nothing and gives 0
 /// @return 0; 15 for a bad argument; 10 without a stream; 6 if fewer bytes came
 int16_t FaxFileReadDecodedPage(int32_t fd, uint8_t *buffer, int32_t length);
+
+/// `take_to_change` (fax_lock.h) for a descriptor that may have pages in progress: they go with it to another file.
+bool take_with_pages(FaxEditLock &lock, int32_t fd);
 
 /// Copies everything from the file position to the end of the file into a spool file without a name (replace_file.h).
 /// The file position stays.

@@ -178,7 +178,7 @@ int16_t FaxFileAddKeyword(int32_t fd, int16_t keyword, const char *value) {
   if (fd == 0 || !value || !_pgetstring(keyword, name, FAXFILE_KEYWORD_LIMIT)) return FAXFILE_ERR_ARGUMENT;
   FaxEditLock lock;
   HeaderText header;
-  if (!take_to_change(lock, fd)) return FAXFILE_ERR_WRITE;
+  if (!take_with_pages(lock, fd)) return FAXFILE_ERR_WRITE;
   const int16_t code = load(fd, header);
   return code == FAXFILE_OK ? add_line(fd, header, name, value) : code;
 }
@@ -188,7 +188,7 @@ int16_t FaxFileChangeKeyword(int32_t fd, int16_t keyword, const char *value) {
   if (fd < 1 || !value || !_pgetstring(keyword, name, FAXFILE_KEYWORD_LIMIT)) return FAXFILE_ERR_ARGUMENT;
   FaxEditLock lock;
   HeaderText header;
-  if (!take_to_change(lock, fd)) return FAXFILE_ERR_WRITE;
+  if (!take_with_pages(lock, fd)) return FAXFILE_ERR_WRITE;
   if (const int16_t code = load(fd, header); code != FAXFILE_OK) return code;
   const char *text = header.bytes.get(), *match, *rest;
   if (!find_line(header, name, &match, &rest)) return FAXFILE_ERR_FORMAT;
