@@ -6,6 +6,7 @@
 
 #include "formats/fax_lines.h"
 #include "formats/tiff_file.h"
+#include "formats/with_memory.h"
 #include "t4/line.h"
 
 namespace tolvane {
@@ -29,10 +30,7 @@ bool wrap(std::span<const uint8_t> bytes, const RawFormat &format, std::vector<u
          0;
 }
 
-}  // namespace
-
-bool decode_coded_lines(std::span<const uint8_t> bytes, const RawFormat &format, int32_t most, TiffLog &log,
-                        SourcePicture &page) {
+bool decode(std::span<const uint8_t> bytes, const RawFormat &format, int32_t most, TiffLog &log, SourcePicture &page) {
   std::vector<uint8_t> file;
   if (!wrap(bytes, format, file, log)) return false;
   const TiffHandle tiff = open_tiff(file, "lines", log);
@@ -56,6 +54,13 @@ bool decode_coded_lines(std::span<const uint8_t> bytes, const RawFormat &format,
   std::erase_if(log.damage, [&](const auto &damage) { return damage.first >= page.height; });
   page.bits.resize(size * static_cast<size_t>(page.height));
   return true;
+}
+
+}  // namespace
+
+bool decode_coded_lines(std::span<const uint8_t> bytes, const RawFormat &format, int32_t most, TiffLog &log,
+                        SourcePicture &page) {
+  return with_memory([&] { return decode(bytes, format, most, log, page); });
 }
 
 Status decode_coded_picture(const char *name, int32_t number, const CodedPicture &coded, SourcePicture &page) {

@@ -18,6 +18,7 @@
 #include "formats/page_readers.h"
 #include "formats/pdf/page_image.h"
 #include "formats/pdf/pdf_module.h"
+#include "formats/with_memory.h"
 
 namespace tolvane {
 namespace {
@@ -74,7 +75,7 @@ HeaderValues metadata_of(const poppler::document &document) {
 Status render(PdfFile &pdf, int32_t number, const SourcePicture &page, bool smooth, const row_sink &sink) {
   const std::lock_guard lock(pdf.busy);
   poppler::set_debug_error_function(take_message, &pdf);
-  const std::unique_ptr<poppler::page> source(pdf.document->create_page(number - 1));
+  const std::unique_ptr<poppler::page> source(with_memory([&] { return pdf.document->create_page(number - 1); }));
   poppler::page_renderer renderer;
   if (smooth)
     renderer.set_render_hints(poppler::page_renderer::antialiasing | poppler::page_renderer::text_antialiasing);
@@ -82,7 +83,8 @@ Status render(PdfFile &pdf, int32_t number, const SourcePicture &page, bool smoo
   const auto band = static_cast<int32_t>(std::max<int64_t>(MOST_PIXELS / page.width, 1));
   for (int32_t first = 0; source && first < page.height; first += band) {
     const int32_t rows = std::min(band, page.height - first);
-    const poppler::image image = renderer.render_page(source.get(), page.x_dpi, page.y_dpi, 0, first, page.width, rows);
+    const poppler::image image = with_memory(
+        [&] { return renderer.render_page(source.get(), page.x_dpi, page.y_dpi, 0, first, page.width, rows); });
     if (!image.is_valid() || image.width() != page.width || image.height() != rows) return FAILED;
     for (int32_t row = 0; row < rows; ++row)
       sink(reinterpret_cast<const uint8_t *>(image.const_data()) + row * image.bytes_per_row());
@@ -139,20 +141,29 @@ void describe_image(const std::shared_ptr<PdfFile> &pdf, const poppler::page &so
 class ImagePages {
  public:
   ImagePages(const PictureFile &file, int pages) : name_(file.name) {
+    if (!with_memory([&] { return open(file); }) || pages_.size() != static_cast<size_t>(pages)) pages_.clear();
+  }
+
+  // False with the reason.
+  bool take(int32_t number, PageImage &image, std::string &why) {
+    why = "the file is damaged";
+    return !pages_.empty() && with_memory([&] { return find(number, image, why); });
+  }
+
+ private:
+  bool open(const PictureFile &file) {
     try {
       pdf_->setSuppressWarnings(true);
       pdf_->setAttemptRecovery(false);
       pdf_->processMemoryFile(file.name, reinterpret_cast<const char *>(file.bytes.data()), file.bytes.size());
       pages_ = QPDFPageDocumentHelper(*pdf_).getAllPages();
     } catch (const std::exception &) {
-      pages_.clear();
+      return false;
     }
-    if (pages_.size() != static_cast<size_t>(pages) || pdf_->anyWarnings()) pages_.clear();
+    return !pdf_->anyWarnings();
   }
 
-  bool take(int32_t number, PageImage &image, std::string &why) {
-    why = "the file is damaged";
-    if (pages_.empty()) return false;
+  bool find(int32_t number, PageImage &image, std::string &why) {
     try {
       why.clear();
       const bool taken = take_page_image(pages_[static_cast<size_t>(number) - 1], name_, number, image, why);
@@ -165,7 +176,6 @@ class ImagePages {
     return false;
   }
 
- private:
   const char *name_;
   const std::shared_ptr<QPDF> pdf_ = QPDF::create();
   std::vector<QPDFPageObjectHelper> pages_;
@@ -185,7 +195,7 @@ Status take_page(const std::shared_ptr<PdfFile> &pdf, ImagePages &images, int32_
   }
   const std::lock_guard lock(pdf->busy);
   poppler::set_debug_error_function(take_message, pdf.get());
-  const std::unique_ptr<poppler::page> source(pdf->document->create_page(number - 1));
+  const std::unique_ptr<poppler::page> source(with_memory([&] { return pdf->document->create_page(number - 1); }));
   const Status status = pdf->take_status();
   if (!source) return failure("%s: page %d cannot be read", name, number);
   if (is_image) {
@@ -207,12 +217,14 @@ extern "C" tolvane::Status tolvane_read_pdf(const tolvane::PictureFile &file, co
   pdf->file = file;
   poppler::set_debug_error_function(take_message, pdf.get());
   if (file.bytes.size() > INT_MAX) return failure("%s: larger than 2 GB", file.name);
-  pdf->document.reset(poppler::document::load_from_raw_data(reinterpret_cast<const char *>(file.bytes.data()),
-                                                            static_cast<int>(file.bytes.size())));
+  pdf->document.reset(with_memory([&] {
+    return poppler::document::load_from_raw_data(reinterpret_cast<const char *>(file.bytes.data()),
+                                                 static_cast<int>(file.bytes.size()));
+  }));
   if (!pdf->document) return failure("%s: not a PDF file, or an unreadable one", file.name);
   if (pdf->document->is_locked()) return failure("%s: the file needs a password", file.name);
-  const int pages = pdf->document->pages();
-  HeaderValues header = metadata_of(*pdf->document);
+  const int pages = with_memory([&] { return pdf->document->pages(); });
+  HeaderValues header = with_memory([&] { return metadata_of(*pdf->document); });
   Status status = pdf->take_status();
   ImagePages images(file, pages);
   for (int i = 0; i < pages && (status != FAILED || options.keep_going); ++i) {
