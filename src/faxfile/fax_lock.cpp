@@ -148,16 +148,16 @@ int32_t open_locked(const char *path, FaxEditLock &lock, void (*waiting)(const c
 }
 
 FaxHeaderLock::FaxHeaderLock(int32_t fd, Kind kind) : fd_(fd) {
-  if (kind == Kind::exclusive) {
-    set_lock(fd, F_OFD_SETLKW, F_WRLCK, 0, FAXFILE_PREAMBLE);
-    return;
+  // A writer looks often, since readers that come and go leave it short moments.
+  const bool reads = kind == Kind::shared;
+  const int tries = reads ? 100 : 10 * 1000;
+  const timespec pause = {0, (reads ? 10 : 1) * 1000 * 1000};
+  for (int i = 0; i < tries; ++i) {
+    if (set_lock(fd, F_OFD_SETLK, reads ? F_RDLCK : F_WRLCK, 0, FAXFILE_PREAMBLE) == 0 || !is_held_by_another()) return;
+    nanosleep(&pause, nullptr);
   }
-  constexpr int TRIES = 100;
-  constexpr timespec PAUSE = {0, 10 * 1000 * 1000};
-  for (int i = 0; i < TRIES; ++i) {
-    if (set_lock(fd, F_OFD_SETLK, F_RDLCK, 0, FAXFILE_PREAMBLE) == 0 || !is_held_by_another()) return;
-    nanosleep(&PAUSE, nullptr);
-  }
+  held_ = false;
+  errno = EAGAIN;
 }
 
 FaxHeaderLock::~FaxHeaderLock() {

@@ -54,14 +54,18 @@ int32_t open_locked(const char *path, FaxEditLock &lock, void (*waiting)(const c
 class FaxHeaderLock {
  public:
   enum class Kind { shared, exclusive };
-  /// A reader goes on without the lock if it has waited for a second.
+  /// Waits for others, but not without end: whoever may read the file may also lock its header. A reader goes on
+  /// without the lock after a second, a writer gives up after ten, with errno EAGAIN.
   FaxHeaderLock(int32_t fd, Kind kind);
   ~FaxHeaderLock();
   FaxHeaderLock(const FaxHeaderLock &) = delete;
   FaxHeaderLock &operator=(const FaxHeaderLock &) = delete;
 
+  bool held() const { return held_; }
+
  private:
   int32_t fd_;
+  bool held_ = true;
 };
 
 }  // namespace tolvane

@@ -47,6 +47,15 @@ bool write_pieces(int32_t fd, int64_t offset, std::initializer_list<iovec> piece
   return true;
 }
 
+// Waits for the disk: a power failure must not find moved pages half on it minutes later. A file system that can't sync
+// is used without.
+bool put_on_disk(int32_t fd) {
+  int result;
+  do result = fdatasync(fd);
+  while (result != 0 && errno == EINTR);
+  return result == 0 || errno == EINVAL || errno == EROFS || errno == ENOTSUP;
+}
+
 int64_t total(std::initializer_list<iovec> pieces) {
   int64_t size = 0;
   for (const iovec &piece : pieces) size += static_cast<int64_t>(piece.iov_len);
@@ -81,17 +90,16 @@ bool reserve_space(int32_t fd, int64_t size) {
 bool replace_end(int32_t fd, int64_t offset, std::initializer_list<iovec> fresh, std::initializer_list<iovec> old) {
   const int64_t size = offset + total(old);
   // An append can always be cut off again, and readers don't know of its page yet.
+  const bool moves = total(old) > 0;
   std::optional<FaxHeaderLock> lock;
-  if (total(old) > 0) {
+  if (moves) {
     if (!reserve_space(fd, offset + total(fresh))) return false;
     lock.emplace(fd, FaxHeaderLock::Kind::exclusive);
   }
-  bool written;
-  if (write_pieces(fd, offset, fresh, &written) &&
-      (total(fresh) >= total(old) || ftruncate(fd, offset + total(fresh)) == 0)) {
-    if (total(old) > 0) fdatasync(fd);  // a power failure must not find moved pages half on disk minutes later
+  bool written = false;
+  if ((!moves || lock->held()) && write_pieces(fd, offset, fresh, &written) &&
+      (total(fresh) >= total(old) || ftruncate(fd, offset + total(fresh)) == 0) && (!moves || put_on_disk(fd)))
     return true;
-  }
   const int kept = errno;
   const bool restored = (!written || write_pieces(fd, offset, old, &written)) && ftruncate(fd, size) == 0;
   if (!restored) save_copy(fd, offset, old);

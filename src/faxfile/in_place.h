@@ -28,7 +28,8 @@ bool reserve_space(int32_t fd, int64_t size);
 ///
 /// @param fresh  the new bytes; if they are fewer, the file is cut in a second call
 /// @param old    the bytes that are replaced
-/// @return false with errno set and the file as it was. If it can't be put back either, a whole copy of the old file
+/// @return false with errno set and the file as it was: EIO also if the disk does not take bytes that replace others,
+///         EAGAIN if a reader keeps the header locked. If it can't be put back either, a whole copy of the old file
 ///         takes its name and the file itself is damaged
 bool replace_end(int32_t fd, int64_t offset, std::initializer_list<iovec> fresh, std::initializer_list<iovec> old);
 
