@@ -207,6 +207,13 @@ TEST_F(Pages, MergeResolvesOrKeepsInclusions) {
   ASSERT_EQ(run("merge --inclusions keep kept.fax cover.fax main.fax").status, 0);
   const std::string kept = "INCLUDE:cover.fax 3 1\nINCLUDE:cover.fax 5 2\nINCLUDE_PAGES:3\n";
   EXPECT_TRUE(bytes("kept.fax") == fax(head(5) + kept, {1, 2, 11, 12, 13}));
+  const std::string self = "INCLUDE:self.fax 2 1\nINCLUDE_PAGES:1\n";
+  dir.write("self.fax", fax(head(2) + self, {1, 2}));
+  ASSERT_EQ(shell("$tool merge --inclusions keep kept.fax ./self.fax --force && "
+                  "$tool split ./self.fax --inclusions keep --every 2 split-%d.fax")
+                .err,
+            "");
+  for (const char *made : {"kept.fax", "split-1.fax"}) EXPECT_TRUE(bytes(made) == bytes("self.fax")) << made;
 }
 
 TEST_F(Pages, SplitCutsWhereItIsTold) {
@@ -319,8 +326,10 @@ TEST_F(Pages, RepairKeepsTheWholeLinesOfAPageThatIsCutShort) {
 TEST_F(Pages, UnreadablePagesAreSkippedOnlyIfThatIsWanted) {
   shell("tiffcp $charts/itu1.tif $charts/itu4.tif $charts/itu5.tif 3.tif; head -c -100 3.tif >cut.tif");
   dir.write("part.fax", fax(head(1) + "INCLUDE:gone.fax 1 2\nINCLUDE_PAGES:2\n", {9}));
+  dir.write("hides.fax", fax(head(1) + "SUBJECT:INCLUDE:gone 1 1\n", {9}));
   const std::pair<std::string, size_t> cases[] = {{"create a.fax cut.tif missing.tif 21.pbm", 3},
-                                                  {"merge a.fax cover.fax part.fax missing.fax", 3}};
+                                                  {"merge a.fax cover.fax part.fax missing.fax", 3},
+                                                  {"merge a.fax cover.fax hides.fax", 2}};
   for (const auto &[line, pages] : cases) {
     EXPECT_EQ(run(line).status, 2) << line;
     const ToolRun out = run(line + " --keep-going");

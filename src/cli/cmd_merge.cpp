@@ -36,6 +36,15 @@ void declare(Usage &usage) {
   add_force(usage, force, "replace OUT even if it is not among the files merged").excludes(add_no_clobber(usage));
 }
 
+// Whether a page comes through an inclusion, even one of the file itself. What cannot be found is reported when it is
+// read.
+bool is_included(const FaxDocument &document, int32_t page) {
+  Diagnostics unused;
+  const HoldDiagnostics hold(unused);
+  FaxPage found;
+  return locate_page(document, page, found) == DONE && found.included;
+}
+
 // Adds the pages of one file: all, or those of its own with its inclusions as header lines.
 Status add_pages(const FaxDocument &document, Transcoder &pages, HeaderLines &lines, Progress &progress) {
   if (!document.inclusions_usable) return failure("%s: %s", document.name(), inclusion_fault(document).c_str());
@@ -46,13 +55,12 @@ Status add_pages(const FaxDocument &document, Transcoder &pages, HeaderLines &li
   const int32_t before = pages.count();
   for (int32_t page = 1; page <= document.page_count() && status != FAILED; ++page) {
     if (const MissingPages *stretch = missing_at(missing, page)) {
+      status = worse(status, pages.finish());  // reports the pages before these
       status = worse(status, report_missing(document, *stretch));
       page = stretch->last;
       continue;
     }
-    FaxPage found;
-    if (locate_page(document, page, found) != DONE) return FAILED;
-    if (keep_inclusions && found.source != document.path) continue;
+    if (keep_inclusions && is_included(document, page)) continue;
     status = worse(status, pages.add(document, page));
     progress.step();
   }

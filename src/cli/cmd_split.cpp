@@ -62,7 +62,7 @@ std::vector<int32_t> pages_to_split(const FaxDocument &document, Status &status)
   for (int32_t page = 1; page <= document.page_count() && status != FAILED; ++page) {
     FaxPage found;
     status = worse(status, locate_page(document, page, found));
-    if (!keep_inclusions || found.source == document.path) pages.push_back(page);
+    if (!keep_inclusions || !found.included) pages.push_back(page);
   }
   return pages;
 }
