@@ -154,14 +154,10 @@ class PagesOut {
       const std::unique_ptr<PageOut> page = std::move(under_way_.front());
       under_way_.pop_front();
       pass_on_diagnostics(page->diagnostics);
+      if (page->dropped) make_again(*page);
       progress_.step();
       status = worse(status, page->status == DONE ? DONE : DAMAGED);
       if (page->status == FAILED) continue;
-      if (page->dropped) {
-        Diagnostics repeated;
-        const HoldDiagnostics hold(repeated);
-        make_picture(document_, format_, *page);
-      }
       picture = std::move(page->picture);
       number = page->number;
       ++given;
@@ -174,12 +170,23 @@ class PagesOut {
   int32_t number = 0;  // of the page given last
 
  private:
+  // Makes the picture whose rows were dropped. What is reported again is left out, but not why it fails this time.
+  void make_again(PageOut &page) {
+    Diagnostics repeated;
+    {
+      const HoldDiagnostics hold(repeated);
+      page.status = make_picture(document_, format_, page);
+    }
+    if (page.status == FAILED) pass_on_diagnostics(repeated);
+  }
+
   void begin(int32_t number_of_page) {
     under_way_.push_back(std::make_unique<PageOut>());
     PageOut &page = *under_way_.back();
     page.number = number_of_page;
     const HoldDiagnostics hold(page.diagnostics);
     page.status = read_fax_page(document_, page.number, page.found);
+    page.found.included.reset();
     work_.add([this, &page] {
       const HoldDiagnostics held(page.diagnostics);
       if (page.status == DONE) page.status = make_picture(document_, format_, page);
