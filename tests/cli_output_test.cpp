@@ -339,6 +339,7 @@ TEST_F(Output, SeveralFilesGiveWhatEachOfThemGives) {
       {"extract a0.fax -fpbm --files-from list 'all/{name}-{page}'", "extract $f.fax -fpbm one/$f-%d"},
       {"extract -0 --files-from null '{dir}/all/{name}-%02d.png'", "extract $f.fax one/$f-%02d.png"},
       {"extract -j1 a?.fax 'all/{name}.tif'", "extract $f.fax one/$f.tif"},
+      {"extract -p1,1 a?.fax 'all/{name}-%d.tif'", "extract -p1,1 $f.fax one/$f-%d.tif"},
       {"render a?.fax 'all/{name}.png'", "render $f.fax one/$f.png"},
   };
   for (const auto &[several, single] : cases) {
@@ -347,6 +348,7 @@ TEST_F(Output, SeveralFilesGiveWhatEachOfThemGives) {
     EXPECT_EQ(all.status, one.err.empty() ? 0 : 3) << several;
     EXPECT_EQ(shell("ls all | grep -c a5; diff -r all one; rm -rf all/* one/*").out.size(), 2U) << several;
   }
+  ASSERT_EQ(run("merge a.fax a0.fax a0.fax a0.fax a0.fax").err, "");
   const std::tuple<const char *, int, const char *> faults[] = {
       {"extract a0.fax b/a0.fax 'all/{name}.pdf'", 1, "a0.fax and b/a0.fax would both be written to all/a0.pdf"},
       {"extract a0.fax a1.fax all/x.pdf", 1, "needs {name}"},
@@ -355,6 +357,7 @@ TEST_F(Output, SeveralFilesGiveWhatEachOfThemGives) {
       {"extract gone.fax a0.fax all/{name}.pbm -p1", 2, "gone.fax: No such file"},
       {"extract a0.fax a1.fax all/{name}.pbm -p4", 2, "a0.fax: \"4\" is not a selection of pages 1 to 3"},
       {"render a0.fax a2.fax all/{name}.pbm -p4", 2, "a2.fax: no page 4"},
+      {"extract -j2 a2.fax a3.fax a4.fax a5.fax a.fax a1.fax 'b/{name}%d.png'", 2, "a1.fax: page 1: b/a11.png is that"},
   };
   for (const auto &[line, status, complaint] : faults) complains(line, status, complaint);
   EXPECT_EQ(shell("echo all/*").out, "all/a0.pbm\n");

@@ -220,7 +220,7 @@ Status write_file(const PictureFormat &format, OutputBatch &files, const std::st
   return format.write(files.file(), tiff_coding, next) == DONE ? files.close() : FAILED;
 }
 
-Status extract_file(const std::string &file, const PictureFormat &format) {
+Status extract_file(const std::string &file, const PictureFormat &format, OutputNames::Turn &turn) {
   FaxDocument document;
   if (open_fax(file, document) != DONE) return FAILED;
   Status lost = report_lost_bytes(document);
@@ -232,6 +232,7 @@ Status extract_file(const std::string &file, const PictureFormat &format) {
   const std::string about = input.files.size() > 1 ? document.shown_name + ": " : "";
   if (select_pages(selection, about, readable_pages(document), missing, pages, left_out) != DONE)
     return outputs.misfit();
+  turn.reserve(file, pages);
   for (const MissingPages *stretch : left_out) lost = worse(lost, report_missing(document, *stretch));
 
   Progress progress("pages", static_cast<int32_t>(pages.size()));
@@ -264,7 +265,8 @@ Status run() {
   if (!format) return USAGE;
   if (const Status status = outputs.plan(out, input.files); status != DONE) return status;
   return for_each_file(input.files, [&](size_t index) -> FileReport {
-    return [status = extract_file(input.files[index], *format)] { return status; };
+    OutputNames::Turn turn(outputs, index);
+    return [status = extract_file(input.files[index], *format, turn)] { return status; };
   });
 }
 

@@ -118,7 +118,7 @@ Status run() {
   if (const Status status = input.complete(); status != DONE) return status;
   const PictureFormat *format = wanted_format(format_name, out);
   if (!format) return USAGE;
-  if (const Status status = outputs.plan(out, input.files); status != DONE) return status;
+  if (const Status status = outputs.plan(out, input.files, page_wanted); status != DONE) return status;
   if (thumbnail_size > 0 && format->name != std::string_view("png"))
     return usage_fault("--size makes pictures in grey, which are PNG here");
   if (thumbnail_size > 0) {

@@ -1,11 +1,10 @@
 // How many pages an input has is known only when it is read. So names are compared for the first page of all inputs
-// before the work begins, and where pages have files of their own, for each page again.
+// before the work begins, and where pages have files of their own, each input reserves those of its pages.
 #include "cli/output_names.h"
 
 #include <sys/stat.h>
 
 #include <filesystem>
-#include <map>
 
 #include "io/file_names.h"
 #include "io/output_file.h"
@@ -25,7 +24,12 @@ bool OutputNames::is_input(const std::string &path) const {
   return !inputs_.empty() && stat(path.c_str(), &file) == 0 && inputs_.count({file.st_dev, file.st_ino}) > 0;
 }
 
-Status OutputNames::plan(const std::string &pattern, const std::vector<std::string> &inputs) {
+// Whether names depend on pages that are not known yet.
+bool OutputNames::may_meet() const {
+  return several_ && has_page(pattern_);
+}
+
+Status OutputNames::plan(const std::string &pattern, const std::vector<std::string> &inputs, int32_t page) {
   pattern_ = pattern;
   several_ = inputs.size() > 1;
   if (is_broken_pattern(pattern)) return usage_fault("\"%s\" may have one %%d and no other %%", pattern.c_str());
@@ -37,7 +41,7 @@ Status OutputNames::plan(const std::string &pattern, const std::vector<std::stri
   }
   std::map<std::string, const std::string *> outputs;
   for (const std::string &input : inputs) {
-    const std::string output = output_name(pattern, input, 1);
+    const std::string output = output_name(pattern, input, page);
     const auto [place, is_new] = outputs.try_emplace(plain(output), &input);
     if (!is_new)
       return usage_fault("%s and %s would both be written to %s", place->second->c_str(), input.c_str(),
@@ -48,13 +52,40 @@ Status OutputNames::plan(const std::string &pattern, const std::vector<std::stri
   return DONE;
 }
 
+std::unique_lock<std::mutex> OutputNames::Turn::wait() {
+  std::unique_lock lock(names_.mutex_);
+  names_.turn_ended_.wait(lock, [&] { return names_.next_ == index_; });
+  return lock;
+}
+
+void OutputNames::Turn::end() {
+  ended_ = true;
+  ++names_.next_;
+  names_.turn_ended_.notify_all();
+}
+
+void OutputNames::Turn::reserve(const std::string &input, const std::vector<int32_t> &pages) {
+  if (!names_.may_meet()) return;
+  const std::unique_lock lock = wait();
+  for (const int32_t page : pages)
+    names_.reserved_.try_emplace(plain(output_name(names_.pattern_, input, page)), input, page);
+  end();
+}
+
+OutputNames::Turn::~Turn() {
+  if (ended_ || !names_.may_meet()) return;
+  const std::unique_lock lock = wait();
+  end();
+}
+
 Status OutputNames::take(const std::string &input, int32_t page, std::string &path) {
   path = output_name(pattern_, input, page);
   if (check_clobber(path) != DONE) return FAILED;
-  if (!several_ || !has_page(pattern_)) return DONE;
+  if (!may_meet()) return DONE;
   if (is_input(path)) return failure("%s: page %d: %s is to be read", input.c_str(), page, path.c_str());
   const std::lock_guard lock(mutex_);
-  if (taken_.insert(plain(path)).second) return DONE;
+  const auto reserved = reserved_.find(plain(path));
+  if (reserved == reserved_.end() || reserved->second == std::pair(input, page)) return DONE;
   return failure("%s: page %d: %s is that of another page", input.c_str(), page, path.c_str());
 }
 
