@@ -17,6 +17,7 @@ namespace fs = std::filesystem;
 
 namespace {
 bool nameless_files;     // whether the file system allows them
+bool may_give = true;    // whether files may be given to others
 std::string names_seen;  // + a name, - a name
 }  // namespace
 
@@ -31,6 +32,11 @@ extern "C" int open(const char *path, int flags, ...) {
     return -1;
   }
   return static_cast<int>(syscall(SYS_openat, AT_FDCWD, path, flags, mode));
+}
+
+extern "C" int fchown(int fd, uid_t owner, gid_t group) noexcept {
+  errno = EPERM;
+  return may_give ? static_cast<int>(syscall(SYS_fchown, fd, owner, group)) : -1;
 }
 
 namespace {
@@ -98,6 +104,21 @@ TEST_P(ReplaceFile, GivesTheNameInOneStepAndKeepsModesLinksAndNothingElse) {
   }
   EXPECT_TRUE(fs::is_symlink("link") && fs::is_symlink("dangling"));
   EXPECT_EQ(read_file("other/told"), "a file of another program") << "not written through a hard link";
+}
+
+TEST_P(ReplaceFile, AnotherGroupHasNoMoreRightsThanAllOthers) {
+  if (geteuid() != 0) GTEST_SKIP() << "cannot give files away";
+  for (const auto &[before, after] : {std::pair(0640, 0600), {0664, 0644}, {0604, 0604}, {06751, 0711}}) {
+    dir.write("old", "old");
+    ASSERT_EQ(chown("old", 0, 65534) + chmod("old", static_cast<mode_t>(before)), 0);
+    Replacement replacement;
+    ASSERT_TRUE(replacement.begin("old"));
+    may_give = false;
+    EXPECT_TRUE(replacement.commit());
+    may_give = true;
+    EXPECT_EQ(static_cast<int>(fs::status("old").permissions()), after);
+    fs::remove("old");
+  }
 }
 
 TEST_P(ReplaceFile, RefusesWhatCannotBeReplaced) {
@@ -176,7 +197,9 @@ TEST_P(ReplaceFile, SpoolsLieBesideTheirFileOrInTheFirstTemporaryDirectoryThatIs
   const int input = dup(0);
   close(0);
   const Descriptor spool = open_spool("beside/fax");
-  EXPECT_GT(spool.get(), 2) << "standard input is closed";
+  Replacement replacement;
+  EXPECT_TRUE(replacement.begin("fresh"));
+  EXPECT_GT(std::min(spool.get(), replacement.fd()), 2) << "standard input is closed";
   dup2(input, 0);
   close(input);
 }

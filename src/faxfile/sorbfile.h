@@ -57,8 +57,8 @@ int16_t FaxFileChangeKeyword(int32_t fd, int16_t keyword, const char *value);
 
 /// Deletes the first match of a keyword up to the end of its line; without a match the file stays as it is. A new file
 /// is written beside the old one, put on disk, and takes its name: at every moment `path` names the whole old or the
-/// whole new file. The new file has the mode and the owner of the old one. If `path` is a symbolic link, its target is
-/// replaced. Hard links and open descriptors of the old file keep the old content.
+/// whole new file. The new file has the mode and the owner of the old one where it may (replace_file.h). If `path` is a
+/// symbolic link, its target is replaced. Hard links and open descriptors of the old file keep the old content.
 ///
 /// @return 0; 15 for a bad argument; 8, 10, 6 if the file can't be opened, is no whole fax file, or can't be read; 4
 ///         without memory; 5 if the new file can't be created; 12 without a name for it; 7 if a write failed or it

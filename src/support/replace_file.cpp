@@ -50,7 +50,7 @@ std::string unpredictable_name(const std::string &directory) {
 }
 
 Descriptor open_nameless(const std::string &directory, mode_t mode) {
-  return Descriptor(open(directory.c_str(), O_RDWR | O_TMPFILE | O_CLOEXEC, mode));
+  return above_standard_streams(Descriptor(open(directory.c_str(), O_RDWR | O_TMPFILE | O_CLOEXEC, mode)));
 }
 
 const char *temporary_directory() {
@@ -124,11 +124,15 @@ bool Replacement::create() {
 bool Replacement::create_named(const std::string &name, mode_t mode) {
   working_path_ = name;
   name_changes(true);
-  file_.reset(open(name.c_str(), O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC, mode));
-  if (file_) return true;
-  name_changes(false);
-  working_path_.clear();
-  return false;
+  Descriptor made(open(name.c_str(), O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC, mode));
+  if (!made) {
+    name_changes(false);
+    working_path_.clear();
+    return false;
+  }
+  file_ = above_standard_streams(std::move(made));
+  if (!file_) discard();
+  return !!file_;
 }
 
 bool Replacement::link_to(const std::string &name) {
@@ -157,11 +161,17 @@ bool Replacement::give_name() {
 }
 
 // Only the super-user may give files away, but others may give them one of their groups; where neither is allowed, that
-// is no failure. The rights of a set-user-ID file don't go to another user.
+// is no failure. The rights of a set-user-ID file don't go to another user, nor those of a group to another group,
+// which then has what all others have too.
 bool Replacement::keep_rights() const {
-  const bool same_owner = fchown(file_.get(), replaced_.st_uid, replaced_.st_gid) == 0;
-  if (!same_owner) static_cast<void>(fchown(file_.get(), static_cast<uid_t>(-1), replaced_.st_gid) == 0);
-  return fchmod(file_.get(), replaced_.st_mode & (same_owner ? 07777 : 0777)) == 0;
+  const int fd = file_.get();
+  const bool same_owner = fchown(fd, replaced_.st_uid, replaced_.st_gid) == 0;
+  struct stat now = {};
+  const bool same_group = same_owner || fchown(fd, static_cast<uid_t>(-1), replaced_.st_gid) == 0 ||
+                          (fstat(fd, &now) == 0 && now.st_gid == replaced_.st_gid);
+  mode_t mode = replaced_.st_mode & (same_owner ? 07777 : 0777);
+  if (!same_group) mode &= ~S_IRWXG | (mode & S_IRWXO) << 3;
+  return fchmod(fd, mode) == 0;
 }
 
 bool Replacement::set_rights() const {
