@@ -17,6 +17,7 @@
 #include "getcwd.h"
 #include "handle.h"
 #include "header_lines.h"
+#include "header_modes.h"
 #include "header_text.h"
 #include "in_place.h"
 #include "ks_functions.h"

@@ -135,6 +135,7 @@ TEST_F(Output, CheckNamesEveryFault) {
       {"#PAGES:3\n" + modes, "#PAGES is 3, but the file has 1"},
       {"#PAGES:1\n", "RESOLUTION is missing or invalid"},
       {"#PAGES:1\nCOMPRESSION:2\n" + modes, "page 1: pages in UMMR cannot be decoded"},
+      {"#PAGES:1\nCOMPRESSION:0\nCOMPRESSION: \n" + modes, "COMPRESSION is not a coding that can be decoded"},
       {"#PAGES:1\n" + modes, "the last 7 bytes are a page that is cut short", {white}, big_endian(99) + "abc"},
       {including + "gone.fax 1 1\n", "page 1 is not available: ./gone.fax: No such file"},
       {including + "mmr.fax 3 1\n", "the pages of mmr.fax are included before page 3, but the file has 1"},

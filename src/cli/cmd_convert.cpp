@@ -13,12 +13,11 @@
 #include "cli/commands.h"
 #include "cli/file_work.h"
 #include "cli/options.h"
-#include "document/fax_composition.h"
 #include "document/fax_document.h"
 #include "document/page_coding.h"
 #include "document/page_sources.h"
 #include "faxfile/header_lines.h"
-#include "faxfile/usorbport.h"
+#include "faxfile/header_modes.h"
 #include "io/ordered_work.h"
 #include "io/output_file.h"
 #include "support/handle.h"
@@ -108,11 +107,9 @@ Status write_pages(const FaxDocument &document, const OutputFile &output) {
 // The header lines with the new coding and the true number of pages.
 HeaderLines new_header(const FaxDocument &document) {
   HeaderLines lines = document.lines;
-  set_coding(lines, coding);
-  const char *pages = find_header_value(lines, faxFileKeywordList[FAXFILE_PAGES]);
-  if (pages && atoi(pages) == document.record_count()) return lines;
-  report("%s: #PAGES corrected to %d", document.name(), document.record_count());
-  set_header_value(lines, faxFileKeywordList[FAXFILE_PAGES], std::to_string(document.record_count()));
+  set_header_coding(lines, coding);
+  if (set_header_page_count(lines, document.record_count()))
+    report("%s: #PAGES corrected to %d", document.name(), document.record_count());
   return lines;
 }
 

@@ -12,6 +12,7 @@
 #include "document/page_coding.h"
 #include "document/page_sources.h"
 #include "faxfile/header_lines.h"
+#include "faxfile/header_modes.h"
 #include "faxfile/session_params.h"
 #include "faxfile/usorbport.h"
 #include "formats/fax_lines.h"
@@ -109,7 +110,7 @@ Status repair_modes(Repair &repair) {
   if (!has_coding) {
     document.coding = coding;
     if (coding < 0 && detect_coding(document) != DONE) return FAILED;
-    set_coding(document.lines, document.coding);
+    set_header_coding(document.lines, document.coding);
     note(repair, "COMPRESSION set to %s", coding_name(document.coding));
   }
   if (document.resolution < 0) {

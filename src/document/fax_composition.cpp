@@ -51,15 +51,6 @@ std::vector<std::string> leading_lines(int32_t pages, int32_t resolution, int32_
   return lines;
 }
 
-void set_coding(std::vector<std::string> &lines, int32_t coding) {
-  const char *name = keyword(FAXFILE_COMPRESSION);
-  const std::string character(1, static_cast<char>(DFtoascii(coding)));
-  for (std::string &line : lines) {
-    if (header_line_value(line, name)) line = std::string(name) + ':' + character;
-  }
-  set_header_value(lines, name, character);
-}
-
 std::string inclusion_line(const Inclusion &inclusion, int32_t at) {
   return std::string(keyword(FAXFILE_INCLUDE)) + ':' + inclusion.name + ' ' + std::to_string(at) + ' ' +
          std::to_string(inclusion.count);

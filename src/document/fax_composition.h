@@ -15,9 +15,6 @@ namespace tolvane {
 /// The lines that start a header and say how its pages are read: #PAGES, RESOLUTION, COMPRESSION, in this order.
 std::vector<std::string> leading_lines(int32_t pages, int32_t resolution, int32_t coding);
 
-/// Sets the coding in every line COMPRESSION, or in a new last one: of several the last one counts.
-void set_coding(std::vector<std::string> &lines, int32_t coding);
-
 /// The header line of an inclusion before page record `at`.
 std::string inclusion_line(const Inclusion &inclusion, int32_t at);
 

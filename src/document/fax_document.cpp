@@ -12,6 +12,7 @@
 #include <cstring>
 
 #include "document/page_coding.h"
+#include "faxfile/header_modes.h"
 #include "faxfile/pages.h"
 #include "faxfile/session_params.h"
 #include "faxfile/usorbport.h"
@@ -26,26 +27,6 @@ namespace {
 
 const char *keyword(FaxKeyword number) {
   return faxFileKeywordList[number];
-}
-
-// The first character of a value after blanks, by a conversion of session_params; `missing` if there is none.
-int32_t value_code(const char *value, int32_t (*convert)(int32_t), int32_t missing) {
-  while (value && (*value == ' ' || (*value >= '\t' && *value <= '\r'))) ++value;
-  return value && *value ? convert(static_cast<unsigned char>(*value)) : missing;
-}
-
-// The last value of a name, which is the one that the header reader returns.
-const char *last_value(const HeaderLines &lines, const char *name) {
-  const char *found = nullptr;
-  for (const std::string &line : lines) {
-    if (const char *value = header_line_value(line, name)) found = value;
-  }
-  return found;
-}
-
-void read_modes(FaxDocument &document) {
-  document.coding = value_code(last_value(document.lines, keyword(FAXFILE_COMPRESSION)), asciitoDF, COMP_MH);
-  document.resolution = value_code(find_header_value(document.lines, keyword(FAXFILE_RESOLUTION)), asciitoVR, -1);
 }
 
 // Walks the records to the end of the file, or to one that is cut short. False with errno set.
@@ -78,7 +59,8 @@ std::string load_header(const std::string &path, FaxDocument &document) {
   if (code == FAXFILE_ERR_FORMAT) return document.shown_name + ": not a fax file, or its header is damaged";
   if (code == FAXFILE_ERR_MEMORY) return document.shown_name + ": no memory for its header";
   if (code != FAXFILE_OK) return errno_text(document.shown_name);
-  read_modes(document);
+  document.coding = header_coding(document.lines);
+  document.resolution = header_resolution(document.lines);
   document.mentions_inclusions = std::any_of(document.lines.begin(), document.lines.end(), [](const auto &line) {
     return line.find("INCLUDE:") != std::string::npos;
   });
