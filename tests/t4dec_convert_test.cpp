@@ -11,7 +11,9 @@
 #include "helpers/encoded_page.h"
 #include "helpers/fax_bytes.h"
 #include "helpers/temp_dir.h"
+#include "support/handle.h"
 #include "t4/line.h"
+#include "t4/page_converter.h"
 
 using namespace tolvane;
 using std::string_literals::operator""s;
@@ -114,6 +116,21 @@ TEST(ChangeFormat, LeavesTheSourceAloneUnlessItSucceeds) {
   EXPECT_EQ(read_file(precious), "kept");
   EXPECT_EQ(std::filesystem::status(path).permissions(), std::filesystem::perms::owner_read);
   EXPECT_EQ(dir.entries(), 3);
+}
+
+TEST(ChangeFormat, TakesNoStandardStreamThatIsClosed) {
+  const TempDir dir;
+  const std::string page = encoded_page(rows_of(load_chart("itu4"), 300, 200), COMP_MH);
+  const std::string path = dir.write("a.fax", fax_bytes(header("2", COMP_MH), {page, page}));
+  const Descriptor input(dup(STDIN_FILENO));
+  close(STDIN_FILENO);
+  const auto read_input = [] {
+    char wanted;
+    static_cast<void>(read(STDIN_FILENO, &wanted, 1) == 1);
+  };
+  EXPECT_EQ(t4dec_change_format(path.c_str(), COMP_MR, 0, read_input), 1);
+  dup2(input.get(), STDIN_FILENO);
+  EXPECT_EQ(PageConverter().convert({}, COMP_MH, COMP_UMMR, 0), ConvertResult::not_encoded);
 }
 
 TEST(ChangeFormat, LosesNoEditOfAnotherProgram) {

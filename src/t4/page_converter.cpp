@@ -2,6 +2,8 @@
 // the decoder delivers, and these are not the coded lines of the old page one for one.
 #include "t4/page_converter.h"
 
+#include <cstddef>
+#include <cstdint>
 #include <new>
 
 #include "faxfile/usorbport.h"
@@ -15,6 +17,7 @@ namespace {
 
 constexpr size_t FIRST_CAPACITY = 0x10000;
 constexpr size_t LENGTH_WORD = 4;
+constexpr size_t LONGEST_RECORD = LENGTH_WORD + INT32_MAX;
 
 }  // namespace
 
@@ -69,10 +72,14 @@ ConvertResult PageConverter::convert(std::span<const uint8_t> page, int32_t from
   state.record.used = LENGTH_WORD;
   state.lines = 0;
   const CodeSink sink = {&state, [](void *context, const uint8_t *bytes, size_t count) {
-                           return static_cast<State *>(context)->record.append(bytes, count);
+                           Store &record = static_cast<State *>(context)->record;
+                           return record.used + count <= LONGEST_RECORD && record.append(bytes, count);
                          }};
   state.coded = state.encoder.begin(to, resolution, sink);
-  if (state.decode(page, from, damage) != DecodeResult::done) return ConvertResult::not_decoded;
+  if (state.coded == EncodeResult::unknown_coding) return ConvertResult::not_encoded;
+  const DecodeResult decoded = state.decode(page, from, damage);
+  if (decoded == DecodeResult::no_memory) return ConvertResult::no_memory;
+  if (decoded != DecodeResult::done) return ConvertResult::not_decoded;
   if (state.coded == EncodeResult::done) state.coded = state.encoder.end();
   if (state.coded != EncodeResult::done) return ConvertResult::no_memory;
   put_word(state.record.bytes.get(), static_cast<uint32_t>(state.record.used - LENGTH_WORD));

@@ -13,7 +13,8 @@ namespace tolvane {
 enum class ConvertResult : int32_t {
   done,
   not_decoded,  ///< MMR: damaged; MR: without data; a coding without a decoder
-  no_memory,
+  not_encoded,  ///< the wanted coding has no encoder
+  no_memory,    ///< or more than INT32_MAX bytes of code, which no reader of pages takes
 };
 
 /// Receives what is wrong with the lines of a page; the procedure may be null.

@@ -54,8 +54,8 @@ struct Source {
   Store page{};
 
   int open_file() {
-    // Not to block on a FIFO, which then fails as no fax file.
-    file.reset(open(path, O_RDONLY | O_CLOEXEC | O_NONBLOCK));
+    // Not to block on a FIFO, which then fails as no fax file. What the page callback reads is not this file.
+    file = above_standard_streams(Descriptor(open(path, O_RDONLY | O_CLOEXEC | O_NONBLOCK)));
     if (!file) return fail("Failed to open %s to determine compression\n", path);
     size = file_size(file.get());
     header.reset(read_fax_header(file.get()));
