@@ -14,6 +14,7 @@
 #include "fax_header.h"
 #include "fax_lock.h"
 #include "file.h"
+#include "file_converter.h"
 #include "getcwd.h"
 #include "handle.h"
 #include "header_lines.h"

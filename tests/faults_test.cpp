@@ -37,7 +37,7 @@ constexpr const char *FIRST = "create new.fax page.pbm";
 
 // Whether this is an edit of the library, and not a command.
 bool is_of_library(const std::string &command) {
-  return command.starts_with("FaxFile") || command.starts_with("t4dec");
+  return command.starts_with("FaxFile") || command.starts_with("t4dec") || command.starts_with("tolvane_");
 }
 
 }  // namespace
@@ -156,4 +156,5 @@ INSTANTIATE_TEST_SUITE_P(Library, FaultsOf,
                          testing::Values("FaxFileAddKeyword letter.fax", "FaxFileChangeKeyword letter.fax",
                                          "FaxFileModifyKeyword letter.fax", "FaxFileDeleteKeyword letter.fax",
                                          "FaxFileAppendEncodedPage letter.fax", "FaxFileEndPage letter.fax",
-                                         "t4dec_change_format letter.fax"));
+                                         "t4dec_change_format letter.fax", "tolvane_convert letter.fax",
+                                         "tolvane_set_value letter.fax"));

@@ -3,6 +3,7 @@
 #include <cstring>
 #include <string>
 
+#include "c/fax.h"
 #include "faxfile/page_writer.h"
 #include "faxfile/sorbfile.h"
 #include "faxfile/usorbport.h"
@@ -42,11 +43,21 @@ constexpr struct {
     {"FaxFileEndPage", insert_page},
 };
 
+bool set_value(const char *path) {
+  tolvane_fax *fax = nullptr;
+  if (tolvane_open(path, 1, &fax) != TOLVANE_OK) return false;
+  const bool edited = tolvane_set_value(fax, "DATE", VALUE.c_str()) == TOLVANE_OK;
+  tolvane_close(fax);
+  return edited;
+}
+
 bool run(const char *name, const char *path) {
   if (strcmp(name, "FaxFileModifyKeyword") == 0)
     return FaxFileModifyKeyword(path, FAXFILE_DATE, VALUE.c_str()) == FAXFILE_OK;
   if (strcmp(name, "FaxFileDeleteKeyword") == 0) return FaxFileDeleteKeyword(path, FAXFILE_DATE) == FAXFILE_OK;
   if (strcmp(name, "t4dec_change_format") == 0) return t4dec_change_format(path, COMP_MMR, 0, nullptr) == 1;
+  if (strcmp(name, "tolvane_convert") == 0) return tolvane_convert(path, TOLVANE_MMR) == TOLVANE_OK;
+  if (strcmp(name, "tolvane_set_value") == 0) return set_value(path);
   int32_t fd = 0;
   for (const auto &[known, edit] : EDITS) {
     if (strcmp(name, known) != 0 || FaxFileOpen(path, &fd) != FAXFILE_OK) continue;

@@ -23,8 +23,8 @@
 #include "support/handle.h"
 #include "support/replace_file.h"
 #include "t4/codec.h"
+#include "t4/file_converter.h"
 #include "t4/line.h"
-#include "t4/t4dec_convert.h"
 
 struct tolvane_fax {
   std::string path;
@@ -39,7 +39,7 @@ namespace {
 constexpr int32_t WIDTH = LINE_PIXELS;
 constexpr size_t LINE_BYTES = WIDTH / 8;
 
-static_assert(TOLVANE_INCLUDED == FAXFILE_ERR_INCLUDED && TOLVANE_NO_PAGE == FAXFILE_ERR_NO_PAGE);
+static_assert(TOLVANE_INCLUDED == FAXFILE_ERR_INCLUDED && TOLVANE_CODING == FAXFILE_ERR_CODING);
 static_assert(TOLVANE_MH == COMP_MH && TOLVANE_MR == COMP_MR && TOLVANE_MMR == COMP_MMR);
 
 // Runs the body of a function; TOLVANE_MEMORY if it throws.
@@ -327,5 +327,5 @@ int tolvane_append_picture(tolvane_fax *fax, const tolvane_picture *picture) {
 
 int tolvane_convert(const char *path, int coding) {
   if (!path) return TOLVANE_ARGUMENT;
-  return guarded([&]() -> int { return t4dec_change_format(path, coding, 0, nullptr) ? TOLVANE_OK : TOLVANE_CODING; });
+  return guarded([&]() -> int { return convert_fax_file(path, coding); });
 }

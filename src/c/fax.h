@@ -96,8 +96,9 @@ TOLVANE_API int tolvane_append_page(tolvane_fax *fax, const uint8_t *data, size_
 /** Encodes a picture of 1728 pixels a line in the coding of the file, and appends it as tolvane_append_page does. */
 TOLVANE_API int tolvane_append_picture(tolvane_fax *fax, const tolvane_picture *picture);
 
-/** Rewrites a file in another coding (t4dec_convert.h). One conversion at a time in a process. TOLVANE_CODING stands
- * for every failure of the conversion, whose reason goes to standard error. */
+/** Rewrites a file in another coding (file_converter.h): every page that is in it, whatever #PAGES says, which becomes
+ *  their number. All other header lines stay. TOLVANE_CODING if a page can't be decoded; on failure the file is as it
+ *  was. */
 TOLVANE_API int tolvane_convert(const char *path, int coding);
 
 #ifdef __cplusplus

@@ -22,6 +22,7 @@ constexpr int16_t FAXFILE_ERR_ARGUMENT = 15;  ///< bad argument, no such page, a
 constexpr int16_t FAXFILE_ERR_READONLY = 17;  ///< write to a page opened for reading
 constexpr int16_t FAXFILE_ERR_NO_PAGE = 18;   ///< the document ends before that page
 constexpr int16_t FAXFILE_ERR_INCLUDED = 19;  ///< an included file is missing, or has no such page
+constexpr int16_t FAXFILE_ERR_CODING = 20;    ///< pages in this coding can't be decoded or encoded
 
 constexpr uint32_t FAXFILE_MAGIC = 0xBADBAD16;  ///< first word of every fax file
 constexpr uint8_t FAXFILE_TERMINATOR = 29;      ///< last byte of the header text
