@@ -46,7 +46,7 @@ static void round_trip(int coding) {
   EXPECT(tolvane_append_picture(fax, &drawn), TOLVANE_OK);
   EXPECT(tolvane_append_page(fax, NULL, 0), TOLVANE_OK);
   EXPECT(tolvane_set_value(fax, "SUBJECT", "two\nlines"), TOLVANE_OK);
-  EXPECT(tolvane_set_value(fax, "#PAGES", "2"), TOLVANE_OK);
+  EXPECT(tolvane_close(fax), TOLVANE_OK);
 
   EXPECT(tolvane_open("a.fax", 0, &reader), TOLVANE_OK);
   EXPECT(tolvane_page_count(reader, &pages), TOLVANE_OK);
@@ -54,6 +54,7 @@ static void round_trip(int coding) {
   EXPECT(tolvane_line_count(reader, &count), TOLVANE_OK);
   EXPECT(count, 4);
   expect_value(reader, "SUBJECT", "two\rlines");
+  expect_value(reader, "#PAGES", "2");
   expect_value(reader, "SUB", NULL);
   expect_picture(reader, 1);
   EXPECT(tolvane_read_page(reader, 2, &data, &count), TOLVANE_OK);
@@ -64,7 +65,65 @@ static void round_trip(int coding) {
   EXPECT(tolvane_set_value(reader, "DATE", "x"), TOLVANE_READONLY);
   EXPECT(tolvane_append_page(reader, lines, 1), TOLVANE_READONLY);
   EXPECT(tolvane_close(reader), TOLVANE_OK);
-  EXPECT(tolvane_close(fax), TOLVANE_OK);
+}
+
+/* A file b.fax with these header lines and a record. */
+static void write_fax(const char *header, const uint8_t *record, uint32_t length) {
+  const size_t size = strlen(header) + 1;
+  const uint8_t head[] = {0xba, 0xdb, 0xad, 0x16, 0, 0, (uint8_t)(size >> 8), (uint8_t)size};
+  const uint8_t word[] = {0x1d, 0, (uint8_t)(length >> 16), (uint8_t)(length >> 8), (uint8_t)length};
+  FILE *file = fopen("b.fax", "wb");
+  EXPECT(fwrite(head, sizeof head, 1, file) + fwrite(header, size - 1, 1, file), 2);
+  EXPECT(fwrite(word, sizeof word, 1, file) + fwrite(record, length, 1, file) + (size_t)fclose(file), 2);
+}
+
+/* Pages that the header counts wrong, or names with lines that occur twice. */
+static void convert_all_pages(void) {
+  static const struct {
+    const char *header;
+    long lines;
+  } rows[] = {
+      {"RESOLUTION:1\nCOMPRESSION:3\n", 3},
+      {"#PAGES:1\nCOMPRESSION:0\nCOMPRESSION:3\n", 3},
+      {"SUBJECT:of #PAGES:1\nno colon\n#PAGES:9\nINCLUDE:b 9 1\nINCLUDE:b 9 1\nCOMPRESSION:3\n", 6},
+  };
+  size_t i, lines_read;
+  for (i = 0; i < sizeof rows / sizeof *rows; ++i) {
+    tolvane_fax *fax;
+    write_fax(rows[i].header, (const uint8_t *)"\x00\x08\x80", 3);
+    EXPECT(tolvane_open("b.fax", 1, &fax), TOLVANE_OK);
+    EXPECT(tolvane_append_picture(fax, &drawn), TOLVANE_OK);
+    EXPECT(tolvane_convert("b.fax", TOLVANE_MR), TOLVANE_OK);
+    EXPECT(tolvane_append_picture(fax, &drawn), TOLVANE_OK);
+    EXPECT(tolvane_close(fax), TOLVANE_OK);
+    EXPECT(tolvane_open("b.fax", 0, &fax), TOLVANE_OK);
+    expect_picture(fax, 3); /* in the coding that the file has now */
+    EXPECT(tolvane_line_count(fax, &lines_read), TOLVANE_OK);
+    EXPECT(lines_read, rows[i].lines);
+    expect_value(fax, "COMPRESSION", "1");
+    expect_value(fax, "#PAGES", "3");
+    EXPECT(tolvane_close(fax), TOLVANE_OK);
+  }
+}
+
+/* A record of a bit for each line; the last bit of a record is none. */
+static void refuse_endless_page(void) {
+  static uint8_t record[8193];
+  tolvane_fax *fax;
+  tolvane_picture read;
+  int too_long;
+  memset(record, 0xff, sizeof record);
+  for (too_long = 0; too_long < 2; ++too_long) {
+    write_fax("COMPRESSION:3\n", record, 8192 + (uint32_t)too_long);
+    EXPECT(tolvane_open("b.fax", 1, &fax), TOLVANE_OK);
+    EXPECT(tolvane_decode_page(fax, 1, &read), too_long ? TOLVANE_FORMAT : TOLVANE_OK);
+    EXPECT(read.height, too_long ? 0 : 65535);
+    tolvane_free(read.lines);
+    read = drawn;
+    read.height = 65536;
+    EXPECT(tolvane_append_picture(fax, &read), TOLVANE_ARGUMENT);
+    EXPECT(tolvane_close(fax), TOLVANE_OK);
+  }
 }
 
 int main(void) {
@@ -78,7 +137,10 @@ int main(void) {
   for (i = 0; i < sizeof codings / sizeof *codings; ++i) round_trip(codings[i]);
 
   EXPECT(tolvane_convert("a.fax", TOLVANE_MR), TOLVANE_OK);
+  EXPECT(tolvane_convert("a.fax", 2), TOLVANE_CODING);
   EXPECT(tolvane_convert("none.fax", TOLVANE_MR), TOLVANE_OPEN);
+  convert_all_pages();
+  refuse_endless_page();
   EXPECT(tolvane_open("none.fax", 0, &fax), TOLVANE_OPEN);
   EXPECT(fax == NULL, 1);
   EXPECT(tolvane_open("a.fax", 1, &fax), TOLVANE_OK);
@@ -88,11 +150,14 @@ int main(void) {
   tolvane_free(line);
   EXPECT(tolvane_line(fax, 4, &line), TOLVANE_NO_KEYWORD);
   EXPECT(tolvane_set_value(fax, "a:b", ""), TOLVANE_ARGUMENT);
-  EXPECT(tolvane_set_value(fax, "COMPRESSION", "2"), TOLVANE_OK);
-  EXPECT(tolvane_append_picture(fax, &drawn), TOLVANE_CODING);
+  for (i = 0; i < 2; ++i) {
+    EXPECT(tolvane_set_value(fax, "COMPRESSION", i == 0 ? "2" : " "), TOLVANE_OK);
+    EXPECT(tolvane_append_picture(fax, &drawn), TOLVANE_CODING);
+  }
   EXPECT(tolvane_close(fax), TOLVANE_OK);
   EXPECT(tolvane_close(NULL), TOLVANE_OK);
   EXPECT(strcmp(tolvane_error_text(TOLVANE_NO_PAGE), "no such page"), 0);
   unlink("a.fax");
+  unlink("b.fax");
   return failures != 0;
 }

@@ -10,18 +10,19 @@
 #include <algorithm>
 #include <new>
 #include <string>
-#include <vector>
+#include <utility>
 
 #include "faxfile/fax_header.h"
 #include "faxfile/fax_lock.h"
 #include "faxfile/header_lines.h"
+#include "faxfile/header_modes.h"
 #include "faxfile/page_writer.h"
 #include "faxfile/pages.h"
-#include "faxfile/session_params.h"
 #include "faxfile/sorbfile.h"
 #include "faxfile/usorbport.h"
 #include "support/handle.h"
 #include "support/replace_file.h"
+#include "support/store.h"
 #include "t4/codec.h"
 #include "t4/file_converter.h"
 #include "t4/line.h"
@@ -30,6 +31,7 @@ struct tolvane_fax {
   std::string path;
   tolvane::Descriptor file;
   bool writable;
+  bool has_new_pages = false;
 };
 
 namespace tolvane {
@@ -38,6 +40,7 @@ namespace {
 
 constexpr int32_t WIDTH = LINE_PIXELS;
 constexpr size_t LINE_BYTES = WIDTH / 8;
+constexpr int32_t MOST_LINES = 65535;  // of a page: at one bit a line, a small record has millions
 
 static_assert(TOLVANE_INCLUDED == FAXFILE_ERR_INCLUDED && TOLVANE_CODING == FAXFILE_ERR_CODING);
 static_assert(TOLVANE_MH == COMP_MH && TOLVANE_MR == COMP_MR && TOLVANE_MMR == COMP_MMR);
@@ -63,7 +66,8 @@ int open_with(int16_t (*opener)(const char *, int32_t *), const char *path, bool
   return guarded([&]() -> int {
     int32_t fd;
     if (const int16_t code = opener(path, &fd); code != FAXFILE_OK) return code;
-    *fax = new tolvane_fax{path, Descriptor(fd), writable};
+    Descriptor file(fd);
+    *fax = new tolvane_fax{path, std::move(file), writable};
     return TOLVANE_OK;
   });
 }
@@ -73,21 +77,21 @@ int lines_of(tolvane_fax *fax, HeaderLines &lines) {
   return read_header_lines(fax->file.get(), lines);
 }
 
-// The coding that the header names; MH if it names none.
-int coding_of(tolvane_fax *fax, int32_t *coding) {
+// The coding and the resolution that the header names; MH and normal if it names none.
+int modes_of(tolvane_fax *fax, int32_t *coding, int32_t *resolution) {
   HeaderLines lines;
   if (const int code = lines_of(fax, lines); code != TOLVANE_OK) return code;
-  const char *value = find_header_value(lines, faxFileKeywordList[FAXFILE_COMPRESSION]);
-  const size_t blanks = value ? strspn(value, " \t\v\f\r") : 0;
-  *coding = !value || !value[blanks] ? COMP_MH : asciitoDF(value[blanks]);
+  *coding = header_coding(lines);
+  *resolution = std::max(header_resolution(lines), 0);
   return *coding == COMP_MH || *coding == COMP_MR || *coding == COMP_MMR ? TOLVANE_OK : TOLVANE_CODING;
 }
 
 // The lines of a page in the making.
 struct Lines {
-  std::vector<uint8_t> bytes{};
-  bool open = false;  // runs have come since the last line
-  bool lost = false;  // there was no memory for a line: nothing may throw through the decoder
+  Store bytes{};
+  bool open = false;      // runs have come since the last line
+  bool lost = false;      // there was no memory for a line
+  bool too_many = false;  // more than a page may have, and the one that the decoder adds
 };
 
 Lines &lines_in(void *context) {
@@ -101,11 +105,10 @@ void take_run(void *context, int32_t) {
 void take_line(void *context, const uint8_t *line, uint32_t size) {
   Lines &lines = lines_in(context);
   lines.open = false;
-  const int code = guarded([&]() -> int {
-    lines.bytes.insert(lines.bytes.end(), line, line + size);
-    return TOLVANE_OK;
-  });
-  if (code != TOLVANE_OK) lines.lost = true;
+  if (lines.bytes.used > MOST_LINES * LINE_BYTES)
+    lines.too_many = true;
+  else if (!lines.bytes.append(line, size))
+    lines.lost = true;
 }
 
 // Decodes a page without the white lines that the decoder adds: the first one of MH and the last one of MMR.
@@ -115,30 +118,17 @@ int decode(const uint8_t *data, size_t length, int32_t coding, Lines &lines) {
   const DecodeResult result = decoder.decode({data, length}, coding, WIDTH, sink);
   if (coding == COMP_MH && lines.open) decoder.end_line(sink);
   if (result == DecodeResult::no_memory || lines.lost) return TOLVANE_MEMORY;
-  auto &bytes = lines.bytes;
-  if (bytes.empty()) return TOLVANE_OK;
-  if (coding == COMP_MH) bytes.erase(bytes.begin(), bytes.begin() + LINE_BYTES);
-  const auto is_white = [](uint8_t byte) { return byte == 0; };
-  if (coding == COMP_MMR && result == DecodeResult::done &&
-      std::all_of(bytes.end() - LINE_BYTES, bytes.end(), is_white))
-    bytes.resize(bytes.size() - LINE_BYTES);
-  return TOLVANE_OK;
+  Store &bytes = lines.bytes;
+  if (bytes.used == 0) return TOLVANE_OK;
+  const uint8_t *last = bytes.bytes.get() + bytes.used - LINE_BYTES;
+  const bool ends_white = std::all_of(last, last + LINE_BYTES, [](uint8_t byte) { return byte == 0; });
+  if (coding == COMP_MH || (coding == COMP_MMR && result == DecodeResult::done && ends_white)) bytes.used -= LINE_BYTES;
+  if (coding == COMP_MH) memmove(bytes.bytes.get(), bytes.bytes.get() + LINE_BYTES, bytes.used);
+  return lines.too_many || bytes.used > MOST_LINES * LINE_BYTES ? TOLVANE_FORMAT : TOLVANE_OK;
 }
 
 bool keep_code(void *context, const uint8_t *bytes, size_t count) {
-  auto &code = *static_cast<std::vector<uint8_t> *>(context);
-  return guarded([&]() -> int {
-           code.insert(code.end(), bytes, bytes + count);
-           return TOLVANE_OK;
-         }) == TOLVANE_OK;
-}
-
-// The vertical resolution code that the header names; 0 (normal) if it names none.
-int32_t resolution_of(tolvane_fax *fax) {
-  HeaderLines lines;
-  if (lines_of(fax, lines) != TOLVANE_OK) return 0;
-  const char *value = find_header_value(lines, faxFileKeywordList[FAXFILE_RESOLUTION]);
-  return value ? std::max(asciitoVR(value[strspn(value, " \t\v\f\r")]), 0) : 0;
+  return count == 0 || static_cast<Store *>(context)->append(bytes, count);
 }
 
 // Replaces the file by one with these header lines, and moves the handle to it.
@@ -148,8 +138,23 @@ int replace_header(tolvane_fax *fax, const HeaderLines &lines) {
   if (!is_file_at(fax->file.get(), path.c_str()) || !file.begin(path.c_str())) return TOLVANE_CREATE;
   if (!write_header_lines(file.fd(), lines) || !copy_bytes(fax->file.get(), file.fd(), -1)) return TOLVANE_WRITE;
   if (!file.commit()) return TOLVANE_WRITE;
+  // Opened by its path, the file is known by it (path_of_descriptor). Where that fails, the handle moves all the same.
   const Descriptor renewed(open(path.c_str(), O_RDWR | O_NOCTTY | O_CLOEXEC));
-  return renewed && dup3(renewed.get(), fax->file.get(), O_CLOEXEC) >= 0 ? TOLVANE_OK : TOLVANE_OPEN;
+  return dup3(renewed ? renewed.get() : file.fd(), fax->file.get(), O_CLOEXEC) >= 0 ? TOLVANE_OK : TOLVANE_OPEN;
+}
+
+// Sets #PAGES to the number of page records: in place where the line is missing.
+int correct_page_count(tolvane_fax *fax) {
+  FaxEditLock lock;
+  HeaderLines lines;
+  int32_t pages;
+  if (!take_to_change(lock, fax->file.get())) return TOLVANE_WRITE;
+  if (const int code = FaxFileCountPages(fax->file.get(), &pages); code != TOLVANE_OK) return code;
+  if (const int code = lines_of(fax, lines); code != TOLVANE_OK) return code;
+  const bool is_missing = !find_header_value(lines, faxFileKeywordList[FAXFILE_PAGES]);
+  if (!set_header_page_count(lines, pages)) return TOLVANE_OK;
+  if (is_missing) return FaxFileAddKeyword(fax->file.get(), FAXFILE_PAGES, std::to_string(pages).c_str());
+  return replace_header(fax, lines);
 }
 }  // namespace
 }  // namespace tolvane
@@ -207,16 +212,19 @@ int tolvane_create(const char *path, tolvane_fax **fax) {
 
 int tolvane_close(tolvane_fax *fax) {
   if (!fax) return TOLVANE_OK;
-  const int code = FaxFileClose(fax->file.release());
+  const int counted = fax->has_new_pages ? guarded([&] { return correct_page_count(fax); }) : TOLVANE_OK;
+  const int closed = FaxFileClose(fax->file.release());
   delete fax;
-  return code;
+  return counted != TOLVANE_OK ? counted : closed;
 }
 
 int tolvane_page_count(tolvane_fax *fax, int32_t *pages) {
   if (!pages) return TOLVANE_ARGUMENT;
   *pages = 0;
   if (!fax) return TOLVANE_ARGUMENT;
-  return FaxFileCountDocumentPages(fax->file.get(), pages);
+  const int code = guarded([&]() -> int { return FaxFileCountDocumentPages(fax->file.get(), pages); });
+  if (code != TOLVANE_OK) *pages = 0;
+  return code;
 }
 
 int tolvane_line_count(tolvane_fax *fax, size_t *count) {
@@ -271,7 +279,8 @@ int tolvane_read_page(tolvane_fax *fax, int32_t page, uint8_t **data, size_t *le
   *data = nullptr;
   *length = 0;
   int32_t count = 0;
-  const int code = FaxFileReadDocumentPage(fax->file.get(), fax->path.c_str(), page, data, &count);
+  const int code =
+      guarded([&]() -> int { return FaxFileReadDocumentPage(fax->file.get(), fax->path.c_str(), page, data, &count); });
   *length = static_cast<size_t>(count);
   return code;
 }
@@ -282,18 +291,16 @@ int tolvane_decode_page(tolvane_fax *fax, int32_t page, tolvane_picture *picture
   return guarded([&]() -> int {
     uint8_t *data;
     size_t length;
-    int32_t coding;
-    if (const int code = coding_of(fax, &coding); code != TOLVANE_OK) return code;
+    int32_t coding, resolution;
+    if (const int code = modes_of(fax, &coding, &resolution); code != TOLVANE_OK) return code;
     if (const int code = tolvane_read_page(fax, page, &data, &length); code != TOLVANE_OK) return code;
     const Block<uint8_t> owned(data);
     Lines lines;
     if (length > 0)
       if (const int code = decode(data, length, coding, lines); code != TOLVANE_OK) return code;
-    if (lines.bytes.empty()) return TOLVANE_OK;
-    picture->lines = static_cast<uint8_t *>(malloc(lines.bytes.size()));
-    if (!picture->lines) return TOLVANE_MEMORY;
-    memcpy(picture->lines, lines.bytes.data(), lines.bytes.size());
-    picture->height = static_cast<int32_t>(lines.bytes.size() / LINE_BYTES);
+    if (lines.bytes.used == 0) return TOLVANE_OK;
+    picture->height = static_cast<int32_t>(lines.bytes.used / LINE_BYTES);
+    picture->lines = lines.bytes.bytes.release();
     return TOLVANE_OK;
   });
 }
@@ -302,26 +309,33 @@ int tolvane_append_page(tolvane_fax *fax, const uint8_t *data, size_t length) {
   constexpr uint8_t EMPTY = 0;
   if (!fax || (!data && length > 0) || length > INT32_MAX) return TOLVANE_ARGUMENT;
   if (!fax->writable) return TOLVANE_READONLY;
-  return FaxFileAppendEncodedPage(fax->file.get(), data ? data : &EMPTY, static_cast<int32_t>(length));
+  const int code = guarded([&]() -> int {
+    return FaxFileAppendEncodedPage(fax->file.get(), data ? data : &EMPTY, static_cast<int32_t>(length));
+  });
+  fax->has_new_pages = fax->has_new_pages || code == TOLVANE_OK;
+  return code;
 }
 
 int tolvane_append_picture(tolvane_fax *fax, const tolvane_picture *picture) {
   if (!fax || !picture || picture->width != WIDTH || picture->line_bytes != LINE_BYTES || picture->height < 0 ||
-      (!picture->lines && picture->height > 0))
+      picture->height > MOST_LINES || (!picture->lines && picture->height > 0))
     return TOLVANE_ARGUMENT;
   if (!fax->writable) return TOLVANE_READONLY;
   return guarded([&]() -> int {
-    int32_t coding;
-    if (const int code = coding_of(fax, &coding); code != TOLVANE_OK) return code;
-    std::vector<uint8_t> code;
+    FaxEditLock lock;
+    int32_t coding, resolution;
+    if (!take_to_change(lock, fax->file.get())) return TOLVANE_WRITE;
+    if (const int code = modes_of(fax, &coding, &resolution); code != TOLVANE_OK) return code;
+    Store code;
     Encoder encoder;
-    EncodeResult result = encoder.begin(coding, resolution_of(fax), {&code, keep_code});
+    EncodeResult result = encoder.begin(coding, resolution, {&code, keep_code});
     if (result == EncodeResult::done && picture->height > 0)
       result = encoder.add(picture->lines, LINE_BYTES, picture->height);
     if (result == EncodeResult::done) result = encoder.end();
+    constexpr uint8_t FILL[2] = {};  // for decoders that stop in the last byte
+    if (result == EncodeResult::done && coding == COMP_MR && !code.append(FILL, sizeof FILL)) return TOLVANE_MEMORY;
     if (result != EncodeResult::done) return TOLVANE_MEMORY;
-    if (coding == COMP_MR) code.insert(code.end(), {0, 0});  // fill, for decoders that stop in the last byte
-    return tolvane_append_page(fax, code.data(), code.size());
+    return tolvane_append_page(fax, code.bytes.get(), code.used);
   });
 }
 

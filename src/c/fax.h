@@ -29,7 +29,7 @@ enum tolvane_code {
   TOLVANE_READ = 6,       /**< a read failed */
   TOLVANE_WRITE = 7,      /**< a write failed; the file is as it was */
   TOLVANE_OPEN = 8,       /**< the file can't be opened */
-  TOLVANE_FORMAT = 10,    /**< not a fax file, a damaged header, or a page that is cut short */
+  TOLVANE_FORMAT = 10,    /**< not a fax file, a damaged header, or a page that is cut short or too long */
   TOLVANE_TEMPNAME = 12,  /**< no name for the new file */
   TOLVANE_ARGUMENT = 15,  /**< bad argument */
   TOLVANE_READONLY = 17,  /**< the handle is open for reading */
@@ -48,7 +48,7 @@ typedef struct tolvane_fax tolvane_fax;
 /** A page as packed lines: pixel 0 of a line is bit 7 of its first byte, 1 is black. */
 typedef struct tolvane_picture {
   int32_t width;     /**< pixels of a line: 1728 */
-  int32_t height;    /**< lines; 0 for an empty page */
+  int32_t height;    /**< lines, at most 65535; 0 for an empty page */
   size_t line_bytes; /**< width / 8 */
   uint8_t *lines;    /**< height * line_bytes bytes, freed with tolvane_free; null for an empty page */
 } tolvane_picture;
@@ -65,7 +65,9 @@ TOLVANE_API int tolvane_open(const char *path, int writable, tolvane_fax **fax);
 /** Creates or empties a fax file, without header lines and pages, for reading and writing. */
 TOLVANE_API int tolvane_create(const char *path, tolvane_fax **fax);
 
-/** Closes a file and frees the handle, also on failure; null is allowed. */
+/** Closes a file and frees the handle, also on failure; null is allowed. If pages were appended and #PAGES is missing
+ * or is not the number of pages that are in the file, it is set to that first; a code of failure then is that of this
+ *  change, and the pages are in the file nevertheless. */
 TOLVANE_API int tolvane_close(tolvane_fax *fax);
 
 /** The number of pages of the document: its own, and those that its INCLUDE lines name. */
@@ -77,7 +79,8 @@ TOLVANE_API int tolvane_line_count(tolvane_fax *fax, size_t *lines);
 /** A header line by its index from 0, as `name:value`, closed with a zero. */
 TOLVANE_API int tolvane_line(tolvane_fax *fax, size_t index, char **line);
 
-/** The value of the first header line with this name, closed with a zero. */
+/** The value of the first header line with this name, closed with a zero. (Of several lines COMPRESSION, the last one
+ * is the coding of the pages.) */
 TOLVANE_API int tolvane_value(tolvane_fax *fax, const char *name, char **value);
 
 /** Gives the first header line with this name the value, or appends a new line. Line feeds of the value become carriage
@@ -87,10 +90,11 @@ TOLVANE_API int tolvane_set_value(tolvane_fax *fax, const char *name, const char
 /** The coded bytes of a page, counted from 1, in the coding that COMPRESSION names. An empty page has length 0. */
 TOLVANE_API int tolvane_read_page(tolvane_fax *fax, int32_t page, uint8_t **data, size_t *length);
 
-/** A page as packed lines. Damaged lines are replaced by the one before or left out; damage is no failure. */
+/** A page as packed lines. Damaged lines are replaced by the one before or left out; damage is no failure. A page of
+ * more than 65535 lines gives TOLVANE_FORMAT. */
 TOLVANE_API int tolvane_decode_page(tolvane_fax *fax, int32_t page, tolvane_picture *picture);
 
-/** Appends a page of coded bytes. It does not change the line #PAGES. */
+/** Appends a page of coded bytes. The line #PAGES follows with tolvane_close. */
 TOLVANE_API int tolvane_append_page(tolvane_fax *fax, const uint8_t *data, size_t length);
 
 /** Encodes a picture of 1728 pixels a line in the coding of the file, and appends it as tolvane_append_page does. */
