@@ -186,6 +186,7 @@ TEST_F(Output, DamageIsToldAndTheRestIsGivenAllTheSame) {
     EXPECT_EQ(heights(bytes("a.pbm")), given);
     std::filesystem::remove(dir.path("a.pbm"));
   }
+  EXPECT_THAT(run("extract a.fax a.pbm -p :even").err, Not(HasSubstr("page 3")));
 }
 
 TEST_F(Output, RenderShowsWhatThePlainRulesSay) {

@@ -28,16 +28,21 @@ struct Selecting {
   std::vector<int32_t> &pages;
   std::vector<const MissingPages *> &left_out;
 
+  // Whether the range has a page of the wanted parity.
+  bool wants(int64_t first, int64_t last) const { return parity < 0 || first != last || first % 2 == parity; }
+
   void add(int32_t first, int32_t last) {
     const int32_t step = first <= last ? 1 : -1;
     for (int64_t page = first; step * page <= int64_t{step} * last; page += step) {
       const MissingPages *stretch = missing_at(missing, static_cast<int32_t>(page));
       if (!stretch) {
-        if (parity < 0 || page % 2 == parity) pages.push_back(static_cast<int32_t>(page));
+        if (wants(page, page)) pages.push_back(static_cast<int32_t>(page));
         continue;
       }
-      if (std::find(left_out.begin(), left_out.end(), stretch) == left_out.end()) left_out.push_back(stretch);
-      page = step > 0 ? stretch->last : stretch->first;
+      const int64_t begin = page;
+      page = step > 0 ? std::min(stretch->last, last) : std::max(stretch->first, last);
+      if (wants(begin, page) && std::find(left_out.begin(), left_out.end(), stretch) == left_out.end())
+        left_out.push_back(stretch);
     }
   }
 };
