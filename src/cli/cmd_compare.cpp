@@ -129,6 +129,7 @@ struct PageDifference {
 };
 
 void print_page(const PageDifference &differs) {
+  wipe_progress();
   printf("page %d: %lld pixels differ", differs.page, static_cast<long long>(differs.pixels));
   if (differs.lines_one != differs.lines_other) printf("; %d lines and %d", differs.lines_one, differs.lines_other);
   putchar('\n');
@@ -176,6 +177,7 @@ Status compare_sides(const PictureFormat *format, Comparison &comparison) {
     progress.step();
   }
   if (in_one == in_other) return status;
+  wipe_progress();
   if (!as_json) printf("%s has %d pages, %s %d\n", one.name(), in_one, other.name(), in_other);
   return worse(status, DAMAGED);
 }

@@ -85,6 +85,7 @@ Status print_values_of_file(const std::string &path) {
   std::string error;
   if (with_error(error, [&] { return open_fax(path, document); }) != DONE)
     return unreadable_file(path, error, as_json)();
+  wipe_progress();
   (as_json ? print_object : print_rows)(document);
   return DONE;
 }
