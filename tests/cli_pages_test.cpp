@@ -327,6 +327,7 @@ TEST_F(Pages, UnreadablePagesAreSkippedOnlyIfThatIsWanted) {
   shell("tiffcp $charts/itu1.tif $charts/itu4.tif $charts/itu5.tif 3.tif; head -c -100 3.tif >cut.tif");
   dir.write("part.fax", fax(head(1) + "INCLUDE:gone.fax 1 2\nINCLUDE_PAGES:2\n", {9}));
   dir.write("hides.fax", fax(head(1) + "SUBJECT:INCLUDE:gone 1 1\n", {9}));
+  EXPECT_EQ(run("check part.fax").out, "part.fax: damaged, 3 pages, 9 lines\n");
   const std::pair<std::string, size_t> cases[] = {{"create a.fax cut.tif missing.tif 21.pbm", 3},
                                                   {"merge a.fax cover.fax part.fax missing.fax", 3},
                                                   {"merge a.fax cover.fax hides.fax", 2}};

@@ -80,8 +80,7 @@ Status check_included(const FaxDocument &document, const std::vector<PageFacts> 
 struct Verdict {
   std::string path, name;
   Status status = DONE;
-  size_t pages = 0;
-  int64_t lines = 0;
+  int64_t pages = 0, lines = 0;
   Diagnostics faults;
 };
 
@@ -91,13 +90,15 @@ void find_faults(const FaxDocument &document, Verdict &verdict) {
   Status status = worse(check_modes(document), check_header_text(document));
   status = worse(status, survey_pages(document, pages));
   verdict.status = worse(status, check_included(document, pages));
-  verdict.pages = pages.size();
-  for (const PageFacts &page : pages) verdict.lines += page.lines;
+  for (const PageFacts &page : pages) {
+    verdict.pages += int64_t{page.last_page} - page.page + 1;
+    verdict.lines += page.lines;
+  }
 }
 
 void print_text(const Verdict &verdict) {
-  printf("%s: %s, %zu page%s, %lld lines\n", verdict.name.c_str(), verdict.status == DONE ? "good" : "damaged",
-         verdict.pages, verdict.pages == 1 ? "" : "s", static_cast<long long>(verdict.lines));
+  printf("%s: %s, %lld page%s, %lld lines\n", verdict.name.c_str(), verdict.status == DONE ? "good" : "damaged",
+         static_cast<long long>(verdict.pages), verdict.pages == 1 ? "" : "s", static_cast<long long>(verdict.lines));
 }
 
 void print_json(const Verdict &verdict) {
