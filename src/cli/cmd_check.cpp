@@ -53,8 +53,8 @@ Status check_header_text(const FaxDocument &document) {
     report("%s: %s", document.name(), inclusion_fault(document).c_str());
     return DAMAGED;
   }
-  Status status = worse(check_count(document, FAXFILE_PAGES, document.record_count()),
-                        check_count(document, FAXFILE_INCLUDE_PAGES, document.included_pages));
+  Status status = check_count(document, FAXFILE_PAGES, document.record_count());
+  status = worse(status, check_count(document, FAXFILE_INCLUDE_PAGES, document.included_pages));
   for (const Inclusion &inclusion : document.inclusions) {
     if (inclusion.at <= document.record_count() + 1) continue;
     report("%s: the pages of %s are included before page %d, but the file has %d", document.name(),
@@ -87,7 +87,8 @@ struct Verdict {
 void find_faults(const FaxDocument &document, Verdict &verdict) {
   const HoldDiagnostics hold(verdict.faults);
   std::vector<PageFacts> pages;
-  Status status = worse(check_modes(document), check_header_text(document));
+  Status status = check_modes(document);
+  status = worse(status, check_header_text(document));
   status = worse(status, survey_pages(document, pages));
   verdict.status = worse(status, check_included(document, pages));
   for (const PageFacts &page : pages) {

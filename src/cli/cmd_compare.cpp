@@ -140,8 +140,8 @@ Status compare_page(const Side &one, const Side &other, const PictureFormat *for
                     std::vector<PageDifference> &pages) {
   FaxPage found_one, found_other;
   DecodedPage lines_one, lines_other;
-  const Status status = worse(read_lines(one.document, page, found_one, lines_one),
-                              read_lines(other.document, page, found_other, lines_other));
+  Status status = read_lines(one.document, page, found_one, lines_one);
+  status = worse(status, read_lines(other.document, page, found_other, lines_other));
   if (status == FAILED) {
     pages.push_back({page});
     return FAILED;
