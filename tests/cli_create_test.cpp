@@ -63,9 +63,10 @@ TEST_F(Create, PagesOfSeveralFilesComeOutInOrderInEachCodingAndResolution) {
   for (const auto &[coding, compression] : {std::pair<std::string, char>{"mh", '0'}, {"mr", '1'}, {"mmr", '3'}}) {
     for (const auto &[resolution, code] : {std::pair<std::string, char>{"normal", '0'}, {"fine", '1'}}) {
       const std::string modes = "--coding " + coding + " --resolution " + resolution;
-      FaxParts parts = fax_parts(run("create " + modes + " -k 'SUBJECT=a\nb: c' - two.tif two.pbm").out);
+      FaxParts parts =
+          fax_parts(run("create " + modes + " -k 'SUBJECT=a\nb: c' -k DATE=1 -k DATE=2 - two.tif two.pbm").out);
       const std::string lines = std::string("\nRESOLUTION:") + code + "\nCOMPRESSION:" + compression;
-      EXPECT_EQ(parts.header, "#PAGES:4" + lines + "\nSUBJECT:a\rb: c\n");
+      EXPECT_EQ(parts.header, "#PAGES:4" + lines + "\nSUBJECT:a\rb: c\nDATE:1\nDATE:2\n");
       parts.records.resize(4);
       for (size_t i = 0; i < 4; ++i) {
         const char *chart = std::array{"itu1", "itu4", "itu5", "itu7"}[i];

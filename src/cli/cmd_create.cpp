@@ -42,11 +42,9 @@ void declare(Usage &usage) {
 // The header lines that the user adds to those that are set here.
 Status add_keywords(HeaderLines &lines) {
   for (const std::string &text : keywords) {
-    KeywordValue keyword;
-    if (parse_keyword(text, keyword) != DONE) return USAGE;
-    set_header_value(lines, keyword.first.c_str(), keyword.second);
+    if (add_keyword_line(text, lines) != DONE) return USAGE;
     if (!is_structural(lines.back())) continue;
-    return usage_fault("%s is set by the program", keyword.first.c_str());
+    return usage_fault("%s is set by the program", text.substr(0, text.find('=')).c_str());
   }
   return check_header(out.c_str(), lines);
 }

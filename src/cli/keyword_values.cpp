@@ -63,4 +63,13 @@ Status parse_keyword(const std::string &text, KeywordValue &keyword) {
   return DONE;
 }
 
+Status add_keyword_line(const std::string &text, HeaderLines &lines) {
+  KeywordValue keyword;
+  if (parse_keyword(text, keyword) != DONE) return USAGE;
+  HeaderLines line;
+  set_header_value(line, keyword.first.c_str(), keyword.second);
+  lines.push_back(line.front());
+  return DONE;
+}
+
 }  // namespace tolvane

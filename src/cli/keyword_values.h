@@ -4,6 +4,7 @@
 #include <string>
 #include <utility>
 
+#include "faxfile/header_lines.h"
 #include "io/report.h"
 
 namespace tolvane {
@@ -14,6 +15,9 @@ using KeywordValue = std::pair<std::string, std::string>;
 /// Parses NAME=VALUE. DONE; USAGE after a message: no `=`, no keyword of that name, or a value that is not of the form
 /// of its keyword.
 Status parse_keyword(const std::string &text, KeywordValue &keyword);
+
+/// Appends the line of NAME=VALUE to a header, also if it has lines of that name. Returns as `parse_keyword`.
+Status add_keyword_line(const std::string &text, HeaderLines &lines);
 
 /// Whether there is a keyword of that name.
 bool is_keyword_name(const std::string &name);
