@@ -118,11 +118,7 @@ Status set_values(FaxDocument &document) {
 
 Status add_values(FaxDocument &document) {
   for (const std::string &word : words) {
-    KeywordValue keyword;
-    if (parse_keyword(word, keyword) != DONE) return USAGE;
-    HeaderLines line;
-    set_header_value(line, keyword.first.c_str(), keyword.second);
-    document.lines.push_back(line.front());
+    if (add_keyword_line(word, document.lines) != DONE) return USAGE;
   }
   return DONE;
 }
@@ -142,7 +138,10 @@ Status copy_values(FaxDocument &document) {
     if (words.empty() ? !is_structural(line) : std::any_of(words.begin(), words.end(), is_wanted))
       copied.push_back(line);
   }
-  for (const std::string &line : copied) remove_lines(document.lines, line.substr(0, line.find(':')));
+  for (const std::string &line : copied) {
+    remove_lines(document.lines, line.substr(0, line.find(':')));
+    std::erase(document.lines, line);  // one without a colon
+  }
   document.lines.insert(document.lines.end(), copied.begin(), copied.end());
   return DONE;
 }
