@@ -289,6 +289,8 @@ TEST_F(Output, HeadersAreReadWithoutThePages) {
   for (const char *list : {"ls -1 *.fax | $tool check --files-from -",
                            "printf 'a.fax\\0b c.fax\\0' >list; $tool check -0 --files-from list"})
     EXPECT_EQ(shell(list).out, run("check a.fax 'b c.fax'").out) << list;
+  for (const char *line : {": | $tool check --files-from -", "echo | $tool extract --files-from - {name}.pbm"})
+    EXPECT_TRUE(shell(line).status == 0 && shell(line).err.empty()) << shell(line).err;
   EXPECT_EQ(run("check").status, 1);
   const ToolRun json = run("info --json gone.fax");
   EXPECT_EQ(json.status, 2);

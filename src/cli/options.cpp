@@ -50,7 +50,7 @@ Status FileList::complete() {
   if (takes_output && files.empty() && list.empty()) return usage_fault("OUT is required");
   if (!list.empty()) {
     InputFile input;
-    if (input.open(list) != DONE) return FAILED;
+    if (input.open(list, true) != DONE) return FAILED;
     std::string_view rest(reinterpret_cast<const char *>(input.bytes().data()), input.bytes().size());
     const char end = null_separated ? '\0' : '\n';
     while (!rest.empty()) {
@@ -59,7 +59,7 @@ Status FileList::complete() {
       rest.remove_prefix(std::min(length + 1, rest.size()));
     }
   }
-  return files.empty() ? usage_fault("no file is given") : DONE;
+  return files.empty() && list.empty() ? usage_fault("no file is given") : DONE;
 }
 
 void add_file_list(Usage &usage, FileList &files) {

@@ -58,7 +58,7 @@ struct FileList {
 
   bool takes_output = false;  ///< the operands end in OUT
 
-  /// Reads the list. DONE; USAGE or FAILED after a message: no file at all, no such list.
+  /// Reads the list, which may be empty. DONE; USAGE or FAILED after a message: neither file nor list, no such list.
   Status complete();
 };
 

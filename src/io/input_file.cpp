@@ -45,7 +45,7 @@ const char *last_input() {
   return last_opened;
 }
 
-Descriptor open_input(const std::string &path) {
+Descriptor open_input(const std::string &path, bool may_be_empty) {
   copy_text(last_opened, sizeof last_opened, input_name(path).c_str());
   bool spool_failed = false;
   Descriptor fd = seekable(Descriptor(path == "-" ? dup(STDIN_FILENO) : open(path.c_str(), O_RDONLY)), spool_failed);
@@ -55,7 +55,7 @@ Descriptor open_input(const std::string &path) {
                    spool_failed ? "no temporary copy can be made of it (see TMPDIR)" : nullptr);
     return Descriptor();
   }
-  if (status.st_size == 0) {
+  if (status.st_size == 0 && !may_be_empty) {
     report("%s: the file is empty", input_name(path).c_str());
     return Descriptor();
   }
@@ -77,12 +77,13 @@ InputFile::~InputFile() {
   munmap(const_cast<uint8_t *>(data_), size_);
 }
 
-Status InputFile::open(const std::string &path) {
+Status InputFile::open(const std::string &path, bool may_be_empty) {
   name_ = input_name(path);
-  fd_ = open_input(path);
+  fd_ = open_input(path, may_be_empty);
   struct stat status;
   if (!fd_) return FAILED;
   if (fstat(fd_.get(), &status)) return system_failure(name());
+  if (status.st_size == 0) return DONE;
   size_ = static_cast<size_t>(status.st_size);
   void *mapping = mmap(nullptr, size_, PROT_READ, MAP_PRIVATE, fd_.get(), 0);
   if (mapping == MAP_FAILED) return system_failure(name());

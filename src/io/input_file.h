@@ -21,8 +21,8 @@ const char *last_input();
 
 /// Opens a file to read. A pipe is copied to a nameless file first, so that any position can be reached.
 ///
-/// @return none after a message: missing, no permission, a directory, empty
-Descriptor open_input(const std::string &path);
+/// @return none after a message: missing, no permission, a directory, empty unless that is allowed
+Descriptor open_input(const std::string &path, bool may_be_empty = false);
 
 /// Opens a regular file to read, without blocking and without a message: a file that another file names.
 ///
@@ -37,8 +37,8 @@ class InputFile {
   InputFile(const InputFile &) = delete;
   InputFile &operator=(const InputFile &) = delete;
 
-  /// DONE, or FAILED after a message: missing, no permission, not a file, empty.
-  Status open(const std::string &path);
+  /// DONE, or FAILED after a message: missing, no permission, not a file, empty unless that is allowed.
+  Status open(const std::string &path, bool may_be_empty = false);
 
   /// For messages: the path, or "standard input".
   const char *name() const { return name_.c_str(); }
