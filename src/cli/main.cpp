@@ -1,6 +1,6 @@
 // The frame of tolvane-fax: the table of commands, the command line, the exit status. Each command has a file of its
 // own; a new command is one more row of the table. The command line parser and some libraries throw: their exceptions
-// are caught here and nowhere else, after handles have removed unfinished files.
+// are caught here, after handles have removed unfinished files, unless other files or threads of the command go on.
 #include <fcntl.h>
 #include <malloc.h>
 #include <unistd.h>
