@@ -58,11 +58,13 @@ static void work() {
   EXPECT_EQ(FaxFileOpen("a.fax", &fd) + FaxFileAddKeyword(fd, FAXFILE_INCLUDE, "b.fax 1 2"), FAXFILE_OK);
   EXPECT_EQ(FaxFileClose(fd) + FaxFileModifyKeyword("a.fax", FAXFILE_INCLUDE_PAGES, "2"), FAXFILE_OK);
   read_and_decode("a.fax", 0, 4);
+  EXPECT_EQ(tr_init(".", ".") + open_trace_file("test") + tr_close(), 3);
 }
 
 TEST(DebugAlloc, TheLibraryFreesWhatItAllocatesAndClosesWhatItOpens) {
   const TempDir dir;
   ASSERT_EQ(chdir(dir.string().c_str()), 0);
+  dir.write("TRACES", "test\n");
   testing::internal::CaptureStderr();
   work();
   EXPECT_EQ(left_behind(), "");

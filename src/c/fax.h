@@ -66,7 +66,7 @@ TOLVANE_API int tolvane_open(const char *path, int writable, tolvane_fax **fax);
 TOLVANE_API int tolvane_create(const char *path, tolvane_fax **fax);
 
 /** Closes a file and frees the handle, also on failure; null is allowed. If pages were appended and #PAGES is missing
- * or is not the number of pages that are in the file, it is set to that first; a code of failure then is that of this
+ *  or is not the number of pages that are in the file, it is set to that first; a code of failure then is that of this
  *  change, and the pages are in the file nevertheless. */
 TOLVANE_API int tolvane_close(tolvane_fax *fax);
 
@@ -80,7 +80,7 @@ TOLVANE_API int tolvane_line_count(tolvane_fax *fax, size_t *lines);
 TOLVANE_API int tolvane_line(tolvane_fax *fax, size_t index, char **line);
 
 /** The value of the first header line with this name, closed with a zero. (Of several lines COMPRESSION, the last one
- * is the coding of the pages.) */
+ *  is the coding of the pages.) */
 TOLVANE_API int tolvane_value(tolvane_fax *fax, const char *name, char **value);
 
 /** Gives the first header line with this name the value, or appends a new line. Line feeds of the value become carriage
@@ -91,7 +91,7 @@ TOLVANE_API int tolvane_set_value(tolvane_fax *fax, const char *name, const char
 TOLVANE_API int tolvane_read_page(tolvane_fax *fax, int32_t page, uint8_t **data, size_t *length);
 
 /** A page as packed lines. Damaged lines are replaced by the one before or left out; damage is no failure. A page of
- * more than 65535 lines gives TOLVANE_FORMAT. */
+ *  more than 65535 lines gives TOLVANE_FORMAT. */
 TOLVANE_API int tolvane_decode_page(tolvane_fax *fax, int32_t page, tolvane_picture *picture);
 
 /** Appends a page of coded bytes. The line #PAGES follows with tolvane_close. */

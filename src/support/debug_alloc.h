@@ -82,6 +82,7 @@ int debug_fcntl(const char *fname, int line, int fd, int command, Argument... ar
 #define mkostemp(...) tolvane::debug_mkostemp(__FILE_NAME__, __LINE__, __VA_ARGS__)
 #define fcntl(...) tolvane::debug_fcntl(__FILE_NAME__, __LINE__, __VA_ARGS__)
 #define creat(...) tolvane::dcreat(__VA_ARGS__, __FILE_NAME__, __LINE__)
+#define fdopen(...) tolvane::dfdopen(__VA_ARGS__)
 #define fopen(...) tolvane::dfopen(__VA_ARGS__, __FILE_NAME__, __LINE__)
 #define close(...) tolvane::dclose(__VA_ARGS__, __FILE_NAME__, __LINE__)
 #define fclose(...) tolvane::dfclose(__VA_ARGS__, __FILE_NAME__, __LINE__)

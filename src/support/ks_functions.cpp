@@ -202,16 +202,20 @@ void enter_open_file(intptr_t handle, const char *path, const char *fname, int l
   store(open_array, slot, record, &Max_open_indx);
 }
 
+// The place of the file in the ledger; its end if it is not there.
+open_record **find_open_file(intptr_t handle) {
+  return std::find_if(std::begin(open_array), std::end(open_array),
+                      [handle](const open_record *each) { return each && each->handle == handle; });
+}
+
 // Whether the file was in the ledger.
 bool strike_open_file(intptr_t handle) {
-  for (open_record *&record : open_array) {
-    if (!record || record->handle != handle) continue;
-    free(record->path);
-    free(record);
-    record = nullptr;
-    return true;
-  }
-  return false;
+  open_record **const slot = find_open_file(handle);
+  if (slot == std::end(open_array)) return false;
+  free((*slot)->path);
+  free(*slot);
+  *slot = nullptr;
+  return true;
 }
 }  // namespace
 
@@ -231,6 +235,13 @@ int dcreat(const char *path, mode_t mode, const char *fname, int line) {
 FILE *dfopen(const char *path, const char *mode, const char *fname, int line) {
   FILE *stream = fopen(path, mode);
   if (stream) enter_open_file(reinterpret_cast<intptr_t>(stream), path, fname, line);
+  return stream;
+}
+
+FILE *dfdopen(int fd, const char *mode) {
+  FILE *stream = fdopen(fd, mode);
+  open_record **const slot = find_open_file(fd);
+  if (stream && slot != std::end(open_array)) (*slot)->handle = reinterpret_cast<intptr_t>(stream);
   return stream;
 }
 

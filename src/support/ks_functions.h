@@ -74,6 +74,9 @@ FILE *dfopen(const char *path, const char *mode, const char *fname, int line);
 /// @return `fd`
 int denter(int fd, const char *path, const char *fname, int line);
 
+/// `fdopen`: the entry of the descriptor becomes that of the stream.
+FILE *dfdopen(int fd, const char *mode);
+
 /// The calls of their names; a file that is not in the ledger is reported and closed all the same.
 int dclose(int fd, const char *fname, int line);
 int dfclose(FILE *stream, const char *fname, int line);
