@@ -170,6 +170,9 @@ TEST_F(FaxWriting, BadFilesAreRefused) {
   dir.write("short", "abc");
   for (const auto &[name, code] : {std::pair("missing", 8), {"fifo", 10}, {"short", 10}})
     EXPECT_EQ((Codes{FaxFileOpen(name, &fd), fd, modify(name, SUBJECT, "")}), (Codes{code, -1, code})) << name;
+  char value[16];
+  fd = open(dir.write("cut", fax_bytes("").substr(0, 4) + "\xff\xff\xff").c_str(), O_RDWR);
+  EXPECT_EQ((Codes{FaxFileGetKeywordValue(fd, DATE, value), FaxFileAddKeyword(fd, DATE, "d")}), (Codes{10, 10}));
   make("b", "", {"one"});
   EXPECT_EQ((Codes{start(0, 1), start(3, 1), insert(2, "new")}), (Codes{15, 15, 0}));
   EXPECT_EQ(read_file("b"), fax_bytes("", {"one", "new"})) << "in front of the page behind the last";
@@ -403,6 +406,31 @@ TEST_F(FaxWriting, ThousandsOfRandomOperationsEqualAModel) {
       if (edit != cut) lines += name + ":" + stored + "\n";
     }
     ASSERT_EQ(read_file("a"), fax_bytes(lines, pages)) << "step " << step;
+  }
+}
+
+TEST_F(FaxWriting, AFileThatCannotBeReadIsNotReportedAsDamaged) {
+  make("a", "DATE:d\n", PAGES);
+  const std::function<int16_t()> reads[] = {[&] {
+                                              uint8_t *data = nullptr;
+                                              int32_t length;
+                                              const int16_t code = FaxFileReadDocumentPage(fd, "a", 3, &data, &length);
+                                              free(data);
+                                              return code;
+                                            },
+                                            [&] {
+                                              int32_t pages;
+                                              return FaxFileCountDocumentPages(fd, &pages);
+                                            }};
+  for (const auto &read : reads) {
+    countdown = 0;
+    for (int step = 1; countdown <= 0; ++step) {
+      countdown = step;
+      fault = Fault::ask;
+      const int16_t code = read();
+      fault = Fault::none;
+      EXPECT_TRUE(code == 6 || code == 0) << code << " at step " << step;
+    }
   }
 }
 

@@ -36,7 +36,7 @@ HeaderFault read_header_text(int32_t fd, const HeaderRules &rules, HeaderText &t
   if (lseek(fd, 0, SEEK_SET) < 0) return HeaderFault::not_seekable;
   uint8_t preamble[FAXFILE_PREAMBLE] = {};
   const ssize_t got = read_fully(fd, preamble, sizeof preamble);
-  text.length = get_word(preamble + FAXFILE_WORD);
+  if (got == FAXFILE_PREAMBLE) text.length = get_word(preamble + FAXFILE_WORD);
   if (const auto fault = preamble_fault(got, get_word(preamble), text.length, rules); fault != HeaderFault::none)
     return fault;
 
@@ -72,11 +72,12 @@ int16_t header_fault_code(HeaderFault fault) {
   }
 }
 
-bool find_first_record(int32_t fd, int64_t *offset) {
+int16_t find_first_record(int32_t fd, int64_t *offset) {
   uint32_t length;
-  if (lseek(fd, FAXFILE_WORD, SEEK_SET) < 0 || readLongFlipped(fd, &length) != FAXFILE_WORD) return false;
+  const ssize_t got = lseek(fd, FAXFILE_WORD, SEEK_SET) < 0 ? -1 : readLongFlipped(fd, &length);
+  if (got != FAXFILE_WORD) return got < 0 ? FAXFILE_ERR_READ : FAXFILE_ERR_FORMAT;
   *offset = FAXFILE_PREAMBLE + length;
-  return true;
+  return FAXFILE_OK;
 }
 
 bool take_header_line(std::string_view &rest, std::string_view &line) {

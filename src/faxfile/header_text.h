@@ -45,7 +45,7 @@ struct FreeHeaderText {
 struct HeaderText {
   std::unique_ptr<char, FreeHeaderText> bytes{};  ///< the text, with a zero after it
   size_t size = 0;                                ///< bytes of the text, its terminator included
-  uint32_t length = 0;                            ///< what the preamble says
+  uint32_t length = 0;                            ///< what the preamble says; 0 without a whole one
 };
 
 /// Reads a header from the beginning of a file.
@@ -60,8 +60,8 @@ int16_t header_fault_code(HeaderFault fault);
 /// Finds the first page record by the preamble alone.
 ///
 /// @param offset  receives its place in the file
-/// @return false if the file ends before the length
-bool find_first_record(int32_t fd, int64_t *offset);
+/// @return 0; 10 if the file ends before the length; 6 if it can't be read
+int16_t find_first_record(int32_t fd, int64_t *offset);
 
 /// Takes the next line, without its line feed, off a text without terminator. Text after the last line feed is a line
 /// too.

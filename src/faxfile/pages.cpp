@@ -49,20 +49,18 @@ struct Chain {
   va_end(arguments);
 }
 
-// What is wrong with a file in which a record does not begin at `offset`, or is not whole.
-int16_t record_fault(int32_t fd, int64_t offset) {
-  return offset == file_size(fd) ? FAXFILE_ERR_NO_PAGE : FAXFILE_ERR_FORMAT;
-}
-
 int16_t read_record(int32_t fd, int32_t page, uint8_t **data, int32_t *length) {
   const FaxHeaderLock lock(fd, FaxHeaderLock::Kind::shared);
   const auto number = static_cast<uint16_t>(page);  // the format's readers compare 16 bits
   int64_t offset;
-  if (!find_record(fd, number == 0 ? UINT16_MAX + 1 : number, &offset)) return record_fault(fd, offset);
+  if (const int16_t code = find_record(fd, number == 0 ? UINT16_MAX + 1 : number, &offset); code != FAXFILE_OK)
+    return code;
   uint32_t count;
-  if (lseek(fd, offset, SEEK_SET) < 0 || readLongFlipped(fd, &count) != FAXFILE_WORD) return record_fault(fd, offset);
-  const int64_t left = file_size(fd) - offset - static_cast<int64_t>(FAXFILE_WORD);
-  if (count > left || count > INT32_MAX) return FAXFILE_ERR_FORMAT;
+  const ssize_t got = lseek(fd, offset, SEEK_SET) < 0 ? -1 : readLongFlipped(fd, &count);
+  const int64_t size = file_size(fd);
+  if (got < 0 || size < 0) return FAXFILE_ERR_READ;
+  if (got < static_cast<ssize_t>(FAXFILE_WORD)) return offset == size ? FAXFILE_ERR_NO_PAGE : FAXFILE_ERR_FORMAT;
+  if (count > size - offset - static_cast<int64_t>(FAXFILE_WORD) || count > INT32_MAX) return FAXFILE_ERR_FORMAT;
   Block<uint8_t> block(static_cast<uint8_t *>(malloc(count ? count : 1)));  // null would be no page at all
   if (!block) return FAXFILE_ERR_MEMORY;
   if (_pread(fd, block.get(), count) != static_cast<ssize_t>(count)) return FAXFILE_ERR_READ;
@@ -190,20 +188,24 @@ int16_t FaxFileCountPages(int32_t fd, int32_t *pages) {
   if (const HeaderFault fault = read_header_text(fd, WHOLE_HEADER, text); fault != HeaderFault::none)
     return header_fault_code(fault);
   const FaxHeaderLock lock(fd, FaxHeaderLock::Kind::shared);
-  return count_records(fd, pages) ? FAXFILE_OK : FAXFILE_ERR_FORMAT;
+  return count_records(fd, pages);
 }
 
 int16_t FaxFileCountDocumentPages(int32_t fd, int32_t *pages) {
   if (const int16_t code = FaxFileCountPages(fd, pages); code != FAXFILE_OK) return code;
   HeaderText text;
-  if (read_header_text(fd, INCLUSION_HEADER, text) != HeaderFault::none) return FAXFILE_ERR_FORMAT;
-  int64_t total = *pages;
+  const HeaderFault fault = read_header_text(fd, INCLUSION_HEADER, text);
+  if (fault == HeaderFault::too_long) return FAXFILE_OK;  // readers of pages look for no inclusions in it either
+  if (fault != HeaderFault::none) return header_fault_code(fault);
+  const int64_t records = *pages;
+  int64_t total = records;
   int16_t last = 1;
   for (const char *scan = text.bytes.get(); (scan = find_inclusion(scan));) {
     char included[INCLUDE_NAME_SIZE];
     int16_t at;
     int32_t count;
-    if (!read_inclusion(&scan, included, &at, &count) || at < last || count < 0) return FAXFILE_ERR_FORMAT;
+    const bool usable = read_inclusion(&scan, included, &at, &count) && at >= last && at <= records + 1 && count >= 0;
+    if (!usable) return FAXFILE_ERR_FORMAT;
     last = at;
     total += count;
   }
@@ -216,7 +218,8 @@ int SeekToPage(int32_t fd, uint16_t page) {
   if (page == 0 || page == 0xFFFF) return 0;
   const FaxHeaderLock lock(fd, FaxHeaderLock::Kind::shared);
   int64_t offset;
-  return find_record(fd, page, &offset) && offset <= file_size(fd) && lseek(fd, offset, SEEK_SET) == offset;
+  return find_record(fd, page, &offset) == FAXFILE_OK && offset <= file_size(fd) &&
+         lseek(fd, offset, SEEK_SET) == offset;
 }
 
 }  // namespace tolvane

@@ -38,14 +38,14 @@ int16_t FaxFileReadDocumentPage(int32_t fd, const char *path, int32_t page, uint
 ///
 /// @param pages  receives the number of whole records
 /// @return 0; 10 if the file is no whole fax file, or bytes follow the records that are no whole record; 6 if it can't
-/// be
-///         read; 15 for a bad argument
+///         be read; 4 without memory; 15 for a bad argument
 int16_t FaxFileCountPages(int32_t fd, int32_t *pages);
 
 /// Counts the pages of a document: the page records, and the counts of its INCLUDE lines. Included files are not
-/// opened.
+/// opened. In a header above 10000 bytes no INCLUDE lines are looked for, as in reading pages.
 ///
-/// @return as FaxFileCountPages; 10 also if the INCLUDE lines are not usable, with the number of records in `pages`
+/// @return as FaxFileCountPages; 10 also if the INCLUDE lines are not usable, or one is for a place past the end, with
+///         the number of records in `pages`
 int16_t FaxFileCountDocumentPages(int32_t fd, int32_t *pages);
 
 /// Finds out where a page of a document lies, by the INCLUDE lines of one file.

@@ -11,16 +11,15 @@ namespace tolvane {
 /// What is remembered holds as long as inode, size and times of the file do, for any descriptor of it, in the thread
 /// that asked. Callers hold a FaxHeaderLock.
 ///
-/// @param page    from 1
-/// @param offset  receives the place after the record before, which may be the end of the file, or past it if that
-/// record
-///                is cut short; on failure the place where the walk ended
-/// @return false if there is no length word on the way
-bool find_record(int32_t fd, int64_t page, int64_t *offset);
+/// @param page    from 1 to 65536, the most that page numbers of 16 bits can say
+/// @param offset  receives the place after the record before, which may be the end of the file
+/// @return 0; 18 if the file ends before that place; 10 if it does so within a record, or before the records; 6 if it
+///         can't be read; 4 without memory
+int16_t find_record(int32_t fd, int32_t page, int64_t *offset);
 
-/// Counts the whole page records.
+/// Counts the whole page records, of any number, in memory that does not grow with it.
 ///
-/// @return true if the last one ends where the file does; false if bytes follow that are no whole record
-bool count_records(int32_t fd, int32_t *count);
+/// @return 0; 10 if bytes follow that are no whole record; 6 if the file can't be read; 4 without memory
+int16_t count_records(int32_t fd, int32_t *count);
 
 }  // namespace tolvane
