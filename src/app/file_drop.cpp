@@ -12,6 +12,7 @@
 #include <algorithm>
 #include <memory>
 #include <string_view>
+#include <utility>
 
 #include "app/other_file.h"
 #include "ui/motif_utils.h"
@@ -35,7 +36,7 @@ constexpr const char *NAME_TEXTS[NAMES] = {"XdndAware",    "XdndEnter",      "Xd
                                            "XdndTypeList", "XdndActionCopy", "text/uri-list"};
 Atom atoms[NAMES];
 
-Window source;       // of the drag that is over the window; None without one
+Window source;       // of the drag that is over the window; None without one, and once it has dropped
 bool offers_a_file;  // its types include text/uri-list
 
 // Errors of requests on the source's window are passed over while this lives.
@@ -55,27 +56,26 @@ class PassErrors {
   XErrorHandler usual_;
 };
 
-void send(Widget shell, Name type, long flags, Atom action, int action_at) {
+void send(Widget shell, Window receiver, Name type, long flags, Atom action, int action_at) {
   Display *const display = XtDisplay(shell);
   XEvent event = {};
   event.xclient.type = ClientMessage;
-  event.xclient.window = source;
+  event.xclient.window = receiver;
   event.xclient.message_type = atoms[type];
   event.xclient.format = 32;
   event.xclient.data.l[0] = static_cast<long>(XtWindow(shell));
   event.xclient.data.l[1] = flags;
   event.xclient.data.l[action_at] = static_cast<long>(action);
   const PassErrors quiet(display);
-  XSendEvent(display, source, False, NoEventMask, &event);
+  XSendEvent(display, receiver, False, NoEventMask, &event);
 }
 
 void answer_position(Widget shell) {
-  send(shell, STATUS, offers_a_file, offers_a_file ? atoms[ACTION_COPY] : None, 4);
+  send(shell, source, STATUS, offers_a_file, offers_a_file ? atoms[ACTION_COPY] : None, 4);
 }
 
-void finish(Widget shell, bool done) {
-  send(shell, FINISHED, done, done ? atoms[ACTION_COPY] : None, 2);
-  source = None;
+void finish(Widget shell, Window dropper, bool done) {
+  send(shell, dropper, FINISHED, done, done ? atoms[ACTION_COPY] : None, 2);
 }
 
 // Whether a source with more types than its first message can name lists text/uri-list.
@@ -117,10 +117,12 @@ bool show_dropped(const std::string &list) {
   return false;
 }
 
-void take_data(Widget shell, XtPointer, Atom *, Atom *type, XtPointer data, unsigned long *length, int *format) {
+void take_data(Widget shell, XtPointer dropper, Atom *, Atom *type, XtPointer data, unsigned long *length,
+               int *format) {
   const std::unique_ptr<void, void (*)(void *)> owner(data, [](void *block) { XtFree(static_cast<char *>(block)); });
   const bool is_text = data && *type != None && *type != XT_CONVERT_FAIL && *format == 8;
-  finish(shell, is_text && show_dropped(std::string(static_cast<const char *>(data), *length)));
+  finish(shell, reinterpret_cast<Window>(dropper),
+         is_text && show_dropped(std::string(static_cast<const char *>(data), *length)));
 }
 
 void take_message(Widget shell, XtPointer, XEvent *event, Boolean *) {
@@ -132,8 +134,10 @@ void take_message(Widget shell, XtPointer, XEvent *event, Boolean *) {
   if (type == atoms[LEAVE]) source = None;
   if (type == atoms[POSITION]) answer_position(shell);
   if (type != atoms[DROP]) return;
-  if (!offers_a_file) return finish(shell, false);
-  XtGetSelectionValue(shell, atoms[SELECTION], atoms[URI_LIST], take_data, nullptr, static_cast<Time>(data[2]));
+  const Window dropper = std::exchange(source, None);  // another drag may enter while the data is fetched
+  if (!offers_a_file) return finish(shell, dropper, false);
+  XtGetSelectionValue(shell, atoms[SELECTION], atoms[URI_LIST], take_data, reinterpret_cast<XtPointer>(dropper),
+                      static_cast<Time>(data[2]));
 }
 
 // The text with each %XX replaced by its byte; empty if one is no byte of a path.
