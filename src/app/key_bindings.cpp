@@ -6,6 +6,8 @@
 #include <string.h>
 
 #include <algorithm>
+#include <string_view>
+#include <utility>
 
 #include "app/info_window.h"
 #include "app/print_handoff.h"
@@ -78,12 +80,18 @@ namespace {
 
 [[gnu::used]] const char SCCS_ID[] = "@(#)|key_bindings|9|01|3|0|0|11/23/26|07:37:25";
 
-int32_t typed_page;  // the digits typed since the last other key, as a number
+int32_t typed_page;  // the digits typed one after the other, as a number
 
 template <void (*operation)()>
 void action(Widget, XEvent *, String *, Cardinal *) {
   operation();
-  typed_page = 0;
+}
+
+// Runs before every action, also those of the controls. A key or button that does anything else ends the digits.
+void forget_typed_page(Widget, XtPointer, String name, XEvent *event, String *, Cardinal *) {
+  const std::string_view typing[] = {"tn-page-digit", "tn-go-to-page"};
+  const bool by_user = event && (event->type == KeyPress || event->type == ButtonPress);
+  if (by_user && std::ranges::count(typing, name) == 0) typed_page = 0;
 }
 
 void type_digit(Widget, XEvent *, String *parameters, Cardinal *count) {
@@ -92,7 +100,7 @@ void type_digit(Widget, XEvent *, String *parameters, Cardinal *count) {
 }
 
 void go_to_typed_page() {
-  if (typed_page > 0) random_page(typed_page);
+  if (const int32_t page = std::exchange(typed_page, 0); page > 0) random_page(page);
 }
 
 // The position of a button or motion event on the screen, and in the window of the widget.
@@ -221,6 +229,7 @@ void add_key_actions(XtAppContext context) {
     XtActionsRec record{const_cast<String>(name), run};
     XtAppAddActions(context, &record, 1);
   }
+  XtAppAddActionHook(context, forget_typed_page, nullptr);
 }
 
 void install_keys(Widget form) {

@@ -36,6 +36,9 @@ TEST_F(Keys, EachKeyDoesItsWork) {
       Down 1 100% 0 between      Up 1 100% 0 top     wheel_down 1 100% 0 between           wheel_up 1 100% 0 top
       minus 1 75% 0 top          KP_Subtract 1 50% 0 top             minus 1 50% 0 top     KP_Add 1 75% 0 top
       3 1 75% 0 top              Return 3 75% 0 top  Return 3 75% 0 top      1 3 75% 0 top         Return 1 75% 0 top
+      1 1 75% 0 top              Down 1 75% 0 top    2 1 75% 0 top           Return 2 75% 0 top
+      1 2 75% 0 top              BackSpace 1 75% 0 top                       3 1 75% 0 top         Return 3 75% 0 top
+      1 3 75% 0 top              wheel_up 3 75% 0 top                        1 3 75% 0 top         Return 1 75% 0 top
       r 1 75% 270 top            r 1 75% 180 top     R 1 75% 270 top         R 1 75% 0 top         R 1 75% 90 top)");
   const Area area = area_of(viewer.window);
   click(area.x + 48, area.y + 182);  // the toggle "100%": had the keys left it on, it would do nothing

@@ -152,11 +152,12 @@ std::string Viewer::replies(int count) {
 
 void Viewer::press(const std::string &steps) const {
   std::istringstream words(steps);
+  const Area area = area_of(window);
+  const auto click_on_page = [&](unsigned button) { click(area.x + 300, area.y + 100, button); };
+  click_on_page(2);  // takes the focus
   for (std::string key, shown, word; words >> key; shown.clear()) {
     SCOPED_TRACE(key);
-    const Area area = area_of(window);
-    click(area.x + 300, area.y + 100, key == "wheel_up" ? 4 : key == "wheel_down" ? 5 : 2);
-    if (!key.starts_with("wheel")) press_key(key);
+    key.starts_with("wheel") ? click_on_page(key == "wheel_up" ? 4 : 5) : press_key(key);
     for (int i = 0; i < 4 && words >> word; i++) shown += (i ? " " : "") + word;
     expect(shown);
   }
