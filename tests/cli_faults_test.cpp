@@ -106,6 +106,7 @@ TEST_F(Faults, PagesFromOutsideTheDirectoryAreReportedOrRefused) {
       EXPECT_EQ(refused.status == 0, reported.empty()) << line << inclusion << refused.err;
       EXPECT_THAT(refused.err, HasSubstr(reported.empty() ? "" : "outside the directory of the document\n")) << line;
     }
+    EXPECT_THAT(run("check --json in/a.fax").out, testing::ContainsRegex("\"good\":true.*\"faults\":\\[\\]"));
   }
   complains("include ../priv/secret.fax 1 1 in/a.fax --no-outside", 2, "outside the directory of in/a.fax");
 }

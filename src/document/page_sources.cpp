@@ -131,7 +131,7 @@ std::vector<MissingPages> find_missing_pages(const FaxDocument &document) {
 void report_outside(const FaxDocument &document) {
   if (document.inclusions.empty() || No_outside) return;
   for (const auto &[path, pages] : walk_all(document).outside)
-    report("%s: takes %d page%s from %s, outside its directory (--no-outside refuses that)", document.name(), pages,
+    notice("%s: takes %d page%s from %s, outside its directory (--no-outside refuses that)", document.name(), pages,
            pages == 1 ? "" : "s", path.c_str());
 }
 

@@ -93,6 +93,13 @@ void report(const char *format, ...) {
   va_end(arguments);
 }
 
+void notice(const char *format, ...) {
+  va_list arguments;
+  va_start(arguments, format);
+  take_diagnostic(format, arguments, false);
+  va_end(arguments);
+}
+
 void report_on_terminal(const char *format, ...) {
   if (!isatty(STDERR_FILENO)) return;
   va_list arguments;

@@ -32,6 +32,9 @@ extern bool Verbose;
 /// it may contain names and values of strangers.
 [[gnu::format(printf, 1, 2)]] void report(const char *format, ...);
 
+/// The same about what is no fault.
+[[gnu::format(printf, 1, 2)]] void notice(const char *format, ...);
+
 /// The same if standard error is a terminal: somebody who waits there wants to know why.
 [[gnu::format(printf, 1, 2)]] void report_on_terminal(const char *format, ...);
 
@@ -41,7 +44,7 @@ extern bool Verbose;
 /// A diagnostic that is not printed yet.
 struct Diagnostic {
   std::string text;
-  bool is_fault = true;  ///< not of `say_verbose` or `report_on_terminal`
+  bool is_fault = true;  ///< not of `notice`, `say_verbose` or `report_on_terminal`
 };
 using Diagnostics = std::vector<Diagnostic>;
 
