@@ -62,8 +62,7 @@ void declare(Usage &usage) {
 // Sets what the rasteriser reads: the resolution as the viewer's own header reader finds it.
 Status set_view(const FaxDocument &document) {
   if (!tn_extract_header_info(("/dev/fd/" + std::to_string(document.fd.get())).c_str()))
-    return failure("%s: the viewer cannot read its header%s", document.name(),
-                   document.lines.size() > 99 ? ": it takes at most 99 lines" : "");
+    return failure("%s: the viewer cannot read its header", document.name());
   High_res = decimal_value(Resolution);
   Reduced = scale_index;
   orientation = degrees;
