@@ -21,7 +21,8 @@ bool is_nominally(double scale, double simple) {
   return std::abs(scale / simple - 1) < NOMINAL;
 }
 
-constexpr int32_t MOST_ROWS = 4096;    // that are averaged to one
+constexpr int32_t MOST_ROWS = 4096;          // that are averaged to one
+constexpr int64_t MOST_AVERAGED = 24 << 20;  // pixels of them
 constexpr size_t MOST_KEPT = 8 << 20;  // pixels of a page that are kept until its threshold is known: two fine pages
 
 // Brings rows to a new size: those that come are averaged across and kept until all that fall together are there.
@@ -166,10 +167,10 @@ Status make_fax_lines(const char *name, int32_t number, SourcePicture &&page, co
   if (exact_height > LONGEST_PAGE)
     return failure("%s: page %d would have more than %d lines", name, number, LONGEST_PAGE);
   const auto height = static_cast<int32_t>(exact_height);
-  if (page.height / height >= MOST_ROWS)
-    return failure("%s: page %d has %d rows for %d lines: is its resolution right?", name, number, page.height, height);
   const int32_t most = options.fit == FIT_CROP ? WIDEST_PICTURE : FAX_WIDTH;
   const auto width = std::clamp(static_cast<int32_t>(std::lround(page.width * scale.x)), 1, most);
+  if (page.height / height >= MOST_ROWS || page.height / height >= MOST_AVERAGED / width)
+    return failure("%s: page %d has %d rows for %d lines: is its resolution right?", name, number, page.height, height);
   // Black and white is never parted anew, so that its averages do not depend on the page.
   const bool bilevel = !page.grey;
   const int32_t threshold = options.threshold > 0 ? options.threshold : MIDDLE_GREY;

@@ -66,9 +66,11 @@ Status read_pages(const std::string &path, const SourceOptions &options, const p
 Status check_picture_size(const char *name, int32_t page, int64_t width, int64_t height) {
   if (width < 1 || height < 1)
     return failure("%s: page %d has %" PRId64 " x %" PRId64 " pixels", name, page, width, height);
-  if (width > WIDEST_PICTURE || height > LARGEST_PICTURE / width)
-    return failure("%s: page %d is %" PRId64 " x %" PRId64 " pixels: the limit is %d across and %" PRId64 " in all",
-                   name, page, width, height, WIDEST_PICTURE, LARGEST_PICTURE);
+  const int64_t row = (width + 7) / 8 * 8;  // pixels that the bytes of a row have room for
+  if (width > WIDEST_PICTURE || height > LARGEST_PICTURE / row)
+    return failure("%s: page %d is %" PRId64 " x %" PRId64 " pixels: the limit is %d across and %" PRId64 " in all%s",
+                   name, page, width, height, WIDEST_PICTURE, LARGEST_PICTURE,
+                   height > LARGEST_PICTURE / width ? "" : ", in rows of whole bytes");
   return DONE;
 }
 

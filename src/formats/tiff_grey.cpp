@@ -15,6 +15,7 @@ namespace {
 constexpr uint64_t MOST_PIXELS = 1 << 20;       // of strips that are converted at a time, 4 bytes each
 constexpr uint64_t MOST_TILE_PIXELS = 4 << 20;  // the same of tiles: less of a row would be decoded several times
 constexpr int64_t MOST_BYTES = 16 << 20;        // of a strip or tile as libtiff holds it
+constexpr int64_t LONGEST_LINE = 2 << 20;       // bytes of a line with all of its samples: 128 for each pixel
 
 struct Layout {
   uint32_t width = 0, height = 0;
@@ -112,7 +113,12 @@ bool copy_tags(TIFF *from, TIFF *to, uint32_t width, uint32_t height, uint16_t p
 
 // Converts a picture of large strips, some lines at a time.
 bool convert_lines(TIFF *tiff, TiffLog &log, const Layout &layout, uint16_t photometric, const row_sink &sink) {
-  const auto size = static_cast<size_t>(TIFFScanlineSize(tiff));
+  const int64_t claimed = TIFFScanlineSize(tiff);
+  if (claimed > LONGEST_LINE)
+    log.error =
+        "its lines have " + std::to_string(claimed) + " bytes: " + std::to_string(LONGEST_LINE) + " is the limit";
+  if (claimed < 1 || claimed > LONGEST_LINE) return false;
+  const auto size = static_cast<size_t>(claimed);
   const auto fitting =
       static_cast<uint32_t>(std::min<uint64_t>(MOST_PIXELS / layout.width, MOST_BYTES / 8 / (size + 1)));
   const uint32_t band = std::clamp(fitting, 1U, layout.height);
