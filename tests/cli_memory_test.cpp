@@ -42,6 +42,23 @@ class Memory : public ToolTest {
     if (compression == COMPRESSION_NONE && !tiled) TIFFWriteRawStrip(tiff, 0, line.data(), 100);
     TIFFClose(tiff);
   }
+  // The bytes, from offset 8 on, and the tags, each with its value or values, LONG whatever it is (TIFF 6.0).
+  void write_tags(const std::string &name, const std::string &data,
+                  const std::vector<std::vector<uint32_t>> &tags) const {
+    const auto little = [](uint32_t word) {
+      const std::string bytes = big_endian(word);
+      return std::string(bytes.rbegin(), bytes.rend());
+    };
+    std::string body = data, directory = little(static_cast<uint32_t>(tags.size())).substr(0, 2);
+    for (const auto &tag : tags) {
+      const auto count = static_cast<uint32_t>(tag.size() - 1);
+      directory += little(tag[0] | TIFF_LONG << 16) + little(count);
+      directory += little(count == 1 ? tag[1] : static_cast<uint32_t>(8 + body.size()));
+      for (size_t i = 1; count > 1 && i < tag.size(); ++i) body += little(tag[i]);
+    }
+    const auto end = static_cast<uint32_t>(8 + body.size());
+    dir.write(name, "II*" + std::string(1, '\0') + little(end) + body + directory + little(0));
+  }
   // 64 lines in JBIG whose header (ITU-T T.82, 6.2) claims 15,663,168 pixels each.
   void write_jbig(const std::string &name) const {
     constexpr uint32_t LINES = 64;
@@ -53,16 +70,29 @@ class Memory : public ToolTest {
         "\x10\0\x03\x1C",
         20);
     code.append(100, '\x55').append("\xFF\x02");
-    TIFF *tiff = TIFFOpen(dir.path(name).c_str(), "w");
-    TIFFSetField(tiff, TIFFTAG_IMAGEWIDTH, WIDTH);
-    TIFFSetField(tiff, TIFFTAG_IMAGELENGTH, LINES);
-    TIFFSetField(tiff, TIFFTAG_ROWSPERSTRIP, LINES);
-    TIFFSetField(tiff, TIFFTAG_BITSPERSAMPLE, 1);
-    TIFFSetField(tiff, TIFFTAG_PHOTOMETRIC, PHOTOMETRIC_MINISWHITE);
-    TIFFSetField(tiff, TIFFTAG_COMPRESSION, COMPRESSION_JBIG);
-    TIFFSetField(tiff, TIFFTAG_FILLORDER, FILLORDER_LSB2MSB);
-    TIFFWriteRawStrip(tiff, 0, code.data(), static_cast<tmsize_t>(code.size()));
-    TIFFClose(tiff);
+    write_tags(name, code,
+               {{TIFFTAG_IMAGEWIDTH, WIDTH},
+                {TIFFTAG_IMAGELENGTH, LINES},
+                {TIFFTAG_COMPRESSION, COMPRESSION_JBIG},
+                {TIFFTAG_PHOTOMETRIC, PHOTOMETRIC_MINISWHITE},
+                {TIFFTAG_FILLORDER, FILLORDER_LSB2MSB},
+                {TIFFTAG_STRIPOFFSETS, 8},
+                {TIFFTAG_ROWSPERSTRIP, LINES},
+                {TIFFTAG_STRIPBYTECOUNTS, static_cast<uint32_t>(code.size())}});
+  }
+  // Coded lines in `strips` strips, each of which is all of the data.
+  void write_strips(const std::string &name, uint32_t width, uint32_t height, uint32_t compression,
+                    const std::string &data, uint32_t strips = 1) const {
+    std::vector<uint32_t> offsets(strips + 1, 8), counts(strips + 1, static_cast<uint32_t>(data.size()));
+    offsets[0] = TIFFTAG_STRIPOFFSETS, counts[0] = TIFFTAG_STRIPBYTECOUNTS;
+    write_tags(name, data,
+               {{TIFFTAG_IMAGEWIDTH, width},
+                {TIFFTAG_IMAGELENGTH, height},
+                {TIFFTAG_COMPRESSION, compression},
+                {TIFFTAG_PHOTOMETRIC, PHOTOMETRIC_MINISWHITE},
+                offsets,
+                {TIFFTAG_ROWSPERSTRIP, height / strips},
+                counts});
   }
   // Runs a line; the status must be one of those given, the memory within the limit.
   void expect_little(const std::string &line, const std::string &statuses = "0") const {
@@ -96,6 +126,54 @@ TEST_F(Memory, PicturesOfAnyClaimAreReadInParts) {
   expect_little("create --grey local new.fax grey.tif");
   for (const std::string width : {"1728", "16384"})
     expect_little("create --raw g4 --width " + width + " new.fax ones", "03");
+}
+
+TEST_F(Memory, WhatASmallFileRepeatsIsNotKept) {
+  const std::string wrong(400000, '\xFF');
+  write_strips("damaged.tif", 16, HEIGHT << 10, COMPRESSION_CCITTFAX3, wrong);
+  write_strips("narrow.tif", 1, HEIGHT << 14, COMPRESSION_CCITTRLE, std::string(wrong.size(), '\x55'));
+  write_strips("overlap.tif", 1728, HEIGHT, COMPRESSION_CCITTFAX3, wrong, HEIGHT);
+  std::string line("Sfff\1\0\0\0\1\0\x14\0\0\0\0\0\0\0\0\0\xFE\x10\1\0\0\0\xC0\6\0\0\0\0\0\0\0\0\0\0\0\xFF\xFF", 41);
+  line.append(0xFFFF, '\xFF');
+  for (int i = 0; i < 4000; ++i) line.append("\xFF\0", 2);  // the line before, again
+  dir.write("again.sff", line + std::string("\xFE\0", 2));
+  shell(
+      "(printf 'Text '; yes | head -c 7900000 | tr '\\n' y) >text; printf 'P1 8 1 01010101' | pnmtopng -ztxt=text "
+      ">text.png");
+  std::string texts = bytes("text.png");
+  const size_t chunk = texts.find("zTXt") - 4;
+  const std::string text = texts.substr(chunk, texts.find("IDAT") - 4 - chunk);
+  for (int i = 0; i < 20; ++i) texts.insert(chunk, text);
+  dir.write("texts.png", texts);
+  expect_little("create new.fax damaged.tif", "2");
+  complains("create new.fax narrow.tif", 2,
+            "narrow.tif: page 1 is 1 x 134217728 pixels: the limit is 16384 across and 134217728 in all, in rows of "
+            "whole bytes");
+  expect_little("create new.fax overlap.tif", "2");
+  expect_little("create new.fax again.sff");
+  expect_little("create new.fax texts.png");
+}
+
+TEST_F(Memory, WhatWouldTakeTooMuchIsRefused) {
+  // 64257 samples of 65532 bits for each pixel.
+  write_tags("samples.tif", std::string(100, '\0'),
+             {{TIFFTAG_IMAGEWIDTH, 1728},
+              {TIFFTAG_IMAGELENGTH, 24},
+              {TIFFTAG_BITSPERSAMPLE, 65532},
+              {TIFFTAG_COMPRESSION, COMPRESSION_NONE},
+              {TIFFTAG_PHOTOMETRIC, PHOTOMETRIC_MINISBLACK},
+              {TIFFTAG_STRIPOFFSETS, 8},
+              {TIFFTAG_SAMPLESPERPIXEL, 64257},
+              {TIFFTAG_ROWSPERSTRIP, 24},
+              {TIFFTAG_STRIPBYTECOUNTS, 100}});
+  complains("create new.fax samples.tif", 2,
+            "samples.tif: page 1 cannot be read: its lines have 909552180384 bytes: 2097152 is the limit");
+  write_tiff("grey.tif", COMPRESSION_ADOBE_DEFLATE, 1);
+  shell("tiffset -s 282 204 grey.tif && tiffset -s 283 600000 grey.tif");
+  complains("create --fit crop new.fax grey.tif", 2,
+            "grey.tif: page 1 has 8192 rows for 3 lines: is its resolution right?");
+  shell("tiffset -s 283 250000 grey.tif");
+  expect_little("create --fit crop new.fax grey.tif");
 }
 
 TEST_F(Memory, PagesOfOneBitALineAreBounded) {

@@ -51,7 +51,7 @@ bool decode(std::span<const uint8_t> bytes, const RawFormat &format, int32_t mos
     empty = log.empty_line ? empty + 1 : 0;
   }
   page.height = log.line - empty;
-  std::erase_if(log.damage, [&](const auto &damage) { return damage.first >= page.height; });
+  log.damage.forget_from(page.height);
   page.bits.resize(size * static_cast<size_t>(page.height));
   return true;
 }

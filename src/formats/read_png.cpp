@@ -5,6 +5,8 @@
 #include <algorithm>
 #include <cinttypes>
 #include <cmath>
+#include <functional>
+#include <memory>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -35,34 +37,68 @@ void take_text(std::string_view kind, std::string_view data, HeaderValues &value
   }
 }
 
-// Whether the chunks before the pixels are as long as they claim to be: libpng takes the memory for one before it reads
-// it.
-bool chunks_are_whole(std::span<const uint8_t> bytes) {
-  for (size_t at = SIGNATURE; at + CHUNK_HEAD + CHUNK_CHECK <= bytes.size();) {
-    const uint32_t length = big_endian_word(&bytes[at]);
-    if (std::equal(&bytes[at + 4], &bytes[at + CHUNK_HEAD], "IDAT")) return true;
-    if (length > bytes.size() - at - CHUNK_HEAD - CHUNK_CHECK) return false;
-    at += CHUNK_HEAD + length + CHUNK_CHECK;
-  }
+struct Chunk {
+  std::string_view kind, data;
+  std::span<const uint8_t> all;  // with its length and its checksum
+
+  bool is_text() const { return kind == "tEXt" || kind == "zTXt" || kind == "iTXt"; }
+};
+
+// The chunk at an offset. False at the pixels, and where the file ends before the chunk does.
+bool chunk_at(std::span<const uint8_t> bytes, size_t at, Chunk &chunk) {
+  const std::string_view rest(reinterpret_cast<const char *>(bytes.data()) + at, bytes.size() - at);
+  chunk = {};
+  if (rest.size() < CHUNK_HEAD + CHUNK_CHECK) return false;
+  chunk.kind = rest.substr(4, 4);
+  const uint32_t length = big_endian_word(&bytes[at]);
+  if (chunk.kind == "IDAT" || length > rest.size() - CHUNK_HEAD - CHUNK_CHECK) return false;
+  chunk.data = rest.substr(CHUNK_HEAD, length);
+  chunk.all = bytes.subspan(at, CHUNK_HEAD + length + CHUNK_CHECK);
   return true;
+}
+
+// Passes on the chunks before the pixels.
+//
+// @return whether they are as long as they claim to be
+bool each_chunk(std::span<const uint8_t> bytes, const std::function<void(const Chunk &chunk)> &take) {
+  Chunk chunk;
+  for (size_t at = std::min(SIGNATURE, bytes.size()); chunk_at(bytes, at, chunk); at += chunk.all.size()) take(chunk);
+  return chunk.kind.empty() || chunk.kind == "IDAT";
+}
+
+// Gives libpng a file that it can read with little memory: it takes what a chunk claims before it reads it, and keeps
+// all texts, a thousand times longer than the file if they are compressed. So they are left out of `file`. FAILED,
+// after a message, if a chunk is cut.
+Status prepare(PictureFile &file) {
+  bool has_texts = false;
+  if (!each_chunk(file.bytes, [&](const Chunk &chunk) { has_texts = has_texts || chunk.is_text(); }))
+    return failure("%s: read beyond end of data", file.name);
+  if (!has_texts) return DONE;
+  const auto kept = std::make_shared<std::vector<uint8_t>>();
+  size_t at = SIGNATURE;
+  kept->reserve(file.bytes.size());
+  kept->assign(file.bytes.begin(), file.bytes.begin() + SIGNATURE);
+  each_chunk(file.bytes, [&](const Chunk &chunk) {
+    at += chunk.all.size();
+    if (!chunk.is_text()) kept->insert(kept->end(), chunk.all.begin(), chunk.all.end());
+  });
+  kept->insert(kept->end(), file.bytes.begin() + static_cast<ptrdiff_t>(at), file.bytes.end());
+  file = {kept, file.name, *kept};
+  return DONE;
 }
 
 // Looks through the chunks before the pixels: pHYs is the resolution, in pixels per metre across and down if its unit
 // is 1, and texts are values of the header.
 void read_chunks(std::span<const uint8_t> bytes, SourcePicture &page) {
-  for (size_t at = SIGNATURE; at + CHUNK_HEAD + CHUNK_CHECK <= bytes.size();) {
-    const uint32_t length = big_endian_word(&bytes[at]);
-    const std::string_view kind(reinterpret_cast<const char *>(&bytes[at + 4]), 4);
-    if (length > bytes.size() - at - CHUNK_HEAD - CHUNK_CHECK || kind == "IDAT") return;
-    const uint8_t *data = &bytes[at + CHUNK_HEAD];
-    if (kind == "pHYs" && length == 9 && data[8] == 1) {
+  each_chunk(bytes, [&](const Chunk &chunk) {
+    const uint8_t *data = &chunk.all[CHUNK_HEAD];
+    if (chunk.kind == "pHYs" && chunk.data.size() == 9 && data[8] == 1) {
       page.x_dpi = big_endian_word(data) * INCH;
       page.y_dpi = big_endian_word(data + 4) * INCH;
-    } else if (kind == "tEXt" || kind == "iTXt") {
-      take_text(kind, {reinterpret_cast<const char *>(data), length}, page.header);
+    } else if (chunk.is_text() && chunk.kind != "zTXt") {
+      take_text(chunk.kind, chunk.data, page.header);
     }
-    at += CHUNK_HEAD + length + CHUNK_CHECK;
-  }
+  });
 }
 
 // A picture with transparent pixels, or one that is interlaced, is converted as a whole. DONE, or FAILED after a
@@ -172,15 +208,16 @@ bool find_kind(const PictureFile &file, Kind &kind) {
 
 Status read_png(const PictureFile &file, const SourceOptions &, const page_sink &sink) {
   Kind kind;
-  if (!chunks_are_whole(file.bytes)) return failure("%s: read beyond end of data", file.name);
-  if (!find_kind(file, kind) || check_picture_size(file.name, 1, kind.width, kind.height) != DONE) return FAILED;
+  PictureFile prepared = file;
+  if (prepare(prepared) != DONE) return FAILED;
+  if (!find_kind(prepared, kind) || check_picture_size(file.name, 1, kind.width, kind.height) != DONE) return FAILED;
   const bool held = (kind.transparent || kind.interlaced) && kind.width * kind.height <= MOST_HELD;
   if (kind.interlaced && !held)
     return failure("%s: an interlaced picture of more than %" PRId64 " pixels: save it without interlacing", file.name,
                    MOST_HELD);
   SourcePicture page = {static_cast<int32_t>(kind.width), static_cast<int32_t>(kind.height)};
-  page.grey = [file, held](const row_sink &rows) {
-    return held ? pass_on_whole(file, rows) : pass_on_rows(file, rows);
+  page.grey = [prepared, held](const row_sink &rows) {
+    return held ? pass_on_whole(prepared, rows) : pass_on_rows(prepared, rows);
   };
   read_chunks(file.bytes, page);
   return sink(std::move(page));

@@ -44,7 +44,7 @@ Status read_unknown_raw(const PictureFile &file, const page_sink &sink) {
         RawPage tried;
         if (!decode_raw(file, format, tried)) continue;
         // A damaged line speaks against a reading more than one more good line speaks for it.
-        const auto damaged = static_cast<int64_t>(tried.log.damage.size());
+        const auto damaged = static_cast<int64_t>(tried.log.damage.count);
         const int64_t good = tried.picture.height - 10 * damaged;
         if (good <= most) continue;
         most = good;

@@ -81,22 +81,30 @@ bool decode_lines(const CodedPage &coded, TiffLog &log, SourcePicture &page) {
   if (!tiff || !describe_lines(tiff.get(), page.width, page.height, COMPRESSION_CCITTRLE, FILLORDER_LSB2MSB) ||
       !TIFFSetField(tiff.get(), TIFFTAG_ROWSPERSTRIP, 1))
     return false;
-  uint32_t strip = 0;
+  uint32_t strips = 0;
+  const uint8_t *written = nullptr;  // the line in the last strip: those that repeat it have none of their own
   for (const auto &line : coded.lines) {
-    if (!line.empty() && TIFFWriteRawStrip(tiff.get(), strip++, const_cast<uint8_t *>(line.data()),
-                                           static_cast<tmsize_t>(line.size())) < 0)
+    if (line.empty() || line.data() == written) continue;
+    if (TIFFWriteRawStrip(tiff.get(), strips++, const_cast<uint8_t *>(line.data()),
+                          static_cast<tmsize_t>(line.size())) < 0)
       return false;
+    written = line.data();
   }
   tiff.reset();  // writes the directory
   tiff = open_tiff(memory, "page", log);
   if (!tiff) return false;
   log.in_pixels = true;
   std::vector<uint8_t> pixels(page.row_bytes());
-  strip = 0;
+  strips = 0;
+  written = nullptr;
   for (log.line = 0; log.line < page.height; ++log.line) {
     std::fill(pixels.begin(), pixels.end(), uint8_t{0});
-    if (!coded.lines[static_cast<size_t>(log.line)].empty())
-      TIFFReadEncodedStrip(tiff.get(), strip++, pixels.data(), static_cast<tmsize_t>(pixels.size()));
+    const auto &line = coded.lines[static_cast<size_t>(log.line)];
+    if (!line.empty()) {
+      strips += line.data() != written;
+      written = line.data();
+      TIFFReadEncodedStrip(tiff.get(), strips - 1, pixels.data(), static_cast<tmsize_t>(pixels.size()));
+    }
     page.bits.insert(page.bits.end(), pixels.begin(), pixels.end());
   }
   return true;

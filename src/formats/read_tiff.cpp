@@ -139,9 +139,11 @@ bool copy_without_eols(TIFF *tiff, const SourcePicture &page, TIFF *copy) {
   if (!describe_lines(copy, page.width, page.height, COMPRESSION_CCITTRLE, order) ||
       !TIFFSetField(copy, TIFFTAG_ROWSPERSTRIP, rows) || !TIFFSetField(copy, TIFFTAG_PHOTOMETRIC, photometric))
     return false;
+  uint64_t left = TIFFGetSizeProc(tiff)(TIFFClientdata(tiff));  // strips that overlap would be many times the file
   for (uint32_t strip = 0; strip < TIFFNumberOfStrips(tiff); ++strip) {
     const uint64_t claimed = TIFFRawStripSize64(tiff, strip);
-    if (claimed > TIFFGetSizeProc(tiff)(TIFFClientdata(tiff))) return false;
+    if (claimed > left) return false;
+    left -= claimed;
     std::vector<uint8_t> coded(claimed);
     const tmsize_t size = TIFFReadRawStrip(tiff, strip, coded.data(), static_cast<tmsize_t>(coded.size()));
     if (size < 0 || TIFFWriteRawStrip(copy, strip, coded.data(), size) < 0) return false;
@@ -166,7 +168,7 @@ bool read_without_eols(TIFF *tiff, bool read, TiffLog &log, SourcePicture &page)
     SourcePicture other = {page.width, page.height};
     if (!lines || !TIFFSetField(lines.get(), TIFFTAG_FAXMODE, mode)) continue;
     found.in_pixels = true;
-    if (!read_bilevel(lines.get(), found, other) || (read && found.damage.size() >= log.damage.size())) continue;
+    if (!read_bilevel(lines.get(), found, other) || (read && found.damage.count >= log.damage.count)) continue;
     page.bits = std::move(other.bits);
     log.damage = std::move(found.damage);
     read = true;
@@ -199,7 +201,7 @@ Status load_bilevel(const TiffPage &source, SourcePicture &page) {
   bool read = tiff && read_bilevel(tiff.get(), log, page);
   // Lines of G3 with EOLs are found again after damage: most of them are good.
   if (tiff && compression_of(tiff.get()) == COMPRESSION_CCITTFAX3 &&
-      (!read || log.damage.size() > static_cast<size_t>(page.height) / 2))
+      (!read || log.damage.count > static_cast<size_t>(page.height) / 2))
     read = read_without_eols(tiff.get(), read, log, page);
   if (!read) return source.failed(log);
   turn_picture(page, upright(orientation_of(tiff.get())));

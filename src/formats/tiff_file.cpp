@@ -11,10 +11,14 @@
 #include <cstdio>
 #include <cstring>
 #include <iterator>
+#include <new>
 
 namespace tolvane {
 namespace {
 [[gnu::used]] const char SCCS_ID[] = "@(#)|tiff_file|9|01|3|0|0|11/23/26|09:13:39";
+
+// Bytes that libtiff may take at a time beyond those of the file: four planes of a strip of the most that is converted.
+constexpr tmsize_t MOST_TAKEN = 64 << 20;
 
 int take_message(TIFF *, void *user_data, const char *, const char *format, va_list arguments) {
   auto &log = *static_cast<TiffLog *>(user_data);
@@ -23,7 +27,7 @@ int take_message(TIFF *, void *user_data, const char *, const char *format, va_l
   log.error = text;
   if (!log.in_pixels) return 1;
   log.empty_line = strstr(text, "(got 0,");
-  if (log.damage.empty() || log.damage.back().first != log.line) log.damage.emplace_back(log.line, text);
+  log.damage.add(log.line, text);
   return 1;
 }
 
@@ -72,7 +76,12 @@ tmsize_t write_medium(thandle_t handle, void *buffer, tmsize_t size) {
   Medium &medium = medium_of(handle);
   const auto *bytes = static_cast<const uint8_t *>(buffer);
   if (medium.target) {
-    medium.target->resize(std::max<size_t>(medium.target->size(), medium.position + static_cast<uint64_t>(size)));
+    try {
+      medium.target->resize(std::max<size_t>(medium.target->size(), medium.position + static_cast<uint64_t>(size)));
+    } catch (const std::bad_alloc &) {  // which no handle that is closing may pass on
+      errno = ENOMEM;
+      return failed(medium);
+    }
     std::copy_n(bytes, size, medium.target->begin() + static_cast<ptrdiff_t>(medium.position));
   } else {
     for (tmsize_t done = 0; done < size;) {
@@ -121,6 +130,7 @@ TiffHandle open_medium(const Medium &medium, const char *name, const char *mode)
   if (!options) return nullptr;
   TIFFOpenOptionsSetErrorHandlerExtR(options, take_message, &medium.log);
   TIFFOpenOptionsSetWarningHandlerExtR(options, take_message, &medium.log);
+  TIFFOpenOptionsSetMaxSingleMemAlloc(options, MOST_TAKEN + static_cast<tmsize_t>(medium.source.size()));
   auto handle = std::make_unique<Medium>(medium);
   TIFF *tiff = TIFFClientOpenExt(name, mode, handle.get(), read_medium, write_medium, seek_medium, close_medium,
                                  size_of_medium, map_medium, unmap_medium, options);
@@ -130,6 +140,17 @@ TiffHandle open_medium(const Medium &medium, const char *name, const char *mode)
 }
 
 }  // namespace
+
+void TiffDamage::add(int32_t line, const char *message) {
+  if (count > 0 && last == line) return;
+  last = line;
+  ++count;
+  if (first.size() < MOST) first.emplace_back(line, message);
+}
+
+void TiffDamage::forget_from(int32_t line) {
+  count -= std::erase_if(first, [&](const auto &damaged) { return damaged.first >= line; });
+}
 
 TiffHandle open_tiff(std::span<const uint8_t> bytes, const char *name, TiffLog &log) {
   return open_medium({.log = log, .source = bytes}, name, "r");
@@ -169,8 +190,8 @@ bool read_line(TIFF *tiff, TiffLog &log, uint8_t *line) {
 }
 
 Status report_tiff_damage(const char *name, int32_t page, const TiffLog &log) {
-  return report_damage(name, page, log.damage.size(), [&](size_t i) {
-    const auto &[line, text] = log.damage[i];
+  return report_damage(name, page, log.damage.count, [&](size_t i) {
+    const auto &[line, text] = log.damage.first[i];
     return line == NO_LINE ? text : "line " + std::to_string(line + 1) + ": " + text;
   });
 }

@@ -25,14 +25,28 @@ using TiffHandle = std::unique_ptr<TIFF, CloseTiff>;
 
 constexpr int32_t NO_LINE = -1;
 
+/// The damaged lines of a page.
+struct TiffDamage {
+  static constexpr size_t MOST = 32768;  ///< that are kept: more than the longest page that is made has lines
+
+  size_t count = 0;
+  int32_t last = NO_LINE;                              ///< the last of them
+  std::vector<std::pair<int32_t, std::string>> first;  ///< the first of them, each with the first message about it
+
+  /// Counts a line, once however many messages there are about it.
+  void add(int32_t line, const char *message);
+  /// Forgets the lines from this one on, of a page of no more than MOST lines.
+  void forget_from(int32_t line);
+};
+
 /// Errors and warnings of libtiff. Damaged lines come as warnings while pixels are read.
 struct TiffLog {
-  std::string error;                                    ///< the last message
-  int io_error = 0;                                     ///< errno of the first call on the file that failed
-  bool in_pixels = false;                               ///< pixels are being read: messages report damage
-  int32_t line = NO_LINE;                               ///< the line being read, from 0, if pages are read line by line
-  bool empty_line = false;                              ///< it is an EOL with nothing before it, as in an RTC
-  std::vector<std::pair<int32_t, std::string>> damage;  ///< damaged lines, each with the first message about it
+  std::string error;        ///< the last message
+  int io_error = 0;         ///< errno of the first call on the file that failed
+  bool in_pixels = false;   ///< pixels are being read: messages report damage
+  int32_t line = NO_LINE;   ///< the line being read, from 0, if pages are read line by line
+  bool empty_line = false;  ///< it is an EOL with nothing before it, as in an RTC
+  TiffDamage damage;
 };
 
 /// Opens a TIFF to read.
