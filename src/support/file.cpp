@@ -1,6 +1,6 @@
-// The files and paths of the family, whatever the files contain. A path that does not fit its
-// buffer is refused and never cut: a cut path would name another file. A relative result is made full by the working
-// directory as ks_getcwd kept it, not by the present one.
+// The files and paths of the family, whatever the files contain. A path that does not fit its buffer is refused and
+// never cut, since a cut path would name another file; only get_temp_dir, which cannot fail, cuts its text. A relative
+// result is made full by the working directory as ks_getcwd kept it, not by the present one.
 #include "support/file.h"
 
 #include <errno.h>

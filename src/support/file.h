@@ -79,7 +79,8 @@ int ks_move(const char *source, const char *target);
 /// `ftruncate` with a trace line on failure: 0, or -1 with errno set.
 int ks_ftruncate(int fd, off_t length);
 
-/// The value of the environment variable SORBEXTMP, or "/tmp" if that is unset or empty.
+/// The value of the environment variable SORBEXTMP, or "/tmp" if that is unset or empty. A value longer than any path
+/// is cut between characters.
 ///
 /// @return static storage, overwritten by the next call
 const char *get_temp_dir();

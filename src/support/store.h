@@ -11,6 +11,10 @@
 
 namespace tolvane {
 
+// As in handle.h: with debug_alloc.h, `realloc` is another function.
+#ifdef TOLVANE_WATCHED
+inline namespace watched {
+#endif
 /// A block of bytes that grows and never shrinks.
 struct Store {
   Block<uint8_t> bytes{};
@@ -35,5 +39,8 @@ struct Store {
     return true;
   }
 };
+#ifdef TOLVANE_WATCHED
+}
+#endif
 
 }  // namespace tolvane
