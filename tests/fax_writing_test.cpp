@@ -296,6 +296,15 @@ TEST_F(FaxWriting, MisuseLosesNoPageWithoutACode) {
        {-1, 0, 7},
        old,
        old},
+      {"a large page given up, with no space left to it",
+       [&] {
+         struct stat status = {};
+         const Codes codes = {start(0xFFFF, 1 << 26), FaxFileClose(a), stat("a", &status)};
+         return Codes{codes[0], codes[1], status.st_blocks > 1 << 10};
+       },
+       {0, 15, 0},
+       old,
+       old},
       {"a reader that keeps the header locked",
        [&] {
          const int32_t other = open("a", O_RDONLY);

@@ -73,14 +73,16 @@ void save_copy(int32_t fd, int64_t offset, std::initializer_list<iovec> old) {
 }
 }  // namespace
 
+bool may_grow_to(int64_t size) {
+  rlimit limit;
+  const bool may = getrlimit(RLIMIT_FSIZE, &limit) != 0 || static_cast<rlim_t>(size) <= limit.rlim_cur;
+  if (!may) errno = EFBIG;
+  return may;
+}
+
 bool reserve_space(int32_t fd, int64_t size) {
   const int64_t present = file_size(fd);
-  if (present < 0) return false;
-  rlimit limit;
-  if (getrlimit(RLIMIT_FSIZE, &limit) == 0 && static_cast<rlim_t>(size) > limit.rlim_cur) {
-    errno = EFBIG;
-    return false;
-  }
+  if (present < 0 || !may_grow_to(size)) return false;
   int result;
   do result = fallocate(fd, FALLOC_FL_KEEP_SIZE, present, std::max<int64_t>(size - present, 1));
   while (result != 0 && errno == EINTR);

@@ -19,6 +19,11 @@ inline iovec piece(const void *bytes, size_t size) {
   return {const_cast<void *>(bytes), size};
 }
 
+/// Whether the process may make a file of `size` bytes (RLIMIT_FSIZE): to write more raises a signal.
+///
+/// @return false with errno EFBIG if not
+bool may_grow_to(int64_t size);
+
 /// Reserves the blocks for a file that grows to `size` bytes. Content and size of the file stay as they are.
 ///
 /// @return false with errno set: not open for writing, no space, above the limit of the process

@@ -84,9 +84,10 @@ int16_t start_writing(PageIO *page) {
     if (!SeekToPage(page->fd, page->params.pageNumber)) return FAXFILE_ERR_ARGUMENT;
     if (!make_spool(page)) return FAXFILE_ERR_CREATE;
   }
-  const int64_t size = file_size(page->fd);
-  const int64_t length = std::max(page->params.dataLength, 0) + static_cast<int64_t>(FAXFILE_WORD);
-  return size >= 0 && reserve_space(page->fd, size + length) ? FAXFILE_OK : FAXFILE_ERR_WRITE;
+  // Space for the whole page, once reserved, would stay with a file whose page is given up.
+  const int64_t size = file_size(page->fd), word_end = size + static_cast<int64_t>(FAXFILE_WORD);
+  const bool may = size >= 0 && may_grow_to(word_end + std::max(page->params.dataLength, 0));
+  return may && reserve_space(page->fd, word_end) ? FAXFILE_OK : FAXFILE_ERR_WRITE;
 }
 
 int16_t start_reading(PageIO *page, FaxPageParams *params) {

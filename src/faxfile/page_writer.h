@@ -50,13 +50,12 @@ struct PageIO {
 extern PageIO *gPageIOArray[FAX_PAGES_IN_PROGRESS_MAX];  ///< each slot null or a page in progress
 extern PageIO *gCurrentPageIO;                           ///< the page last started or selected, or null
 
-/// Begins a page. In write mode reserves the space for it, and for an insertion makes the spool file for the pages
-/// after it; the content of the file stays as it is. In read mode finds the page, leaves the file at its length word,
-/// and fills `dataLength` and `lengthMark`.
+/// Begins a page. In write mode makes sure that the file can be written, and for an insertion makes the spool file for
+/// the pages after it; the content of the file stays as it is. In read mode finds the page, leaves the file at its
+/// length word, and fills `dataLength` and `lengthMark`.
 ///
 /// @return 0; 15 for a bad argument, and for a page that does not exist or is cut short; 4 with ten pages in progress
-/// or
-///         no memory; 5 if the spool file can't be made; 7 if the file can't be written or has no space
+///         or no memory; 5 if the spool file can't be made; 7 if the file can't be written or grow
 int16_t FaxFileStartPage(int32_t fd, FaxPageParams *params);
 
 /// Adds a piece to the page in progress on `fd`. The pieces must add up to `dataLength`.
