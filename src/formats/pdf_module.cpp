@@ -32,7 +32,7 @@ reader_fn open_module(std::string &fault) {
 }  // namespace
 
 Status read_pdf(const PictureFile &file, const SourceOptions &options, const page_sink &sink) {
-  std::string fault;
+  static std::string fault;
   static const reader_fn reader = open_module(fault);
   if (!reader) return failure("%s: PDF cannot be read: %s", file.name, fault.c_str());
   return reader(file, options, sink);
