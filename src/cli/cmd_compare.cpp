@@ -32,7 +32,8 @@ std::string pattern;
 bool as_json;
 
 void declare(Usage &usage) {
-  usage.add_option("A", one_file, "a fax file, TIFF, PBM, PNG or PDF; a fax if it is -, standard input").required();
+  usage.add_option("A", one_file, "a fax file, TIFF, PBM, PNG, PDF or SFF; a fax if it is -, standard input")
+      .required();
   usage.add_option("B", other_file, "another one").required();
   usage.add_option("--difference", pattern, "write a picture of the pixels that differ; %d is the page number")
       .type_name("PATTERN")

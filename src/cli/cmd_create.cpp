@@ -86,6 +86,6 @@ Status run() {
 
 }  // namespace
 
-const Command create_command = {"create", "Create a fax from TIFF, PBM, PNG, PDF or raw pages", declare, run};
+const Command create_command = {"create", "Create a fax from TIFF, PBM, PNG, PDF, SFF or raw pages", declare, run};
 
 }  // namespace tolvane

@@ -217,7 +217,8 @@ class NewPages {
 
 void declare_page_input(Usage &usage, PageInput &input) {
   SourceOptions &source = input.source;
-  usage.add_option("PAGES", input.files, "files with pages: TIFF, PBM, PNG or PDF; - is standard input").required();
+  usage.add_option("PAGES", input.files, "files with pages: TIFF, PBM, PNG, PDF or SFF; - is standard input")
+      .required();
   add_choice<Fit>(usage, "--fit", source.fit.fit,
                   {{"center", FIT_CENTER}, {"centre", FIT_CENTER}, {"scale", FIT_SCALE}, {"crop", FIT_CROP}},
                   "keep the true size and centre, reducing what is too wide; scale to the full width; or keep the true "

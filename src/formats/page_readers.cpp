@@ -25,12 +25,12 @@ const struct {
   std::string_view magic;
   const char *name;
   reader_fn read;
+  size_t before = 0;  // bytes that may come before the magic ones
 } formats[] = {
-    {"II*\0"sv, "TIFF", read_tiff}, {"MM\0*"sv, "TIFF", read_tiff},
-    {"II+\0"sv, "TIFF", read_tiff}, {"MM\0+"sv, "TIFF", read_tiff},
-    {"P1"sv, "PBM", read_pbm},      {"P4"sv, "PBM", read_pbm},
-    {"\x89PNG"sv, "PNG", read_png}, {"%PDF-"sv, "PDF", read_pdf},
-    {"Sfff"sv, "SFF", read_sff},    {"\xBA\xDB\xAD\x16"sv, "fax", refuse_fax},
+    {"II*\0"sv, "TIFF", read_tiff},     {"MM\0*"sv, "TIFF", read_tiff}, {"II+\0"sv, "TIFF", read_tiff},
+    {"MM\0+"sv, "TIFF", read_tiff},     {"P1"sv, "PBM", read_pbm},      {"P4"sv, "PBM", read_pbm},
+    {"\x89PNG"sv, "PNG", read_png},     {"Sfff"sv, "SFF", read_sff},    {"\xBA\xDB\xAD\x16"sv, "fax", refuse_fax},
+    {"%PDF-"sv, "PDF", read_pdf, 1024},
 };
 
 Status read_file(const std::string &path, const SourceOptions &options, const page_sink &sink) {
@@ -39,12 +39,12 @@ Status read_file(const std::string &path, const SourceOptions &options, const pa
   const PictureFile file = {input, input->name(), input->bytes()};
   if (options.raw.coding >= 0) return read_raw(file, options, sink);
 
-  const std::string_view head(reinterpret_cast<const char *>(file.bytes.data()),
-                              std::min<size_t>(file.bytes.size(), 16));
-  const auto *format = std::find_if(std::begin(formats), std::end(formats),
-                                    [&](const auto &row) { return head.starts_with(row.magic); });
+  const std::string_view bytes(reinterpret_cast<const char *>(file.bytes.data()), file.bytes.size());
+  const auto *format = std::find_if(std::begin(formats), std::end(formats), [&](const auto &row) {
+    return bytes.substr(0, row.before + row.magic.size()).find(row.magic) != bytes.npos;
+  });
   if (format == std::end(formats))
-    return failure("%s: not a TIFF, PBM, PNG or PDF file (raw coded data needs --raw)", file.name);
+    return failure("%s: not a TIFF, PBM, PNG, PDF or SFF file (raw coded data needs --raw)", file.name);
   say_verbose("%s: read as %s", file.name, format->name);
   return format->read(file, options, sink);
 }
