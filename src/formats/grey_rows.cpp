@@ -103,6 +103,8 @@ Status pack_rows(const row_source &rows, int32_t width, std::vector<uint8_t> &bi
 }
 
 Status find_turn(int32_t degrees, const SourcePicture &page, Turn &turn) {
+  turn = {};
+  if (page.rotated) return DONE;
   Status status = DONE;
   std::vector<uint8_t> packed;
   const bool looks = degrees == ROTATE_AUTO && page.grey;

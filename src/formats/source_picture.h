@@ -33,9 +33,11 @@ struct SourcePicture {
 
   Turn turn = {};  ///< from the stored rows of a grey picture to those that are seen
 
+  bool rotated = false;  ///< it is turned as the user wants it, and `find_turn` finds no other turn
+
   HeaderValues header = {};  ///< what the file says about itself; with its first page only
 
-  /// If set, makes `bits` or finishes them, in any thread, and turns the picture. DONE; DAMAGED or FAILED after
+  /// If set, makes `bits` or finishes the picture, in any thread, and turns it. DONE; DAMAGED or FAILED after
   /// messages.
   std::function<Status(SourcePicture &page)> load = {};
 

@@ -44,13 +44,19 @@ void take_message(const std::string &message, void *closure) {
   pdf.status = DAMAGED;
 }
 
-// The width and height of a page in points, as displayed.
-double seen_width(const poppler::page &page, double &height) {
+// A size in points.
+struct Size {
+  double width, height;
+
+  Size on_side() const { return {height, width}; }
+};
+
+// The size of a page as displayed.
+Size seen_size(const poppler::page &page) {
   const poppler::rectf box = page.page_rect();
   const auto turned = page.orientation();
-  const bool on_side = turned == poppler::page::landscape || turned == poppler::page::seascape;
-  height = on_side ? box.width() : box.height();
-  return on_side ? box.height() : box.width();
+  const Size size = {box.width(), box.height()};
+  return turned == poppler::page::landscape || turned == poppler::page::seascape ? size.on_side() : size;
 }
 
 std::string utf8(const poppler::ustring &text) {
@@ -70,33 +76,45 @@ HeaderValues metadata_of(const poppler::document &document) {
   return values;
 }
 
-// Renders a page at the resolution of a picture and passes on its rows. FAILED, without a message, if poppler gives no
-// picture of that size.
-Status render(PdfFile &pdf, int32_t number, const SourcePicture &page, bool smooth, const row_sink &sink) {
+// How a page is rendered.
+struct Rendering {
+  int32_t width, height;  // in pixels
+  double x_dpi, y_dpi;
+  bool smooth;
+  int32_t degrees;  // to the right from how it is displayed: 0, 90 or 270
+};
+
+// Renders a page and passes on its rows. FAILED after a message if poppler gives no picture of that size.
+Status render(PdfFile &pdf, int32_t number, const Rendering &page, const row_sink &sink) {
   const std::lock_guard lock(pdf.busy);
   poppler::set_debug_error_function(take_message, &pdf);
   const std::unique_ptr<poppler::page> source(with_memory([&] { return pdf.document->create_page(number - 1); }));
   poppler::page_renderer renderer;
-  if (smooth)
+  if (page.smooth)
     renderer.set_render_hints(poppler::page_renderer::antialiasing | poppler::page_renderer::text_antialiasing);
   renderer.set_image_format(poppler::image::format_gray8);
+  const auto turn = static_cast<poppler::rotation_enum>(page.degrees / 90);
   const auto band = static_cast<int32_t>(std::max<int64_t>(MOST_PIXELS / page.width, 1));
-  for (int32_t first = 0; source && first < page.height; first += band) {
+  bool rendered(source);
+  for (int32_t first = 0; rendered && first < page.height; first += band) {
     const int32_t rows = std::min(band, page.height - first);
     const poppler::image image = with_memory(
-        [&] { return renderer.render_page(source.get(), page.x_dpi, page.y_dpi, 0, first, page.width, rows); });
-    if (!image.is_valid() || image.width() != page.width || image.height() != rows) return FAILED;
-    for (int32_t row = 0; row < rows; ++row)
+        [&] { return renderer.render_page(source.get(), page.x_dpi, page.y_dpi, 0, first, page.width, rows, turn); });
+    rendered = image.is_valid() && image.width() == page.width && image.height() == rows;
+    for (int32_t row = 0; rendered && row < rows; ++row)
       sink(reinterpret_cast<const uint8_t *>(image.const_data()) + row * image.bytes_per_row());
   }
-  return source ? pdf.take_status() : FAILED;
+  const Status status = pdf.take_status();
+  return rendered ? status : failure("%s: page %d cannot be rendered", pdf.file.name, number);
 }
 
 // A page at the resolution of the fax, to be rendered later.
-Status describe_rendering(const std::shared_ptr<PdfFile> &pdf, const poppler::page &source, int32_t number,
+//
+// @param seen     its size as displayed
+// @param degrees  to the right: 0, 90 or 270
+Status describe_rendering(const std::shared_ptr<PdfFile> &pdf, int32_t number, const Size &seen, int32_t degrees,
                           const FitOptions &fit, SourcePicture &page) {
-  double height = 0;
-  const double width = seen_width(source, height);
+  const auto [width, height] = degrees == 0 ? seen : seen.on_side();
   const double natural = width * FAX_X_DPI / POINT;
   const bool to_width = fit.fit == FIT_SCALE || (fit.fit == FIT_CENTER && natural > FAX_WIDTH);
   const double enlarged = to_width ? FAX_WIDTH / natural : 1;
@@ -108,32 +126,42 @@ Status describe_rendering(const std::shared_ptr<PdfFile> &pdf, const poppler::pa
     return failure("%s: page %d of %g x %g points is not a fax page", pdf->file.name, number, width, height);
   page.width = std::min(static_cast<int32_t>(pixels), to_width ? FAX_WIDTH : WIDEST_PICTURE);
   page.height = static_cast<int32_t>(lines);
-  page.grey = [pdf, number,
-               size = SourcePicture{page.width, page.height, page.x_dpi, page.y_dpi}](const row_sink &sink) {
-    const Status status = render(*pdf, number, size, true, sink);
-    return status == FAILED ? failure("%s: page %d cannot be rendered", pdf->file.name, number) : status;
-  };
+  page.rotated = degrees != 0;
+  const Rendering rendering = {page.width, page.height, page.x_dpi, page.y_dpi, true, degrees};
+  page.grey = [=](const row_sink &sink) { return render(*pdf, number, rendering, sink); };
   return DONE;
 }
 
+// A page that is looked at before it is rendered for its pixels: one whose text runs up or down is rendered turned.
+Status describe_upright(const std::shared_ptr<PdfFile> &pdf, int32_t number, const Size &seen, const FitOptions &fit,
+                        SourcePicture &page) {
+  page.load = [=](SourcePicture &picture) {
+    Turn turn;
+    find_turn(ROTATE_AUTO, picture, turn);  // what is wrong with the page is reported later
+    const Status status = turn.is_none() ? DONE : describe_rendering(pdf, number, seen, 90, fit, picture);
+    picture.rotated = true;
+    return status;
+  };
+  return describe_rendering(pdf, number, seen, 0, fit, page);
+}
+
 // A page that is one image at the resolution of the image, as it is seen, to be rendered later: pixel by pixel.
-void describe_image(const std::shared_ptr<PdfFile> &pdf, const poppler::page &source, int32_t number,
-                    const PageImage &image, SourcePicture &page) {
+void describe_image(const std::shared_ptr<PdfFile> &pdf, const Size &seen, int32_t number, const PageImage &image,
+                    SourcePicture &page) {
   // The least bit less: an image that ends where a pixel ends would be stretched over the next one.
   constexpr double LESS = 0.01;
-  double height = 0;
-  const double width = seen_width(source, height);
   page.width = image.picture.width;
   page.height = image.picture.height;
   if (image.placed.transpose != image.rotated.transpose) std::swap(page.width, page.height);
-  page.x_dpi = (page.width - LESS) / width * POINT;
-  page.y_dpi = (page.height - LESS) / height * POINT;
-  page.load = [pdf, number](SourcePicture &picture) {
-    const auto rows = [&](const row_sink &sink) { return render(*pdf, number, picture, false, sink); };
+  page.x_dpi = (page.width - LESS) / seen.width * POINT;
+  page.y_dpi = (page.height - LESS) / seen.height * POINT;
+  const Rendering rendering = {page.width, page.height, page.x_dpi, page.y_dpi, false, 0};
+  page.load = [=](SourcePicture &picture) {
+    const auto rows = [&](const row_sink &sink) { return render(*pdf, number, rendering, sink); };
     std::vector<uint8_t> bits;
-    const Status status = pack_rows(rows, picture.width, bits);
+    const Status status = pack_rows(rows, rendering.width, bits);
     picture.bits = std::move(bits);
-    return status == FAILED ? failure("%s: page %d cannot be rendered", pdf->file.name, number) : status;
+    return status;
   };
 }
 
@@ -182,7 +210,7 @@ class ImagePages {
 };
 
 // Takes a page in one of the three ways. The pixels are made later.
-Status take_page(const std::shared_ptr<PdfFile> &pdf, ImagePages &images, int32_t number, const FitOptions &fit,
+Status take_page(const std::shared_ptr<PdfFile> &pdf, ImagePages &images, int32_t number, const SourceOptions &options,
                  SourcePicture &page) {
   const char *name = pdf->file.name;
   PageImage image;
@@ -199,12 +227,16 @@ Status take_page(const std::shared_ptr<PdfFile> &pdf, ImagePages &images, int32_
   const Status status = pdf->take_status();
   if (!source) return failure("%s: page %d cannot be read", name, number);
   if (is_image) {
-    describe_image(pdf, *source, number, image, page);
+    describe_image(pdf, seen_size(*source), number, image, page);
     say_verbose("%s: page %d: its image is rendered pixel by pixel", name, number);
     return status;
   }
   say_verbose("%s: page %d is rendered: %s", name, number, why.c_str());
-  return worse(status, describe_rendering(pdf, *source, number, fit, page));
+  // A density that the user gives is that of the page before it is turned.
+  const int32_t degrees = options.x_dpi > 0 || options.rotate == 180 ? 0 : options.rotate;
+  const Size seen = seen_size(*source);
+  return worse(status, degrees == ROTATE_AUTO ? describe_upright(pdf, number, seen, options.fit, page)
+                                              : describe_rendering(pdf, number, seen, degrees, options.fit, page));
 }
 
 }  // namespace
@@ -229,7 +261,7 @@ extern "C" tolvane::Status tolvane_read_pdf(const tolvane::PictureFile &file, co
   ImagePages images(file, pages);
   for (int i = 0; i < pages && (status != FAILED || options.keep_going); ++i) {
     SourcePicture page;
-    const Status taken = take_page(pdf, images, i + 1, options.fit, page);
+    const Status taken = take_page(pdf, images, i + 1, options, page);
     if (i == 0) page.header = std::move(header);
     status = worse(status, taken == FAILED ? FAILED : worse(taken, sink(std::move(page))));
   }
