@@ -134,6 +134,54 @@ TEST_F(Pdf, AnImageOfAnyKindIsTakenAsItIs) {
     write_pdf(BOX, row.contents, row.image, row.data);
     EXPECT_EQ(way(), row.way.empty() ? taken : row.way) << row.image;
     EXPECT_TRUE(row.way.ends_with("black and white") || is_exact()) << row.image;
+    if (row.way.ends_with("pixel by pixel")) {
+      EXPECT_EQ(run("create --source-dpi 300x100 - page.pdf").out, run("create --source-dpi 300x100 - page.pbm").out);
+    }
+  }
+}
+
+// An annotation counts if poppler's own program draws it.
+TEST_F(Pdf, APageWithAnnotationsThatAreSeenIsRendered) {
+  const std::string square = "/Square/IC[0]";
+  const struct {
+    std::string annotation;
+    bool seen = true;
+    std::string place = "9 9 99 99";
+  } rows[] = {
+      {square},
+      {square + "/F 1"},
+      {square + "/F 2", false},
+      {square + "/F 32", false},
+      {"/Popup/Open true", false},
+      {"/Link"},
+      {"/Link/Border[0 0 2]"},
+      {"/Link/Border[0 0 0]", false},
+      {"/Link/Border[0 0 0]/BS<</W 1>>"},
+      {"/Link/Border[0 0 1]/BS<</W 0>>", false},
+      {"/Widget/FT/Tx/T(a)/MK<</BC[0]>>/BS<</W 2>>"},
+      {"/Widget/FT/Sig/T(a)", false, "9 9 9 9"},
+  };
+  for (const auto &row : rows) {
+    write_pdf(BOX + "/Annots[<</Type/Annot/Rect[" + row.place + "]/Subtype" + row.annotation + ">>]", UPRIGHT,
+              "/Filter/CCITTFaxDecode/DecodeParms<</K -1>>" + GREY, code(TiffCoding::g4));
+    EXPECT_EQ(way(), row.seen ? "page 1 is rendered: it has annotations" : "page 1: its image is taken as it is");
+    EXPECT_NE(is_exact(), row.seen) << row.annotation;
+  }
+}
+
+TEST_F(Pdf, APageIsRenderedAsItWillLie) {
+  const std::string lines =
+      "0 1 -1 0 600 9 cm BT /F 12 Tf 14 TL 40 500 Td (A fax) ' (on its side) ' (of a few lines) ' ET";
+  const struct {
+    std::string option, page, same;
+  } rows[] = {{"90", "0", "90"}, {"270", "0", "270"}, {"90", "90", "180"}, {"auto", "0", "90"}, {"auto", "90", "90"}};
+  for (const auto &row : rows) {
+    std::string faxes[2];
+    for (const bool turned : {false, true}) {
+      write_pdf("/MediaBox[0 0 612 900]/Rotate " + (turned ? row.page : row.same), lines, GREY, "");
+      faxes[turned] = run("create --rotate " + (turned ? row.option : "0") + " - page.pdf").out;
+    }
+    EXPECT_TRUE(faxes[0] == faxes[1]) << row.option << " of " << row.page;
   }
 }
 
@@ -191,12 +239,11 @@ TEST_F(Pdf, APageThatShowsAnythingElseIsRendered) {
 
 TEST_F(Pdf, OwnPagesComeBackAndDamageIsReported) {
   for (const std::string resolution : {"normal", "fine"}) {
-    EXPECT_EQ(shell("$tool create --resolution " + resolution +
-                    " a.fax $charts/itu*.tif && $tool extract a.fax a.pdf &&"
-                    "$tool create --resolution " +
-                    resolution + " b.fax a.pdf && cmp a.fax b.fax")
-                  .status,
-              0);
+    const ToolRun compared = shell(
+        "create() { $tool create --resolution " + resolution +
+        " $*; }; create a.fax $charts/itu*.tif && $tool extract a.fax a.pdf && create b.fax a.pdf && cmp a.fax b.fax &&"
+        "{ printf '\\r\\n'; cat a.pdf; } >c.pdf && create c.fax c.pdf && cmp a.fax c.fax");
+    EXPECT_EQ(compared.status, 0) << compared.err;
   }
   const std::string g4 = code(TiffCoding::g4), image = "/Filter/CCITTFaxDecode/DecodeParms<</K -1>>" + GREY;
   write_pdf(BOX, UPRIGHT, image, g4.substr(0, g4.size() / 2));
@@ -205,4 +252,8 @@ TEST_F(Pdf, OwnPagesComeBackAndDamageIsReported) {
   // A file that has lost its table of objects is read by poppler alone.
   dir.write("page.pdf", bytes("page.pdf").substr(0, bytes("page.pdf").find("xref")) + "trailer<</Root 1 0 R>>\n");
   EXPECT_NE(run("-v create page.fax page.pdf").err.find("is rendered: the file is damaged"), std::string::npos);
+  // Without the module beside the program, each PDF is reported with the reason.
+  const ToolRun alone = shell("cp $tool . && ./tolvane-fax create --keep-going c.fax a.pdf a.pdf");
+  EXPECT_EQ(alone.status, 2) << alone.err;
+  EXPECT_EQ(shell("grep -c 'a.pdf: PDF cannot be read: .*tolvane-pdf.so'", alone.err).out, "2\n") << alone.err;
 }

@@ -1,5 +1,6 @@
 // The operators of a page's contents (ISO 32000-1, annex A) are followed only as far as needed to know where the image
-// is and that nothing else is painted. Whatever is not known for sure speaks against it: such a page is rendered.
+// is and that nothing else is painted, by them or by an annotation. Whatever is not known for sure speaks against it:
+// such a page is rendered.
 #include "formats/pdf/page_contents.h"
 
 #include <algorithm>
@@ -232,6 +233,29 @@ class Scan {
   std::string why_;
 };
 
+// The width of the border of a link: black and solid by default (ISO 32000-1, 12.5.4).
+double border_width(QPDFObjectHandle link) {
+  QPDFObjectHandle border = link.getKey("/Border"), style = link.getKey("/BS"), width = QPDFObjectHandle::newNull();
+  if (style.isDictionary()) {
+    width = style.getKey("/W");
+  } else if (border.isArray() && border.getArrayNItems() > 2) {
+    width = border.getArrayItem(2);
+  }
+  return width.isNumber() ? width.getNumericValue() : 1;
+}
+
+// Whether an annotation may be seen: most have an appearance, or poppler makes one for them.
+bool is_seen(QPDFAnnotationObjectHelper annotation) {
+  if ((annotation.getFlags() & (an_hidden | an_no_view)) != 0) return false;
+  const std::string kind = annotation.getSubtype();
+  const Rectangle place = annotation.getRect();
+  const bool has_size = place.llx != place.urx || place.lly != place.ury;
+  if (kind == "/Widget") return has_size;  // a signature that is not to be seen has none
+  QPDFObjectHandle object = annotation.getObjectHandle();
+  if (object.hasKey("/AP")) return true;
+  return kind == "/Link" ? border_width(object) != 0 : kind != "/Popup";
+}
+
 }  // namespace
 
 bool decode_stream(QPDFObjectHandle stream, size_t most, std::string &bytes) {
@@ -254,6 +278,8 @@ bool find_shown_image(QPDFPageObjectHelper &page, const QPDFObjectHandle::Rectan
   scan.follow(contents);
   why = scan.why();
   if (why.empty() && !scan.has_image()) why = "it contains no image";
+  const std::vector<QPDFAnnotationObjectHelper> annotations = page.getAnnotations();
+  if (why.empty() && std::any_of(annotations.begin(), annotations.end(), is_seen)) why = "it has annotations";
   shown = scan.shown();
   return why.empty();
 }

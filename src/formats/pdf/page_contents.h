@@ -14,7 +14,8 @@ struct ShownImage {
   bool black_paint = true;  ///< a stencil mask would be painted in black
 };
 
-/// Examines the contents of a page. Text that is invisible, as text recognition adds it, does not count.
+/// Examines the contents of a page and its annotations. Text that is invisible, as text recognition adds it, does not
+/// count.
 ///
 /// @param page  its box; anything outside is not seen
 /// @param why   receives what the page shows instead, for a message
