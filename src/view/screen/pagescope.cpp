@@ -113,6 +113,15 @@ bool open_document(const char *name) {
   return true;
 }
 
+// Whether the file has this page, counted from 1: it can contain more pages than its header states.
+bool is_readable(int32_t page) {
+  uint8_t *coded = nullptr;
+  int32_t length = 0;
+  const int16_t result = FaxFileReadSpecificPage(t4fd.get(), Local_filename, page, &coded, &length);
+  const Block<uint8_t> owner(coded);
+  return result == FAXFILE_OK;
+}
+
 void report_file_fault(const char *format, const char *name) {
   char message[sizeof Local_filename + 32];
   snprintf(message, sizeof message, format, name);
@@ -178,7 +187,9 @@ bool reopen_view() {
 }
 
 void reload_view() {
-  if (reopen_view()) random_page(std::min(page_number + 1, std::max(Total_pages, 1)));
+  if (!reopen_view()) return;
+  const int32_t shown = page_number + 1;
+  random_page(shown <= Total_pages || is_readable(shown) ? shown : std::max(Total_pages, 1));
 }
 
 int do_this_page() {
