@@ -1,5 +1,6 @@
 // Changes of the file shown. A change is acted upon once the file has been quiet for a moment: a writer may close a
-// file several times, and an event for the directory says nothing of other writers.
+// file several times, and an event for the directory says nothing of other writers. What no event reports, such as a
+// change by another host or of a directory on the way to the file, is noticed with the next page.
 #include "app/file_watch.h"
 
 #include <limits.h>
@@ -10,8 +11,10 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <filesystem>
 #include <string>
+#include <vector>
 
 #include "app/app_state.h"
 #include "app/exit_tasks.h"
@@ -32,13 +35,32 @@ namespace {
 constexpr unsigned long QUIET_TIME = 200;  // milliseconds
 
 Descriptor watcher;
-int directory_watch = -1;
-std::string file_name;  // within that directory
+struct Watch {
+  int directory;
+  std::string file_name;  // within that directory
+};
+std::vector<Watch> watches;  // of the name given, and of the file that it leads to
+struct stat seen;            // the file when it was opened
 XtIntervalId timer;
 XtSignalId hangup;
 bool had_terminal;  // standard input was one at the start
 
+// Watches the name of the file shown and, if that is a link, the file itself, in place of earlier ones.
+void watch() {
+  for (const Watch &old : watches) inotify_rm_watch(watcher.get(), old.directory);
+  watches.clear();
+  const std::filesystem::path given = Fullpath_fax_filename;
+  std::error_code failed;
+  for (const auto &path : {given, std::filesystem::canonical(given, failed)}) {
+    const std::string directory = path.has_parent_path() ? path.parent_path() : ".";
+    watches.push_back(
+        {inotify_add_watch(watcher.get(), directory.c_str(), IN_CLOSE_WRITE | IN_MOVED_TO), path.filename()});
+  }
+  stat(Fullpath_fax_filename, &seen);
+}
+
 void reload() {
+  watch();  // before the file is read: a change after that is an event
   reload_view();
   update_info_window();
 }
@@ -58,7 +80,10 @@ void read_events(XtPointer, int *fd, XtInputId *) {
   const ssize_t length = read(*fd, events, sizeof events);
   for (ssize_t at = 0; at < length;) {
     const auto *event = reinterpret_cast<const inotify_event *>(events + at);
-    if (event->wd == directory_watch && event->len > 0 && file_name == event->name) start_timer();
+    const auto is_of = [event](const Watch &each) {
+      return event->wd == each.directory && event->len > 0 && each.file_name == event->name;
+    };
+    if (std::ranges::any_of(watches, is_of)) start_timer();
     at += static_cast<ssize_t>(sizeof *event + event->len);
   }
 }
@@ -73,8 +98,6 @@ void reload_or_end(XtPointer, XtSignalId *) {
   reload();
 }
 
-struct stat seen;  // of the file, without inotify
-
 bool is_same(const struct stat &a, const struct stat &b) {
   return a.st_dev == b.st_dev && a.st_ino == b.st_ino && a.st_size == b.st_size &&
          a.st_mtim.tv_sec == b.st_mtim.tv_sec && a.st_mtim.tv_nsec == b.st_mtim.tv_nsec;
@@ -82,8 +105,8 @@ bool is_same(const struct stat &a, const struct stat &b) {
 
 void reopen_changed_file() {
   struct stat now;
-  if (stat(Fullpath_fax_filename, &now) != 0 || is_same(now, seen)) return;
-  seen = now;
+  if (timer || stat(Fullpath_fax_filename, &now) != 0 || is_same(now, seen)) return;
+  watch();
   if (reopen_view()) update_info_window();
 }
 
@@ -104,17 +127,6 @@ void start() {
     XtAppAddInput(tn_context, watcher.get(), reinterpret_cast<XtPointer>(XtInputReadMask), read_events, nullptr);
 }
 
-// Watches the directory of the file shown, in place of an earlier one.
-bool watch_directory() {
-  if (!watcher) return false;
-  const std::filesystem::path path = Fullpath_fax_filename;
-  if (directory_watch >= 0) inotify_rm_watch(watcher.get(), directory_watch);
-  file_name = path.filename();
-  const std::string directory = path.has_parent_path() ? path.parent_path() : ".";
-  directory_watch = inotify_add_watch(watcher.get(), directory.c_str(), IN_CLOSE_WRITE | IN_MOVED_TO);
-  return directory_watch >= 0;
-}
-
 }  // namespace
 
 void watch_shown_file() {
@@ -122,8 +134,8 @@ void watch_shown_file() {
   if (strcasecmp(application_resource(XtDisplay(tn_Shell000), "watchFile").c_str(), "false") == 0) return;
   if (!started) start();
   started = true;
-  stat(Fullpath_fax_filename, &seen);
-  before_page_turn = watch_directory() ? nullptr : reopen_changed_file;
+  watch();
+  before_page_turn = reopen_changed_file;
 }
 
 }  // namespace tolvane
