@@ -108,6 +108,21 @@ void create_window() {
   if (!Api) accept_dropped_files(tn_Shell000);  // embedded, the parent decides on the file
 }
 
+Display *take_display(Display *display) {
+  tn_context = XtDisplayToApplicationContext(display);
+  // Limited to our class, since the widgets of the parent use the same database.
+  merge_below_user_resources(display, CLASS, tn_fallbacks);
+  return display;
+}
+
+// Opened at the first call; a call that fails after that leaves it to the next.
+Display *own_display(int *argc, char **argv) {
+  static Display *display;
+  if (!display) display = open_display(argc, argv);
+  if (display) tn_context = XtDisplayToApplicationContext(display);
+  return display;
+}
+
 }  // namespace
 
 Display *open_display(int *argc, char **argv) {
@@ -115,8 +130,11 @@ Display *open_display(int *argc, char **argv) {
   tn_context = XtCreateApplicationContext();
   XtAppSetFallbackResources(tn_context, const_cast<String *>(tn_fallbacks));
   Display *display = XtOpenDisplay(tn_context, nullptr, NAME, CLASS, nullptr, 0, argc, argv);
-  if (!display) XtWarning("cannot open display");
-  return display;
+  if (display) return display;
+  XtWarning("cannot open display");
+  XtDestroyApplicationContext(tn_context);
+  tn_context = nullptr;
+  return nullptr;
 }
 
 int open_window(Display *display, int argc, char **argv) {
@@ -131,15 +149,8 @@ int open_window(Display *display, int argc, char **argv) {
 }
 
 int tn_open_view(Display *display, int argc, char **argv) {
-  if (!tn_context && display) {
-    tn_context = XtDisplayToApplicationContext(display);
-    // Limited to our class, since the widgets of the parent use the same database.
-    merge_below_user_resources(display, CLASS, tn_fallbacks);
-  }
-  if (AppShell)
-    display = XtDisplay(AppShell);
-  else if (!display && !(display = open_display(&argc, argv)))
-    return 1;
+  display = AppShell ? XtDisplay(AppShell) : display ? take_display(display) : own_display(&argc, argv);
+  if (!display) return 1;
   set_fax_filename("");
   *Printer_name = *Server_name = '\0';
   if (open_window(display, argc, argv) == 0) return 0;

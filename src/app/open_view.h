@@ -13,9 +13,9 @@ extern const char *const tn_fallbacks[];
 /// stand-alone program with Api left set, so that signals, standard input, the main loop and the end of the process are
 /// left to the parent. Register a function with `tn_assign_callback_func` to be notified of events in the window.
 ///
-/// The first call determines the display. A later call loads its file into the existing window, popped down or not, or
-/// builds a new one if the form has been destroyed. Scale and names of an earlier call are reset; the orientation
-/// stays.
+/// The first call with a file that exists determines the display. A later call loads its file into the existing window,
+/// popped down or not, or builds a new one if the form has been destroyed. Scale and names of an earlier call are
+/// reset; the orientation stays.
 ///
 /// @param display    a display of the parent, whose application context is used; null creates a context, `tn_context`,
 ///                   and opens a display as "tolvane" of class "Tolvane"

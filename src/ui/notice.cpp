@@ -38,7 +38,7 @@ bool notices_enabled() {
 
 void notify_user(const std::string &text) {
   if (!display) return;
-  if (!dialog) dialog = make_dialog();
+  if (!dialog || XtDisplay(dialog) != display) dialog = make_dialog();
   std::string shown = printable(text, "\n");
   const CompoundString message(XmStringCreateLtoR(shown.data(), XmSTRING_DEFAULT_CHARSET));
   XtVaSetValues(dialog, XmNmessageString, message.get(), nullptr);

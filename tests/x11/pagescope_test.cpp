@@ -4,6 +4,7 @@
 #include <sys/stat.h>
 
 #include "x11/xt_app.h"
+#include "app/app_state.h"
 #include "app/open_view.h"
 #include "app/tn_api_functions.h"
 #include "helpers/fax_bytes.h"
@@ -39,11 +40,28 @@ void expect(const std::string &expected) {
 
 // The window, with a file of three pages.
 struct Pagescope : testing::Test {
+  // Calls that fail on displays of their own; the first that gets further takes the display of this process.
+  static void SetUpTestSuite() {
+    XtApp &app = xt_app();
+    const std::string display = getenv("DISPLAY");
+    std::string program = "tolvane", file = "none";
+    char *argv[] = {program.data(), file.data(), nullptr};
+    std::vector<XtAppContext> contexts;
+    for (const char *name : {":4711", display.c_str(), display.c_str()}) {
+      setenv("DISPLAY", name, 1);
+      EXPECT_EQ(tn_open_view(nullptr, 2, argv), 1);
+      contexts.push_back(tn_context);
+    }
+    EXPECT_EQ(contexts[0], nullptr);
+    EXPECT_EQ(contexts[1], contexts[2]);
+    app.warnings.clear();
+  }
   void SetUp() override {
     three_ = dir_.write("three.fax", fax_bytes("#PAGES:3\nRESOLUTION:1\n", {blank_page(400), blank_page(800), ""}));
     std::string program = "tolvane";
     char *argv[] = {program.data(), three_.data(), nullptr};
     ASSERT_EQ(tn_open_view(xt_app().display, 2, argv), 0);
+    ASSERT_EQ(tn_context, xt_app().context);
     ASSERT_TRUE(xt_app().process_until([] { return tn_window_is_up() == 1; }));
   }
   void TearDown() override { EXPECT_EQ(testing::PrintToString(xt_app().warnings), "{}"); }
