@@ -257,6 +257,7 @@ TEST_F(Output, ChecksumsAndComparisonsSeeThePixelsAlone) {
   EXPECT_TRUE(from_pbm(shell("convert d2.tif pbm:-").out) == difference);
   ASSERT_EQ(shell("tiffcp -c lzw $charts/itu1.tif $charts/itu5.tif a.tif; $tool extract b.fax a.pdf").status, 0);
   const std::string counts = R"("page_counts":[2,3],"pages":[{"page":2,"readable":true,"pixels":)";
+  dir.write("cut.pbm", "P4 10 10\n");
   const std::tuple<const char *, int, std::string> cases[] = {
       {"compare b.fax a.tif", 0, ""},
       {"compare a.pdf a.tif", 0, ""},
@@ -270,6 +271,9 @@ TEST_F(Output, ChecksumsAndComparisonsSeeThePixelsAlone) {
            "\n"},
       {"compare --json a.tif gone.fax", 2,
        R"({"schema":1,"files":["a.tif","gone.fax"],"error":"gone.fax: No such file or directory"})"
+       "\n"},
+      {"compare --json a.tif cut.pbm", 2,
+       R"({"schema":1,"files":["a.tif","cut.pbm"],"error":"cut.pbm: page 1: the file ends before the picture does"})"
        "\n"},
       {"compare --difference %d.pbm 1.pbm 5.pbm", 2, "page 1: " + std::to_string(pixels) + " pixels differ\n"},
   };

@@ -2,6 +2,7 @@
 // where JSON is wanted: without memory their destructors end the program.
 #include "cli/json_lines.h"
 
+#include <algorithm>
 #include <cstdio>
 
 #include "io/input_file.h"
@@ -35,7 +36,8 @@ Status with_error(std::string &error, const std::function<Status()> &work) {
     status = work();
   }
   pass_on_diagnostics(faults);
-  if (status == FAILED) error = faults.empty() ? "unreadable" : faults.back().text;
+  const auto last = std::find_if(faults.rbegin(), faults.rend(), [](const Diagnostic &one) { return one.is_fault; });
+  if (status == FAILED) error = last == faults.rend() ? "unreadable" : last->text;
   return status;
 }
 

@@ -6,6 +6,7 @@
 #include <cstdio>
 #include <deque>
 #include <memory>
+#include <optional>
 #include <utility>
 
 #include "cli/options.h"
@@ -96,8 +97,7 @@ int64_t memory_of(const SourcePicture &picture) {
 
 // A page on its way into a fax file.
 struct NewPage {
-  std::string name;    // for messages
-  int32_t number = 0;  // in its file
+  std::string name;  // for messages
   int64_t memory = 0;
   SourcePicture picture;
   std::vector<uint8_t> record;  // empty for a page that is skipped
@@ -116,29 +116,30 @@ class NewPages {
         store_(store),
         progress_("pages") {}
 
-  // @param count  of pages so far
   // @param header  receives what the first page of all brings along
-  Status code_file(const std::string &file, const SourceOptions &source, int32_t &count, HeaderValues &header) {
-    const int32_t before = count;
+  Status code_file(const std::string &file, const SourceOptions &source, HeaderValues &header) {
     Diagnostics held;  // what the reader reports before it gives the next page
-    Status status;
-    {
-      const HoldDiagnostics hold(held);
-      status = read_pages(file, source, [&](SourcePicture &&picture) {
-        if (++count > MOST_RECORDS)
-          return failure("%s: more than %d pages in one file: use several", store_.name, MOST_RECORDS);
-        if (count == 1) header = std::move(picture.header);
-        const int64_t memory = memory_of(picture);
-        auto page =
-            std::make_shared<NewPage>(NewPage{input_name(file), count - before, memory, std::move(picture), {}, {}});
-        page->diagnostics.swap(held);
-        return add(page);
-      });
-    }
+    std::optional<HoldDiagnostics> hold(std::in_place, held);
+    const Status status = read_pages(file, source, [&](SourcePicture &&picture) {
+      if (++read_ > MOST_RECORDS)
+        return failure("%s: more than %d pages in one file: use several", store_.name, MOST_RECORDS);
+      if (read_ == 1) header = std::move(picture.header);
+      const int64_t memory = memory_of(picture);
+      auto page = std::make_shared<NewPage>(NewPage{input_name(file), memory, std::move(picture), {}, {}});
+      page->diagnostics.swap(held);
+      hold.reset();
+      const Status added = add(page);
+      hold.emplace(held);
+      return added;
+    });
+    hold.reset();
     const Status rest = finish();
-    if (!failed_) print_diagnostics(held);
+    if (!failed_) pass_on_diagnostics(held);
     return worse(status, rest);
   }
+
+  // Pages whose records are in the file.
+  int32_t count() const { return count_; }
 
  private:
   Status add(const std::shared_ptr<NewPage> &page) {
@@ -164,17 +165,18 @@ class NewPages {
     std::vector<uint8_t> lines;
     const char *name = page.name.c_str();
     SourcePicture &picture = page.picture;
+    const int32_t number = picture.number;
     Status status = picture.load ? picture.load(picture) : DONE;
     if (status == FAILED) return FAILED;
-    say_picture(name, page.number, picture);
+    say_picture(name, number, picture);
     Turn turn;
     status = worse(status, find_turn(rotate_, picture, turn));
     turn_picture(picture, turn);
-    report_overhang(name, page.number, picture, fit_);
-    status = worse(status, make_fax_lines(name, page.number, std::move(picture), fit_, lines));
+    report_overhang(name, number, picture, fit_);
+    status = worse(status, make_fax_lines(name, number, std::move(picture), fit_, lines));
     if (status == FAILED) return FAILED;
-    return worse(status, encode_page(page.name + ": page " + std::to_string(page.number), lines, coding_,
-                                     fit_.resolution, page.record));
+    return worse(status, encode_page(page.name + ": page " + std::to_string(number), lines, coding_, fit_.resolution,
+                                     page.record));
   }
 
   Status take() {
@@ -182,14 +184,12 @@ class NewPages {
     const std::shared_ptr<NewPage> page = under_way_.front();
     under_way_.pop_front();
     memory_ -= page->memory;
-    print_diagnostics(page->diagnostics);
+    pass_on_diagnostics(page->diagnostics);
     progress_.step();
     Status status = page->status;
     if (status != FAILED && !page->record.empty()) {
-      Diagnostics fault;
-      const HoldDiagnostics hold(fault);
       status = worse(status, append_record(store_.name, store_.fd, page->record));
-      print_diagnostics(fault);
+      ++count_;
     }
     failed_ = failed_ || status == FAILED;
     return status;
@@ -208,6 +208,7 @@ class NewPages {
   const RecordStore store_;
   Progress progress_;
   bool failed_ = false;
+  int32_t read_ = 0, count_ = 0;                    // pages that were read, and those that are in the file
   int64_t memory_ = 0;                              // of the pages under way
   std::deque<std::shared_ptr<NewPage>> under_way_;  // oldest first
   OrderedWork work_;
@@ -249,11 +250,11 @@ Status code_pages(const PageInput &input, int32_t coding, int32_t resolution, co
   source.fit.resolution = resolution;
   NewPages coder(source, coding, store);
   Status status = DONE;
-  count = 0;
   for (const std::string &file : input.files) {
-    status = worse(status, coder.code_file(file, source, count, header));
+    status = worse(status, coder.code_file(file, source, header));
     if (status == FAILED) return FAILED;
   }
+  count = coder.count();
   return count > 0 ? status
                    : failure("%s: no page in %s", store.name,
                              input.files.size() == 1 ? input_name(input.files[0]).c_str() : "any of PAGES");

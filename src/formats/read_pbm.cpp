@@ -84,6 +84,7 @@ Status read_pbm(const PictureFile &file, const SourceOptions &, const page_sink 
     SourcePicture page = {static_cast<int32_t>(width), static_cast<int32_t>(height)};
     if (!(kind == '4' ? read_rows(text, page) : read_digits(text, page)))
       return failure("%s: page %d: the file ends before the picture does", file.name, number);
+    page.number = number;
     status = worse(status, sink(std::move(page)));
   }
   return status;

@@ -128,6 +128,7 @@ Status read_sff(const PictureFile &file, const SourceOptions &, const page_sink 
     }
     SourcePicture page = {coded.width, static_cast<int32_t>(coded.lines.size()), FAX_X_DPI, coded.y_dpi};
     if (check_picture_size(file.name, number, page.width, page.height) != DONE) return FAILED;
+    page.number = number;
     TiffLog log;
     if (!decode_lines(coded, log, page)) return failure("%s: page %d: %s", file.name, number, log.error.c_str());
     status = worse(worse(status, report_tiff_damage(file.name, number, log)), sink(std::move(page)));

@@ -252,6 +252,7 @@ Status find_page(TIFF *tiff, const PictureFile &file, int32_t number, SourcePict
     return failure("%s: page %d cannot be read: its JBIG code is of another size than the page", file.name, number);
   page = {static_cast<int32_t>(width), static_cast<int32_t>(height)};
   find_density(tiff, page);
+  page.number = number;
   if (number == 1) page.header = metadata_of(tiff);
   const TiffPage source = {file, number, TIFFCurrentDirOffset(tiff)};
   if (is_bilevel(tiff)) {

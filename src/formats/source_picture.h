@@ -31,6 +31,8 @@ struct SourcePicture {
   row_source grey = {};            ///< rows as they are stored
   std::vector<uint8_t> bits = {};  ///< `row_bytes` bytes per row from the top; pixel 0 is bit 7 of byte 0, 1 is black
 
+  int32_t number = 1;  ///< of the page in its file, pages that could not be read counted
+
   Turn turn = {};  ///< from the stored rows of a grey picture to those that are seen
 
   bool rotated = false;  ///< it is turned as the user wants it, and `find_turn` finds no other turn

@@ -262,6 +262,7 @@ extern "C" tolvane::Status tolvane_read_pdf(const tolvane::PictureFile &file, co
   for (int i = 0; i < pages && (status != FAILED || options.keep_going); ++i) {
     SourcePicture page;
     const Status taken = take_page(pdf, images, i + 1, options, page);
+    page.number = i + 1;
     if (i == 0) page.header = std::move(header);
     status = worse(status, taken == FAILED ? FAILED : worse(taken, sink(std::move(page))));
   }
