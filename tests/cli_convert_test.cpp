@@ -55,6 +55,7 @@ TEST_F(Convert, AFileIsConvertedWholeOrNotAtAll) {
       {fax_bytes(one + modes + "3\n", {good}).substr(0, 60), 2, "cut short"},
       {fax_bytes(one + "RESOLUTION:3\nCOMPRESSION:3\n", {good}), 2, "300 lpi"},
       {fax_bytes(one + modes + "2\n", {good}), 2, "UMMR"},
+      {fax_bytes(modes + "3\n" + std::string(97, '\n'), {good}), 2, "at most 99 header lines"},
       {"text", 2, "not a fax file"},
   };
   // Neither output nor files depend on the number of threads; a file among many is worked on with others.

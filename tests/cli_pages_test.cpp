@@ -80,6 +80,7 @@ TEST_F(Pages, WhatCannotBeDoneLeavesTheFileAlone) {
   dir.write("cut1.fax", fax(head(2), {9, 8}).substr(0, 100 + page(9).size()));
   dir.write("ummr.fax", fax(modes + "2\n", {9}) + page(8).substr(0, 9));
   dir.write("fall.fax", fax(head(1) + "INCLUDE:cover.fax 2 1\nINCLUDE:cover.fax 1 1\n", {9}));
+  dir.write("many.fax", fax(modes + "3\n" + std::string(97, '\n'), {9}));
   const struct {
     const char *words, *complaint;
     int status = 2;
@@ -88,6 +89,7 @@ TEST_F(Pages, WhatCannotBeDoneLeavesTheFileAlone) {
       {"append cut1.fax 21.pbm", "cut short"},
       {"append fall.fax 21.pbm", "INCLUDE"},
       {"repair ummr.fax new.fax", "pages in UMMR cannot be decoded"},
+      {"append many.fax 21.pbm", "many.fax: the viewer reads at most 99 header lines"},
       {"include cover.fax 1 3 main.fax", "has 2 pages, not 3"},
       {"include other.fax 1 1 main.fax", "in MH, Fine"},
       {"include back.fax 1 2 main.fax", "includes main.fax in turn"},
@@ -238,7 +240,9 @@ TEST_F(Pages, SplitCutsWhereItIsTold) {
     EXPECT_EQ(dir.entries(), entries);
   }
   // More files than are written at a time, up to the first that cannot be.
+  ASSERT_EQ(shell("$tool merge many.fax $(yes main.fax | head -20)").status, 0);
   std::filesystem::create_directory(dir.path("part-100.fax"));
+  complains("-j 3 split many.fax part-%d.fax", 2, "part-100.fax: cannot be written: Is a directory");
   constexpr uint32_t PAGES[] = {1, 11, 12, 1, 2, 13};
   for (size_t i = 0; i < 99; ++i)
     EXPECT_TRUE(bytes("part-" + std::to_string(i + 1) + ".fax") == fax(head(1) + subject, {PAGES[i % 6]})) << i;

@@ -13,6 +13,7 @@
 #include "cli/commands.h"
 #include "cli/file_work.h"
 #include "cli/options.h"
+#include "document/fax_composition.h"
 #include "document/fax_document.h"
 #include "document/page_coding.h"
 #include "document/page_sources.h"
@@ -125,7 +126,9 @@ Status check_source(const FaxDocument &document) {
 Status write_converted(const FaxDocument &document) {
   OutputFile output;
   if (output.open(document.path) != DONE) return FAILED;
-  if (!write_header_lines(output.fd(), new_header(document))) return system_failure(output.name(), "cannot be written");
+  const HeaderLines lines = new_header(document);
+  if (check_changed_header(document.name(), document.lines, lines) != DONE) return FAILED;
+  if (!write_header_lines(output.fd(), lines)) return system_failure(output.name(), "cannot be written");
   const Status status = write_pages(document, output);
   return status == FAILED || output.commit() != DONE ? FAILED : status;
 }

@@ -265,6 +265,7 @@ Status insert_pages(const std::string &path, int32_t place, const PageInput &inp
   EditedFile edited;
   if (open_fax_to_edit(path, document, edited) != DONE || check_target(document, place) != DONE) return FAILED;
   if (place == 0) place = document.record_count() + 1;
+  const HeaderLines before = document.lines;
 
   OutputFile output;
   if (output.open(path) != DONE) return FAILED;
@@ -275,7 +276,8 @@ Status insert_pages(const std::string &path, int32_t place, const PageInput &inp
   const Status read = code_pages(input, document.coding, written_resolution(document), {output.name(), spool.get()},
                                  new_pages, ignored);
   if (read == FAILED || shift_inclusions(document, place, new_pages) != DONE ||
-      set_page_counts(document.name(), document.lines, document.record_count() + new_pages) != DONE)
+      set_page_counts(document.name(), document.lines, document.record_count() + new_pages) != DONE ||
+      check_changed_header(document.name(), before, document.lines) != DONE)
     return FAILED;
 
   const int64_t end = records_end(document);

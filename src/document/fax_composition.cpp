@@ -87,6 +87,16 @@ Status check_header(const char *name, const std::vector<std::string> &lines) {
   return DONE;
 }
 
+Status check_changed_header(const char *name, const std::vector<std::string> &before,
+                            const std::vector<std::string> &lines) {
+  Diagnostics old_faults;
+  {
+    const HoldDiagnostics hold(old_faults);
+    if (check_header(name, before) != DONE) return DONE;
+  }
+  return check_header(name, lines);
+}
+
 Status append_record(const char *name, int fd, std::span<const uint8_t> data) {
   std::vector<uint8_t> record(FAXFILE_WORD + data.size());
   put_word(record.data(), static_cast<uint32_t>(data.size()));
