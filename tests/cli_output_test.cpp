@@ -174,6 +174,8 @@ TEST_F(Output, DamageIsToldAndTheRestIsGivenAllTheSame) {
     {"page": 4, "readable": true, "file": "a.fax", "record": 2, "coding": "MH", "bytes": 15, "lines": 4,
      "damaged_lines": 1, "damage": [{"line": 3, "what": "ends before 1728 pixels"}]}]})";
   EXPECT_EQ(nlohmann::json::parse(run("info a.fax --json").out), nlohmann::json::parse(expected));
+  dir.write("u.fax", fax_bytes("#PAGES:1\nRESOLUTION:1\nCOMPRESSION:2\n", {white}));
+  EXPECT_FALSE(nlohmann::json::parse(run("info u.fax --json").out)["pages"][0].contains("damage"));
   EXPECT_THAT(run("info --csv a.fax b.fax").out,
               HasSubstr("\na.fax,3,./gone.fax,1,,,,\na.fax,4,a.fax,2,MH,15,4,1\nb.fax,1,b.fax,1,MH,30,8,0\n"));
   for (const auto &[line, given] : {std::pair("info a.fax", ""),

@@ -42,7 +42,8 @@ void decode_found(const FaxDocument &document, PageInWork &page, Survey depth) {
   DecodedPage decoded;
   const auto decode = depth == Survey::checksums ? decode_page : count_lines;
   const Status status = decode(document.name(), facts.page, page.found.record, page.found.coding, decoded);
-  facts.decoded = true;
+  // Of a page with more lines than can be decoded their number is known.
+  facts.decoded = status != FAILED || (decoded.count > 0 && !decoded.out_of_memory);
   if (depth == Survey::checksums && status != FAILED) facts.checksum = page_checksum(decoded);
   facts.lines = decoded.coded_lines();
   facts.damaged_lines = decoded.damaged_lines();
