@@ -59,14 +59,19 @@ TEST_F(Faults, BadPagesAreNamedAndNothingIsMade) {
 // What a header promises costs nothing: neither time, nor memory, nor more than a message for what is not there.
 TEST_F(Faults, InclusionsOfWhatIsNoFileAndOfPagesThatAreNotThereEndAtOnce) {
   shell("mkfifo fifo; ln -s /dev/zero zero");
-  const std::pair<const char *, const char *> cases[] = {
-      {"nofile 1 2000000000", "pages 1 to 2000000000 are not available: ./nofile: No such file"},
-      {"fifo 1 1", "page 1 is not available: ./fifo: "},
-      {"zero 1 3", "pages 1 to 3 are not available: ./zero: "},
-      {"a.fax 1 70000", "are not available: endless inclusions"},
+  std::string twice_as_many = "a.fax 1 1";
+  for (int count = 2; count < 1 << 27; count *= 2) twice_as_many += "\nINCLUDE:a.fax 1 " + std::to_string(count);
+  const std::tuple<std::string, const char *, size_t> cases[] = {
+      {"nofile 1 2000000000", "pages 1 to 2000000000 are not available: ./nofile: No such file", 1},
+      {"nofile 1 2147483647", "pages 1 to 2147483646 are not available: ./nofile: No such file", 40000},
+      {"fifo 1 1", "page 1 is not available: ./fifo: ", 1},
+      {"zero 1 3", "pages 1 to 3 are not available: ./zero: ", 1},
+      {"a.fax 1 70000", "are not available: endless inclusions", 1},
+      {twice_as_many, "are not available: endless inclusions", 1},
   };
-  for (const auto &[inclusion, complaint] : cases) {
-    dir.write("a.fax", fax_bytes("#PAGES:1\nRESOLUTION:1\nINCLUDE:" + std::string(inclusion) + "\n", {blank_page(4)}));
+  for (const auto &[inclusion, complaint, records] : cases) {
+    dir.write("a.fax",
+              fax_bytes("#PAGES:1\nRESOLUTION:1\nINCLUDE:" + inclusion + "\n", std::vector(records, blank_page(4))));
     for (const char *line : {"info a.fax", "check a.fax", "extract a.fax a.pbm", "extract a.fax a.pbm -p 1-z",
                              "merge b.fax a.fax", "split a.fax %d.fax", "convert --to mr a.fax"}) {
       const ToolRun done = shell(with_memory(400000, "exec timeout 20 $tool ") + line);

@@ -2,6 +2,8 @@
 // are coding and resolution by default.
 #include <sys/stat.h>
 
+#include <algorithm>
+#include <climits>
 #include <deque>
 
 #include "cli/commands.h"
@@ -101,7 +103,7 @@ Status run() {
   lock_to_replace(out, edited);
   std::deque<FaxDocument> documents;
   Status status = DONE;
-  int32_t total = 0;
+  int64_t total = 0;
   for (const std::string &file : files) {
     if (open_fax(file, documents.emplace_back()) == DONE) {
       total += documents.back().page_count();
@@ -123,7 +125,7 @@ Status run() {
   for (const std::string &line : documents.front().lines) {
     if (!is_structural(line)) lines.push_back(line);
   }
-  Progress progress("pages", total);
+  Progress progress("pages", static_cast<int32_t>(std::min<int64_t>(total, INT_MAX)));
   for (const FaxDocument &document : documents) {
     if (check_kept(document) != DONE) return FAILED;
     status = worse(status, add_pages(document, pages, lines, progress));

@@ -3,6 +3,8 @@
 
 #include <sys/types.h>
 
+#include <algorithm>
+#include <climits>
 #include <cstdint>
 #include <span>
 #include <string>
@@ -38,7 +40,8 @@ struct FaxDocument {
   const char *name() const { return shown_name.c_str(); }
   int32_t record_count() const { return static_cast<int32_t>(records.size()); }
   /// Pages of the document: its records and the pages that come from other files.
-  int32_t page_count() const { return record_count() + included_pages; }
+  /// Held to one less than the highest number, so that a loop over them ends.
+  int32_t page_count() const { return std::min(record_count(), INT_MAX - 1 - included_pages) + included_pages; }
 
   std::string path;                   ///< as given
   std::string directory;              ///< where included files are looked for: that of the path

@@ -13,6 +13,8 @@
 namespace tolvane {
 namespace {
 [[gnu::used]] const char SCCS_ID[] = "@(#)|page_sources|9|01|3|0|0|11/23/26|07:48:14";
+constexpr size_t MOST_STRETCHES = 16384;  // of missing pages: each takes memory, and a message
+
 
 // What counts of a file for the place of pages.
 struct Source {
@@ -72,6 +74,7 @@ class Walk {
   }
 
  private:
+    if (wanted == 0) return;
   void take_records(const Source &source, int32_t wanted, int32_t &record, int32_t &count) {
     const int32_t there = std::clamp(source.records - record, 0, wanted);
     const int32_t passed = pass(there);
@@ -85,17 +88,22 @@ class Walk {
   void take_included(const std::string &name, int32_t count, int32_t depth) {
     if (count == 0) return;
     const Source &source = sources_.named(name);
-    if (page_ == MOST_PAGES || depth == DEEPEST_INCLUSION)
+    if (!ends()) ++visits_;
+    if (ends() || depth == DEEPEST_INCLUSION)
       skip(count, source.path, 1, "endless inclusions");
     else if (!source.fault.empty())
       skip(count, source.path, 1, source.fault);
     else
       take(source, count, depth + 1);
   }
+  // A document with the most pages may include each of them by itself. Files that include each other can be passed
+  // through without end, and no page or only missing ones are added.
+  bool ends() const { return page_ == MOST_PAGES || visits_ > MOST_PAGES || missing.size() >= MOST_STRETCHES; }
+
 
   // Passes pages that are there. Returns how many there is room for.
   int32_t pass(int32_t count) {
-    count = std::min(count, MOST_PAGES - page_);
+    count = ends() ? 0 : std::min(count, MOST_PAGES - page_);
     page_ += count;
     total_ += count;
     return count;
@@ -103,7 +111,9 @@ class Walk {
 
   void skip(int32_t count, const std::string &source, int32_t source_page, const std::string &reason) {
     if (count == 0) return;
-    const std::string text = page_ < MOST_PAGES ? reason : "more than " + std::to_string(MOST_PAGES) + " pages";
+    const std::string text = page_ == MOST_PAGES ? "more than " + std::to_string(MOST_PAGES) + " pages"
+                             : ends()            ? "endless inclusions"
+                                                 : reason;
     if (!missing.empty() && missing.back().last == total_ && missing.back().reason == text)
       missing.back().last += count;
     else
@@ -112,8 +122,9 @@ class Walk {
   }
 
   Sources sources_;
-  int32_t page_ = 0;   // pages that are there
-  int32_t total_ = 0;  // and those that are not
+  int32_t page_ = 0;    // pages that are there
+  int32_t total_ = 0;   // and those that are not
+  int32_t visits_ = 0;  // of included files
 };
 
 Walk walk_all(const FaxDocument &document) {
