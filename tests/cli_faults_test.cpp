@@ -82,6 +82,16 @@ TEST_F(Faults, InclusionsOfWhatIsNoFileAndOfPagesThatAreNotThereEndAtOnce) {
   }
 }
 
+// However many pages come from a file, and are under way, it is read once and opened for one of them at a time.
+TEST_F(Faults, ManyPagesOfOneIncludedFileTakeNeitherTimeNorDescriptors) {
+  dir.write("b.fax", fax_bytes("RESOLUTION:1\n", std::vector<std::string>(12000)));
+  dir.write("a.fax", fax_bytes("#PAGES:0\nRESOLUTION:1\nINCLUDE_PAGES:12000\nINCLUDE:b.fax 1 12000\n"));
+  for (const char *line : {"check a.fax", "merge b2.fax a.fax"}) {
+    const ToolRun done = shell(std::string("ulimit -n 60; exec timeout 20 $tool -j 30 ") + line);
+    EXPECT_EQ(done.status, 0) << line << done.err.substr(0, 300);
+  }
+}
+
 // A header may name any file, straight or through a link. What comes from elsewhere is reported, or refused.
 TEST_F(Faults, PagesFromOutsideTheDirectoryAreReportedOrRefused) {
   const std::string page = encoded_page(random_page(1, 4), 3), modes = "RESOLUTION:1\nCOMPRESSION:3\n";

@@ -1,8 +1,6 @@
 // tolvane-fax convert: rewrites files in another page coding, in place. Only the coding changes: all header lines stay,
 // and each page has the lines that the library's converter gives it.
-#include <errno.h>
 #include <sys/stat.h>
-#include <unistd.h>
 
 #include <algorithm>
 #include <deque>
@@ -45,19 +43,12 @@ struct PageInWork {
   Status status = DONE;
 };
 
-Status read_record(const FaxDocument &document, PageInWork &page) {
-  const PageRecord &place = document.records[static_cast<size_t>(page.number) - 1];
-  const off_t data = place.offset + 4;
-  page.record.resize(static_cast<size_t>(place.length));
-  const bool at_record = lseek(document.fd.get(), data, SEEK_SET) == data;
-  const ssize_t got = at_record ? read_fully(document.fd.get(), page.record.data(), page.record.size()) : -1;
-  if (got == std::ssize(page.record)) {
-    say_verbose("%s: page %d: %zu bytes in %s", document.name(), page.number, page.record.size(),
-                coding_name(document.coding));
-    return DONE;
-  }
-  if (got >= 0) errno = 0;
-  return failure("%s: page %d cannot be read: %s", document.name(), page.number, cause());
+Status read_page(const FaxDocument &document, PageInWork &page) {
+  if (!read_record(document.fd.get(), document.records[static_cast<size_t>(page.number) - 1], page.record))
+    return failure("%s: page %d cannot be read: %s", document.name(), page.number, cause());
+  say_verbose("%s: page %d: %zu bytes in %s", document.name(), page.number, page.record.size(),
+              coding_name(document.coding));
+  return DONE;
 }
 
 Status convert_page(const FaxDocument &document, PageInWork &page) {
@@ -84,7 +75,7 @@ Status write_pages(const FaxDocument &document, const OutputFile &output) {
       PageInWork &page = *under_way.emplace_back(std::make_unique<PageInWork>());
       page.number = next++;
       const HoldDiagnostics hold(page.diagnostics);
-      page.status = read_record(document, page);
+      page.status = read_page(document, page);
       work.add([&document, &page] {
         const HoldDiagnostics held(page.diagnostics);
         if (page.status == DONE) page.status = convert_page(document, page);

@@ -5,7 +5,6 @@
 
 #include <algorithm>
 #include <iterator>
-#include <string_view>
 
 #include "faxfile/header_lines.h"
 #include "faxfile/page_writer.h"
@@ -32,13 +31,6 @@ const char *keyword(FaxKeyword number) {
 // The name of a header line, for messages.
 std::string name_of(const std::string &line) {
   return line.substr(0, line.find(':'));
-}
-
-// Whether readers would find an inclusion inside a line: they search the whole header for the text.
-bool hides_inclusion(const std::string &line) {
-  const std::string_view text = "INCLUDE:";
-  const size_t place = line.find(text, line.starts_with(text) ? text.size() : 0);
-  return place != std::string::npos;
 }
 
 }  // namespace

@@ -3,13 +3,11 @@
 #include "document/fax_document.h"
 
 #include <errno.h>
-#include <fcntl.h>
-#include <sys/stat.h>
 #include <unistd.h>
 
-#include <algorithm>
-#include <climits>
 #include <cstring>
+#include <string_view>
+#include <utility>
 
 #include "document/page_coding.h"
 #include "faxfile/header_modes.h"
@@ -25,6 +23,9 @@ namespace tolvane {
 namespace {
 [[gnu::used]] const char SCCS_ID[] = "@(#)|fax_document|9|01|3|0|0|11/23/26|09:04:19";
 
+// Entries in the lists of all included files that are remembered: records, of 16 bytes, and inclusions.
+constexpr size_t MOST_REMEMBERED = 1 << 19;
+
 const char *keyword(FaxKeyword number) {
   return faxFileKeywordList[number];
 }
@@ -37,6 +38,7 @@ bool walk_records(FaxDocument &document) {
   int64_t at = document.records_start;
   while (size - at >= 4) {
     uint32_t length = 0;
+    errno = 0;  // which a short read leaves
     if (lseek(document.fd.get(), at, SEEK_SET) != at || readLongFlipped(document.fd.get(), &length) != 4) return false;
     if (length > size - at - 4) break;
     document.records.push_back({at, length});
@@ -44,10 +46,6 @@ bool walk_records(FaxDocument &document) {
   }
   document.lost_bytes = size - at;
   return true;
-}
-
-std::string errno_text(const std::string &name) {
-  return name + ": " + (errno == EINVAL ? "not a regular file" : strerror(errno));
 }
 
 // Reads the header of the file that the document has open. Returns what is wrong, or nothing.
@@ -58,7 +56,7 @@ std::string load_header(const std::string &path, FaxDocument &document) {
   const int16_t code = read_header_lines(document.fd.get(), document.lines);
   if (code == FAXFILE_ERR_FORMAT) return document.shown_name + ": not a fax file, or its header is damaged";
   if (code == FAXFILE_ERR_MEMORY) return document.shown_name + ": no memory for its header";
-  if (code != FAXFILE_OK) return errno_text(document.shown_name);
+  if (code != FAXFILE_OK) return document.shown_name + ": " + cause();
   document.coding = header_coding(document.lines);
   document.resolution = header_resolution(document.lines);
   document.mentions_inclusions = std::any_of(document.lines.begin(), document.lines.end(), [](const auto &line) {
@@ -66,10 +64,8 @@ std::string load_header(const std::string &path, FaxDocument &document) {
   });
   document.inclusions_usable = read_inclusions(document.lines, document.inclusions) == 1 &&
                                (!document.mentions_inclusions || header_length(document.lines) <= LONGEST_SCANNED);
-  document.inclusions_clear = document.inclusions_usable &&
-                              std::all_of(document.lines.begin(), document.lines.end(), [](const std::string &line) {
-                                return line.find("INCLUDE:", line.starts_with("INCLUDE:") ? 1 : 0) == std::string::npos;
-                              });
+  document.inclusions_clear =
+      document.inclusions_usable && std::none_of(document.lines.begin(), document.lines.end(), hides_inclusion);
   document.included_pages = sum_of_counts(document.inclusions);
   return {};
 }
@@ -77,7 +73,26 @@ std::string load_header(const std::string &path, FaxDocument &document) {
 // The same, and its records.
 std::string load(const std::string &path, FaxDocument &document) {
   const std::string fault = load_header(path, document);
-  return !fault.empty() || walk_records(document) ? fault : errno_text(document.shown_name);
+  return !fault.empty() || walk_records(document) ? fault : document.shown_name + ": " + cause();
+}
+
+bool is_unchanged(const struct stat &before, const struct stat &now) {
+  const auto same = [](const timespec &one, const timespec &other) {
+    return one.tv_sec == other.tv_sec && one.tv_nsec == other.tv_nsec;
+  };
+  return before.st_dev == now.st_dev && before.st_ino == now.st_ino && before.st_size == now.st_size &&
+         same(before.st_mtim, now.st_mtim) && same(before.st_ctim, now.st_ctim);
+}
+
+// Adds a file to those that need not be read again; all others give way if there are too many.
+void remember(IncludedFiles &files, const std::string &name, IncludedFiles::Known &&known) {
+  const size_t size = known.fax->records.size() + known.fax->inclusions.size() + 1;
+  if (files.size + size > MOST_REMEMBERED) {
+    files.by_name.clear();
+    files.size = 0;
+  }
+  files.size += size;
+  files.by_name[name] = std::move(known);
 }
 
 }  // namespace
@@ -87,6 +102,7 @@ bool No_outside = false;
 Status open_fax(const std::string &path, FaxDocument &document) {
   document.fd = open_input(path);
   if (!document.fd) return FAILED;
+  document.included_files = std::make_shared<IncludedFiles>();
   const std::string fault = load(path, document);
   return fault.empty() ? DONE : failure("%s", fault.c_str());
 }
@@ -103,12 +119,27 @@ Status open_fax_to_edit(const std::string &path, FaxDocument &document, EditedFi
   return open_fax(path, document);
 }
 
-std::string open_included_fax(const std::string &directory, const std::string &name, FaxDocument &document) {
-  const std::string path = directory + '/' + name;
-  document.fd = open_regular(path);
-  if (!document.fd) return errno_text(path);
-  if (No_outside && lies_outside(document.fd.get(), directory)) return path + ": outside the directory of the document";
-  return load(path, document);
+std::string open_included_fax(const FaxDocument &document, const std::string &name, IncludedFax &included) {
+  const std::string path = document.directory + '/' + name;
+  IncludedFiles::Known known = {};
+  Descriptor fd = open_regular(path);
+  if (!fd || fstat(fd.get(), &known.status) != 0)
+    return path + ": " + (errno == EINVAL ? "not a regular file" : strerror(errno));
+  if (No_outside && lies_outside(fd.get(), document.directory)) return path + ": outside the directory of the document";
+  const auto place = document.included_files->by_name.find(name);
+  if (place != document.included_files->by_name.end() && is_unchanged(place->second.status, known.status)) {
+    included = {place->second.fax, std::move(fd)};
+    return {};
+  }
+  const auto read = std::make_shared<FaxDocument>();
+  read->fd = std::move(fd);
+  if (std::string fault = load(path, *read); !fault.empty()) return fault;
+  included = {read, std::move(read->fd)};
+  read->lines = {};
+  if (!read->inclusions_usable) read->inclusions = {};
+  known.fax = read;
+  remember(*document.included_files, name, std::move(known));
+  return {};
 }
 
 bool lies_outside(int fd, const std::string &directory) {
@@ -117,6 +148,11 @@ bool lies_outside(int fd, const std::string &directory) {
   std::string top = resolved.get();
   if (!top.ends_with('/')) top += '/';
   return !path_of_descriptor(fd).starts_with(top);
+}
+
+bool hides_inclusion(const std::string &line) {
+  const std::string_view text = "INCLUDE:";
+  return line.find(text, line.starts_with(text) ? text.size() : 0) != std::string::npos;
 }
 
 std::string inclusion_fault(const FaxDocument &document) {
@@ -159,25 +195,36 @@ int64_t records_end(const FaxDocument &document) {
                                   : document.records.back().offset + 4 + document.records.back().length;
 }
 
+bool read_record(int fd, const PageRecord &place, std::vector<uint8_t> &record) {
+  const off_t data = place.offset + 4;
+  record.resize(static_cast<size_t>(place.length));
+  if (lseek(fd, data, SEEK_SET) != data) return false;
+  const ssize_t got = read_fully(fd, record.data(), record.size());
+  if (got >= 0) errno = 0;
+  return got == std::ssize(record);
+}
+
 Status locate_page(const FaxDocument &document, int32_t page, FaxPage &found) {
   found.source = document.path;
   found.source_page = page;
-  FaxDocument included;
+  IncludedFax included;
   const FaxDocument *file = &document;
+  int fd = document.fd.get();
   for (int32_t depth = 0; file->mentions_inclusions; ++depth) {
     char name[INCLUDE_NAME_SIZE] = "";
-    if (build_inclusion_list(file->fd.get(), &found.source_page, name) != 0) {
+    if (build_inclusion_list(fd, &found.source_page, name) != 0) {
       if (!file->inclusions_clear) break;  // readers then take the number for that of a record
       return failure("%s: page %d: the header of %s cannot be read again", document.name(), page, file->name());
     }
     if (!*name) break;
     if (depth == DEEPEST_INCLUSION) return failure("%s: page %d: endless inclusions", document.name(), page);
-    FaxDocument next;
-    const std::string fault = open_included_fax(document.directory, name, next);
+    IncludedFax next;
+    const std::string fault = open_included_fax(document, name, next);
     if (!fault.empty()) return failure("%s: page %d is not available: %s", document.name(), page, fault.c_str());
     included = std::move(next);
-    found.source = included.path;
-    file = &included;
+    file = included.fax.get();
+    fd = included.fd.get();
+    found.source = file->path;
   }
   const bool there = found.source_page >= 1 && found.source_page <= file->record_count();
   found.place = there ? file->records[static_cast<size_t>(found.source_page) - 1] : PageRecord{-1, 0};
@@ -187,25 +234,21 @@ Status locate_page(const FaxDocument &document, int32_t page, FaxPage &found) {
   return DONE;
 }
 
-Status read_fax_page(const FaxDocument &document, int32_t page, FaxPage &found) {
-  if (locate_page(document, page, found) != DONE) return FAILED;
-  // The walk over the records has found the page: no page costs another walk.
-  const int fd = (found.included ? found.included : document.fd).get();
+Status read_found_page(const FaxDocument &document, int32_t page, FaxPage &found) {
+  const Descriptor included = std::move(found.included);
   const std::string source = input_name(found.source);
   if (found.place.offset < 0)
     return failure("%s: page %d is not available: %s has no page %d of its own", document.name(), page, source.c_str(),
                    found.source_page);
-  const off_t data = found.place.offset + 4;
-  found.record.resize(static_cast<size_t>(found.place.length));
-  const bool at_record = lseek(fd, data, SEEK_SET) == data;
-  const ssize_t got = at_record ? read_fully(fd, found.record.data(), found.record.size()) : -1;
-  if (got != std::ssize(found.record)) {
-    if (got >= 0) errno = 0;
+  if (!read_record((included ? included : document.fd).get(), found.place, found.record))
     return failure("%s: page %d cannot be read from %s: %s", document.name(), page, source.c_str(), cause());
-  }
   say_verbose("%s: page %d: %zu bytes in %s, page %d of %s", document.name(), page, found.record.size(),
               coding_name(found.coding), found.source_page, source.c_str());
   return DONE;
+}
+
+Status read_fax_page(const FaxDocument &document, int32_t page, FaxPage &found) {
+  return locate_page(document, page, found) == DONE ? read_found_page(document, page, found) : FAILED;
 }
 
 }  // namespace tolvane

@@ -1,12 +1,13 @@
 // A fax file as the commands see it: its header lines, its page records, and its pages, included ones counted.
 #pragma once
 
-#include <sys/types.h>
+#include <sys/stat.h>
 
 #include <algorithm>
 #include <climits>
 #include <cstdint>
-#include <span>
+#include <map>
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -35,7 +36,9 @@ struct PageRecord {
 /// Set by `--no-outside`: pages of files outside the directory of a document are not available.
 extern bool No_outside;
 
-/// An open fax file.
+struct IncludedFiles;
+
+/// An open fax file. Its pages are looked for by one thread at a time.
 struct FaxDocument {
   const char *name() const { return shown_name.c_str(); }
   int32_t record_count() const { return static_cast<int32_t>(records.size()); }
@@ -58,6 +61,24 @@ struct FaxDocument {
   std::vector<PageRecord> records;    ///< whole page records in order
   int64_t records_start = 0;          ///< offset of the first record
   int64_t lost_bytes = 0;             ///< bytes after the last whole record: one that is cut short
+  std::shared_ptr<IncludedFiles> included_files;
+};
+
+/// What has been read of the files that a document includes. None of them is kept open.
+struct IncludedFiles {
+  struct Known {
+    std::shared_ptr<const FaxDocument> fax;
+    struct stat status;  ///< before it was read: a file that changes is read again
+  };
+  std::map<std::string, Known> by_name;
+  size_t size = 0;                 ///< entries in the lists of all of them
+  std::vector<std::string> paths;  ///< of all files that pages come from; empty until they are looked for
+};
+
+/// A file that a document includes, opened.
+struct IncludedFax {
+  std::shared_ptr<const FaxDocument> fax;  ///< without header lines and descriptor
+  Descriptor fd;
 };
 
 /// Opens a fax file, reads its header and walks its records.
@@ -80,15 +101,18 @@ void lock_to_replace(const std::string &path, EditedFile &edited);
 /// `open_fax` for a file that is about to be replaced: it is locked before it is read.
 Status open_fax_to_edit(const std::string &path, FaxDocument &document, EditedFile &edited);
 
-/// `open_fax` for a file that another one includes: a regular file, and no message.
+/// `open_fax` for a file that a document includes, itself or through others: a regular file, and no message. The file
+/// is read again only if it has changed, or others that were read meanwhile are large.
 ///
-/// @param directory  where the file that is read includes its pages from
-/// @param name       of the included file, relative to it
+/// @param name  relative to the directory of the document
 /// @return what is wrong, with the path; empty if nothing is
-std::string open_included_fax(const std::string &directory, const std::string &name, FaxDocument &document);
+std::string open_included_fax(const FaxDocument &document, const std::string &name, IncludedFax &included);
 
 /// Whether an open file lies outside a directory and all that are below it, whatever links and `..` led to it.
 bool lies_outside(int fd, const std::string &directory);
+
+/// Whether readers would find an inclusion inside a line: they search the whole header for the text.
+bool hides_inclusion(const std::string &line);
 
 /// What is wrong with the INCLUDE lines of a document whose inclusions are not usable, for messages.
 std::string inclusion_fault(const FaxDocument &document);
@@ -111,6 +135,9 @@ int32_t sum_of_counts(const std::vector<Inclusion> &inclusions);
 /// Offset after the last whole record.
 int64_t records_end(const FaxDocument &document);
 
+/// Reads a page record. False with errno set: to 0 if the file has become shorter.
+bool read_record(int fd, const PageRecord &place, std::vector<uint8_t> &record);
+
 /// One page of a document, and where it comes from. Valid as long as the document.
 struct FaxPage {
   std::vector<uint8_t> record;         ///< coded data
@@ -119,7 +146,7 @@ struct FaxPage {
   int32_t coding = 0;                  ///< of that file
   int32_t resolution = 0;              ///< of that file
   PageRecord place = {-1, 0};          ///< the record in that file; offset -1 if it has no such record
-  Descriptor included = Descriptor();  ///< that file, if it is not the document's own
+  Descriptor included = Descriptor();  ///< that file, if it is not the document's own, until the record is read
 };
 
 /// Finds the file and the record of a page.
@@ -127,6 +154,9 @@ struct FaxPage {
 /// @param page  from 1, included pages counted
 /// @return DONE with everything but `record` set, or FAILED after a message
 Status locate_page(const FaxDocument &document, int32_t page, FaxPage &found);
+
+/// Reads the record of a page that was found.
+Status read_found_page(const FaxDocument &document, int32_t page, FaxPage &found);
 
 /// Finds a page and reads its record.
 Status read_fax_page(const FaxDocument &document, int32_t page, FaxPage &found);

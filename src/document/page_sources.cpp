@@ -7,14 +7,13 @@
 #include <algorithm>
 #include <map>
 
-#include "io/file_names.h"
 #include "support/replace_file.h"
 
 namespace tolvane {
 namespace {
 [[gnu::used]] const char SCCS_ID[] = "@(#)|page_sources|9|01|3|0|0|11/23/26|07:48:14";
-constexpr size_t MOST_STRETCHES = 16384;  // of missing pages: each takes memory, and a message
 
+constexpr size_t MOST_STRETCHES = 16384;  // of missing pages: each takes memory, and a message
 
 // What counts of a file for the place of pages.
 struct Source {
@@ -34,22 +33,22 @@ Source source_of(const FaxDocument &document) {
 // The files of a document, each opened once.
 class Sources {
  public:
-  explicit Sources(const FaxDocument &document) : directory_(document.directory) {}
+  explicit Sources(const FaxDocument &document) : document_(document) {}
 
   const Source &named(const std::string &name) {
     const auto [place, is_new] = files_.try_emplace(name);
     if (!is_new) return place->second;
-    FaxDocument opened;
-    const std::string fault = open_included_fax(directory_, name, opened);
+    IncludedFax opened;
+    const std::string fault = open_included_fax(document_, name, opened);
     Source &source = place->second;
-    source = fault.empty() ? source_of(opened) : Source{directory_ + '/' + name, fault, {}, 0, {}};
-    if (fault.empty() && lies_outside(opened.fd.get(), directory_))
+    source = fault.empty() ? source_of(*opened.fax) : Source{document_.directory + '/' + name, fault, {}, 0, {}};
+    if (fault.empty() && lies_outside(opened.fd.get(), document_.directory))
       source.outside = path_of_descriptor(opened.fd.get());
     return source;
   }
 
  private:
-  std::string directory_;
+  const FaxDocument &document_;
   std::map<std::string, Source> files_;
 };
 
@@ -74,8 +73,8 @@ class Walk {
   }
 
  private:
-    if (wanted == 0) return;
   void take_records(const Source &source, int32_t wanted, int32_t &record, int32_t &count) {
+    if (wanted == 0) return;
     const int32_t there = std::clamp(source.records - record, 0, wanted);
     const int32_t passed = pass(there);
     if (passed > 0 && !source.outside.empty()) outside[source.outside] += passed;
@@ -96,10 +95,10 @@ class Walk {
     else
       take(source, count, depth + 1);
   }
+
   // A document with the most pages may include each of them by itself. Files that include each other can be passed
   // through without end, and no page or only missing ones are added.
   bool ends() const { return page_ == MOST_PAGES || visits_ > MOST_PAGES || missing.size() >= MOST_STRETCHES; }
-
 
   // Passes pages that are there. Returns how many there is room for.
   int32_t pass(int32_t count) {
@@ -166,9 +165,11 @@ Status require_all_pages(const FaxDocument &document) {
   return missing.empty() ? DONE : FAILED;
 }
 
-std::vector<std::string> source_paths(const FaxDocument &document) {
+const std::vector<std::string> &source_paths(const FaxDocument &document) {
+  std::vector<std::string> &paths = document.included_files->paths;
+  if (!paths.empty()) return paths;
   Sources sources(document);
-  std::vector<std::string> paths{document.path};
+  paths = {document.path};
   const auto add = [&](const Source &source, auto &&again) -> void {
     for (const Inclusion &inclusion : source.inclusions) {
       const Source &included = sources.named(inclusion.name);
@@ -183,11 +184,16 @@ std::vector<std::string> source_paths(const FaxDocument &document) {
 
 Status check_not_source(const std::string &output, const FaxDocument &document, bool itself) {
   struct stat file, own;
-  const bool is_own = stat(output.c_str(), &file) == 0 && fstat(document.fd.get(), &own) == 0 &&
-                      file.st_dev == own.st_dev && file.st_ino == own.st_ino;
-  const std::vector<std::string> paths = source_paths(document);
-  const bool is_included =
-      std::any_of(paths.begin() + 1, paths.end(), [&](const std::string &path) { return same_file(output, path); });
+  if (stat(output.c_str(), &file) != 0) return DONE;
+  const auto is_output = [&](const struct stat &other) {
+    return other.st_dev == file.st_dev && other.st_ino == file.st_ino;
+  };
+  const bool is_own = fstat(document.fd.get(), &own) == 0 && is_output(own);
+  const std::vector<std::string> &paths = source_paths(document);
+  const bool is_included = std::any_of(paths.begin() + 1, paths.end(), [&](const std::string &path) {
+    struct stat source;
+    return stat(path.c_str(), &source) == 0 && is_output(source);
+  });
   if (!is_included && !(is_own && !itself)) return DONE;
   return failure("%s: not overwritten, since %s takes pages from it", output.c_str(), document.name());
 }

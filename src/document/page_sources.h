@@ -39,7 +39,7 @@ Status require_all_pages(const FaxDocument &document);
 void report_outside(const FaxDocument &document);
 
 /// The paths of all files that pages come from, the document's own first, whether or not the files are there.
-std::vector<std::string> source_paths(const FaxDocument &document);
+const std::vector<std::string> &source_paths(const FaxDocument &document);
 
 /// Refuses an output that is one of the files that pages come from, by whatever name.
 ///

@@ -27,7 +27,7 @@ void find_page(const FaxDocument &document, PageInWork &page, Survey depth) {
   Status read = locate_page(document, facts.page, page.found);
   const PageRecord &place = page.found.place;
   const bool sized = depth == Survey::headers && place.offset >= 0;
-  if (read == DONE && !sized) read = read_fax_page(document, facts.page, page.found);
+  if (read == DONE && !sized) read = read_found_page(document, facts.page, page.found);
   facts.source = input_name(page.found.source);
   facts.source_page = page.found.source_page;
   facts.coding = page.found.coding;

@@ -71,7 +71,7 @@ Status Transcoder::take() {
   work_.take();
   const std::shared_ptr<Page> page = under_way_.front();
   under_way_.pop_front();
-  print_diagnostics(page->diagnostics);
+  pass_on_diagnostics(page->diagnostics);
   if (page->status == FAILED && keep_going_) return --count_, DAMAGED;
   if (page->status == FAILED) return FAILED;
   return sink_(page->found.record) == DONE ? page->status : FAILED;
