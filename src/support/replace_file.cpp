@@ -170,7 +170,7 @@ bool Replacement::keep_rights() const {
   const bool same_group = same_owner || fchown(fd, static_cast<uid_t>(-1), replaced_.st_gid) == 0 ||
                           (fstat(fd, &now) == 0 && now.st_gid == replaced_.st_gid);
   mode_t mode = replaced_.st_mode & (same_owner ? 07777 : 0777);
-  if (!same_group) mode &= ~S_IRWXG | (mode & S_IRWXO) << 3;
+  if (!same_group) mode &= ~mode_t{S_IRWXG} | (mode & S_IRWXO) << 3;
   return fchmod(fd, mode) == 0;
 }
 
