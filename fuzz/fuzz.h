@@ -25,6 +25,10 @@ struct Input {
 /// Ends the process with a finding unless `holds`.
 void require(bool holds, const char *what);
 
+/// Lets the run take longer, as making so many lines of a page does: a small picture can be enlarged to the longest
+/// page.
+void allow_lines(size_t lines);
+
 /// A directory of the process's own, for the files that a target needs by name.
 const TempDir &scratch();
 
@@ -59,7 +63,7 @@ struct Target {
   const char *name;
   void (*run)(Input input);
   size_t megabytes = 64;  ///< on the heap at a time, beyond those before the run
-  double seconds = 2;     ///< of processor time for a run, beside what each byte may take
+  double seconds = 2;     ///< of processor time for a run, beside what each byte and each line of a page may take
 };
 
 void fuzz_header(Input input);
