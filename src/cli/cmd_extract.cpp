@@ -186,7 +186,6 @@ class PagesOut {
     page.number = number_of_page;
     const HoldDiagnostics hold(page.diagnostics);
     page.status = read_fax_page(document_, page.number, page.found);
-    page.found.included.reset();
     work_.add([this, &page] {
       const HoldDiagnostics held(page.diagnostics);
       if (page.status == DONE) page.status = make_picture(document_, format_, page);
