@@ -6,6 +6,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <filesystem>
 
 #include "app/stdin_commands.h"
 #include "fuzz.h"
@@ -28,6 +29,11 @@ void fuzz_traces(Input input) {
   const int result = open_trace_file(input.pick(2) == 0 ? "tolvane" : "/opt/tolvane");
   require(result == 0 || result == 1, "a yes or no");
   require(!tr_is_trace_on() || Trace_fp, "a stream of an open trace");
+  if (Trace_fp && Trace_fp != stdout && Trace_fp != stderr) {
+    const auto opened = std::filesystem::read_symlink("/proc/self/fd/" + std::to_string(fileno(Trace_fp))).string();
+    require(opened.starts_with(std::filesystem::canonical(scratch().string()).string() + "/trace_"),
+            "a trace file in the directory for them");
+  }
   trprintf("%s", "one line\n");
   tr_close();
   Trace_on = 0;  // else the next `tr_init` is refused
@@ -54,19 +60,33 @@ void fuzz_labels(Input input) {
   XmStringTableCvtDestroy(nullptr, &to, nullptr, nullptr, nullptr);
 }
 
+namespace {
+
+constexpr int32_t PAGES = 7;
+int32_t page_in_view = 1;  // it moves by commands alone
+
+}  // namespace
+
 namespace tolvane {
 
 int random_page(int32_t page) {
-  return page > 7;
+  require(page == -1 || page >= 1, "a page that can exist, or the one in view");
+  if (page > PAGES) return 1;
+  if (page != -1) page_in_view = page;
+  return 0;
 }
 void view_arbitrary_fax(const char *path) {
+  page_in_view = 1;
   require(*path && !strpbrk(path, " \n\t") && strcmp(path, Fullpath_fax_filename) == 0, "a name without white space");
 }
 void rotate_view(int32_t degrees) {
   require(degrees >= 0 && degrees % 90 == 0, "a right angle");
 }
 int chunk_scroll(int forward) {
-  return forward ? 1 : -1;
+  if (page_in_view == (forward ? PAGES : 1)) return 0;
+  const int moved = forward ? 1 : -1;
+  page_in_view += moved;
+  return moved;
 }
 void scroll_up() {}
 void scroll_down() {}
