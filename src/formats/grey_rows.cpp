@@ -70,14 +70,6 @@ class TurnedRows {
 
 }  // namespace
 
-row_source held_rows(std::vector<uint8_t> &&pixels, int32_t width) {
-  const auto shared = std::make_shared<const std::vector<uint8_t>>(std::move(pixels));
-  return [shared, size = static_cast<size_t>(width)](const row_sink &sink) {
-    for (size_t at = 0; at < shared->size(); at += size) sink(&(*shared)[at]);
-    return DONE;
-  };
-}
-
 row_source unpacked_rows(SourcePicture &page) {
   const auto bits = std::make_shared<const std::vector<uint8_t>>(std::move(page.bits));
   page.bits.clear();

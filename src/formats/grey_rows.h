@@ -8,11 +8,6 @@
 
 namespace tolvane {
 
-/// The rows of a grey picture that is held in memory.
-///
-/// @param pixels  a byte each, no padding
-row_source held_rows(std::vector<uint8_t> &&pixels, int32_t width);
-
 /// The rows of a black and white picture in grey: 0 for a black pixel, 255 for a white one. `page.bits` is taken.
 row_source unpacked_rows(SourcePicture &page);
 

@@ -2,7 +2,6 @@
 #include <cctype>
 #include <utility>
 
-#include "formats/grey_rows.h"
 #include "formats/page_readers.h"
 
 namespace tolvane {
@@ -58,13 +57,15 @@ bool read_rows(Text &text, SourcePicture &page) {
 bool read_digits(Text &text, SourcePicture &page) {
   const size_t count = static_cast<size_t>(page.width) * static_cast<size_t>(page.height);
   if (text.left() < count) return false;
-  std::vector<uint8_t> pixels(count);
-  for (uint8_t &pixel : pixels) {
-    const uint8_t digit = text.byte();
-    if (digit != '0' && digit != '1') return false;
-    pixel = digit == '1' ? 0 : 255;
+  const auto width = static_cast<size_t>(page.width), size = page.row_bytes();
+  page.bits.assign(size * static_cast<size_t>(page.height), 0);
+  for (size_t at = 0; at < page.bits.size(); at += size) {
+    for (size_t x = 0; x < width; ++x) {
+      const uint8_t digit = text.byte();
+      if (digit != '0' && digit != '1') return false;
+      if (digit == '1') page.bits[at + x / 8] = static_cast<uint8_t>(page.bits[at + x / 8] | 0x80 >> x % 8);
+    }
   }
-  page.grey = held_rows(std::move(pixels), page.width);
   return true;
 }
 

@@ -12,6 +12,7 @@
 #include <utility>
 #include <vector>
 
+#include "formats/grey_rows.h"
 #include "formats/page_readers.h"
 
 namespace tolvane {
@@ -157,7 +158,6 @@ bool read_rows(png_structp png, png_infop info, const row_sink &sink, uint8_t *r
     png_set_rgb_to_gray_fixed(png, PNG_ERROR_ACTION_NONE, PNG_RGB_TO_GRAY_DEFAULT, PNG_RGB_TO_GRAY_DEFAULT);
   png_set_alpha_mode_fixed(png, PNG_ALPHA_PNG, PNG_DEFAULT_sRGB);
   png_set_scale_16(png);
-  png_set_alpha_mode_fixed(png, PNG_ALPHA_PNG, PNG_DEFAULT_sRGB);
   png_color_16 white = {0, 255, 255, 255, 255};
   if (png_get_color_type(png, info) & PNG_COLOR_MASK_ALPHA || png_get_valid(png, info, PNG_INFO_tRNS))
     png_set_background_fixed(png, &white, PNG_BACKGROUND_GAMMA_SCREEN, 0, 0);
@@ -187,7 +187,7 @@ Status pass_on_rows(const PictureFile &file, const row_sink &sink) {
 // What the first chunk and the transparent colour say (PNG, 11.2.2 and 11.3.2.1).
 struct Kind {
   int64_t width = 0, height = 0;
-  bool transparent = false, interlaced = false;
+  bool transparent = false, interlaced = false, bilevel = false;
 };
 
 bool find_kind(const PictureFile &file, Kind &kind) {
@@ -197,9 +197,10 @@ bool find_kind(const PictureFile &file, Kind &kind) {
     failure("%s: %s", file.name, image.message);
     return false;
   }
-  constexpr size_t INTERLACE = SIGNATURE + CHUNK_HEAD + 12;
-  kind = {image.width, image.height, (image.format & PNG_FORMAT_FLAG_ALPHA) != 0,
-          file.bytes.size() > INTERLACE && file.bytes[INTERLACE] != 0};
+  constexpr size_t DEPTH = SIGNATURE + CHUNK_HEAD + 8, COLOUR = DEPTH + 1, INTERLACE = DEPTH + 4;
+  const bool transparent = image.format & PNG_FORMAT_FLAG_ALPHA;
+  kind = {image.width, image.height, transparent, file.bytes[INTERLACE] != 0,
+          file.bytes[DEPTH] == 1 && file.bytes[COLOUR] == PNG_COLOR_TYPE_GRAY && !transparent};
   png_image_free(&image);
   return true;
 }
@@ -216,9 +217,14 @@ Status read_png(const PictureFile &file, const SourceOptions &, const page_sink 
     return failure("%s: an interlaced picture of more than %" PRId64 " pixels: save it without interlacing", file.name,
                    MOST_HELD);
   SourcePicture page = {static_cast<int32_t>(kind.width), static_cast<int32_t>(kind.height)};
-  page.grey = [prepared, held](const row_sink &rows) {
-    return held ? pass_on_whole(prepared, rows) : pass_on_rows(prepared, rows);
+  const row_source rows = [prepared, held](const row_sink &row) {
+    return held ? pass_on_whole(prepared, row) : pass_on_rows(prepared, row);
   };
+  if (kind.bilevel) {
+    page.load = [rows](SourcePicture &picture) { return pack_rows(rows, picture.width, picture.bits); };
+  } else {
+    page.grey = rows;
+  }
   read_chunks(file.bytes, page);
   return sink(std::move(page));
 }
