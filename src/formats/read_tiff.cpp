@@ -194,17 +194,21 @@ struct TiffPage {
   }
 };
 
-// Reads a black and white page.
-Status load_bilevel(const TiffPage &source, SourcePicture &page) {
+// Reads a black and white page, and turns it as it is seen.
+Status load_bilevel(const TiffPage &source, SourcePicture &seen) {
   TiffLog log;
   const TiffHandle tiff = source.open(log);
+  const Turn turn = tiff ? upright(orientation_of(tiff.get())) : Turn();
+  SourcePicture page = {seen.width, seen.height};
+  if (turn.transpose) std::swap(page.width, page.height);
   bool read = tiff && read_bilevel(tiff.get(), log, page);
   // Lines of G3 with EOLs are found again after damage: most of them are good.
   if (tiff && compression_of(tiff.get()) == COMPRESSION_CCITTFAX3 &&
       (!read || log.damage.count > static_cast<size_t>(page.height) / 2))
     read = read_without_eols(tiff.get(), read, log, page);
   if (!read) return source.failed(log);
-  turn_picture(page, upright(orientation_of(tiff.get())));
+  turn_picture(page, turn);
+  seen.bits = std::move(page.bits);
   return report_tiff_damage(source.file.name, source.number, log);
 }
 
@@ -257,6 +261,7 @@ Status find_page(TIFF *tiff, const PictureFile &file, int32_t number, SourcePict
   const TiffPage source = {file, number, TIFFCurrentDirOffset(tiff)};
   if (is_bilevel(tiff)) {
     page.load = [source](SourcePicture &picture) { return load_bilevel(source, picture); };
+    if (turn.transpose) std::swap(page.width, page.height), std::swap(page.x_dpi, page.y_dpi);
   } else {
     page.grey = [source](const row_sink &sink) { return pass_on_grey(source, sink); };
     turn_picture(page, turn);
