@@ -31,6 +31,16 @@ int take_message(TIFF *, void *user_data, const char *, const char *format, va_l
   return 1;
 }
 
+// A warning about the file, not about the code of its pixels: the conversion of a palette gives one.
+bool is_about_file(TIFF *tiff, const char *module) {
+  return module && strcmp(module, TIFFFileName(tiff)) == 0;
+}
+
+int take_warning(TIFF *tiff, void *user_data, const char *module, const char *format, va_list arguments) {
+  if (static_cast<TiffLog *>(user_data)->in_pixels && is_about_file(tiff, module)) return 1;
+  return take_message(tiff, user_data, module, format, arguments);
+}
+
 // What a TIFF is read from or written to: a file, bytes to read, or bytes to write.
 struct Medium {
   TiffLog &log;
@@ -129,7 +139,7 @@ TiffHandle open_medium(const Medium &medium, const char *name, const char *mode)
   TIFFOpenOptions *options = TIFFOpenOptionsAlloc();
   if (!options) return nullptr;
   TIFFOpenOptionsSetErrorHandlerExtR(options, take_message, &medium.log);
-  TIFFOpenOptionsSetWarningHandlerExtR(options, take_message, &medium.log);
+  TIFFOpenOptionsSetWarningHandlerExtR(options, take_warning, &medium.log);
   TIFFOpenOptionsSetMaxSingleMemAlloc(options, MOST_TAKEN + static_cast<tmsize_t>(medium.source.size()));
   auto handle = std::make_unique<Medium>(medium);
   TIFF *tiff = TIFFClientOpenExt(name, mode, handle.get(), read_medium, write_medium, seek_medium, close_medium,
