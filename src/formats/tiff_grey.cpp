@@ -15,6 +15,7 @@ namespace {
 constexpr uint64_t MOST_PIXELS = 1 << 20;       // of strips that are converted at a time, 4 bytes each
 constexpr uint64_t MOST_TILE_PIXELS = 4 << 20;  // the same of tiles: less of a row would be decoded several times
 constexpr int64_t MOST_BYTES = 16 << 20;        // of a strip or tile as libtiff holds it
+constexpr int64_t MOST_PLANES = 32 << 20;       // of the strips of all planes, which it holds at a time
 constexpr int64_t LONGEST_LINE = 2 << 20;       // bytes of a line with all of its samples: 128 for each pixel
 
 struct Layout {
@@ -153,10 +154,16 @@ bool read_grey(TIFF *tiff, TiffLog &log, const row_sink &sink) {
   if (small && (tiled || layout.rows <= most_rows))
     return convert(tiff, log, layout.width, layout.height, std::min(layout.rows, most_rows), sink);
   if (has_lines(tiff, photometric)) return convert_lines(tiff, log, layout, photometric, sink);
-  if (small && layout.rows <= MOST_TILE_PIXELS / layout.width)
-    return convert(tiff, log, layout.width, layout.height, layout.rows, sink);
-  log.error = "it is stored in strips or tiles of " + std::to_string(layout.bytes) +
-              " bytes: " + std::to_string(MOST_BYTES) + " is the limit";
+  uint16_t planes = PLANARCONFIG_CONTIG, samples = 1;
+  TIFFGetFieldDefaulted(tiff, TIFFTAG_PLANARCONFIG, &planes);
+  TIFFGetFieldDefaulted(tiff, TIFFTAG_SAMPLESPERPIXEL, &samples);
+  const int64_t held = planes == PLANARCONFIG_CONTIG ? layout.bytes : layout.bytes * std::min<int64_t>(samples, 4);
+  // A strip that gives more pixels is decoded again for each part, a multiple of the rows that share their colours.
+  const auto part = static_cast<uint32_t>(MOST_TILE_PIXELS / layout.width / 4 * 4);
+  if (small && held <= MOST_PLANES)
+    return convert(tiff, log, layout.width, layout.height, std::min(layout.rows, part), sink);
+  log.error = "it is stored in strips or tiles of " + std::to_string(small ? held : layout.bytes) +
+              " bytes: " + std::to_string(small ? MOST_PLANES : MOST_BYTES) + " is the limit";
   return false;
 }
 
