@@ -113,8 +113,13 @@ Status part_by_page(const row_source &rows, int32_t width, int32_t height, LineM
   for (size_t at = 0; at < kept.size(); at += columns) maker.add(&kept[at], threshold);
   if (keep) return status;
   Diagnostics repeated;
-  const HoldDiagnostics hold(repeated);
-  return worse(status, rows([&](const uint8_t *row) { maker.add(row, threshold); }));
+  Status again;
+  {
+    const HoldDiagnostics hold(repeated);
+    again = rows([&](const uint8_t *row) { maker.add(row, threshold); });
+  }
+  if (again == FAILED) pass_on_diagnostics(repeated);
+  return worse(status, again);
 }
 
 }  // namespace

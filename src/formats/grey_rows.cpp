@@ -31,7 +31,7 @@ class TurnedRows {
       const HoldDiagnostics hold(repeated);
       int64_t y = 0;
       status = worse(status, rows([&](const uint8_t *row) { take(row, y++); }));
-      if (first_ == 0) once_ = std::move(repeated);
+      if (first_ == 0 || status == FAILED) once_ = std::move(repeated);
       if (status == FAILED) break;
       for (int64_t i = 0; i < std::min(part_, height_ - first_); ++i) sink(&held_[static_cast<size_t>(i * width_)]);
     }
