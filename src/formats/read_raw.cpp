@@ -56,7 +56,8 @@ Status read_unknown_raw(const PictureFile &file, const page_sink &sink) {
   if (most <= 0) return failure("%s: not raw coded lines in any coding, bit order and width that is tried", file.name);
   report("%s: read as --raw %s --width %d --bit-order %s: %d lines", file.name, raw_name(best), best.width,
          best.high_bit_first ? "msb" : "lsb", page.picture.height);
-  return worse(report_tiff_damage(file.name, 1, page.log), sink(std::move(page.picture)));
+  const Status damage = report_tiff_damage(file.name, 1, page.log);
+  return worse(damage, sink(std::move(page.picture)));
 }
 
 }  // namespace
@@ -67,7 +68,8 @@ Status read_raw(const PictureFile &file, const SourceOptions &options, const pag
   RawPage page;
   if (!decode_raw(file, options.raw, page)) return failure("%s: %s", file.name, page.log.error.c_str());
   if (page.picture.height == 0) return failure("%s: no line can be read as raw %s", file.name, raw_name(options.raw));
-  return worse(report_tiff_damage(file.name, 1, page.log), sink(std::move(page.picture)));
+  const Status damage = report_tiff_damage(file.name, 1, page.log);
+  return worse(damage, sink(std::move(page.picture)));
 }
 
 }  // namespace tolvane

@@ -131,7 +131,8 @@ Status read_sff(const PictureFile &file, const SourceOptions &, const page_sink 
     page.number = number;
     TiffLog log;
     if (!decode_lines(coded, log, page)) return failure("%s: page %d: %s", file.name, number, log.error.c_str());
-    status = worse(worse(status, report_tiff_damage(file.name, number, log)), sink(std::move(page)));
+    status = worse(status, report_tiff_damage(file.name, number, log));
+    status = worse(status, sink(std::move(page)));
   }
   return status;
 }
