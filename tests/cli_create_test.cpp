@@ -249,7 +249,9 @@ TEST_F(Create, PagesKeepTheirProportionsAndPlace) {
     prepare("cp page.tif metric.tif && " + metric + std::to_string(y_dpi / 2.54) +
             " metric.tif && tiffset -s 296 3 metric.tif");
     EXPECT_TRUE(made == run("create - metric.tif " + row.options).out);
-    EXPECT_TRUE(made == run("create - page.pbm --source-dpi " + row.density + " " + row.options).out);
+    prepare("pnmtoplainpnm page.pbm >plain.pbm && pnmtopng page.pbm >page.png");
+    for (const std::string file : {"page.pbm", "plain.pbm", "page.png"})
+      EXPECT_TRUE(made == run("create - " + file + " --source-dpi " + row.density + " " + row.options).out) << file;
     const Picture page = first_page(made);
     const auto black = [&](uint32_t x, uint32_t y) { return page.row(y)[x / 8] >> (7 - x % 8) & 1; };
     uint32_t left = 0, bottom = 0;
@@ -261,6 +263,37 @@ TEST_F(Create, PagesKeepTheirProportionsAndPlace) {
     EXPECT_NEAR(right - left, row.pixels, 1);
     EXPECT_NEAR(bottom, row.rows, 1);
   }
+}
+
+TEST_F(Create, TheLayoutOfATiffMakesNoDifference) {
+  prepare(
+      "convert -size 2480x3508 gradient:red-blue -depth 8 -compress LZW rows.tif && tiffcp -p separate -r 4000 "
+      "rows.tif planes.tif");
+  prepare(
+      "tiffcp $charts/itu1.tif bits.tif && tiff2rgba -c lzw bits.tif rgb.tif && tiffset -s 274 6 bits.tif && tiffset "
+      "-s 274 6 rgb.tif");
+  EXPECT_TRUE(run("create - planes.tif").out == run("create - rows.tif").out);
+  prepare(
+      "convert -size 4000x4000 gradient:red-blue -depth 8 -compress LZW l.tif && tiffcp -p separate -r 4000 l.tif "
+      "large.tif");
+  complains("create new.fax large.tif", 2, "strips or tiles of 48000000 bytes: 33554432 is the limit");
+  // A resolution that the user gives is that of the page as it is seen, in black and white and in colours.
+  const std::string options = "create --threshold 128 --source-dpi 204x98 - ";
+  const Picture turned = first_page(run(options + "bits.tif").out);
+  EXPECT_EQ(turned.height, 2513U);
+  EXPECT_TRUE(turned == first_page(run(options + "rgb.tif").out));
+  // The colours of a palette of 8 bits, of which libtiff warns, are no damage.
+  TIFF *tiff = TIFFOpen(dir.path("palette.tif").c_str(), "w");
+  std::vector<uint16_t> colours(256);
+  for (uint16_t i = 0; i < 256; ++i) colours[i] = i;
+  TIFFSetField(tiff, TIFFTAG_IMAGEWIDTH, 1728);
+  TIFFSetField(tiff, TIFFTAG_IMAGELENGTH, 1);
+  TIFFSetField(tiff, TIFFTAG_BITSPERSAMPLE, 8);
+  TIFFSetField(tiff, TIFFTAG_PHOTOMETRIC, PHOTOMETRIC_PALETTE);
+  TIFFSetField(tiff, TIFFTAG_COLORMAP, colours.data(), colours.data(), colours.data());
+  TIFFWriteScanline(tiff, std::vector<uint8_t>(1728).data(), 0);
+  TIFFClose(tiff);
+  EXPECT_EQ(run("create palette.fax palette.tif").status, 0);
 }
 
 TEST_F(Create, GreyBecomesBlackAndWhite) {
