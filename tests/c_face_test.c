@@ -126,6 +126,23 @@ static void refuse_endless_page(void) {
   }
 }
 
+/* A header of as many lines as the viewer reads has no room for #PAGES. */
+static void keep_header_readable(void) {
+  char header[16 + 3 * 99] = "COMPRESSION:3\n";
+  tolvane_fax *fax;
+  int lines;
+  for (lines = 1; lines < 98; ++lines) strcat(header, "X:\n");
+  for (; lines < 100; ++lines, strcat(header, "X:\n")) {
+    const int code = lines < 99 ? TOLVANE_OK : TOLVANE_FORMAT;
+    write_fax(header, (const uint8_t *)"\x00\x08\x80", 3);
+    EXPECT(tolvane_convert("b.fax", TOLVANE_MR), code);
+    write_fax(header, (const uint8_t *)"\x00\x08\x80", 3);
+    EXPECT(tolvane_open("b.fax", 1, &fax), TOLVANE_OK);
+    EXPECT(tolvane_append_picture(fax, &drawn), TOLVANE_OK);
+    EXPECT(tolvane_close(fax), code);
+  }
+}
+
 int main(void) {
   static const int codings[] = {TOLVANE_MH, TOLVANE_MR, TOLVANE_MMR};
   tolvane_fax *fax;
@@ -141,6 +158,7 @@ int main(void) {
   EXPECT(tolvane_convert("none.fax", TOLVANE_MR), TOLVANE_OPEN);
   convert_all_pages();
   refuse_endless_page();
+  keep_header_readable();
   EXPECT(tolvane_open("none.fax", 0, &fax), TOLVANE_OPEN);
   EXPECT(fax == NULL, 1);
   EXPECT(tolvane_open("a.fax", 1, &fax), TOLVANE_OK);

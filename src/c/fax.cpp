@@ -152,7 +152,9 @@ int correct_page_count(tolvane_fax *fax) {
   if (const int code = FaxFileCountPages(fax->file.get(), &pages); code != TOLVANE_OK) return code;
   if (const int code = lines_of(fax, lines); code != TOLVANE_OK) return code;
   const bool is_missing = !find_header_value(lines, faxFileKeywordList[FAXFILE_PAGES]);
+  const HeaderLines before = lines;
   if (!set_header_page_count(lines, pages)) return TOLVANE_OK;
+  if (header_loses_readers(before, lines)) return TOLVANE_FORMAT;
   if (is_missing) return FaxFileAddKeyword(fax->file.get(), FAXFILE_PAGES, std::to_string(pages).c_str());
   return replace_header(fax, lines);
 }

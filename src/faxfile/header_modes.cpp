@@ -2,16 +2,20 @@
 // quick reader, where the first one does.
 #include "faxfile/header_modes.h"
 
+#include <algorithm>
 #include <cstdlib>
 #include <cstring>
 #include <string>
 
+#include "faxfile/header_text.h"
 #include "faxfile/session_params.h"
 #include "faxfile/usorbport.h"
 
 namespace tolvane {
 namespace {
 [[gnu::used]] const char SCCS_ID[] = "@(#)|header_modes|9|01|1|0|0|11/23/26|11:00:00";
+
+constexpr size_t LINES_OF_VIEWER = 99;
 
 const char *keyword(FaxKeyword number) {
   return faxFileKeywordList[number];
@@ -28,6 +32,13 @@ const char *last_header_value(const HeaderLines &lines, const char *name) {
 // The first character of a value after white space; 0 if there is none.
 int32_t code_character(const char *value) {
   return static_cast<unsigned char>(value[strspn(value, " \t\n\v\f\r")]);
+}
+
+bool is_read_whole(const HeaderLines &lines) {
+  const bool includes = std::any_of(lines.begin(), lines.end(), [](const std::string &line) {
+    return header_line_value(line, keyword(FAXFILE_INCLUDE));
+  });
+  return lines.size() <= LINES_OF_VIEWER && (!includes || header_length(lines) <= INCLUSION_HEADER.longest_text);
 }
 
 }  // namespace
@@ -56,6 +67,10 @@ bool set_header_page_count(HeaderLines &lines, int32_t pages) {
   if (count && atoi(count) == pages) return false;
   set_header_value(lines, name, std::to_string(pages));
   return true;
+}
+
+bool header_loses_readers(const HeaderLines &before, const HeaderLines &after) {
+  return is_read_whole(before) && !is_read_whole(after);
 }
 
 }  // namespace tolvane

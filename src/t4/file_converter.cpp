@@ -55,6 +55,7 @@ int16_t write_target(int fd, const Source &source, int32_t coding) {
   HeaderLines lines = source.lines;
   set_header_coding(lines, coding);
   set_header_page_count(lines, source.pages);
+  if (header_loses_readers(source.lines, lines)) return FAXFILE_ERR_FORMAT;
   if (!write_header_lines(fd, lines)) return FAXFILE_ERR_WRITE;
   PageConverter converter;
   Store page;

@@ -14,9 +14,10 @@ namespace tolvane {
 /// A file that has the wanted coding stays as it is. One without a resolution that is known is of normal resolution.
 ///
 /// @param coding  COMP_MH, COMP_MR or COMP_MMR
-/// @return a FaxFile code: 0; 8 if the file can't be opened; 10 if it is no fax file, or bytes follow its records that
-///         are no whole record; 20 if a page, or the wanted coding, can't be decoded or encoded; 4 without memory; 6 if
-///         it can't be read; 5 or 7 if the new file can't be made. On failure the old file is untouched
+/// @return a FaxFile code: 0; 8 if the file can't be opened; 10 if it is no fax file, bytes follow its records that
+///         are no whole record, or #PAGES and COMPRESSION are missing in a header that viewers could not read with them
+///         (header_modes.h); 20 if a page, or the wanted coding, can't be decoded or encoded; 4 without memory; 6 if it
+///         can't be read; 5 or 7 if the new file can't be made. On failure the old file is untouched
 int16_t convert_fax_file(const char *path, int32_t coding);
 
 }  // namespace tolvane
