@@ -177,6 +177,15 @@ TEST_F(Create, HeaderLinesCrossIntoOtherFormatsAndBack) {
     prepare("$tool create --no-metadata again.fax " + row.file);
     EXPECT_EQ(parts("again.fax").header, "#PAGES:1\nRESOLUTION:1\nCOMPRESSION:3\n");
   }
+  // Texts in PNG are Latin-1 by the standard, and UTF-8 from many programs.
+  for (const std::string text : {"Gr\xFC\xDF"
+                                 "e",
+                                 "Gr\xC3\xBC\xC3\x9F"
+                                 "e"}) {
+    dir.write("text", "Title " + text + "\n");
+    prepare("printf 'P1 1 1 1' | pnmtopng -text=text >text.png && $tool create --force text.fax text.png");
+    EXPECT_NE(parts("text.fax").header.find("SUBJECT:Grüße\n"), std::string::npos);
+  }
   prepare("tiffset -s 34910 75 page.tif && tiffset -s 270 '+44 20' page.tif && $tool create spool.fax page.tif");
   EXPECT_NE(parts("spool.fax").header.find("\nSENDER_FAX#:+44 20\n"), std::string::npos);
   EXPECT_NE(parts("spool.fax").header.find("\nKEYWORDS:received-in=75 s\n"), std::string::npos);

@@ -14,6 +14,7 @@
 
 #include "formats/grey_rows.h"
 #include "formats/page_readers.h"
+#include "support/printable.h"
 
 namespace tolvane {
 namespace {
@@ -22,6 +23,18 @@ namespace {
 constexpr size_t SIGNATURE = 8, CHUNK_HEAD = 8, CHUNK_CHECK = 4;
 constexpr double INCH = 0.0254;          // metres
 constexpr int64_t MOST_HELD = 36 << 20;  // pixels of a picture that is converted as a whole: A4 at 600 per inch
+
+// A text in Latin-1 (PNG, 11.3.4.3) in UTF-8, which many programs store in its place.
+std::string in_utf8(std::string_view text) {
+  if (is_utf8(text)) return std::string(text);
+  std::string result;
+  for (const char character : text) {
+    const auto code = static_cast<uint8_t>(character);
+    if (code >= 0x80) result += static_cast<char>(0xC0 | code >> 6);
+    result += code < 0x80 ? character : static_cast<char>(0x80 | (code & 0x3F));
+  }
+  return result;
+}
 
 // Adds the text of a chunk tEXt, or of an iTXt that is not compressed.
 void take_text(std::string_view kind, std::string_view data, HeaderValues &values) {
@@ -34,7 +47,7 @@ void take_text(std::string_view kind, std::string_view data, HeaderValues &value
       text.remove_prefix(text.find('\0') == text.npos ? text.size() : text.find('\0') + 1);
   }
   for (const TextName &row : TEXT_NAMES) {
-    if (name == row.png) add_header_value(values, row.keyword, std::string(text));
+    if (name == row.png) add_header_value(values, row.keyword, kind == "tEXt" ? in_utf8(text) : std::string(text));
   }
 }
 

@@ -52,4 +52,13 @@ std::string printable(std::string_view text, std::string_view kept) {
   return shown;
 }
 
+bool is_utf8(std::string_view text) {
+  uint32_t character = 0;
+  for (size_t size = 0; !text.empty(); text.remove_prefix(size)) {
+    size = decode(text, character);
+    if (size == 0) return false;
+  }
+  return true;
+}
+
 }  // namespace tolvane

@@ -15,4 +15,7 @@ namespace tolvane {
 /// @param kept  C0 characters that stay too, for instance "\n\t"
 std::string printable(std::string_view text, std::string_view kept = {});
 
+/// Whether a text is UTF-8 (RFC 3629).
+bool is_utf8(std::string_view text);
+
 }  // namespace tolvane
