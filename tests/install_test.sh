@@ -5,6 +5,10 @@
 set -euo pipefail
 source_dir=$(cd "$(dirname "$0")/.." && pwd)
 work=$(mktemp -d)
+# Programs look for settings and leave files in the home of the user.
+unset XDG_CONFIG_HOME XDG_CACHE_HOME
+export HOME=$work/home
+mkdir "$HOME"
 server=''
 trap '[ -z "$server" ] || kill "$server"; rm -rf "$work"' EXIT
 

@@ -51,7 +51,11 @@ class ReplaceFile : public testing::TestWithParam<bool> {
     nameless_files = GetParam();
     umask(027);
   }
-  ~ReplaceFile() override { nameless_files = true; }
+  ~ReplaceFile() override {
+    nameless_files = true;
+    unsetenv("TMPDIR");  // one of its own, where a test sets it
+    unsetenv("SORBEXTMP");
+  }
 
   const TempDir dir;
   const std::string name_seen = "+.tolvane- -.tolvane- ";

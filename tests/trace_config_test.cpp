@@ -17,9 +17,14 @@ class TraceConfig : public testing::Test {
  protected:
   TraceConfig() {
     unsetenv("SORBEXHOME");
+    umask(022);
     for (const char *name : {"exec", "work", "home"}) mkdir(dir_.path(name).c_str(), 0755);
     EXPECT_EQ(chdir(dir_.string().c_str()), 0);
     EXPECT_EQ(tr_init("exec", "work"), 1);
+  }
+  ~TraceConfig() override {
+    tr_close();
+    Trace_on = 0;
   }
   // Writes TRACES, newer by a second than any before.
   void edit(const std::string &text, const std::string &path = "TRACES") {
@@ -28,7 +33,7 @@ class TraceConfig : public testing::Test {
     EXPECT_EQ(utimensat(AT_FDCWD, path.c_str(), times, 0), 0);
   }
   TempDir dir_;
-  time_t now_ = 1000000000;
+  static inline time_t now_ = 1000000000;
 };
 
 TEST_F(TraceConfig, AnEditedFileSwitchesTheTraceOfARunningProgram) {

@@ -6,6 +6,8 @@
 #include <span>
 #include <thread>
 
+#include "helpers/temp_dir.h"
+
 #include <X11/StringDefs.h>
 #include <X11/XKBlib.h>
 #include <X11/Xutil.h>
@@ -22,7 +24,13 @@ int handle_error(Display *from, XErrorEvent *error) {
   return from == connection ? 0 : usual_handler(from, error);
 }
 
+// Where the toolkit and the window managers look for what a user has set, and leave files.
+constexpr const char *SETTINGS[] = {"XENVIRONMENT",   "XAPPLRESDIR",   "XUSERFILESEARCHPATH", "XFILESEARCHPATH",
+                                    "XKEYSYMDB",      "OPENWINHOME",   "SORBEXHOME",          "XDG_CONFIG_HOME",
+                                    "XDG_CACHE_HOME", "XDG_DATA_HOME", "XDG_CONFIG_DIRS"};
+
 struct TestDisplay : testing::Environment {
+  const TempDir home;
   // Large enough for the longest page at full scale, so that a whole picture can be photographed.
   ChildProcess server{{"Xvfb", "-displayfd", "1", "-screen", "0", "3800x3800x24", "-nolisten", "tcp", "-noreset"}};
 
@@ -31,7 +39,8 @@ struct TestDisplay : testing::Environment {
     ASSERT_TRUE(number) << "Xvfb did not start: " << server.errors();
     setenv("DISPLAY", (":" + *number).c_str(), 1);
     setenv("LANG", "C.UTF-8", 1);  // the toolkit tags texts by it
-    unsetenv("XENVIRONMENT");
+    setenv("HOME", home.string().c_str(), 1);
+    for (const char *name : SETTINGS) unsetenv(name);
     connection = XOpenDisplay(nullptr);
     ASSERT_TRUE(connection);
     XkbQueryExtension(connection, nullptr, &keyboard_event, nullptr, nullptr, nullptr);

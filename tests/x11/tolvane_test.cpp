@@ -102,7 +102,9 @@ TEST(Start, OpensWithTheLastScaleAndTheLastFile) {
     EXPECT_EQ(properties.output(), "_NET_WM_PID(CARDINAL) = " + std::to_string(viewer.program.pid()) +
                                        "\nWM_CLIENT_MACHINE(STRING) = \"" + host_name() + "\"\n");
     viewer.expect(shown);
-    EXPECT_EQ(viewer.program.errors(), "\nWarning! Couldn't find file 'XKeysymDB' in any of the usual locations.\n\n");
+    const bool installed = std::filesystem::exists("/usr/lib/X11/XKeysymDB");
+    EXPECT_EQ(viewer.program.errors(),
+              installed ? "" : "\nWarning! Couldn't find file 'XKeysymDB' in any of the usual locations.\n\n");
     EXPECT_TRUE(viewer.replies(1).starts_with("read "));
     viewer.program.write("nextpage\n");
     EXPECT_EQ(viewer.replies(4).substr(0, 21), "finished a page\nread ");
