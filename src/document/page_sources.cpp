@@ -13,7 +13,7 @@ namespace tolvane {
 namespace {
 [[gnu::used]] const char SCCS_ID[] = "@(#)|page_sources|9|01|3|0|0|11/23/26|07:48:14";
 
-constexpr size_t MOST_STRETCHES = 16384;  // of missing pages: each takes memory, and a message
+constexpr size_t MOST_STRETCHES = 4096;  // of missing pages: each takes memory, and a message
 
 // What counts of a file for the place of pages.
 struct Source {
