@@ -140,6 +140,17 @@ TEST_F(Pdf, AnImageOfAnyKindIsTakenAsItIs) {
   }
 }
 
+#ifndef __SANITIZE_ADDRESS__
+TEST_F(Pdf, ARowThatAPredictorClaimsTakesNoMemory) {
+  for (const std::string keys : {"/Filter/FlateDecode/DecodeParms<<", "/Filter[/FlateDecode]/DecodeParms[<<"}) {
+    const std::string end = keys.ends_with("[<<") ? ">>]" : ">>";
+    write_pdf(BOX, UPRIGHT, keys + "/Predictor 15/Columns 300000000" + end + GREY, "x");
+    const ToolRun made = shell("ulimit -v 400000; exec $tool -v create --force page.fax page.pdf");
+    EXPECT_NE(made.err.find("page 1 is rendered: its image cannot be decoded"), std::string::npos) << made.err;
+  }
+}
+#endif
+
 // An annotation counts if poppler's own program draws it.
 TEST_F(Pdf, APageWithAnnotationsThatAreSeenIsRendered) {
   const std::string square = "/Square/IC[0]";

@@ -18,6 +18,7 @@ namespace {
 [[gnu::used]] const char SCCS_ID[] = "@(#)|page_contents|9|01|1|0|0|11/23/26|07:45:00";
 
 constexpr size_t LONGEST_CONTENTS = 4 << 20;  // bytes: those of a page of recognised text are far fewer
+constexpr double LONGEST_ROW = 1 << 20;       // bytes that a predictor works on
 constexpr size_t DEEPEST_STATE = 1000;        // of saved graphics states
 constexpr double NEAR = 1;                    // points within which a clip counts as the edge of the page
 
@@ -256,9 +257,26 @@ bool is_seen(QPDFAnnotationObjectHelper annotation) {
   return kind == "/Link" ? border_width(object) != 0 : kind != "/Popup";
 }
 
+// Whether predictors (ISO 32000-1, 7.4.4.4) work on rows that are not too long: libqpdf takes the memory for two that
+// it sets to 0, before it reads the first.
+bool rows_are_short(QPDFObjectHandle parameters) {
+  const auto is_short = [](QPDFObjectHandle one) {
+    const auto number = [&](const char *key, double preset) {
+      QPDFObjectHandle value = one.getKey(key);
+      return value.isNumber() ? value.getNumericValue() : preset;
+    };
+    return !one.isDictionary() || number("/Predictor", 1) < 2 ||
+           number("/Columns", 1) * number("/Colors", 1) * number("/BitsPerComponent", 8) <= LONGEST_ROW * 8;
+  };
+  if (!parameters.isArray()) return is_short(parameters);
+  const std::vector<QPDFObjectHandle> all = parameters.getArrayAsVector();
+  return std::all_of(all.begin(), all.end(), is_short);
+}
+
 }  // namespace
 
 bool decode_stream(QPDFObjectHandle stream, size_t most, std::string &bytes) {
+  if (!rows_are_short(stream.getDict().getKey("/DecodeParms"))) return false;
   BoundedPipeline pipeline(bytes, bytes.size() + most);
   bool filtered = false;
   return stream.pipeStreamData(&pipeline, &filtered, 0, qpdf_dl_specialized, true) && filtered && !pipeline.overflow();
