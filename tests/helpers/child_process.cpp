@@ -2,6 +2,7 @@
 
 #include <fcntl.h>
 #include <poll.h>
+#include <sys/ioctl.h>
 #include <sys/prctl.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -59,6 +60,11 @@ void ChildProcess::write(std::string_view text) {
 void ChildProcess::close_input() {
   close(input_);
   input_ = -1;
+}
+
+bool ChildProcess::input_is_read() const {
+  int waiting = 0;
+  return ioctl(input_, FIONREAD, &waiting) == 0 && waiting == 0;
 }
 
 bool ChildProcess::receive(Milliseconds timeout) {

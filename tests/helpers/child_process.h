@@ -26,6 +26,8 @@ class ChildProcess {
   pid_t pid() const { return pid_; }
   void write(std::string_view text);
   void close_input();
+  /// Whether the child has read all that was written.
+  bool input_is_read() const;
 
   /// The next line of standard output without its line feed; nothing if none has come in time.
   std::optional<std::string> read_line(Milliseconds timeout = Milliseconds(10000));

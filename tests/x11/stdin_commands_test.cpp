@@ -31,6 +31,7 @@ void take_steps(Viewer &viewer, const std::vector<Step> &steps) {
              viewer.program.errors().size() >= complained + step.errors.size();
     };
     wait_until(answered);
+    EXPECT_TRUE(wait_until([&] { return viewer.program.input_is_read(); }));
     if (step.output.empty()) std::this_thread::sleep_for(Milliseconds(100));  // and no reply comes
     EXPECT_EQ(viewer.program.output().substr(said), step.output);
     EXPECT_EQ(viewer.program.errors().substr(complained), step.errors);
@@ -130,7 +131,9 @@ TEST_F(StdinCommands, AnotherFileKeepsScaleAndOrientation) {
 
 TEST_F(StdinCommands, ABackgroundJobLeavesTheTerminalAloneUntilItIsInTheForeground) {
   const std::string job = viewer_command({document})[0] + " " + document;
-  ChildProcess terminal({"script", "-qec", "bash -mc '" + job + " & sleep 3; fg'", "/dev/null"});
+  ChildProcess terminal(
+      {"script", "-qec", "bash -mc '" + job + " & until [ -e go ]; do sleep 0.1; done; fg'", "/dev/null"}, {},
+      dir.string());
   const auto window = [] { return find_window("TolVane", Milliseconds(0)); };
   ASSERT_TRUE(wait_until([&] { return window() != 0; }));
   expect_shown(window, "1 100% 0 top");
@@ -140,6 +143,7 @@ TEST_F(StdinCommands, ABackgroundJobLeavesTheTerminalAloneUntilItIsInTheForegrou
   click(area.x + 300, area.y + 100);
   press_key("n");
   expect_shown(window, "2 100% 0 top");
+  dir.write("go", "");
   expect_shown(window, "4 100% 0 top");
   terminal.kill();  // the terminal is gone, and the viewer with it
   EXPECT_TRUE(wait_until([&] { return window() == 0; }));

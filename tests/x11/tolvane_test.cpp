@@ -173,13 +173,22 @@ TEST(Start, AFileThatChangesIsShownAgain) {
     std::string name;
   } rows[] = {{true, document}, {true, link}, {false, link}};
   for (const auto &[watched, name] : rows) {
-    Viewer viewer({"-xrm", watched ? "*watchFile: True" : "*watchFile: False", name});
+    Viewer viewer({"-xrm", watched ? "*watchFile: True" : "*watchFile: False", name}, {"FAXTRACE="});
+    const auto pages_read = [&] {
+      size_t count = 0;
+      const std::string &lines = viewer.program.output();
+      for (size_t at = 0; (at = lines.find("finished a page\n", at)) != std::string::npos; ++at) ++count;
+      return count;
+    };
+    const auto replace = [&](const std::string &bytes) {
+      const size_t before = pages_read();
+      std::filesystem::rename(dir.write("new", bytes), document);
+      wait_until([&] { return pages_read() > before; }, watched ? PATIENCE : Milliseconds(800));
+    };
     viewer.press("n 2 100% 0 top");  // a page more than the header states, as in the next one
-    std::filesystem::rename(dir.write("new", marked_document(3, 1)), document);
-    std::this_thread::sleep_for(Milliseconds(800));
+    replace(marked_document(3, 1));
     viewer.expect("2 100% 0 top");
-    std::filesystem::rename(dir.write("new", marked_document(4, 4)), document);
-    std::this_thread::sleep_for(Milliseconds(800));
+    replace(marked_document(4, 4));
     viewer.press(watched ? "End 4 100% 0 top" : "End 1 100% 0 top");
     std::filesystem::remove(document);  // without a word
     dir.write("one.fax", marked_document(1, 1));
