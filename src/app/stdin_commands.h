@@ -1,4 +1,4 @@
-// The command protocol: a parent process controls the stand-alone viewer by words on its standard input and reads
+// The command protocol: a parent process controls the stand-alone viewer by commands on its standard input and reads
 // one-line replies from its standard output.
 #pragma once
 

@@ -3,7 +3,7 @@
 // starts before the first test, is exported as DISPLAY and goes with the program.
 #pragma once
 
-#include <gtest/gtest.h>  // before X, whose macros (Bool, None, Status) it cannot bear
+#include <gtest/gtest.h>  // before X, whose macros (Bool, None, Status) break it
 
 #include <cstdint>
 #include <functional>
