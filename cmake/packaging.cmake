@@ -20,7 +20,9 @@ add_custom_target(man ALL DEPENDS ${man_pages})
 install(FILES packaging/tolvane.metainfo.xml DESTINATION ${CMAKE_INSTALL_DATADIR}/metainfo COMPONENT runtime)
 install(FILES packaging/tolvane-fax.thumbnailer DESTINATION ${CMAKE_INSTALL_DATADIR}/thumbnailers
   RENAME tolvane.thumbnailer COMPONENT runtime)
-install(FILES packaging/tolvane.desktop DESTINATION ${CMAKE_INSTALL_DATADIR}/applications COMPONENT runtime)
+configure_file(packaging/tolvane.desktop.in tolvane.desktop @ONLY)
+install(FILES ${PROJECT_BINARY_DIR}/tolvane.desktop DESTINATION ${CMAKE_INSTALL_DATADIR}/applications COMPONENT runtime)
+install(PROGRAMS packaging/tolvane-open DESTINATION ${CMAKE_INSTALL_LIBEXECDIR} COMPONENT runtime)
 install(FILES packaging/tolvane-mime.xml DESTINATION ${CMAKE_INSTALL_DATADIR}/mime/packages RENAME tolvane.xml
   COMPONENT runtime)
 install(FILES packaging/tolvane.svg DESTINATION ${CMAKE_INSTALL_DATADIR}/icons/hicolor/scalable/apps COMPONENT runtime)

@@ -72,6 +72,14 @@ cp "$source_dir/bench/charts/itu1.tif" g4.fax
 gio info -a standard::content-type charts | grep -q ': image/x-tolvane-fax$'
 gio info -a standard::content-type g4.fax | grep -q ': image/tiff$'
 desktop-file-validate "$share/applications/tolvane.desktop"
+mkdir -p my-good/fakes
+printf '#!/bin/sh\npwd\necho "$@"\n' >my-good/fakes/tolvane
+chmod +x my-good/fakes/tolvane
+opener=$(sed -nE 's|^Exec=.*/([^ /]*) %f$|\1|p' "$share/applications/tolvane.desktop")
+diff <(PATH=$PWD/my-good/fakes:$PATH "$work/prefix/libexec/$opener" "$PWD/my-good/a b.fax") - <<END
+$PWD/my-good
+./a b.fax
+END
 appstreamcli validate --no-net "$share/metainfo/tolvane.metainfo.xml" >validation || { cat validation; exit 1; }
 sed -n 's/^Exec=//p' "$share/thumbnailers/tolvane.thumbnailer" |
   sed 's/%i/charts/; s/%o/thumbnail/; s/%s/256/' | sh -e
