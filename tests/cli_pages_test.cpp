@@ -332,11 +332,16 @@ TEST_F(Pages, UnreadablePagesAreSkippedOnlyIfThatIsWanted) {
   shell(
       "tiffset -d 0 -s 256 20000 3.tif; tiffset -d 1 -s 259 5 3.tif; cp $charts/itu1.tif no.tif; tiffset -s 259 5 "
       "no.tif");
+  shell(
+      "echo Title t >text; tifftopnm $charts/itu1.tif | pnmtopng -text=text | head -c -100 "
+      ">picture-with-text-that-is-cut.png");
   dir.write("part.fax", fax(head(1) + "INCLUDE:gone.fax 1 2\nINCLUDE_PAGES:2\n", {9}));
   dir.write("hides.fax", fax(head(1) + "SUBJECT:INCLUDE:gone 1 1\n", {9}));
   EXPECT_EQ(run("check part.fax").out, "part.fax: damaged, 3 pages, 9 lines\n");
   const std::tuple<std::string, size_t, std::string> cases[] = {
       {"create a.fax cut.tif missing.tif 21.pbm", 3, "cut.tif: after page 2: "},
+      {"create a.fax picture-with-text-that-is-cut.png 21.pbm", 1,
+       "fax: picture-with-text-that-is-cut.png: read beyond"},
       {"create -v a.fax 3.tif", 1, "3.tif: page 3: 1728 x 2376 pixels"},
       {"merge a.fax cover.fax part.fax missing.fax", 3, "missing.fax"},
       {"merge a.fax cover.fax hides.fax", 2, "hides.fax"}};

@@ -80,6 +80,12 @@ bool each_chunk(std::span<const uint8_t> bytes, const std::function<void(const C
   return chunk.kind.empty() || chunk.kind == "IDAT";
 }
 
+// A file without its texts.
+struct Textless {
+  std::shared_ptr<const void> original;  // owns the name
+  std::vector<uint8_t> bytes;
+};
+
 // Gives libpng a file that it can read with little memory: it takes what a chunk claims before it reads it, and keeps
 // all texts, a thousand times longer than the file if they are compressed. So they are left out of `file`. FAILED,
 // after a message, if a chunk is cut.
@@ -88,16 +94,18 @@ Status prepare(PictureFile &file) {
   if (!each_chunk(file.bytes, [&](const Chunk &chunk) { has_texts = has_texts || chunk.is_text(); }))
     return failure("%s: read beyond end of data", file.name);
   if (!has_texts) return DONE;
-  const auto kept = std::make_shared<std::vector<uint8_t>>();
+  const auto textless = std::make_shared<Textless>();
+  textless->original = file.owner;
+  std::vector<uint8_t> &kept = textless->bytes;
   size_t at = SIGNATURE;
-  kept->reserve(file.bytes.size());
-  kept->assign(file.bytes.begin(), file.bytes.begin() + SIGNATURE);
+  kept.reserve(file.bytes.size());
+  kept.assign(file.bytes.begin(), file.bytes.begin() + SIGNATURE);
   each_chunk(file.bytes, [&](const Chunk &chunk) {
     at += chunk.all.size();
-    if (!chunk.is_text()) kept->insert(kept->end(), chunk.all.begin(), chunk.all.end());
+    if (!chunk.is_text()) kept.insert(kept.end(), chunk.all.begin(), chunk.all.end());
   });
-  kept->insert(kept->end(), file.bytes.begin() + static_cast<ptrdiff_t>(at), file.bytes.end());
-  file = {kept, file.name, *kept};
+  kept.insert(kept.end(), file.bytes.begin() + static_cast<ptrdiff_t>(at), file.bytes.end());
+  file = {textless, file.name, kept};
   return DONE;
 }
 
