@@ -13,7 +13,7 @@ const std::vector<std::string> records = {"first", std::string(70000, 'x')};
 }  // namespace
 
 TEST_F(Keywords, EditsTouchTheLinesOfTheirNameAlone) {
-  dir.write("from.fax", fax_bytes("#PAGES:9\nDATE:new\nSALUTATION:Hi\nDATE:newer\nRESOLUTION:1\nno colon\n"));
+  dir.write("from.fax", fax_bytes("#PAGES:9\nDATE:new\nSALUTATION:Hi\nDATE:newer\nRESOLUTION:1\nno colon\nSUBJECT\n"));
   const std::pair<std::string, std::string> cases[] = {
       {"set f DATE=3", front + subject + folders + "DATE:3\nno colon\n" + address},
       {"set f 'SUBJECT=two\nlines' SENDER_CITY=",
@@ -21,7 +21,7 @@ TEST_F(Keywords, EditsTouchTheLinesOfTheirNameAlone) {
       {"add f DATE=x=y:z DATE=", header + "DATE:x=y:z\nDATE:\n"},
       {"delete f SENDER_ADDRESS FOLDERS", front + subject + dates},
       {"copy f --from from.fax",
-       front + subject + folders + address + "DATE:new\nSALUTATION:Hi\nDATE:newer\nno colon\n"},
+       front + subject + folders + address + "DATE:new\nSALUTATION:Hi\nDATE:newer\nno colon\nSUBJECT\n"},
       {"copy f --from from.fax SALUTATION", header + "SALUTATION:Hi\n"},
   };
   for (const auto &[words, after] : cases) {

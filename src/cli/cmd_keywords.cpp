@@ -139,8 +139,11 @@ Status copy_values(FaxDocument &document) {
       copied.push_back(line);
   }
   for (const std::string &line : copied) {
-    remove_lines(document.lines, line.substr(0, line.find(':')));
-    std::erase(document.lines, line);  // one without a colon
+    const size_t colon = line.find(':');
+    if (colon == std::string::npos)
+      std::erase(document.lines, line);  // it has no name
+    else
+      remove_lines(document.lines, line.substr(0, colon));
   }
   document.lines.insert(document.lines.end(), copied.begin(), copied.end());
   return DONE;
