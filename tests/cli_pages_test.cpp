@@ -90,6 +90,7 @@ TEST_F(Pages, WhatCannotBeDoneLeavesTheFileAlone) {
       {"append fall.fax 21.pbm", "INCLUDE"},
       {"repair ummr.fax new.fax", "pages in UMMR cannot be decoded"},
       {"append many.fax 21.pbm", "many.fax: the viewer reads at most 99 header lines"},
+      {"split many.fax p%d.fax", "p1.fax: the viewer reads at most 99 header lines"},
       {"include cover.fax 1 3 main.fax", "has 2 pages, not 3"},
       {"include other.fax 1 1 main.fax", "in MH, Fine"},
       {"include back.fax 1 2 main.fax", "includes main.fax in turn"},

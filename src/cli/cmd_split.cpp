@@ -122,7 +122,9 @@ class Parts {
       return failure("%s: more than %d pages in one file: use several", name.c_str(), MOST_RECORDS);
     if (files_.open(name) != DONE) return FAILED;
     HeaderLines lines = header();
-    if (set_page_counts(files_.file().name(), lines, pages) != DONE) return FAILED;
+    if (set_page_counts(files_.file().name(), lines, pages) != DONE ||
+        check_changed_header(files_.file().name(), document_.lines, lines) != DONE)
+      return FAILED;
     return write_fax(files_.file(), lines, {});
   }
 
