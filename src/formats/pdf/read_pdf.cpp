@@ -76,6 +76,11 @@ HeaderValues metadata_of(const poppler::document &document) {
   return values;
 }
 
+// Opens a page; none if poppler cannot read it. The caller holds the document.
+std::unique_ptr<poppler::page> open_page(const PdfFile &pdf, int32_t number) {
+  return with_memory([&] { return std::unique_ptr<poppler::page>(pdf.document->create_page(number - 1)); });
+}
+
 // How a page is rendered.
 struct Rendering {
   int32_t width, height;  // in pixels
@@ -88,7 +93,7 @@ struct Rendering {
 Status render(PdfFile &pdf, int32_t number, const Rendering &page, const row_sink &sink) {
   const std::lock_guard lock(pdf.busy);
   poppler::set_debug_error_function(take_message, &pdf);
-  const std::unique_ptr<poppler::page> source(with_memory([&] { return pdf.document->create_page(number - 1); }));
+  const std::unique_ptr<poppler::page> source = open_page(pdf, number);
   poppler::page_renderer renderer;
   if (page.smooth)
     renderer.set_render_hints(poppler::page_renderer::antialiasing | poppler::page_renderer::text_antialiasing);
@@ -223,7 +228,7 @@ Status take_page(const std::shared_ptr<PdfFile> &pdf, ImagePages &images, int32_
   }
   const std::lock_guard lock(pdf->busy);
   poppler::set_debug_error_function(take_message, pdf.get());
-  const std::unique_ptr<poppler::page> source(with_memory([&] { return pdf->document->create_page(number - 1); }));
+  const std::unique_ptr<poppler::page> source = open_page(*pdf, number);
   const Status status = pdf->take_status();
   if (!source) return failure("%s: page %d cannot be read", name, number);
   if (is_image) {
@@ -249,10 +254,10 @@ extern "C" tolvane::Status tolvane_read_pdf(const tolvane::PictureFile &file, co
   pdf->file = file;
   poppler::set_debug_error_function(take_message, pdf.get());
   if (file.bytes.size() > INT_MAX) return failure("%s: larger than 2 GB", file.name);
-  pdf->document.reset(with_memory([&] {
-    return poppler::document::load_from_raw_data(reinterpret_cast<const char *>(file.bytes.data()),
-                                                 static_cast<int>(file.bytes.size()));
-  }));
+  pdf->document = with_memory([&] {
+    return std::unique_ptr<poppler::document>(poppler::document::load_from_raw_data(
+        reinterpret_cast<const char *>(file.bytes.data()), static_cast<int>(file.bytes.size())));
+  });
   if (!pdf->document) return failure("%s: not a PDF file, or an unreadable one", file.name);
   if (pdf->document->is_locked()) return failure("%s: the file needs a password", file.name);
   const int pages = with_memory([&] { return pdf->document->pages(); });
