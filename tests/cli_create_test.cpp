@@ -285,7 +285,7 @@ TEST_F(Create, TheLayoutOfATiffMakesNoDifference) {
   prepare(
       "convert -size 4000x4000 gradient:red-blue -depth 8 -compress LZW l.tif && tiffcp -p separate -r 4000 l.tif "
       "large.tif");
-  complains("create new.fax large.tif", 2, "strips or tiles of 48000000 bytes: 33554432 is the limit");
+  complains("create new.fax large.tif", 2, "its planes need 48000000 bytes at a time: 33554432 is the limit");
   // A resolution that the user gives is that of the page as it is seen, in black and white and in colours.
   const std::string options = "create --threshold 128 --source-dpi 204x98 - ";
   const Picture turned = first_page(run(options + "bits.tif").out);

@@ -162,8 +162,10 @@ bool read_grey(TIFF *tiff, TiffLog &log, const row_sink &sink) {
   const auto part = static_cast<uint32_t>(MOST_TILE_PIXELS / layout.width / 4 * 4);
   if (small && held <= MOST_PLANES)
     return convert(tiff, log, layout.width, layout.height, std::min(layout.rows, part), sink);
-  log.error = "it is stored in strips or tiles of " + std::to_string(small ? held : layout.bytes) +
-              " bytes: " + std::to_string(small ? MOST_PLANES : MOST_BYTES) + " is the limit";
+  log.error = small ? "its planes need " + std::to_string(held) + " bytes at a time: " + std::to_string(MOST_PLANES)
+                    : "it is stored in strips or tiles of " + std::to_string(layout.bytes) +
+                          " bytes: " + std::to_string(MOST_BYTES);
+  log.error += " is the limit";
   return false;
 }
 
