@@ -11,7 +11,8 @@ foreach(source ${man_sources})
   set(out ${PROJECT_BINARY_DIR}/man/${page}.gz)
   add_custom_command(OUTPUT ${out} DEPENDS ${source}
     COMMAND ${CMAKE_COMMAND} -E make_directory ${PROJECT_BINARY_DIR}/man
-    COMMAND sh -c "${SCDOC} < ${source} > ${out}.text && ${GZIP} -9n < ${out}.text > ${out} && rm ${out}.text" VERBATIM)
+    COMMAND sh -c [["$0" <"$2" >"$3.text" && "$1" -9n <"$3.text" >"$3" && rm "$3.text"]]
+      ${SCDOC} ${GZIP} ${source} ${out} VERBATIM)
   list(APPEND man_pages ${out})
   install(FILES ${out} DESTINATION ${CMAKE_INSTALL_MANDIR}/man${section} COMPONENT runtime)
 endforeach()
