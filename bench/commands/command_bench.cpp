@@ -62,8 +62,17 @@ constexpr Row ROWS[] = {
     {"start", "--version", "tiffinfo page.tif", 1.5, 0},
 };
 
+std::string scratch;  // for all files: a directory; empty before it is made
+
+void remove_directory() {
+  std::error_code ignored;
+  fs::current_path("/", ignored);
+  if (!scratch.empty()) fs::remove_all(scratch, ignored);
+}
+
 [[noreturn]] void give_up(const std::string &what) {
   fprintf(stderr, "command_bench: %s failed\n", what.c_str());
+  remove_directory();
   exit(1);
 }
 
@@ -215,20 +224,21 @@ void print_growth(int turns) {
 int main(int argc, char **argv) {
   const int pages = argc > 1 ? std::max(atoi(argv[1]), 1) : DEFAULT_PAGES;
   const int turns = argc > 2 ? std::max(atoi(argv[2]), 1) : DEFAULT_TURNS;
-  std::string directory = fs::temp_directory_path() / "command_bench-XXXXXX";
-  if (!mkdtemp(directory.data()) || chdir(directory.c_str()) != 0) give_up("making a directory");
   for (const char *tool : {"tiffcp", "tiff2pdf", "tiffsplit"}) {
     if (is_installed(tool)) continue;
     printf("commands: skipped: %s is not installed\n", tool);
     return 0;
   }
+  std::string name = fs::temp_directory_path() / "command_bench-XXXXXX";
+  if (!mkdtemp(name.data())) give_up("making a directory");
+  scratch = name;
+  if (chdir(scratch.c_str()) != 0) give_up("changing the directory");
   make_documents(pages);
   printf(
       "\n| Work | Peer | Its time, s | One thread | To reach | All processors | To reach | Memory, KB | Its memory |\n"
       "|---|---|---|---|---|---|---|---|---|\n");
   for (const Row &row : ROWS) compare(row, turns);
   print_growth(turns);
-  fs::current_path("/");
-  fs::remove_all(directory);
+  remove_directory();
   return 0;
 }
