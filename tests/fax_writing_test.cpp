@@ -282,6 +282,15 @@ TEST_F(FaxWriting, MisuseLosesNoPageWithoutACode) {
        {0, 0, 0, 0},
        fax_bytes("DATE:d\n", {"x", "two"}),
        old},
+      {"the file replaced, and changed through the descriptor, before a page is read",
+       [&] {
+         uint8_t buffer[99];
+         const Codes codes = {start(1, 0, FAX_PAGE_READ), replace_a(old), write<FaxFileAppendEncodedPage>("x")};
+         return Codes{codes[0], codes[1], codes[2], FaxFileReadEncodedPage(a, buffer, sizeof buffer)};
+       },
+       {0, 0, 0, 15},
+       with("x"),
+       old},
       {"the file replaced by what is no fax file",
        [&] {
          return Codes{replace_a("text"), write<FaxFileAppendEncodedPage>("x")};

@@ -153,8 +153,14 @@ bool take_with_pages(FaxEditLock &lock, int32_t fd) {
   give_up_strays(fd);
   struct stat status;
   if (!take_to_change(lock, fd) || fstat(fd, &status) != 0) return false;
-  for (PageIO *page : gPageIOArray)
-    if (page && page->fd == fd) note_file(*page, status);
+  for (PageIO *&slot : gPageIOArray) {
+    if (!slot || slot->fd != fd) continue;
+    const bool moved = slot->device != status.st_dev || slot->file != status.st_ino;
+    if (moved && slot->params.mode != FAX_PAGE_WRITE)
+      release_page(slot);  // the new file is at its start, and need not have that page
+    else
+      note_file(*slot, status);
+  }
   return true;
 }
 

@@ -91,7 +91,8 @@ int16_t FaxFileReadEncodedPage(int32_t fd, uint8_t *buffer, int32_t size);
 /// @return 0; 15 for a bad argument; 10 without a stream; 6 if fewer bytes came
 int16_t FaxFileReadDecodedPage(int32_t fd, uint8_t *buffer, int32_t length);
 
-/// `take_to_change` (fax_lock.h) for a descriptor that may have pages in progress: they go with it to another file.
+/// `take_to_change` (fax_lock.h) for a descriptor that may have pages in progress: those in write mode go with it to
+/// another file, those in read mode are given up.
 bool take_with_pages(FaxEditLock &lock, int32_t fd);
 
 /// Copies everything from the file position to the end of the file into a spool file without a name (replace_file.h).
