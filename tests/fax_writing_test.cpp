@@ -17,6 +17,7 @@
 #include "faxfile/usorbport.h"
 #include "helpers/fax_bytes.h"
 #include "helpers/temp_dir.h"
+#include "t4/file_converter.h"
 
 using namespace tolvane;
 
@@ -326,6 +327,20 @@ TEST_F(FaxWriting, MisuseLosesNoPageWithoutACode) {
        },
        {7, 0},
        with("x"),
+       old},
+      {"a reader that keeps the whole file locked",
+       [&] {
+         const int32_t other = open("a", O_RDONLY);
+         struct flock whole = {.l_type = F_RDLCK, .l_whence = SEEK_SET, .l_start = 0, .l_len = 0, .l_pid = 0};
+         const int locked = fcntl(other, F_OFD_SETLK, &whole);
+         patient = false;
+         const Codes codes = {write<FaxFileAppendEncodedPage>("x"), modify("a", DATE, "d"), convert_fax_file("a", 0)};
+         patient = true;
+         close(other);
+         return Codes{locked, codes[0], codes[1], codes[2]};
+       },
+       {0, 7, 7, 7},
+       old,
        old},
       {"a file open for reading only",
        [&] {

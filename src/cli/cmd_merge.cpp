@@ -100,7 +100,7 @@ Status check_output(const std::deque<FaxDocument> &documents) {
 
 Status run() {
   EditedFile edited;  // OUT may be among the files
-  lock_to_replace(out, edited);
+  if (lock_to_replace(out, edited) != DONE) return FAILED;
   std::deque<FaxDocument> documents;
   Status status = DONE;
   int64_t total = 0;

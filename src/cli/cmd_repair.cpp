@@ -216,7 +216,7 @@ Status run() {
   if (in_place && file == "-") return usage_fault("standard input cannot be repaired in place");
   Repair repair;
   EditedFile edited;
-  if (in_place) lock_to_replace(file, edited);
+  if (in_place && lock_to_replace(file, edited) != DONE) return FAILED;
   if (open_fax(file, repair.document) != DONE || repair_modes(repair) != DONE || repair_tail(repair) != DONE ||
       repair_counts(repair) != DONE)
     return FAILED;

@@ -122,8 +122,7 @@ Status write_fax(const OutputFile &output, const std::vector<std::string> &lines
 
 Status commit_new_fax(OutputFile &output, const std::string &path) {
   EditedFile replaced;
-  lock_to_replace(path, replaced);
-  return output.commit();
+  return lock_to_replace(path, replaced) == DONE ? output.commit() : FAILED;
 }
 
 Status write_fax_header_lines(const FaxDocument &document, OutputFile &output) {

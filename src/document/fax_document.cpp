@@ -107,16 +107,18 @@ Status open_fax(const std::string &path, FaxDocument &document) {
   return fault.empty() ? DONE : failure("%s", fault.c_str());
 }
 
-void lock_to_replace(const std::string &path, EditedFile &edited) {
+Status lock_to_replace(const std::string &path, EditedFile &edited) {
   const auto report_wait = [](const char *name) {
     report_on_terminal("%s: waiting for another program that changes it", name);
   };
-  if (path != "-") edited.file.reset(open_locked(path.c_str(), edited.lock, report_wait));
+  if (path == "-") return DONE;
+  edited.file.reset(open_locked(path.c_str(), edited.lock, report_wait));
+  if (edited.file || errno != EBUSY) return DONE;
+  return failure("%s: not changed: another program has locked it for reading", path.c_str());
 }
 
 Status open_fax_to_edit(const std::string &path, FaxDocument &document, EditedFile &edited) {
-  lock_to_replace(path, edited);
-  return open_fax(path, document);
+  return lock_to_replace(path, edited) == DONE ? open_fax(path, document) : FAILED;
 }
 
 std::string open_included_fax(const FaxDocument &document, const std::string &name, IncludedFax &included) {

@@ -96,7 +96,9 @@ struct EditedFile {
 
 /// Locks a file that is about to be replaced, if there is one, and waits for other editors, with a message on a
 /// terminal. What can't be written is not locked: the output reports it.
-void lock_to_replace(const std::string &path, EditedFile &edited);
+///
+/// @return DONE, or FAILED after a message: another program keeps the file locked for reading
+Status lock_to_replace(const std::string &path, EditedFile &edited);
 
 /// `open_fax` for a file that is about to be replaced: it is locked before it is read.
 Status open_fax_to_edit(const std::string &path, FaxDocument &document, EditedFile &edited);

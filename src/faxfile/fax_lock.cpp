@@ -24,6 +24,11 @@ namespace {
 
 constexpr off_t EDIT_LOCK_PLACE = off_t{1} << 62;
 
+// Ten seconds for those who lock for reading. Whoever writes looks often, since readers that come and go leave short
+// moments.
+constexpr int WRITER_TRIES = 10 * 1000;
+constexpr timespec WRITER_PAUSE = {0, 1000 * 1000};
+
 // The edit locks that this process holds, so that a lock within a lock on one descriptor is counted: the system would
 // end both at once. A lock that finds no slot is taken and not counted.
 struct HeldLock {
@@ -38,12 +43,17 @@ HeldLock *find_held(int32_t fd) {
                       [fd](const HeldLock &held) { return held.depth > 0 && held.fd == fd; });
 }
 
-int set_lock(int32_t fd, int command, short type, off_t start, off_t length) {
+struct flock lock_of(short type, off_t start, off_t length) {
   struct flock lock = {};
   lock.l_type = type;
   lock.l_whence = SEEK_SET;
   lock.l_start = start;
   lock.l_len = length;
+  return lock;
+}
+
+int set_lock(int32_t fd, int command, short type, off_t start, off_t length) {
+  struct flock lock = lock_of(type, start, length);
   int result;
   do result = fcntl(fd, command, &lock);
   while (result != 0 && errno == EINTR);
@@ -52,6 +62,12 @@ int set_lock(int32_t fd, int command, short type, off_t start, off_t length) {
 
 bool is_held_by_another() {
   return errno == EAGAIN || errno == EACCES;
+}
+
+// Whether what keeps the edit lock from a descriptor is a lock for reading. No editor has one.
+bool is_held_for_reading(int32_t fd) {
+  struct flock lock = lock_of(F_WRLCK, EDIT_LOCK_PLACE, 1);
+  return fcntl(fd, F_OFD_GETLK, &lock) == 0 && lock.l_type == F_RDLCK;
 }
 }  // namespace
 
@@ -66,8 +82,13 @@ bool FaxEditLock::take(int32_t fd, bool wait) {
       return true;
     }
   }
-  if (set_lock(fd, wait ? F_OFD_SETLKW : F_OFD_SETLK, F_WRLCK, EDIT_LOCK_PLACE, 1) != 0 && is_held_by_another())
-    return false;
+  int tries = 0;
+  while (set_lock(fd, F_OFD_SETLK, F_WRLCK, EDIT_LOCK_PLACE, 1) != 0 && is_held_by_another()) {
+    const bool for_reading = is_held_for_reading(fd);
+    errno = for_reading ? EBUSY : EAGAIN;
+    if (!wait || (for_reading && ++tries == WRITER_TRIES)) return false;
+    nanosleep(&WRITER_PAUSE, nullptr);
+  }
   const std::lock_guard guard(held_locks_mutex);
   HeldLock *free_slot =
       std::find_if(std::begin(held_locks), std::end(held_locks), [](const HeldLock &held) { return held.depth == 0; });
@@ -141,17 +162,16 @@ int32_t open_locked(const char *path, FaxEditLock &lock, void (*waiting)(const c
     file = above_standard_streams(Descriptor(open(path, O_RDWR | O_NONBLOCK | O_NOCTTY | O_CLOEXEC)));
     if (!file) return -1;
     if (lock.take(file.get(), false)) continue;
-    if (waiting) waiting(path);
+    if (waiting && errno == EAGAIN) waiting(path);
     if (!lock.take(file.get())) return -1;
   } while (!is_file_at(file.get(), path));
   return file.release();
 }
 
 FaxHeaderLock::FaxHeaderLock(int32_t fd, Kind kind) : fd_(fd) {
-  // A writer looks often, since readers that come and go leave it short moments.
   const bool reads = kind == Kind::shared;
-  const int tries = reads ? 100 : 10 * 1000;
-  const timespec pause = {0, (reads ? 10 : 1) * 1000 * 1000};
+  const int tries = reads ? 100 : WRITER_TRIES;
+  const timespec pause = reads ? timespec{0, 10 * 1000 * 1000} : WRITER_PAUSE;
   for (int i = 0; i < tries; ++i) {
     if (set_lock(fd, F_OFD_SETLK, reads ? F_RDLCK : F_WRLCK, 0, FAXFILE_PREAMBLE) == 0 || !is_held_by_another()) return;
     nanosleep(&pause, nullptr);

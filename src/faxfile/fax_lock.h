@@ -23,8 +23,12 @@ class FaxEditLock {
   FaxEditLock(const FaxEditLock &) = delete;
   FaxEditLock &operator=(const FaxEditLock &) = delete;
 
-  /// @param wait  false: don't wait for another editor
-  /// @return false with errno set: EAGAIN if another descriptor has the lock and `wait` is false
+  /// Waits for other editors. No editor locks this range for reading, but whoever may read the file can: that is waited
+  /// for ten seconds, not without end.
+  ///
+  /// @param wait  false: don't wait at all
+  /// @return false with errno set: EBUSY if the range is locked for reading, EAGAIN if another editor has the lock and
+  ///         `wait` is false
   bool take(int32_t fd, bool wait = true);
   void release();
 
@@ -36,7 +40,7 @@ class FaxEditLock {
 /// that a change to it would be lost, the descriptor is moved to the fax file that has the name now (dup2(2)), with the
 /// access that it has. A file that was removed, with nothing in its place, stays what the descriptor is open on.
 ///
-/// @return false with errno set, EINVAL if what has the name now is no fax file
+/// @return false with errno set: EINVAL if what has the name now is no fax file, EBUSY as `FaxEditLock::take`
 bool take_to_change(FaxEditLock &lock, int32_t fd);
 
 /// Whether `path` still names the file that `fd` is open on. An editor that has waited for a lock asks this: the file
@@ -47,7 +51,8 @@ bool is_file_at(int32_t fd, const char *path);
 /// meanwhile, the new one is opened. Another descriptor of the same thread must not have the lock.
 ///
 /// @param waiting  called before a wait for another editor, if there is one; may be null
-/// @return the descriptor, which the caller closes after `lock`; -1 with errno set if the file can't be opened
+/// @return the descriptor, which the caller closes after `lock`; -1 with errno set: EBUSY as `FaxEditLock::take`, when
+///         the file must not be edited; otherwise the file can't be opened to write
 int32_t open_locked(const char *path, FaxEditLock &lock, void (*waiting)(const char *path) = nullptr);
 
 /// A moment without half-written headers: shared by readers, exclusive for whoever rewrites a header in place.

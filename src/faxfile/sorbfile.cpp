@@ -41,7 +41,7 @@ int16_t open_to_edit(const char *path, Descriptor &file, FaxEditLock &lock) {
     int32_t fd;
     if (const int16_t code = FaxFileOpen(path, &fd); code != FAXFILE_OK) return code;
     file.reset(fd);
-    if (!lock.take(fd)) return FAXFILE_ERR_OPEN;
+    if (!lock.take(fd)) return FAXFILE_ERR_WRITE;
   } while (!is_file_at(file.get(), path));
   return FAXFILE_OK;
 }

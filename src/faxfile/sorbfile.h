@@ -38,7 +38,8 @@ int16_t FaxFileClose(int32_t fd);
 ///
 /// @param value  must not be null; may be empty
 /// @return 0; 15 for a bad argument; 10 if the file is no whole fax file; 6 if it can't be read; 4 without memory; 5 if
-///         the pages can't be spooled; 7 if a write failed. On failure the file is as it was (see in_place.h)
+///         the pages can't be spooled; 7 if a write failed, or others keep the file locked for reading. On failure the
+///         file is as it was (see in_place.h)
 int16_t FaxFileAddKeyword(int32_t fd, int16_t keyword, const char *value);
 
 /// Deletes the first line of a keyword and appends the new line after the last, as FaxFileDeleteKeyword does: the file
@@ -61,8 +62,9 @@ int16_t FaxFileChangeKeyword(int32_t fd, int16_t keyword, const char *value);
 /// symbolic link, its target is replaced. Hard links and open descriptors of the old file keep the old content.
 ///
 /// @return 0; 15 for a bad argument; 8, 10, 6 if the file can't be opened, is no whole fax file, or can't be read; 4
-///         without memory; 5 if the new file can't be created; 12 without a name for it; 7 if a write failed or it
-///         could not take the name. On failure the old file is unchanged and nothing is left over
+///         without memory; 5 if the new file can't be created; 12 without a name for it; 7 if a write failed, it could
+///         not take the name, or others keep the file locked for reading. On failure the old file is unchanged and
+///         nothing is left over
 int16_t FaxFileDeleteKeyword(const char *path, int16_t keyword);
 
 /// Copies the value of the first match of a keyword, from the next colon to the end of that line. A missing keyword

@@ -79,6 +79,7 @@ int16_t convert_fax_file(const char *path, int32_t coding) {
   Source source;
   Replacement target;
   locked.reset(open_locked(path, lock));
+  if (!locked && errno == EBUSY) return FAXFILE_ERR_WRITE;
   if (const int16_t code = open_source(path, coding, source); code != FAXFILE_OK) return code;
   if (source.coding == coding) return FAXFILE_OK;
   if (!target.begin(path)) return FAXFILE_ERR_CREATE;

@@ -155,6 +155,7 @@ int convert(const char *path, int32_t compression, void (*page_callback)()) {
   Descriptor locked;  // what can't be written can still be replaced
   FaxEditLock lock;
   locked.reset(open_locked(path, lock));
+  if (!locked && errno == EBUSY) return fail("%s is locked for reading by another program.\n", path);
   Source source{path};
   if (!source.open_file()) return 0;
   if (source.compression == compression) return 1;
