@@ -19,7 +19,8 @@ class Pdf : public ToolTest {
  protected:
   // A file of one page with an image and any other objects.
   void write_pdf(const std::string &page, const std::string &contents, const std::string &image,
-                 const std::string &data, const std::string &resources = "") const {
+                 const std::string &data, const std::string &resources = "",
+                 const std::string &size = "/Width 1728/Height 400") const {
     const auto stream = [](const std::string &keys, const std::string &bytes) {
       return "<<" + keys + "/Length " + std::to_string(bytes.size()) + ">>stream\n" + bytes + "\nendstream";
     };
@@ -28,8 +29,7 @@ class Pdf : public ToolTest {
                                        "/Contents 4 0 R/Resources<</XObject<</I 5 0 R>>/Font<</F<</Type/Font"
                                        "/Subtype/Type1/BaseFont/Helvetica>>>>" +
                                        resources + ">>>>",
-                                   stream("", contents),
-                                   stream("/Type/XObject/Subtype/Image/Width 1728/Height 400" + image, data)};
+                                   stream("", contents), stream("/Type/XObject/Subtype/Image" + size + image, data)};
     std::string file = "%PDF-1.4\n", table = "xref\n0 6\n0000000000 65535 f \n";
     for (size_t i = 0; i < std::size(objects); ++i) {
       char offset[24];
@@ -141,13 +141,16 @@ TEST_F(Pdf, AnImageOfAnyKindIsTakenAsItIs) {
 }
 
 #ifndef __SANITIZE_ADDRESS__
-TEST_F(Pdf, ARowThatAPredictorClaimsTakesNoMemory) {
+TEST_F(Pdf, ALargeImageThatAFileClaimsTakesNoMemory) {
   for (const std::string keys : {"/Filter/FlateDecode/DecodeParms<<", "/Filter[/FlateDecode]/DecodeParms[<<"}) {
     const std::string end = keys.ends_with("[<<") ? ">>]" : ">>";
     write_pdf(BOX, UPRIGHT, keys + "/Predictor 15/Columns 300000000" + end + GREY, "x");
     const ToolRun made = shell("ulimit -v 400000; exec $tool -v create --force page.fax page.pdf");
     EXPECT_NE(made.err.find("page 1 is rendered: its image cannot be decoded"), std::string::npos) << made.err;
   }
+  // A row of one pixel takes a byte.
+  write_pdf(BOX, UPRIGHT, GREY, "x", "", "/Width 1/Height 16777217");
+  EXPECT_EQ(way(), "page 1 is rendered: its image is too large");
 }
 #endif
 

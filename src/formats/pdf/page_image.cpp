@@ -233,7 +233,7 @@ bool take_page_image(QPDFPageObjectHelper page, const char *name, int32_t number
     if (source.dictionary.hasKey(key)) why = "its image has a mask";
   }
   if (source.width < 1 || source.width > WIDEST_PICTURE || source.height < 1 ||
-      source.height > LARGEST_PICTURE / source.width)
+      source.height > LARGEST_PICTURE / ((source.width + 7) / 8 * 8))  // whole bytes
     why = "its image is too large";
   if (page.getAttribute("/UserUnit", false).isNumber()) why = "its unit is not the point";
   return why.empty() && find_colours(source, why) && find_place(page, source, box, image, why) &&
