@@ -112,6 +112,9 @@ TEST_F(Pages, WhatCannotBeDoneLeavesTheFileAlone) {
       {"extract -f pdf main.fax sub/../link.fax", "link.fax: not overwritten"},
       {"render -f png main.fax link.fax", "not overwritten"},
       {"split --before 2,7 main.fax p%d.fax", "no page 7: main.fax has 6", 1},
+      {"split --before 2,010 main.fax p%d.fax", "no page 10: main.fax has 6", 1},
+      {"insert 010 main.fax 21.pbm", "no page 10 to insert before: the file has 3"},
+      {"insert 0x2 main.fax 21.pbm", "Value 0x2 not in range 1 to 32766", 1},
       {"split --before 4 --inclusions keep main.fax p%d.fax", "no page 4: main.fax has 3", 1},
       {"extract -p '' main.fax p.tif", "no page is selected", 1},
   };

@@ -3,6 +3,7 @@
 #include "cli/command_usage.h"
 
 #include <CLI/CLI.hpp>
+#include <charconv>
 
 namespace tolvane {
 namespace {
@@ -20,7 +21,17 @@ const Option &Option::type_name(const std::string &name) const {
 }
 
 const Option &Option::range(int32_t low, int32_t high) const {
-  option_->check(CLI::Range(low, high).description(""));
+  // The parser would read a number that begins with 0 as octal.
+  const auto to_plain_decimal = [low, high](std::string &text) -> std::string {
+    int32_t number = 0;
+    const char *end = text.data() + text.size();
+    const auto [parsed, fault] = std::from_chars(text.data(), end, number);
+    if (fault != std::errc() || parsed != end || number < low || number > high)
+      return "Value " + text + " not in range " + std::to_string(low) + " to " + std::to_string(high);
+    text = std::to_string(number);
+    return "";
+  };
+  option_->transform(CLI::Validator(to_plain_decimal, ""));
   return *this;
 }
 

@@ -22,7 +22,8 @@ class Option {
   const Option &required(bool yes = true) const;
   /// @param name  what the help shows for the value, for instance "N" or "mh|mr|mmr"
   const Option &type_name(const std::string &name) const;
-  /// Values are numbers from `low` to `high`.
+  /// Values are decimal numbers from `low` to `high`, with or without leading zeros. Every option of an int32_t has a
+  /// range.
   const Option &range(int32_t low, int32_t high) const;
   /// @param complaint  returns what is wrong with a value, empty if nothing is
   const Option &check(const std::function<std::string(const std::string &)> &complaint) const;

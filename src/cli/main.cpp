@@ -56,8 +56,10 @@ Status run_command_line(int argc, char **argv) {
   usage.add_flag("-v,--verbose", Verbose, "report which files and pages are read and written, and how");
   usage.add_flag("--no-outside", No_outside, "take no pages from files outside the directory of a fax");
   for (const char *word : {"REQUIRED", "TEXT", "INT"}) usage.get_formatter()->label(word, "");
-  usage.add_option("-j,--jobs", Jobs, "threads that work on pages and files (default: one for each processor)")
-      ->check(CLI::Range(1, 1024));
+  Usage(usage)
+      .add_option("-j,--jobs", Jobs, "threads that work on pages and files (default: one for each processor)")
+      .type_name("N")
+      .range(1, 1024);
   usage.fallthrough();
   usage.footer("Exit status: 0 done, 1 usage error, 2 failed, 3 done, but damage was found.");
   const Command *chosen = nullptr;
