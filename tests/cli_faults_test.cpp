@@ -82,13 +82,27 @@ TEST_F(Faults, InclusionsOfWhatIsNoFileAndOfPagesThatAreNotThereEndAtOnce) {
   }
 }
 
-// However many pages come from a file, and are under way, it is read once and opened for one of them at a time.
-TEST_F(Faults, ManyPagesOfOneIncludedFileTakeNeitherTimeNorDescriptors) {
+// However many pages come from a file, and are under way, it is read once and opened for one of them at a time. However
+// many are missing, those after them are there.
+TEST_F(Faults, ManyIncludedPagesTakeNeitherTimeNorDescriptorsNorOtherPages) {
+  std::string gaps, copies;
+  for (int at = 1; at <= 300; ++at) gaps += "INCLUDE:gone " + std::to_string(at) + " 1\n";
+  for (int i = 0; i < 15; ++i) copies += "INCLUDE:c.fax 1 600\n";
   dir.write("b.fax", fax_bytes("RESOLUTION:1\n", std::vector<std::string>(12000)));
   dir.write("a.fax", fax_bytes("#PAGES:0\nRESOLUTION:1\nINCLUDE_PAGES:12000\nINCLUDE:b.fax 1 12000\n"));
-  for (const char *line : {"check a.fax", "merge b2.fax a.fax"}) {
+  dir.write("c.fax", fax_bytes("RESOLUTION:1\nCOMPRESSION:3\nINCLUDE_PAGES:300\n" + gaps,
+                               std::vector(300, encoded_page(random_page(1, 4), 3))));
+  dir.write("d.fax", fax_bytes("#PAGES:0\nRESOLUTION:1\nCOMPRESSION:3\nINCLUDE_PAGES:9000\n" + copies));
+  const std::tuple<const char *, int, const char *> cases[] = {
+      {"check a.fax", 0, ""},
+      {"merge b2.fax a.fax", 0, ""},
+      {"check d.fax", 3, "d.fax: 404 more pages are not available\n"},
+      {"extract -p 9000 d.fax d.pbm", 0, ""},
+  };
+  for (const auto &[line, status, complaint] : cases) {
     const ToolRun done = shell(std::string("ulimit -n 60; exec timeout 20 $tool -j 30 ") + line);
-    EXPECT_EQ(done.status, 0) << line << done.err.substr(0, 300);
+    EXPECT_EQ(done.status, status) << line << done.err.substr(0, 300);
+    EXPECT_THAT(done.err, testing::EndsWith(complaint)) << line;
   }
 }
 

@@ -232,7 +232,9 @@ Status extract_file(const std::string &file, const PictureFormat &format, Output
   if (select_pages(selection, about, readable_pages(document), missing, pages, left_out) != DONE)
     return outputs.misfit();
   turn.reserve(file, pages);
-  for (const MissingPages *stretch : left_out) lost = worse(lost, report_missing(document, *stretch));
+  MissingReport missing_report(document);
+  for (const MissingPages *stretch : left_out) lost = worse(lost, missing_report.add(*stretch));
+  missing_report.finish();
 
   Progress progress("pages", static_cast<int32_t>(pages.size()));
   PagesOut all(document, format, pages, progress);

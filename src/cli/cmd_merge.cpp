@@ -53,12 +53,13 @@ Status add_pages(const FaxDocument &document, Transcoder &pages, HeaderLines &li
   if (!keep_going && require_all_pages(document) != DONE) return FAILED;
   report_outside(document);
   const std::vector<MissingPages> missing = find_missing_pages(document);
+  MissingReport missing_report(document);
   Status status = report_lost_bytes(document);
   const int32_t before = pages.count();
   for (int32_t page = 1; page <= document.page_count() && status != FAILED; ++page) {
     if (const MissingPages *stretch = missing_at(missing, page)) {
       status = worse(status, pages.finish());  // reports the pages before these
-      status = worse(status, report_missing(document, *stretch));
+      status = worse(status, missing_report.add(*stretch));
       page = stretch->last;
       continue;
     }
@@ -67,6 +68,7 @@ Status add_pages(const FaxDocument &document, Transcoder &pages, HeaderLines &li
     progress.step();
   }
   if (status != FAILED) status = worse(status, pages.finish());
+  missing_report.finish();
   for (const Inclusion &inclusion : document.inclusions) {
     if (keep_inclusions) lines.push_back(inclusion_line(inclusion, inclusion.at + before));
   }

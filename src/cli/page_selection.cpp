@@ -27,6 +27,7 @@ struct Selecting {
   int32_t parity;  // of the pages that are kept; -1: all
   std::vector<int32_t> &pages;
   std::vector<const MissingPages *> &left_out;
+  std::vector<bool> is_left_out;  // which of `missing`
 
   // Whether the range has a page of the wanted parity.
   bool wants(int64_t first, int64_t last) const { return parity < 0 || first != last || first % 2 == parity; }
@@ -41,8 +42,10 @@ struct Selecting {
       }
       const int64_t begin = page;
       page = step > 0 ? std::min(stretch->last, last) : std::max(stretch->first, last);
-      if (wants(begin, page) && std::find(left_out.begin(), left_out.end(), stretch) == left_out.end())
-        left_out.push_back(stretch);
+      const auto index = static_cast<size_t>(stretch - missing.data());
+      if (!wants(begin, page) || is_left_out[index]) continue;
+      is_left_out[index] = true;
+      left_out.push_back(stretch);
     }
   }
 };
@@ -63,7 +66,7 @@ Status select_pages(const std::string &text, const std::string &about, int32_t c
                     const std::vector<MissingPages> &missing, std::vector<int32_t> &pages,
                     std::vector<const MissingPages *> &left_out) {
   std::string_view rest = text;
-  Selecting selecting{count, missing, -1, pages, left_out};
+  Selecting selecting{count, missing, -1, pages, left_out, std::vector<bool>(missing.size())};
   for (const auto &[word, wanted] : {std::pair<std::string_view, int32_t>{":even", 0}, {":odd", 1}}) {
     if (!rest.ends_with(word)) continue;
     selecting.parity = wanted;

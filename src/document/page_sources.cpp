@@ -13,7 +13,7 @@ namespace tolvane {
 namespace {
 [[gnu::used]] const char SCCS_ID[] = "@(#)|page_sources|9|01|3|0|0|11/23/26|07:48:14";
 
-constexpr size_t MOST_STRETCHES = 4096;  // of missing pages: each takes memory, and a message
+constexpr size_t MOST_REPORTED = 4096;  // stretches of missing pages: some hundred bytes can make 65536
 
 // What counts of a file for the place of pages.
 struct Source {
@@ -98,7 +98,7 @@ class Walk {
 
   // A document with the most pages may include each of them by itself. Files that include each other can be passed
   // through without end, and no page or only missing ones are added.
-  bool ends() const { return page_ == MOST_PAGES || visits_ > MOST_PAGES || missing.size() >= MOST_STRETCHES; }
+  bool ends() const { return page_ == MOST_PAGES || visits_ > MOST_PAGES; }
 
   // Passes pages that are there. Returns how many there is room for.
   int32_t pass(int32_t count) {
@@ -108,18 +108,23 @@ class Walk {
     return count;
   }
 
+  // After the stretches that are reported one by one, those without a page between them become one.
   void skip(int32_t count, const std::string &source, int32_t source_page, const std::string &reason) {
     if (count == 0) return;
-    const std::string text = page_ == MOST_PAGES ? "more than " + std::to_string(MOST_PAGES) + " pages"
-                             : ends()            ? "endless inclusions"
-                                                 : reason;
-    if (!missing.empty() && missing.back().last == total_ && missing.back().reason == text)
+    const std::string &text = page_ == MOST_PAGES ? too_many_pages_ : ends() ? too_many_visits_ : reason;
+    const bool follows = !missing.empty() && missing.back().last == total_;
+    const bool is_same = follows && missing.back().reason == text;
+    if (is_same || (follows && missing.size() > MOST_REPORTED)) {
       missing.back().last += count;
-    else
+      if (!is_same) missing.back().reason = "several reasons";
+    } else {
       missing.push_back({total_ + 1, total_ + count, source, source_page, text});
+    }
     total_ += count;
   }
 
+  const std::string too_many_pages_ = "more than " + std::to_string(MOST_PAGES) + " pages";
+  const std::string too_many_visits_ = "more than " + std::to_string(MOST_PAGES) + " inclusions";
   Sources sources_;
   int32_t page_ = 0;    // pages that are there
   int32_t total_ = 0;   // and those that are not
@@ -151,17 +156,30 @@ const MissingPages *missing_at(const std::vector<MissingPages> &missing, int32_t
   return after != missing.begin() && page <= (after - 1)->last ? &*(after - 1) : nullptr;
 }
 
-Status report_missing(const FaxDocument &document, const MissingPages &pages) {
+Status MissingReport::add(const MissingPages &pages) {
+  if (reported_ == MOST_REPORTED) {
+    unreported_ += int64_t{pages.last} - pages.first + 1;
+    return DAMAGED;
+  }
+  ++reported_;
+  const char *name = document_.name(), *reason = pages.reason.c_str();
   if (pages.first == pages.last)
-    report("%s: page %d is not available: %s", document.name(), pages.first, pages.reason.c_str());
+    report("%s: page %d is not available: %s", name, pages.first, reason);
   else
-    report("%s: pages %d to %d are not available: %s", document.name(), pages.first, pages.last, pages.reason.c_str());
+    report("%s: pages %d to %d are not available: %s", name, pages.first, pages.last, reason);
   return DAMAGED;
+}
+
+void MissingReport::finish() {
+  if (unreported_ > 0)
+    report("%s: %lld more pages are not available", document_.name(), static_cast<long long>(unreported_));
 }
 
 Status require_all_pages(const FaxDocument &document) {
   const std::vector<MissingPages> missing = find_missing_pages(document);
-  for (const MissingPages &pages : missing) report_missing(document, pages);
+  MissingReport missing_report(document);
+  for (const MissingPages &pages : missing) missing_report.add(pages);
+  missing_report.finish();
   return missing.empty() ? DONE : FAILED;
 }
 

@@ -16,20 +16,33 @@ constexpr int32_t MOST_PAGES = 65535;
 /// Pages that the document promises and no file has.
 struct MissingPages {
   int32_t first, last;  ///< of the document
-  std::string source;   ///< path of the file that should have them
+  std::string source;   ///< path of the file that should have the first of them
   int32_t source_page;  ///< number of the first of them in that file
   std::string reason;
 };
 
 /// Finds the missing pages in ascending order, as far as INCLUDE lines and the number of records show them. Each file
-/// is opened once.
+/// is opened once. After 4096 stretches, one may have several reasons.
 std::vector<MissingPages> find_missing_pages(const FaxDocument &document);
 
 /// The stretch that contains a page; null if the page is not missing.
 const MissingPages *missing_at(const std::vector<MissingPages> &missing, int32_t page);
 
-/// Reports a stretch of missing pages in one message; returns DAMAGED.
-Status report_missing(const FaxDocument &document, const MissingPages &pages);
+/// Reports missing pages of one document: a message for each of the first 4096 stretches, the rest as a number.
+class MissingReport {
+ public:
+  explicit MissingReport(const FaxDocument &document) : document_(document) {}
+
+  /// Reports a stretch, or counts its pages. Returns DAMAGED.
+  Status add(const MissingPages &pages);
+  /// After the last stretch: reports how many pages were only counted, if any.
+  void finish();
+
+ private:
+  const FaxDocument &document_;
+  size_t reported_ = 0;     // stretches
+  int64_t unreported_ = 0;  // pages
+};
 
 /// Reports all missing pages; returns FAILED if there are any, else DONE.
 Status require_all_pages(const FaxDocument &document);

@@ -52,14 +52,15 @@ void decode_found(const FaxDocument &document, PageInWork &page, Survey depth) {
 }
 
 // Finds a page, or the stretch of missing pages that begins with it.
-void begin_page(const FaxDocument &document, const std::vector<MissingPages> &missing, Survey depth, PageInWork &page) {
+void begin_page(const FaxDocument &document, const std::vector<MissingPages> &missing, MissingReport &missing_report,
+                Survey depth, PageInWork &page) {
   PageFacts &facts = page.facts;
   const HoldDiagnostics hold(page.diagnostics);
   if (const MissingPages *stretch = missing_at(missing, facts.page)) {
     facts.last_page = stretch->last;
     facts.source = input_name(stretch->source);
     facts.source_page = stretch->source_page;
-    page.status = report_missing(document, *stretch);
+    page.status = missing_report.add(*stretch);
   } else {
     facts.last_page = facts.page;
     find_page(document, page, depth);
@@ -78,13 +79,14 @@ Status survey_pages(const FaxDocument &document, std::vector<PageFacts> &pages, 
   Status status = report_lost_bytes(document);
   report_outside(document);
   const std::vector<MissingPages> missing = find_missing_pages(document);
+  MissingReport missing_report(document);
   std::deque<std::unique_ptr<PageInWork>> under_way;          // oldest first
   OrderedWork work(depth == Survey::headers ? 1 : SIZE_MAX);  // headers alone are not worth a thread
   for (int32_t next = 1; next <= count || !work.empty();) {
     if (next <= count && work.has_room()) {
       PageInWork &page = *under_way.emplace_back(std::make_unique<PageInWork>());
       page.facts.page = next;
-      begin_page(document, missing, depth, page);
+      begin_page(document, missing, missing_report, depth, page);
       next = page.facts.last_page + 1;
       work.add([&document, &page, depth] {
         const HoldDiagnostics hold(page.diagnostics);
@@ -100,6 +102,7 @@ Status survey_pages(const FaxDocument &document, std::vector<PageFacts> &pages, 
     under_way.pop_front();
     progress.step();
   }
+  missing_report.finish();
   return status;
 }
 
