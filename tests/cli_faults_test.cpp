@@ -174,6 +174,17 @@ TEST_F(Faults, LinesOfOneBitTakeNoMemory) {
   }
 }
 
+// The decoders of MH and MMR add a line of their own.
+TEST_F(Faults, TheLongestPageKeepsItsLastLine) {
+  Picture page{1728, 65535, std::vector<uint8_t>(216 * 65535)};
+  std::fill_n(page.pixels.end() - 216, 216, 0xff);
+  for (const int coding : {0, 1, 3}) {
+    const std::string head = "#PAGES:1\nRESOLUTION:1\nCOMPRESSION:" + std::to_string(coding) + "\n";
+    const ToolRun done = run("extract -f pbm - -", fax_bytes(head, {encoded_page(page, coding)}));
+    EXPECT_TRUE(done.out == pbm(page)) << coding << done.err;
+  }
+}
+
 TEST_F(Faults, MessagesNameTheFileWhatFailedAndWhy) {
   ASSERT_EQ(run("create a.fax $charts/itu1.tif").status, 0);
   const std::string modes = "RESOLUTION:1\nCOMPRESSION:3\n", page = encoded_page(random_page(1, 4), 3);

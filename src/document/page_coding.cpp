@@ -14,6 +14,9 @@ namespace tolvane {
 namespace {
 [[gnu::used]] const char SCCS_ID[] = "@(#)|page_coding|9|01|3|0|0|11/23/26|08:45:34";
 
+// The longest page, and the line that the decoders of MH and MMR add. Beyond them the last line is kept.
+constexpr size_t MOST_DELIVERED = LONGEST_DECODED + 1;
+
 // Whether the decoder returns nothing in place of such a line.
 bool is_missing(Damage kind) {
   return kind == Damage::skipped_line || kind == Damage::lost_start;
@@ -39,8 +42,9 @@ void take_run(void *context, int32_t) {
 void take_line(void *context, const uint8_t *line, uint32_t size) {
   Decoding &decoding = decoding_of(context);
   std::vector<uint8_t> &lines = decoding.page.lines;
-  if (!decoding.keep_lines) lines.clear();
-  if (decoding.page.count < LONGEST_DECODED || !decoding.keep_lines) lines.insert(lines.end(), line, line + size);
+  const size_t most = decoding.keep_lines ? MOST_DELIVERED : 1;
+  if (lines.size() == most * size) lines.resize(lines.size() - size);
+  lines.insert(lines.end(), line, line + size);
   ++decoding.page.count;
   decoding.runs = 0;
 }
