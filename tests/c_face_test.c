@@ -1,6 +1,7 @@
 /* The C face used from C: each call's code, and what it leaves, in rows. */
 #include <stdio.h>
 #include <string.h>
+#include <sys/resource.h>
 #include <tolvane/fax.h>
 #include <unistd.h>
 
@@ -126,6 +127,31 @@ static void refuse_endless_page(void) {
   }
 }
 
+/* A handle whose file, once replaced, could not be opened again follows other editors all the same. */
+static void move_without_descriptors(void) {
+  const int next = dup(0);
+  struct rlimit usual, few;
+  tolvane_fax *fax, *other;
+  int32_t pages;
+  write_fax("COMPRESSION:3\n", (const uint8_t *)"\x00\x08\x80", 3);
+  EXPECT(close(next) + getrlimit(RLIMIT_NOFILE, &usual), 0);
+  EXPECT(tolvane_open("b.fax", 1, &fax), TOLVANE_OK);
+  few = usual;
+  few.rlim_cur = (rlim_t)next + 2; /* the handle and its new file */
+  EXPECT(setrlimit(RLIMIT_NOFILE, &few), 0);
+  EXPECT(tolvane_set_value(fax, "DATE", "d"), TOLVANE_OK);
+  EXPECT(tolvane_set_value(fax, "DATE", "e"), TOLVANE_OK);
+  EXPECT(setrlimit(RLIMIT_NOFILE, &usual), 0);
+  EXPECT(tolvane_open("b.fax", 1, &other), TOLVANE_OK);
+  EXPECT(tolvane_set_value(other, "SUBJECT", "s"), TOLVANE_OK);
+  EXPECT(tolvane_append_picture(fax, &drawn), TOLVANE_OK);
+  EXPECT(tolvane_close(fax), TOLVANE_OK);
+  expect_value(other, "DATE", "e");
+  EXPECT(tolvane_page_count(other, &pages), TOLVANE_OK);
+  EXPECT(pages, 2);
+  EXPECT(tolvane_close(other), TOLVANE_OK);
+}
+
 /* A header of as many lines as the viewer reads has no room for #PAGES. */
 static void keep_header_readable(void) {
   char header[16 + 3 * 99] = "COMPRESSION:3\n";
@@ -158,6 +184,7 @@ int main(void) {
   EXPECT(tolvane_convert("none.fax", TOLVANE_MR), TOLVANE_OPEN);
   convert_all_pages();
   refuse_endless_page();
+  move_without_descriptors();
   keep_header_readable();
   EXPECT(tolvane_open("none.fax", 0, &fax), TOLVANE_OPEN);
   EXPECT(fax == NULL, 1);

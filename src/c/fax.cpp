@@ -32,6 +32,7 @@ struct tolvane_fax {
   tolvane::Descriptor file;
   bool writable;
   bool has_new_pages = false;
+  std::string renamed_to{};  // name of a file whose descriptor does not know it (path_of_descriptor)
 };
 
 namespace tolvane {
@@ -131,15 +132,30 @@ bool keep_code(void *context, const uint8_t *bytes, size_t count) {
   return count == 0 || static_cast<Store *>(context)->append(bytes, count);
 }
 
+// Takes the lock to change the file of a handle, which moves to the file that has the name now.
+int take_to_edit(tolvane_fax *fax, FaxEditLock &lock) {
+  while (take_to_change(lock, fax->file.get())) {
+    if (fax->renamed_to.empty() || is_file_at(fax->file.get(), fax->renamed_to.c_str())) return TOLVANE_OK;
+    lock.release();
+    int32_t fd;
+    if (const int16_t code = FaxFileOpen(fax->renamed_to.c_str(), &fd); code != FAXFILE_OK) return code;
+    const Descriptor successor(fd);
+    if (dup3(fd, fax->file.get(), O_CLOEXEC) < 0) return TOLVANE_OPEN;
+    fax->renamed_to.clear();
+  }
+  return TOLVANE_WRITE;
+}
+
 // Replaces the file by one with these header lines, and moves the handle to it.
 int replace_header(tolvane_fax *fax, const HeaderLines &lines) {
-  const std::string path = path_of_descriptor(fax->file.get());
+  std::string path = fax->renamed_to.empty() ? path_of_descriptor(fax->file.get()) : fax->renamed_to;
   Replacement file;
   if (!is_file_at(fax->file.get(), path.c_str()) || !file.begin(path.c_str())) return TOLVANE_CREATE;
   if (!write_header_lines(file.fd(), lines) || !copy_bytes(fax->file.get(), file.fd(), -1)) return TOLVANE_WRITE;
   if (!file.commit()) return TOLVANE_WRITE;
-  // Opened by its path, the file is known by it (path_of_descriptor). Where that fails, the handle moves all the same.
+  // Opened by its path, the file is known by it. Where that fails, the handle moves all the same.
   const Descriptor renewed(open(path.c_str(), O_RDWR | O_NOCTTY | O_CLOEXEC));
+  fax->renamed_to = renewed ? std::string() : std::move(path);
   return dup3(renewed ? renewed.get() : file.fd(), fax->file.get(), O_CLOEXEC) >= 0 ? TOLVANE_OK : TOLVANE_OPEN;
 }
 
@@ -148,7 +164,7 @@ int correct_page_count(tolvane_fax *fax) {
   FaxEditLock lock;
   HeaderLines lines;
   int32_t pages;
-  if (!take_to_change(lock, fax->file.get())) return TOLVANE_WRITE;
+  if (const int code = take_to_edit(fax, lock); code != TOLVANE_OK) return code;
   if (const int code = FaxFileCountPages(fax->file.get(), &pages); code != TOLVANE_OK) return code;
   if (const int code = lines_of(fax, lines); code != TOLVANE_OK) return code;
   const bool is_missing = !find_header_value(lines, faxFileKeywordList[FAXFILE_PAGES]);
@@ -269,7 +285,7 @@ int tolvane_set_value(tolvane_fax *fax, const char *name, const char *value) {
   return guarded([&]() -> int {
     FaxEditLock lock;
     HeaderLines lines;
-    if (!take_to_change(lock, fax->file.get())) return TOLVANE_WRITE;
+    if (const int code = take_to_edit(fax, lock); code != TOLVANE_OK) return code;
     if (const int code = lines_of(fax, lines); code != TOLVANE_OK) return code;
     set_header_value(lines, name, value);
     return replace_header(fax, lines);
@@ -312,6 +328,8 @@ int tolvane_append_page(tolvane_fax *fax, const uint8_t *data, size_t length) {
   if (!fax || (!data && length > 0) || length > INT32_MAX) return TOLVANE_ARGUMENT;
   if (!fax->writable) return TOLVANE_READONLY;
   const int code = guarded([&]() -> int {
+    FaxEditLock lock;
+    if (const int taken = take_to_edit(fax, lock); taken != TOLVANE_OK) return taken;
     return FaxFileAppendEncodedPage(fax->file.get(), data ? data : &EMPTY, static_cast<int32_t>(length));
   });
   fax->has_new_pages = fax->has_new_pages || code == TOLVANE_OK;
@@ -326,7 +344,7 @@ int tolvane_append_picture(tolvane_fax *fax, const tolvane_picture *picture) {
   return guarded([&]() -> int {
     FaxEditLock lock;
     int32_t coding, resolution;
-    if (!take_to_change(lock, fax->file.get())) return TOLVANE_WRITE;
+    if (const int code = take_to_edit(fax, lock); code != TOLVANE_OK) return code;
     if (const int code = modes_of(fax, &coding, &resolution); code != TOLVANE_OK) return code;
     Store code;
     Encoder encoder;
