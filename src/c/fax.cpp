@@ -361,5 +361,5 @@ int tolvane_append_picture(tolvane_fax *fax, const tolvane_picture *picture) {
 
 int tolvane_convert(const char *path, int coding) {
   if (!path) return TOLVANE_ARGUMENT;
-  return guarded([&]() -> int { return convert_fax_file(path, coding); });
+  return convert_fax_file(path, coding);
 }

@@ -101,9 +101,9 @@ TOLVANE_API int tolvane_append_page(tolvane_fax *fax, const uint8_t *data, size_
 TOLVANE_API int tolvane_append_picture(tolvane_fax *fax, const tolvane_picture *picture);
 
 /** Rewrites a file in another coding (file_converter.h): every page that is in it, whatever #PAGES says, which becomes
- *  their number. All other header lines stay. TOLVANE_CODING if a page can't be decoded; TOLVANE_FORMAT also if
- *  #PAGES and COMPRESSION are missing in a header that viewers could not read with them. On failure the file is as it
- *  was. */
+ *  their number. All other header lines stay. A file that has the coding already stays as it is, whatever #PAGES says.
+ *  TOLVANE_CODING if a page can't be decoded; TOLVANE_FORMAT also if #PAGES and COMPRESSION are missing in a header
+ *  that viewers could not read with them. On failure the file is as it was. */
 TOLVANE_API int tolvane_convert(const char *path, int coding);
 
 #ifdef __cplusplus

@@ -3,6 +3,7 @@
 #include "t4/file_converter.h"
 
 #include <algorithm>
+#include <new>
 #include <span>
 
 #include "faxfile/fax_lock.h"
@@ -70,10 +71,7 @@ int16_t write_target(int fd, const Source &source, int32_t coding) {
   return FAXFILE_OK;
 }
 
-}  // namespace
-
-int16_t convert_fax_file(const char *path, int32_t coding) {
-  if (coding != COMP_MH && coding != COMP_MR && coding != COMP_MMR) return FAXFILE_ERR_CODING;
+int16_t convert(const char *path, int32_t coding) {
   Descriptor locked;  // what can't be written can still be replaced
   FaxEditLock lock;
   Source source;
@@ -85,6 +83,17 @@ int16_t convert_fax_file(const char *path, int32_t coding) {
   if (!target.begin(path)) return FAXFILE_ERR_CREATE;
   if (const int16_t code = write_target(target.fd(), source, coding); code != FAXFILE_OK) return code;
   return target.commit() ? FAXFILE_OK : FAXFILE_ERR_WRITE;
+}
+
+}  // namespace
+
+int16_t convert_fax_file(const char *path, int32_t coding) {
+  if (coding != COMP_MH && coding != COMP_MR && coding != COMP_MMR) return FAXFILE_ERR_CODING;
+  try {
+    return convert(path, coding);
+  } catch (const std::bad_alloc &) {
+    return FAXFILE_ERR_MEMORY;
+  }
 }
 
 }  // namespace tolvane
