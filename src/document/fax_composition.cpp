@@ -7,6 +7,7 @@
 #include <iterator>
 
 #include "faxfile/header_lines.h"
+#include "faxfile/header_modes.h"
 #include "faxfile/page_writer.h"
 #include "faxfile/session_params.h"
 #include "faxfile/usorbport.h"
@@ -18,7 +19,6 @@ namespace tolvane {
 namespace {
 [[gnu::used]] const char SCCS_ID[] = "@(#)|fax_composition|9|01|3|0|0|11/23/26|08:33:05";
 
-constexpr size_t MOST_LINES = 99;         // lines that the viewer's header reader accepts
 constexpr size_t LONGEST_HEADER = 32767;  // bytes of a header in which keywords can be read
 
 constexpr FaxKeyword STRUCTURAL[] = {FAXFILE_PAGES, FAXFILE_RESOLUTION, FAXFILE_INCLUDE_PAGES, FAXFILE_INCLUDE,
@@ -68,7 +68,8 @@ Status check_header(const char *name, const std::vector<std::string> &lines) {
   if (!read_inclusions(lines, inclusions))
     return failure("%s: an INCLUDE line would be out of order or have no name, page and count", name);
   const size_t longest = inclusions.empty() ? LONGEST_HEADER : LONGEST_SCANNED;
-  if (lines.size() > MOST_LINES) return failure("%s: the viewer reads at most %zu header lines", name, MOST_LINES);
+  if (lines.size() > MOST_HEADER_LINES)
+    return failure("%s: the viewer reads at most %zu header lines", name, MOST_HEADER_LINES);
   if (header_length(lines) > longest) return failure("%s: the header would be longer than %zu bytes", name, longest);
   for (const std::string &line : lines) {
     if (line.find(static_cast<char>(FAXFILE_TERMINATOR)) != std::string::npos)

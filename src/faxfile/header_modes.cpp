@@ -15,8 +15,6 @@ namespace tolvane {
 namespace {
 [[gnu::used]] const char SCCS_ID[] = "@(#)|header_modes|9|01|1|0|0|11/23/26|11:00:00";
 
-constexpr size_t LINES_OF_VIEWER = 99;
-
 const char *keyword(FaxKeyword number) {
   return faxFileKeywordList[number];
 }
@@ -38,7 +36,7 @@ bool is_read_whole(const HeaderLines &lines) {
   const bool includes = std::any_of(lines.begin(), lines.end(), [](const std::string &line) {
     return header_line_value(line, keyword(FAXFILE_INCLUDE));
   });
-  return lines.size() <= LINES_OF_VIEWER && (!includes || header_length(lines) <= INCLUSION_HEADER.longest_text);
+  return lines.size() <= MOST_HEADER_LINES && (!includes || header_length(lines) <= INCLUSION_HEADER.longest_text);
 }
 
 }  // namespace

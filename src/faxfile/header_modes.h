@@ -2,6 +2,7 @@
 // them.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 
 #include "header_lines.h"
@@ -26,8 +27,11 @@ void set_header_coding(HeaderLines &lines, int32_t coding);
 /// @return whether the lines were changed
 bool set_header_page_count(HeaderLines &lines, int32_t pages);
 
-/// Whether a change of the lines takes them beyond what readers read: the viewer reads none of more than 99 lines, and
-/// pages are included by a header of up to 10000 bytes. False if they were beyond it before.
+/// Lines of the longest header that the viewer reads; it reads none of a longer one.
+constexpr size_t MOST_HEADER_LINES = 99;
+
+/// Whether a change of the lines takes them beyond what readers read: MOST_HEADER_LINES, and 10000 bytes if pages are
+/// included. False if they were beyond it before.
 bool header_loses_readers(const HeaderLines &before, const HeaderLines &after);
 
 }  // namespace tolvane
