@@ -21,9 +21,7 @@ add_custom_target(man ALL DEPENDS ${man_pages})
 install(FILES packaging/tolvane.metainfo.xml DESTINATION ${CMAKE_INSTALL_DATADIR}/metainfo COMPONENT runtime)
 install(FILES packaging/tolvane-fax.thumbnailer DESTINATION ${CMAKE_INSTALL_DATADIR}/thumbnailers
   RENAME tolvane.thumbnailer COMPONENT runtime)
-configure_file(packaging/tolvane.desktop.in tolvane.desktop @ONLY)
-install(FILES ${PROJECT_BINARY_DIR}/tolvane.desktop DESTINATION ${CMAKE_INSTALL_DATADIR}/applications COMPONENT runtime)
-install(PROGRAMS packaging/tolvane-open DESTINATION ${CMAKE_INSTALL_LIBEXECDIR} COMPONENT runtime)
+install(FILES packaging/tolvane.desktop DESTINATION ${CMAKE_INSTALL_DATADIR}/applications COMPONENT runtime)
 install(FILES packaging/tolvane-mime.xml DESTINATION ${CMAKE_INSTALL_DATADIR}/mime/packages RENAME tolvane.xml
   COMPONENT runtime)
 install(FILES packaging/tolvane.svg DESTINATION ${CMAKE_INSTALL_DATADIR}/icons/hicolor/scalable/apps COMPONENT runtime)
@@ -33,7 +31,7 @@ if(CMAKE_INSTALL_PREFIX STREQUAL "/usr")
   set(sysconf_dir /etc)
 endif()
 install(FILES packaging/Tolvane DESTINATION ${sysconf_dir}/X11/app-defaults COMPONENT runtime)
-install(PROGRAMS packaging/tolvane_print DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT runtime)
+install(PROGRAMS packaging/tolvane-open packaging/tolvane_print DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT runtime)
 install(FILES packaging/XKeysymDB DESTINATION lib/X11 COMPONENT runtime)
 
 # Completion: a script for each shell, around the table that the program prints about itself.

@@ -75,8 +75,8 @@ desktop-file-validate "$share/applications/tolvane.desktop"
 mkdir -p my-good/fakes
 printf '#!/bin/sh\npwd\necho "$@"\n' >my-good/fakes/tolvane
 chmod +x my-good/fakes/tolvane
-opener=$(sed -nE 's|^Exec=.*/([^ /]*) %f$|\1|p' "$share/applications/tolvane.desktop")
-diff <(PATH=$PWD/my-good/fakes:$PATH "$work/prefix/libexec/$opener" "$PWD/my-good/a b.fax") - <<END
+opener=$(sed -nE 's|^Exec=([^ ]*) %f$|\1|p' "$share/applications/tolvane.desktop")
+diff <(PATH=$PWD/my-good/fakes:$PATH "$opener" "$PWD/my-good/a b.fax") - <<END
 $PWD/my-good
 ./a b.fax
 END
