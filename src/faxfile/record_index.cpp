@@ -28,7 +28,7 @@ int64_t nanoseconds(const timespec &time) {
   return time.tv_sec * NANOSECONDS + time.tv_nsec;
 }
 
-// The length words of a file, read a block at a time: records may be as short as these.
+// The length words of a file: one at a time, or a block at a time while records are shorter than one.
 class LengthWords {
  public:
   LengthWords(int32_t fd, int64_t size) : fd_(fd), size_(size) {}
@@ -44,13 +44,14 @@ class LengthWords {
       if (const int16_t code = read_block(*offset); code != FAXFILE_OK) return code;
     const int64_t next = data + get_word(block_ + (*offset - begin_));
     if (next > size_) return FAXFILE_ERR_FORMAT;
+    is_short_ = next - *offset < static_cast<int64_t>(sizeof block_);
     *offset = next;
     return FAXFILE_OK;
   }
 
  private:
   int16_t read_block(int64_t offset) {
-    const int64_t count = std::min<int64_t>(sizeof block_, size_ - offset);
+    const int64_t count = std::min<int64_t>(is_short_ ? sizeof block_ : FAXFILE_WORD, size_ - offset);
     const bool there = lseek(fd_, offset, SEEK_SET) == offset;
     const ssize_t got = there ? read_fully(fd_, block_, static_cast<size_t>(count)) : -1;
     begin_ = offset;
@@ -61,6 +62,7 @@ class LengthWords {
 
   int32_t fd_;
   int64_t size_, begin_ = 0, end_ = 0;
+  bool is_short_ = false;  // the last record
   uint8_t block_[4096];
 };
 
