@@ -112,7 +112,7 @@ TEST_P(ReplaceFile, GivesTheNameInOneStepAndKeepsModesLinksAndNothingElse) {
 
 TEST_P(ReplaceFile, AnotherGroupHasNoMoreRightsThanAllOthers) {
   if (geteuid() != 0) GTEST_SKIP() << "cannot give files away";
-  for (const auto &[before, after] : {std::pair(0640, 0600), {0664, 0644}, {0604, 0604}, {06751, 0711}}) {
+  for (const auto &[before, after] : {std::pair(0640, 0600), {0664, 0644}, {0604, 0600}, {06751, 0711}}) {
     dir.write("old", "old");
     ASSERT_EQ(chown("old", 0, 65534) + chmod("old", static_cast<mode_t>(before)), 0);
     Replacement replacement;

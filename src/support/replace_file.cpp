@@ -161,8 +161,8 @@ bool Replacement::give_name() {
 }
 
 // Only the super-user may give files away, but others may give them one of their groups; where neither is allowed, that
-// is no failure. The rights of a set-user-ID file don't go to another user, nor those of a group to another group,
-// which then has what all others have too.
+// is no failure. The rights of a set-user-ID file don't go to another user, nor those of a group to another group.
+// That and all others, who now include the old group, then have what both the old group and all others had.
 bool Replacement::keep_rights() const {
   const int fd = file_.get();
   const bool same_owner = fchown(fd, replaced_.st_uid, replaced_.st_gid) == 0;
@@ -170,7 +170,8 @@ bool Replacement::keep_rights() const {
   const bool same_group = same_owner || fchown(fd, static_cast<uid_t>(-1), replaced_.st_gid) == 0 ||
                           (fstat(fd, &now) == 0 && now.st_gid == replaced_.st_gid);
   mode_t mode = replaced_.st_mode & (same_owner ? 07777 : 0777);
-  if (!same_group) mode &= ~mode_t{S_IRWXG} | (mode & S_IRWXO) << 3;
+  const mode_t both = mode >> 3 & mode & S_IRWXO;
+  if (!same_group) mode = (mode & ~mode_t{S_IRWXG | S_IRWXO}) | both << 3 | both;
   return fchmod(fd, mode) == 0;
 }
 

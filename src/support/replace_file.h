@@ -50,9 +50,10 @@ class Replacement {
   const char *working_path() const { return working_path_.c_str(); }
 
   /// Puts the file on disk and gives it the name. A file that replaces another one gets its mode, and its owner and
-  /// group as far as the process may set them: another group has no more rights than all others. The mode of a new one
-  /// follows from the process mask. Hard links of the replaced file keep the old content. The directory is put on disk
-  /// last, where it can be; a fault there is no failure, since the old file has lost the name.
+  /// group as far as the process may set them: with another group, that group and all others have the rights that both
+  /// the old group and all others had. The mode of a new one follows from the process mask. Hard links of the replaced
+  /// file keep the old content. The directory is put on disk last, where it can be; a fault there is no failure, since
+  /// the old file has lost the name.
   ///
   /// @return false with the old file as it was
   bool commit();
