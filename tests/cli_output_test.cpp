@@ -189,6 +189,10 @@ TEST_F(Output, DamageIsToldAndTheRestIsGivenAllTheSame) {
     std::filesystem::remove(dir.path("a.pbm"));
   }
   EXPECT_THAT(run("extract a.fax a.pbm -p :even").err, Not(HasSubstr("page 3")));
+  dir.write("fall.fax", fax_bytes("#PAGES:1\nINCLUDE:b.fax 2 1\nINCLUDE:b.fax 1 1\nRESOLUTION:1\n", {white}));
+  for (const char *line : {"info fall.fax >f", "check fall.fax >f", "extract fall.fax f.pbm", "render fall.fax f.pbm",
+                           "compare fall.fax fall.fax"})
+    complains(line, 3, "fall.fax: \"INCLUDE:b.fax 1 1\" is out of order");
 }
 
 TEST_F(Output, RenderShowsWhatThePlainRulesSay) {

@@ -49,10 +49,7 @@ Status check_modes(const FaxDocument &document) {
 }
 
 Status check_header_text(const FaxDocument &document) {
-  if (!document.inclusions_usable) {
-    report("%s: %s", document.name(), inclusion_fault(document).c_str());
-    return DAMAGED;
-  }
+  if (report_invalid_inclusions(document) != DONE) return DAMAGED;
   Status status = check_count(document, FAXFILE_PAGES, document.record_count());
   status = worse(status, check_count(document, FAXFILE_INCLUDE_PAGES, document.included_pages));
   for (const Inclusion &inclusion : document.inclusions) {

@@ -85,6 +85,7 @@ Status open_sides(Side &one, Side &other) {
   for (Side *side : {&one, &other}) {
     if (is_other_format(side->path)) continue;
     if (open_fax(side->path, side->document) != DONE) return FAILED;
+    status = worse(status, report_invalid_inclusions(side->document));
     status = worse(status, report_lost_bytes(side->document));
     report_outside(side->document);
     resolution = written_resolution(side->document);

@@ -92,9 +92,10 @@ Status render_file(const std::string &file, const PictureFormat &format) {
   FaxPage page;
   std::string path;
   if (open_fax(file, document) != DONE) return FAILED;
+  const Status invalid = report_invalid_inclusions(document);
   if (page_wanted > readable_pages(document)) {
     report("%s: no page %d: the document has %d", document.name(), page_wanted, readable_pages(document));
-    return report_lost_bytes(document) == DONE ? outputs.misfit() : FAILED;
+    return worse(invalid, report_lost_bytes(document)) == DONE ? outputs.misfit() : FAILED;
   }
   report_outside(document);
   if (read_fax_page(document, page_wanted, page) != DONE) return FAILED;
@@ -110,7 +111,7 @@ Status render_file(const std::string &file, const PictureFormat &format) {
   if (picture.width == 0 || picture.height == 0)
     return failure("%s: page %d has no lines to show", document.name(), page_wanted);
   if (outputs.take(file, page_wanted, path) != DONE || check_not_source(path, document) != DONE) return FAILED;
-  return write_picture(format, path, std::move(picture)) == DONE ? damage : FAILED;
+  return write_picture(format, path, std::move(picture)) == DONE ? worse(invalid, damage) : FAILED;
 }
 
 Status run() {

@@ -167,6 +167,12 @@ std::string inclusion_fault(const FaxDocument &document) {
   return "\"" + line + "\" is out of order or has no name, page and count (see keywords set --force)";
 }
 
+Status report_invalid_inclusions(const FaxDocument &document) {
+  if (document.inclusions_usable) return DONE;
+  report("%s: %s", document.name(), inclusion_fault(document).c_str());
+  return DAMAGED;
+}
+
 Status report_lost_bytes(const FaxDocument &document) {
   if (document.lost_bytes == 0) return DONE;
   report("%s: the last %lld bytes are a page that is cut short", document.name(),

@@ -119,6 +119,11 @@ bool hides_inclusion(const std::string &line);
 /// What is wrong with the INCLUDE lines of a document whose inclusions are not usable, for messages.
 std::string inclusion_fault(const FaxDocument &document);
 
+/// Reports INCLUDE lines that are not valid: their pages, and those of all lines after them, are not found.
+///
+/// @return DAMAGED, or DONE if all are valid
+Status report_invalid_inclusions(const FaxDocument &document);
+
 /// Reports a file that ends in a record cut short.
 ///
 /// @return DAMAGED, or DONE if it does not
