@@ -122,9 +122,9 @@ Status write_difference(const PictureFormat &format, int32_t page, const Side &o
   return write_picture(format, path, {FAX_WIDTH, height, FAX_X_DPI, lines_per_inch(resolution), std::move(rows)});
 }
 
-// How a page differs.
+// How a page differs, or a stretch of pages that one side does not have.
 struct PageDifference {
-  int32_t page = 0;
+  int32_t page = 0, last_page = 0;
   bool readable = false;  // on both sides; if not, nothing below is known
   int64_t pixels = 0;
   int32_t lines_one = 0, lines_other = 0;
@@ -145,14 +145,14 @@ Status compare_page(const Side &one, const Side &other, const PictureFormat *for
   Status status = read_lines(one.document, page, found_one, lines_one);
   status = worse(status, read_lines(other.document, page, found_other, lines_other));
   if (status == FAILED) {
-    pages.push_back({page});
+    pages.push_back({page, page});
     return FAILED;
   }
   std::vector<uint8_t> difference = difference_of(std::move(lines_one.lines), std::move(lines_other.lines));
   int64_t pixels = 0;
   for (const uint8_t byte : difference) pixels += std::popcount(byte);
   if (pixels == 0 && lines_one.count == lines_other.count) return status;
-  pages.push_back({page, true, pixels, lines_one.count, lines_other.count});
+  pages.push_back({page, page, true, pixels, lines_one.count, lines_other.count});
   if (!as_json) print_page(pages.back());
   if (format && write_difference(*format, page, one, other, found_one.resolution, std::move(difference)) != DONE)
     return FAILED;
@@ -167,14 +167,34 @@ struct Comparison {
   std::vector<PageDifference> pages;
 };
 
+// Reports the pages to be compared that a side does not have.
+Status report_missing_up_to(int32_t last, const Side &side, const std::vector<MissingPages> &missing) {
+  MissingReport reported(side.document);
+  for (const MissingPages &stretch : missing) {
+    if (stretch.first <= last) reported.add(stretch);
+  }
+  reported.finish();
+  return missing.empty() || missing.front().first > last ? DONE : FAILED;
+}
+
 Status compare_sides(const PictureFormat *format, Comparison &comparison) {
   auto &[one, other, error, in_one, in_other, pages] = comparison;
   in_one = readable_pages(one.document);
   in_other = readable_pages(other.document);
   const int32_t both = std::min(in_one, in_other);
+  const std::vector<MissingPages> missing_one = find_missing_pages(one.document),
+                                  missing_other = find_missing_pages(other.document);
   Progress progress("pages", both);
-  Status status = DONE;
+  Status status = report_missing_up_to(both, one, missing_one);
+  status = worse(status, report_missing_up_to(both, other, missing_other));
   for (int32_t page = 1; page <= both; ++page) {
+    const MissingPages *stretch = missing_at(missing_one, page);
+    if (!stretch) stretch = missing_at(missing_other, page);
+    if (stretch) {
+      pages.push_back({page, std::min(stretch->last, both)});
+      page = pages.back().last_page;
+      continue;
+    }
     status = worse(status, compare_page(one, other, format, page, pages));
     progress.step();
   }
@@ -194,6 +214,7 @@ void print_json(const Comparison &comparison) {
     object["pages"] = JsonObject::array();
     for (const PageDifference &differs : pages) {
       JsonObject page = {{"page", differs.page}, {"readable", differs.readable}};
+      if (differs.last_page != differs.page) page.update({{"last_page", differs.last_page}});
       if (differs.readable)
         page.update({{"pixels", differs.pixels}, {"lines", {differs.lines_one, differs.lines_other}}});
       object["pages"].push_back(page);
