@@ -93,6 +93,7 @@ TEST_F(Output, SquarePixelsRepeatLinesAndLoseNone) {
     ++single.height;
   }
   EXPECT_TRUE(single == page);
+  EXPECT_EQ(shell("$tool extract a.fax - -f pbm --square --rotate 90 | pnmflip -ccw").out, pbm(square));
 }
 
 TEST_F(Output, SelectionsChooseAmongOwnAndIncludedPages) {

@@ -123,12 +123,12 @@ Status make_picture(const FaxDocument &document, const PictureFormat &format, Pa
   if (!no_metadata) add_metadata(document, decoded, page.picture);
   put_on_paper(document.name(), format, page.number, page.picture);
   const Turn turn = wanted_turn(rotate, page.picture.rows, page.picture.width, page.picture.height);
+  if (square) make_square(page.picture);
   if (!turn.is_none()) turn_rows(page.picture.rows, page.picture.width, page.picture.height, turn);
   if (turn.transpose) {
     std::swap(page.picture.x_dpi, page.picture.y_dpi);
     std::swap(page.picture.page_width, page.picture.page_height);
   }
-  if (square) make_square(page.picture);
   if (!format.encode) return status;
   page.picture.code = format.encode(page.picture, tiff_coding);
   page.picture.rows = std::vector<uint8_t>();  // with its memory
