@@ -31,12 +31,13 @@ TEST_F(Convert, NoPageAndNoHeaderLineIsLost) {
       {"RESOLUTION:1\nCOMPRESSION:3\n", "RESOLUTION:1\nCOMPRESSION:0\n#PAGES:2\n", "#PAGES corrected to 2"},
       {"#PAGES:1\nRESOLUTION:1\nCOMPRESSION:3\n", counted + "0\n", "#PAGES corrected to 2"},
       {"COMPRESSION:1" + odd + "3\n", "COMPRESSION:0" + odd + "0\n", ""},
+      {"#PAGES:3\nRESOLUTION:1\nCOMPRESSION:3\n", counted + "0\n", "1 of 3 pages that #PAGES promises are missing"},
       {counted + "3" + inclusions, counted + "0" + inclusions, "convert that too"},
   };
   dir.write("cover.fax", fax_bytes("#PAGES:1\nRESOLUTION:1\nCOMPRESSION:3\n", {pages[0]}));
   for (const auto &[before, after, complaint] : cases) {
     dir.write("file.fax", fax_bytes(before, pages));
-    complains("convert --to mh file.fax", std::string(complaint).starts_with("convert") ? 3 : 0, complaint);
+    complains("convert --to mh file.fax", *complaint == 0 || *complaint == '#' ? 0 : 3, complaint);
     const FaxParts made = parts("file.fax");
     EXPECT_EQ(made.header, after);
     ASSERT_EQ(made.records.size(), 2U);

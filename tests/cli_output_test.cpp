@@ -194,6 +194,13 @@ TEST_F(Output, DamageIsToldAndTheRestIsGivenAllTheSame) {
   for (const char *line : {"info fall.fax >f", "check fall.fax >f", "extract fall.fax f.pbm", "render fall.fax f.pbm",
                            "compare fall.fax fall.fax"})
     complains(line, 3, "fall.fax: \"INCLUDE:b.fax 1 1\" is out of order");
+  dir.write("p.pbm", pbm(random_page(1, 4)));
+  for (const std::string line :
+       {"info f.fax >f", "extract f.fax f.pbm", "merge --force m.fax f.fax", "split f.fax s%d.fax",
+        "append f.fax p.pbm", "insert 1 f.fax p.pbm", "include b.fax 1 1 f.fax"}) {
+    dir.write("f.fax", fax_bytes("#PAGES:4\nRESOLUTION:1\n", {white}));
+    complains(line, 3, "f.fax: 3 of 4 pages that #PAGES promises are missing");
+  }
 }
 
 TEST_F(Output, RenderShowsWhatThePlainRulesSay) {

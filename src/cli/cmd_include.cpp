@@ -121,11 +121,12 @@ Status run() {
   EditedFile edited;
   if (open_fax_to_edit(file, document, edited) != DONE) return FAILED;
   if ((removed_name.empty() ? include_pages : remove_inclusions)(document) != DONE) return FAILED;
+  const Status missing = report_missing_records(document);
   OutputFile output;
   if (set_page_counts(document.name(), document.lines, document.record_count()) != DONE ||
       check_header(document.name(), document.lines) != DONE || output.open(file) != DONE)
     return FAILED;
-  return write_fax_header_lines(document, output);
+  return worse(missing, write_fax_header_lines(document, output));
 }
 
 }  // namespace

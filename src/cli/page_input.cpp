@@ -264,6 +264,7 @@ Status insert_pages(const std::string &path, int32_t place, const PageInput &inp
   FaxDocument document;
   EditedFile edited;
   if (open_fax_to_edit(path, document, edited) != DONE || check_target(document, place) != DONE) return FAILED;
+  const Status missing = report_missing_records(document);
   if (place == 0) place = document.record_count() + 1;
   const HeaderLines before = document.lines;
 
@@ -286,7 +287,7 @@ Status insert_pages(const std::string &path, int32_t place, const PageInput &inp
                                 {spool.get(), 0, file_size(spool.get())},
                                 {document.fd.get(), cut, end}};
   if (write_fax(output, document.lines, ranges) != DONE || output.commit() != DONE) return FAILED;
-  return read;
+  return worse(read, missing);
 }
 
 }  // namespace tolvane

@@ -180,6 +180,15 @@ Status report_lost_bytes(const FaxDocument &document) {
   return DAMAGED;
 }
 
+Status report_missing_records(const FaxDocument &document) {
+  const char *value = find_header_value(document.lines, keyword(FAXFILE_PAGES));
+  const long promised = value ? atol(value) : 0,
+             missing = promised - document.record_count() - (document.lost_bytes > 0);
+  if (missing <= 0) return DONE;
+  report("%s: %ld of %ld pages that #PAGES promises are missing", document.name(), missing, promised);
+  return DAMAGED;
+}
+
 Status encodable_modes(const FaxDocument &document) {
   if (document.coding != COMP_MH && document.coding != COMP_MR && document.coding != COMP_MMR)
     return failure("%s: pages cannot be coded in %s", document.name(), coding_name(document.coding));

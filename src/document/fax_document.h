@@ -129,6 +129,11 @@ Status report_invalid_inclusions(const FaxDocument &document);
 /// @return DAMAGED, or DONE if it does not
 Status report_lost_bytes(const FaxDocument &document);
 
+/// Reports a file with fewer page records than #PAGES says. One that is cut short is not missing.
+///
+/// @return DAMAGED, or DONE if it has as many, or more
+Status report_missing_records(const FaxDocument &document);
+
 /// Whether pages can be coded as this document codes them: MH, MR or MMR, normal or fine. DONE, or FAILED after a
 /// message.
 Status encodable_modes(const FaxDocument &document);
