@@ -1,5 +1,5 @@
-// Scaling, halftoning and placing of one page. A black and white picture gives the same lines packed and in grey: 0 and
-// 255 are left alone by both ways of making black and white.
+// Scaling, halftoning and placing of one page. A black and white picture that keeps its width stays packed where it
+// can; any other becomes rows of 0 and 255, which are scaled as grey.
 #include "formats/fax_lines.h"
 
 #include <algorithm>

@@ -1,4 +1,5 @@
-// Our encoder works on lines of whole bytes; pictures of other widths, which only `render` makes, are left to libtiff.
+// Our encoder works on lines of whole bytes; pictures of other widths, as `render` and turning pages make them, are
+// left to libtiff.
 #include "formats/picture_code.h"
 
 #include "formats/tiff_file.h"
