@@ -343,6 +343,26 @@ TEST_F(Faults, AnInputThatIsCutWhileItIsReadIsNamed) {
   }
 }
 
+// Its records may have moved. A file that only loses its name to another one is read to its end.
+TEST_F(Faults, AFaxThatIsChangedInPlaceWhileItIsReadIsNamed) {
+  const std::string page = encoded_page(random_page(1, 4), 3), modes = "RESOLUTION:1\nCOMPRESSION:3\n";
+  const std::string changed = "a.fax: the file has changed while it was read\n";
+  const std::tuple<const char *, const char *, std::string> cases[] = {
+      {"merge out.fax a.fax fifo", "printf x | dd of=a.fax bs=1 seek=60 conv=notrunc status=none", changed},
+      {"merge out.fax a.fax fifo", "printf x >>a.fax", changed},
+      {"merge --keep-going out.fax a.fax fifo", "printf x >>a.fax", changed},
+      {"merge out.fax a.fax fifo", "cp a.fax new; mv new a.fax", ""},
+  };
+  for (const auto &[line, edit, complaint] : cases) {
+    shell("rm -f *; mkfifo fifo");
+    dir.write("a.fax", fax_bytes("#PAGES:2\n" + modes, {page, page}));
+    const ToolRun done = shell("touch -d @1 a.fax; cp a.fax b.fax; $tool " + std::string(line) + " & exec 8>fifo; " +
+                               edit + "; cat b.fax >&8; exec 8>&-; wait $!");
+    EXPECT_EQ(done.status, complaint.empty() ? 0 : 2) << line << edit << done.err;
+    EXPECT_THAT(done.err, HasSubstr(complaint)) << line << edit;
+  }
+}
+
 TEST_F(Faults, ASignalLeavesNoHalfMadeFile) {
   // Where files have no name until they are complete, there would be nothing to leave.
   ChildProcess child(

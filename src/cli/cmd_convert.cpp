@@ -44,8 +44,9 @@ struct PageInWork {
 };
 
 Status read_page(const FaxDocument &document, PageInWork &page) {
-  if (!read_record(document.fd.get(), document.records[static_cast<size_t>(page.number) - 1], page.record))
-    return failure("%s: page %d cannot be read: %s", document.name(), page.number, cause());
+  const PageRecord &place = document.records[static_cast<size_t>(page.number) - 1];
+  if (const char *fault = read_record(document.fd.get(), document.status, place, page.record))
+    return failure("%s: page %d cannot be read: %s", document.name(), page.number, fault);
   say_verbose("%s: page %d: %zu bytes in %s", document.name(), page.number, page.record.size(),
               coding_name(document.coding));
   return DONE;

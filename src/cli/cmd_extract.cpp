@@ -257,7 +257,7 @@ Status extract_file(const std::string &file, const PictureFormat &format, Output
     if (written == DONE) written = check_not_source(path, document);
     if (written == DONE) written = write_file(format, files, path, picture, [](PagePicture &) { return false; });
   }
-  if (worse(written, files.commit()) != DONE) return FAILED;
+  if (check_unchanged(document) != DONE || worse(written, files.commit()) != DONE) return FAILED;
   return all.given == 0 ? failure("%s: no page could be extracted", document.name()) : worse(lost, all.status);
 }
 

@@ -72,7 +72,7 @@ Status add_pages(const FaxDocument &document, Transcoder &pages, HeaderLines &li
   for (const Inclusion &inclusion : document.inclusions) {
     if (keep_inclusions) lines.push_back(inclusion_line(inclusion, inclusion.at + before));
   }
-  return status;
+  return status == FAILED ? FAILED : worse(status, check_unchanged(document));
 }
 
 // Whether inclusions can be kept: readers look for the files in the directory of the fax, and decode their pages in

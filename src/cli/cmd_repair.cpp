@@ -207,7 +207,7 @@ Status write_repaired(const Repair &repair) {
   const int64_t end = all ? records_end(document) : document.records[static_cast<size_t>(repair.records)].offset;
   std::vector<RecordRange> ranges = {{document.fd.get(), document.records_start, end}};
   if (repair.spool) ranges.push_back({repair.spool.get(), 0, file_size(repair.spool.get())});
-  if (write_fax(output, document.lines, ranges) != DONE) return FAILED;
+  if (write_fax(output, document.lines, ranges) != DONE || check_unchanged(document) != DONE) return FAILED;
   return in_place ? output.commit() : commit_new_fax(output, path);
 }
 

@@ -286,7 +286,8 @@ Status insert_pages(const std::string &path, int32_t place, const PageInput &inp
   const RecordRange ranges[] = {{document.fd.get(), document.records_start, cut},
                                 {spool.get(), 0, file_size(spool.get())},
                                 {document.fd.get(), cut, end}};
-  if (write_fax(output, document.lines, ranges) != DONE || output.commit() != DONE) return FAILED;
+  if (write_fax(output, document.lines, ranges) != DONE || check_unchanged(document) != DONE || output.commit() != DONE)
+    return FAILED;
   return worse(read, missing);
 }
 

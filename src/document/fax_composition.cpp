@@ -128,7 +128,8 @@ Status commit_new_fax(OutputFile &output, const std::string &path) {
 
 Status write_fax_header_lines(const FaxDocument &document, OutputFile &output) {
   const RecordRange all[] = {{document.fd.get(), document.records_start, records_end(document) + document.lost_bytes}};
-  return write_fax(output, document.lines, all) == DONE ? output.commit() : FAILED;
+  if (write_fax(output, document.lines, all) != DONE || check_unchanged(document) != DONE) return FAILED;
+  return output.commit();
 }
 
 }  // namespace tolvane

@@ -26,6 +26,8 @@ namespace {
 // Entries in the lists of all included files that are remembered: records, of 16 bytes, and inclusions.
 constexpr size_t MOST_REMEMBERED = 1 << 19;
 
+constexpr char CHANGED[] = "the file has changed while it was read";
+
 const char *keyword(FaxKeyword number) {
   return faxFileKeywordList[number];
 }
@@ -70,29 +72,42 @@ std::string load_header(const std::string &path, FaxDocument &document) {
   return {};
 }
 
-// The same, and its records.
+bool is_same_time(const timespec &one, const timespec &other) {
+  return one.tv_sec == other.tv_sec && one.tv_nsec == other.tv_nsec;
+}
+
+// Whether an open file has been changed in place. The time of its status says nothing of that: it changes as well when
+// the file loses its name to another one.
+bool has_changed(int fd, const struct stat &before) {
+  struct stat now;
+  return fstat(fd, &now) != 0 || before.st_size != now.st_size || !is_same_time(before.st_mtim, now.st_mtim);
+}
+
+bool is_same_file(const struct stat &before, const struct stat &now) {
+  return before.st_dev == now.st_dev && before.st_ino == now.st_ino && before.st_size == now.st_size &&
+         is_same_time(before.st_mtim, now.st_mtim) && is_same_time(before.st_ctim, now.st_ctim);
+}
+
+// Reads the header, and the records. An editor that holds the header back has changed the file: it is read again.
 std::string load(const std::string &path, FaxDocument &document) {
-  const std::string fault = load_header(path, document);
+  std::string fault;
+  for (int tries = 3; tries > 0; --tries) {
+    if (fstat(document.fd.get(), &document.status) != 0) return input_name(path) + ": " + cause();
+    fault = load_header(path, document);
+    if (!has_changed(document.fd.get(), document.status)) break;
+  }
   return !fault.empty() || walk_records(document) ? fault : document.shown_name + ": " + cause();
 }
 
-bool is_unchanged(const struct stat &before, const struct stat &now) {
-  const auto same = [](const timespec &one, const timespec &other) {
-    return one.tv_sec == other.tv_sec && one.tv_nsec == other.tv_nsec;
-  };
-  return before.st_dev == now.st_dev && before.st_ino == now.st_ino && before.st_size == now.st_size &&
-         same(before.st_mtim, now.st_mtim) && same(before.st_ctim, now.st_ctim);
-}
-
 // Adds a file to those that need not be read again; all others give way if there are too many.
-void remember(IncludedFiles &files, const std::string &name, IncludedFiles::Known &&known) {
-  const size_t size = known.fax->records.size() + known.fax->inclusions.size() + 1;
+void remember(IncludedFiles &files, const std::string &name, const std::shared_ptr<const FaxDocument> &fax) {
+  const size_t size = fax->records.size() + fax->inclusions.size() + 1;
   if (files.size + size > MOST_REMEMBERED) {
     files.by_name.clear();
     files.size = 0;
   }
   files.size += size;
-  files.by_name[name] = std::move(known);
+  files.by_name[name] = fax;
 }
 
 }  // namespace
@@ -123,14 +138,14 @@ Status open_fax_to_edit(const std::string &path, FaxDocument &document, EditedFi
 
 std::string open_included_fax(const FaxDocument &document, const std::string &name, IncludedFax &included) {
   const std::string path = document.directory + '/' + name;
-  IncludedFiles::Known known = {};
+  struct stat status;
   Descriptor fd = open_regular(path);
-  if (!fd || fstat(fd.get(), &known.status) != 0)
+  if (!fd || fstat(fd.get(), &status) != 0)
     return path + ": " + (errno == EINVAL ? "not a regular file" : strerror(errno));
   if (No_outside && lies_outside(fd.get(), document.directory)) return path + ": outside the directory of the document";
   const auto place = document.included_files->by_name.find(name);
-  if (place != document.included_files->by_name.end() && is_unchanged(place->second.status, known.status)) {
-    included = {place->second.fax, std::move(fd)};
+  if (place != document.included_files->by_name.end() && is_same_file(place->second->status, status)) {
+    included = {place->second, std::move(fd)};
     return {};
   }
   const auto read = std::make_shared<FaxDocument>();
@@ -139,8 +154,7 @@ std::string open_included_fax(const FaxDocument &document, const std::string &na
   included = {read, std::move(read->fd)};
   read->lines = {};
   if (!read->inclusions_usable) read->inclusions = {};
-  known.fax = read;
-  remember(*document.included_files, name, std::move(known));
+  remember(*document.included_files, name, read);
   return {};
 }
 
@@ -189,6 +203,11 @@ Status report_missing_records(const FaxDocument &document) {
   return DAMAGED;
 }
 
+Status check_unchanged(const FaxDocument &document) {
+  if (!has_changed(document.fd.get(), document.status)) return DONE;
+  return failure("%s: %s", document.name(), CHANGED);
+}
+
 Status encodable_modes(const FaxDocument &document) {
   if (document.coding != COMP_MH && document.coding != COMP_MR && document.coding != COMP_MMR)
     return failure("%s: pages cannot be coded in %s", document.name(), coding_name(document.coding));
@@ -212,13 +231,13 @@ int64_t records_end(const FaxDocument &document) {
                                   : document.records.back().offset + 4 + document.records.back().length;
 }
 
-bool read_record(int fd, const PageRecord &place, std::vector<uint8_t> &record) {
+const char *read_record(int fd, const struct stat &status, const PageRecord &place, std::vector<uint8_t> &record) {
   const off_t data = place.offset + 4;
   record.resize(static_cast<size_t>(place.length));
-  if (lseek(fd, data, SEEK_SET) != data) return false;
+  if (lseek(fd, data, SEEK_SET) != data) return cause();
   const ssize_t got = read_fully(fd, record.data(), record.size());
-  if (got >= 0) errno = 0;
-  return got == std::ssize(record);
+  if (got < 0) return cause();
+  return got != std::ssize(record) || has_changed(fd, status) ? CHANGED : nullptr;
 }
 
 Status locate_page(const FaxDocument &document, int32_t page, FaxPage &found) {
@@ -247,6 +266,7 @@ Status locate_page(const FaxDocument &document, int32_t page, FaxPage &found) {
   found.place = there ? file->records[static_cast<size_t>(found.source_page) - 1] : PageRecord{-1, 0};
   found.coding = file->coding;
   found.resolution = file->resolution;
+  found.status = file->status;
   found.included = std::move(included.fd);
   return DONE;
 }
@@ -257,8 +277,9 @@ Status read_found_page(const FaxDocument &document, int32_t page, FaxPage &found
   if (found.place.offset < 0)
     return failure("%s: page %d is not available: %s has no page %d of its own", document.name(), page, source.c_str(),
                    found.source_page);
-  if (!read_record((included ? included : document.fd).get(), found.place, found.record))
-    return failure("%s: page %d cannot be read from %s: %s", document.name(), page, source.c_str(), cause());
+  const int fd = (included ? included : document.fd).get();
+  if (const char *fault = read_record(fd, found.status, found.place, found.record))
+    return failure("%s: page %d cannot be read from %s: %s", document.name(), page, source.c_str(), fault);
   say_verbose("%s: page %d: %zu bytes in %s, page %d of %s", document.name(), page, found.record.size(),
               coding_name(found.coding), found.source_page, source.c_str());
   return DONE;

@@ -61,16 +61,13 @@ struct FaxDocument {
   std::vector<PageRecord> records;    ///< whole page records in order
   int64_t records_start = 0;          ///< offset of the first record
   int64_t lost_bytes = 0;             ///< bytes after the last whole record: one that is cut short
+  struct stat status = {};            ///< of the file, before all this was read
   std::shared_ptr<IncludedFiles> included_files;
 };
 
-/// What has been read of the files that a document includes. None of them is kept open.
+/// What has been read of the files that a document includes. None of them is kept open; one that changes is read again.
 struct IncludedFiles {
-  struct Known {
-    std::shared_ptr<const FaxDocument> fax;
-    struct stat status;  ///< before it was read: a file that changes is read again
-  };
-  std::map<std::string, Known> by_name;
+  std::map<std::string, std::shared_ptr<const FaxDocument>> by_name;
   size_t size = 0;                 ///< entries in the lists of all of them
   std::vector<std::string> paths;  ///< of all files that pages come from; empty until they are looked for
 };
@@ -134,6 +131,12 @@ Status report_lost_bytes(const FaxDocument &document);
 /// @return DAMAGED, or DONE if it has as many, or more
 Status report_missing_records(const FaxDocument &document);
 
+/// Reports a file that was changed in place after it was opened: its records may have moved. One that was replaced by
+/// another file is not changed.
+///
+/// @return FAILED, or DONE if it was not
+Status check_unchanged(const FaxDocument &document);
+
 /// Whether pages can be coded as this document codes them: MH, MR or MMR, normal or fine. DONE, or FAILED after a
 /// message.
 Status encodable_modes(const FaxDocument &document);
@@ -147,8 +150,11 @@ int32_t sum_of_counts(const std::vector<Inclusion> &inclusions);
 /// Offset after the last whole record.
 int64_t records_end(const FaxDocument &document);
 
-/// Reads a page record. False with errno set: to 0 if the file has become shorter.
-bool read_record(int fd, const PageRecord &place, std::vector<uint8_t> &record);
+/// Reads a page record.
+///
+/// @param status  of the file, before its records were listed
+/// @return what is wrong, valid until the next system call fails: also that the file has changed; null if nothing is
+const char *read_record(int fd, const struct stat &status, const PageRecord &place, std::vector<uint8_t> &record);
 
 /// One page of a document, and where it comes from. Valid as long as the document.
 struct FaxPage {
@@ -158,6 +164,7 @@ struct FaxPage {
   int32_t coding = 0;                  ///< of that file
   int32_t resolution = 0;              ///< of that file
   PageRecord place = {-1, 0};          ///< the record in that file; offset -1 if it has no such record
+  struct stat status = {};             ///< of that file, before its records were listed
   Descriptor included = Descriptor();  ///< that file, if it is not the document's own, until the record is read
 };
 

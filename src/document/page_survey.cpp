@@ -103,7 +103,7 @@ Status survey_pages(const FaxDocument &document, std::vector<PageFacts> &pages, 
     progress.step();
   }
   missing_report.finish();
-  return status;
+  return worse(status, check_unchanged(document));
 }
 
 }  // namespace tolvane

@@ -34,7 +34,8 @@ enum class Survey {
 
 /// Surveys all pages, and reports all damage that is found.
 ///
-/// @return DONE, or DAMAGED after any fault: a damaged line, an unreadable page, a file cut short
+/// @return DONE, DAMAGED after any fault: a damaged line, an unreadable page, a file cut short; or FAILED if the file
+///         has changed meanwhile
 Status survey_pages(const FaxDocument &document, std::vector<PageFacts> &pages, Survey depth = Survey::lines);
 
 /// Pages that readers find in the document: its records only if its inclusions are invalid.
