@@ -20,8 +20,8 @@ void add_header_value(HeaderValues &values, const char *keyword, const std::stri
   const size_t first = value.find_first_not_of(' ');
   if (first == std::string::npos || !header_value(values, keyword).empty()) return;
   size_t end = first + LONGEST_VALUE;
-  while (end < value.size() && (value[end] & 0xC0) == 0x80) --end;  // within a character of UTF-8
-  value = value.substr(first, end - first);
+  while (end > first && end < value.size() && (value[end] & 0xC0) == 0x80) --end;  // within a character of UTF-8
+  value = value.substr(first, end > first ? end - first : LONGEST_VALUE);
   value.erase(value.find_last_not_of(' ') + 1);
   values.emplace_back(keyword, value);
 }

@@ -11,6 +11,7 @@
 
 #include "formats/page_writers.h"
 #include "io/output_file.h"
+#include "support/printable.h"
 
 namespace tolvane {
 namespace {
@@ -38,8 +39,9 @@ std::vector<png_text> texts_of(const PagePicture &picture) {
                                    [&](const TextName &each) { return each.png && line.first == each.keyword; });
     if (row == std::end(TEXT_NAMES)) continue;
     const bool ascii = std::all_of(value.begin(), value.end(), [](char c) { return static_cast<signed char>(c) > 0; });
+    const bool is_latin = ascii || !is_utf8(value);  // which is what tEXt holds
     png_text text = {};
-    text.compression = ascii ? PNG_TEXT_COMPRESSION_NONE : PNG_ITXT_COMPRESSION_NONE;
+    text.compression = is_latin ? PNG_TEXT_COMPRESSION_NONE : PNG_ITXT_COMPRESSION_NONE;
     text.key = const_cast<char *>(row->png);
     text.text = const_cast<char *>(value.c_str());
     texts.push_back(text);

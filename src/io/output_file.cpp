@@ -7,7 +7,10 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <charconv>
 #include <cstring>
+#include <filesystem>
+#include <string_view>
 #include <vector>
 
 #include "io/endings.h"
@@ -18,6 +21,25 @@ namespace {
 [[gnu::used]] const char SCCS_ID[] = "@(#)|output_file|9|01|3|0|0|11/23/26|09:17:01";
 
 constexpr char FAULT[] = "cannot be written";
+
+// The descriptor that a path names, by itself or through links; -1 if it names a file. A file that has the descriptor
+// is not replaced: whoever opened it goes on writing where this output ends.
+int named_descriptor(std::string path) {
+  constexpr std::string_view DIRECTORIES[] = {"/dev/fd/", "/proc/self/fd/"};
+  constexpr int LINKS_FOLLOWED_MAX = 40;  // as the kernel
+  for (int links = 0; links < LINKS_FOLLOWED_MAX; ++links) {
+    for (const std::string_view directory : DIRECTORIES) {
+      int fd = -1;
+      const char *end = path.data() + path.size();
+      if (path.starts_with(directory) && std::from_chars(path.data() + directory.size(), end, fd).ptr == end) return fd;
+    }
+    std::error_code failed;
+    const std::filesystem::path target = std::filesystem::read_symlink(path, failed);
+    if (failed) break;
+    path = (std::filesystem::path(path).parent_path() / target).string();
+  }
+  return -1;
+}
 
 void note_name(const char *path, bool exists) {
   (exists ? note_unfinished_file : forget_unfinished_file)(path);
@@ -44,11 +66,13 @@ Status OutputFile::fault() const {
 Status OutputFile::open(const std::string &path, bool needs_name) {
   path_ = path;
   name_ = path == "-" ? "standard output" : path;
+  descriptor_ = path == "-" ? STDOUT_FILENO : named_descriptor(path);
   struct stat status;
-  const bool exists = path != "-" && stat(path.c_str(), &status) == 0;
-  if (path != "-" && !exists && errno != ENOENT) return system_failure(name(), FAULT);
+  const bool is_open = descriptor_ >= 0, exists = !is_open && stat(path.c_str(), &status) == 0;
+  if (is_open && fcntl(descriptor_, F_GETFD) < 0) return system_failure(name(), FAULT);
+  if (!is_open && !exists && errno != ENOENT) return system_failure(name(), FAULT);
   if (exists && S_ISDIR(status.st_mode)) return failure("%s: %s: %s", name(), FAULT, strerror(EISDIR));
-  if (path == "-" || (exists && !S_ISREG(status.st_mode))) {
+  if (is_open || (exists && !S_ISREG(status.st_mode))) {
     spool_ = open_spool(nullptr);
     return spool_ ? DONE : system_failure(name(), "no temporary file can be made for it (see TMPDIR)");
   }
@@ -57,7 +81,7 @@ Status OutputFile::open(const std::string &path, bool needs_name) {
 }
 
 Status OutputFile::write_through() {
-  Descriptor target(path_ == "-" ? dup(STDOUT_FILENO) : ::open(path_.c_str(), O_WRONLY));
+  Descriptor target(descriptor_ >= 0 ? dup(descriptor_) : ::open(path_.c_str(), O_WRONLY));
   if (!target || lseek(fd(), 0, SEEK_SET) < 0 || !copy_bytes(fd(), target.get(), -1))
     return system_failure(name(), FAULT);
   return close(target.release()) ? system_failure(name(), FAULT) : DONE;

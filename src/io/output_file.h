@@ -20,7 +20,8 @@ Status check_clobber(const std::string &path);
 
 /// A file to write. It is made beside its final name and takes that name, replacing a file that has it, only in
 /// `commit`; without `commit`, and when a signal ends the program, it is removed. The mode and owner of a file that is
-/// replaced are kept. What cannot be replaced (standard output, a device, a pipe) is written to in `commit`.
+/// replaced are kept. What cannot be replaced (standard output, a device, a pipe, a descriptor as /dev/fd/3) is written
+/// to in `commit`, a descriptor from where it is.
 class OutputFile {
  public:
   /// DONE with an empty file open for reading and writing, or FAILED after a message.
@@ -45,7 +46,8 @@ class OutputFile {
 
   std::string name_, path_;
   Replacement file_;
-  Descriptor spool_;  // in place of `file_` for what cannot be replaced
+  Descriptor spool_;     // in place of `file_` for what cannot be replaced
+  int descriptor_ = -1;  // that the path names, if it is not a file
 };
 
 /// Many files to write, one after another. They are committed several at a time, which waits less for the disk than a
