@@ -121,7 +121,8 @@ Status write_converted(const FaxDocument &document) {
   const HeaderLines lines = new_header(document);
   if (check_changed_header(document.name(), document.lines, lines) != DONE) return FAILED;
   if (!write_header_lines(output.fd(), lines)) return system_failure(output.name(), "cannot be written");
-  const Status status = worse(report_missing_records(document), write_pages(document, output));
+  Status status = report_missing_records(document);
+  status = worse(status, write_pages(document, output));
   return status == FAILED || output.commit() != DONE ? FAILED : status;
 }
 

@@ -222,7 +222,8 @@ Status write_file(const PictureFormat &format, OutputBatch &files, const std::st
 Status extract_file(const std::string &file, const PictureFormat &format, OutputNames::Turn &turn) {
   FaxDocument document;
   if (open_fax(file, document) != DONE) return FAILED;
-  Status lost = worse(report_invalid_inclusions(document), report_lost_bytes(document));
+  Status lost = report_invalid_inclusions(document);
+  lost = worse(lost, report_lost_bytes(document));
   lost = worse(lost, report_missing_records(document));
   report_outside(document);
   if (readable_pages(document) == 0) return failure("%s: no pages to extract", document.name());

@@ -150,7 +150,8 @@ FileReport describe_file(size_t index) {
   if (with_error(error, [&] { return open_fax(path, facts->document); }) != DONE)
     return unreadable_file(path, error, as_json);
   const Survey depth = no_decode ? Survey::headers : with_checksum ? Survey::checksums : Survey::lines;
-  Status status = worse(report_invalid_inclusions(facts->document), report_missing_records(facts->document));
+  Status status = report_invalid_inclusions(facts->document);
+  status = worse(status, report_missing_records(facts->document));
   status = worse(status, survey_pages(facts->document, facts->pages, depth));
   facts->size = file_size(facts->document.fd.get());
   facts->document.fd.reset();

@@ -54,7 +54,8 @@ Status add_pages(const FaxDocument &document, Transcoder &pages, HeaderLines &li
   report_outside(document);
   const std::vector<MissingPages> missing = find_missing_pages(document);
   MissingReport missing_report(document);
-  Status status = worse(report_lost_bytes(document), report_missing_records(document));
+  Status status = report_lost_bytes(document);
+  status = worse(status, report_missing_records(document));
   const int32_t before = pages.count();
   for (int32_t page = 1; page <= document.page_count() && status != FAILED; ++page) {
     if (const MissingPages *stretch = missing_at(missing, page)) {

@@ -149,7 +149,8 @@ Status run() {
   if (!document.inclusions_usable) return failure("%s: %s", document.name(), inclusion_fault(document).c_str());
   if (keep_inclusions && !document.inclusions.empty() && !same_file(directory_of(pattern), directory_of(file)))
     return failure("%s: inclusions can be kept only in the same directory", document.name());
-  Status status = worse(report_lost_bytes(document), report_missing_records(document));
+  Status status = report_lost_bytes(document);
+  status = worse(status, report_missing_records(document));
   report_outside(document);
   const std::vector<int32_t> pages = pages_to_split(document, status);
   if (status == FAILED) return FAILED;

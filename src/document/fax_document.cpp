@@ -196,9 +196,10 @@ Status report_lost_bytes(const FaxDocument &document) {
 
 Status report_missing_records(const FaxDocument &document) {
   const char *value = find_header_value(document.lines, keyword(FAXFILE_PAGES));
-  const long promised = value ? atol(value) : 0,
-             missing = promised - document.record_count() - (document.lost_bytes > 0);
-  if (missing <= 0) return DONE;
+  const long promised = value ? atol(value) : 0;
+  const int64_t found = int64_t{document.record_count()} + (document.lost_bytes > 0);
+  if (promised <= found) return DONE;
+  const long missing = promised - found;
   report("%s: %ld of %ld pages that #PAGES promises are missing", document.name(), missing, promised);
   return DAMAGED;
 }
