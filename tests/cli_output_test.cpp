@@ -150,7 +150,8 @@ TEST_F(Output, CheckNamesEveryFault) {
     EXPECT_THAT(out.out, HasSubstr(row.fault.empty() ? "a.fax: good, " : "a.fax: damaged, "));
     EXPECT_EQ(out.err.empty(), row.fault.empty()) << out.err;
     EXPECT_THAT(out.err, HasSubstr(row.fault));
-    const nlohmann::json json = nlohmann::json::parse(run("check --json -v a.fax").out), faults = json["faults"];
+    const nlohmann::json json = nlohmann::json::parse(run("check --json -v a.fax").out);
+    const nlohmann::json &faults = json["faults"];
     EXPECT_EQ(json["good"], row.fault.empty()) << json;
     EXPECT_THAT(faults.dump(), row.fault.empty() ? testing::Matcher<std::string>("[]") : HasSubstr('"' + row.fault));
   }
@@ -398,6 +399,18 @@ TEST_F(Output, NoClobberKeepsEveryFile) {
   }
   complains("extract a.fax new%d.pbm --no-clobber", 0, "");
   EXPECT_EQ(run("create --force --no-clobber old1.fax old1.pbm").status, 1);
+}
+
+TEST_F(Output, APathThatNamesADescriptorIsWrittenWhereThatIs) {
+  const std::string examples = in_checkout("examples/");
+  shell("cp " + examples + "letter.fax .; $tool keywords set letter.fax DATE=x; head -c 5000 " + examples +
+        "report.fax >cut.fax; cp " + examples + "cover.fax .");
+  const std::string page = shell("$tool extract -f pbm letter.fax -").out;
+  EXPECT_EQ(shell("{ echo old; $tool extract -f pbm letter.fax /dev/stdout; echo new; } >all; cat all").out,
+            "old\n" + page + "new\n");
+  EXPECT_EQ(shell("$tool repair cut.fax /dev/stdout >mended.fax; $tool check mended.fax").status, 0);
+  // What is open for reading too is a file to be replaced.
+  EXPECT_EQ(shell("$tool keywords delete /dev/fd/3 DATE 3<>letter.fax && $tool check letter.fax").status, 0);
 }
 
 TEST_F(Output, EveryOptionIsInTheManPageAndOperandsAreFiles) {

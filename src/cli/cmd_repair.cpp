@@ -16,6 +16,7 @@
 #include "faxfile/session_params.h"
 #include "faxfile/usorbport.h"
 #include "formats/fax_lines.h"
+#include "io/file_names.h"
 #include "io/output_file.h"
 #include "support/handle.h"
 #include "support/printable.h"
@@ -224,9 +225,10 @@ Status run() {
   if (repair.notes.empty()) note(repair, "nothing to repair");
   std::string notes;  // made before the file is replaced: after that a lack of memory would give a wrong status
   for (const std::string &text : repair.notes) notes += repair.document.shown_name + ": " + text + '\n';
-  if (out == "-") notes = printable(notes, "\n");
+  const bool to_output = out == "-" || same_file(out, "/dev/stdout");
+  if (to_output) notes = printable(notes, "\n");
   if (writes && write_repaired(repair) != DONE) return FAILED;
-  fputs(notes.c_str(), out == "-" ? stderr : stdout);
+  fputs(notes.c_str(), to_output ? stderr : stdout);
   return repair.lines_lost ? DAMAGED : DONE;
 }
 

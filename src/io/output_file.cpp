@@ -22,8 +22,8 @@ namespace {
 
 constexpr char FAULT[] = "cannot be written";
 
-// The descriptor that a path names, by itself or through links; -1 if it names a file. A file that has the descriptor
-// is not replaced: whoever opened it goes on writing where this output ends.
+// The descriptor for writing that a path names, by itself or through links; -1 if it names a file. A file that has the
+// descriptor is not replaced: whoever opened it goes on writing where this output ends.
 int named_descriptor(std::string path) {
   constexpr std::string_view DIRECTORIES[] = {"/dev/fd/", "/proc/self/fd/"};
   constexpr int LINKS_FOLLOWED_MAX = 40;  // as the kernel
@@ -31,7 +31,8 @@ int named_descriptor(std::string path) {
     for (const std::string_view directory : DIRECTORIES) {
       int fd = -1;
       const char *end = path.data() + path.size();
-      if (path.starts_with(directory) && std::from_chars(path.data() + directory.size(), end, fd).ptr == end) return fd;
+      if (!path.starts_with(directory) || std::from_chars(path.data() + directory.size(), end, fd).ptr != end) continue;
+      return (fcntl(fd, F_GETFL) & O_ACCMODE) == O_WRONLY ? fd : -1;
     }
     std::error_code failed;
     const std::filesystem::path target = std::filesystem::read_symlink(path, failed);
