@@ -25,7 +25,7 @@
 namespace tolvane {
 namespace {
 
-[[gnu::used]] const char SCCS_ID[] = "@(#)|file_drop|9|01|2|0|0|11/23/26|08:58:23";
+[[gnu::used]] const char SCCS_ID[] = "@(#)|file_drop|9|01|3|0|0|11/23/26|11:25:01";
 
 constexpr long VERSION = 5;
 constexpr std::string_view SCHEME = "file:";

@@ -30,7 +30,7 @@
 namespace tolvane {
 namespace {
 
-[[gnu::used]] const char SCCS_ID[] = "@(#)|file_watch|9|01|2|0|0|11/23/26|07:59:37";
+[[gnu::used]] const char SCCS_ID[] = "@(#)|file_watch|9|01|3|0|0|11/23/26|11:32:38";
 
 constexpr unsigned long QUIET_TIME = 200;  // milliseconds
 

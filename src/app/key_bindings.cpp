@@ -78,7 +78,7 @@ const char *const default_keys[] = {
 
 namespace {
 
-[[gnu::used]] const char SCCS_ID[] = "@(#)|key_bindings|9|01|3|0|0|11/23/26|07:37:25";
+[[gnu::used]] const char SCCS_ID[] = "@(#)|key_bindings|9|01|4|0|0|11/23/26|11:25:01";
 
 int32_t typed_page;  // the digits typed one after the other, as a number
 

@@ -41,7 +41,7 @@ const char *const tn_fallbacks[] = {
 
 namespace {
 
-[[gnu::used]] const char SCCS_ID[] = "@(#)|open_view|9|01|3|0|0|11/23/26|09:08:16";
+[[gnu::used]] const char SCCS_ID[] = "@(#)|open_view|9|01|4|0|0|11/23/26|11:32:38";
 
 // The shells have this name and class however the display was opened, so that the resources of the viewer also apply
 // in a parent program.

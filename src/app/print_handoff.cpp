@@ -25,7 +25,7 @@
 namespace tolvane {
 namespace {
 
-[[gnu::used]] const char SCCS_ID[] = "@(#)|print_handoff|9|01|3|0|0|11/23/26|07:48:14";
+[[gnu::used]] const char SCCS_ID[] = "@(#)|print_handoff|9|01|4|0|0|11/23/26|10:59:04";
 
 constexpr size_t COMMAND_SIZE = 4096;  // bytes of a command line, including the terminator
 

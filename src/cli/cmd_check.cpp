@@ -14,7 +14,7 @@
 
 namespace tolvane {
 namespace {
-[[gnu::used]] const char SCCS_ID[] = "@(#)|cmd_check|9|01|3|0|0|11/23/26|09:08:16";
+[[gnu::used]] const char SCCS_ID[] = "@(#)|cmd_check|9|01|4|0|0|11/23/26|12:34:48";
 
 FileList input;
 bool as_json;

@@ -25,7 +25,7 @@
 
 namespace tolvane {
 namespace {
-[[gnu::used]] const char SCCS_ID[] = "@(#)|cmd_compare|9|01|2|0|0|11/23/26|09:08:16";
+[[gnu::used]] const char SCCS_ID[] = "@(#)|cmd_compare|9|01|3|0|0|11/23/26|12:40:22";
 
 std::string one_file, other_file;
 std::string pattern;

@@ -18,7 +18,7 @@
 
 namespace tolvane {
 namespace {
-[[gnu::used]] const char SCCS_ID[] = "@(#)|cmd_create|9|01|3|0|0|11/23/26|08:24:16";
+[[gnu::used]] const char SCCS_ID[] = "@(#)|cmd_create|9|01|4|0|0|11/23/26|11:29:38";
 
 std::string out;
 PageInput input;

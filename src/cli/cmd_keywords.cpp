@@ -17,7 +17,7 @@
 
 namespace tolvane {
 namespace {
-[[gnu::used]] const char SCCS_ID[] = "@(#)|cmd_keywords|9|01|3|0|0|11/23/26|09:08:16";
+[[gnu::used]] const char SCCS_ID[] = "@(#)|cmd_keywords|9|01|4|0|0|11/23/26|12:10:34";
 
 constexpr size_t HELP_WIDTH = 100;  // columns of a help text
 

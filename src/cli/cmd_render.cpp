@@ -21,7 +21,7 @@
 
 namespace tolvane {
 namespace {
-[[gnu::used]] const char SCCS_ID[] = "@(#)|cmd_render|9|01|3|0|0|11/23/26|09:28:42";
+[[gnu::used]] const char SCCS_ID[] = "@(#)|cmd_render|9|01|4|0|0|11/23/26|12:34:48";
 
 constexpr int32_t LARGEST_THUMBNAIL = 1728;  // pixels
 

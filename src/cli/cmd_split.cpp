@@ -14,7 +14,7 @@
 
 namespace tolvane {
 namespace {
-[[gnu::used]] const char SCCS_ID[] = "@(#)|cmd_split|9|01|3|0|0|11/23/26|08:33:05";
+[[gnu::used]] const char SCCS_ID[] = "@(#)|cmd_split|9|01|4|0|0|11/23/26|12:46:33";
 
 std::string file;
 std::string pattern;

@@ -7,7 +7,7 @@
 
 namespace tolvane {
 namespace {
-[[gnu::used]] const char SCCS_ID[] = "@(#)|command_usage|9|01|2|0|0|11/23/26|09:20:56";
+[[gnu::used]] const char SCCS_ID[] = "@(#)|command_usage|9|01|3|0|0|11/23/26|12:21:28";
 }
 
 const Option &Option::required(bool yes) const {

@@ -9,7 +9,7 @@
 
 namespace tolvane {
 namespace {
-[[gnu::used]] const char SCCS_ID[] = "@(#)|json_lines|9|01|2|0|0|11/23/26|09:08:16";
+[[gnu::used]] const char SCCS_ID[] = "@(#)|json_lines|9|01|3|0|0|11/23/26|11:38:58";
 
 constexpr int SCHEMA = 1;
 }  // namespace

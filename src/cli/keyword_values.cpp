@@ -10,7 +10,7 @@
 
 namespace tolvane {
 namespace {
-[[gnu::used]] const char SCCS_ID[] = "@(#)|keyword_values|9|01|3|0|0|11/23/26|07:40:35";
+[[gnu::used]] const char SCCS_ID[] = "@(#)|keyword_values|9|01|4|0|0|11/23/26|11:25:00";
 
 bool is_count(const std::string &value) {
   return !value.empty() && value.size() < 10 && value.find_first_not_of("0123456789") == std::string::npos;

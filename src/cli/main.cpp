@@ -20,7 +20,7 @@
 
 namespace tolvane {
 namespace {
-[[gnu::used]] const char SCCS_ID[] = "@(#)|main|9|01|3|0|0|11/23/26|09:04:19";
+[[gnu::used]] const char SCCS_ID[] = "@(#)|main|9|01|4|0|0|11/23/26|12:21:28";
 
 constexpr const Command *COMMANDS[] = {
     &info_command,   &check_command,   &compare_command, &create_command,   &append_command,

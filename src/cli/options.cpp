@@ -13,7 +13,7 @@
 
 namespace tolvane {
 namespace {
-[[gnu::used]] const char SCCS_ID[] = "@(#)|options|9|01|3|0|0|11/23/26|08:05:27";
+[[gnu::used]] const char SCCS_ID[] = "@(#)|options|9|01|4|0|0|11/23/26|11:25:00";
 }
 
 Option add_words(Usage &usage, const char *names, const std::vector<std::string> &words,

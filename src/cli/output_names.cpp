@@ -11,7 +11,7 @@
 
 namespace tolvane {
 namespace {
-[[gnu::used]] const char SCCS_ID[] = "@(#)|output_names|9|01|2|0|0|11/23/26|08:41:15";
+[[gnu::used]] const char SCCS_ID[] = "@(#)|output_names|9|01|3|0|0|11/23/26|11:11:27";
 
 std::string plain(const std::string &path) {
   return std::filesystem::path(path).lexically_normal().string();

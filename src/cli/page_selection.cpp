@@ -7,7 +7,7 @@
 
 namespace tolvane {
 namespace {
-[[gnu::used]] const char SCCS_ID[] = "@(#)|page_selection|9|01|3|0|0|11/23/26|08:05:27";
+[[gnu::used]] const char SCCS_ID[] = "@(#)|page_selection|9|01|4|0|0|11/23/26|12:24:21";
 
 // One page: a number, `z`, or `r` and a number. 0 if it is none of these.
 int32_t page_of(std::string_view text, int32_t count) {

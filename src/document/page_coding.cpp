@@ -12,7 +12,7 @@
 
 namespace tolvane {
 namespace {
-[[gnu::used]] const char SCCS_ID[] = "@(#)|page_coding|9|01|3|0|0|11/23/26|08:45:34";
+[[gnu::used]] const char SCCS_ID[] = "@(#)|page_coding|9|01|4|0|0|11/23/26|12:24:21";
 
 // The longest page, and the line that the decoders of MH and MMR add. Beyond them the last line is kept.
 constexpr size_t MOST_DELIVERED = LONGEST_DECODED + 1;

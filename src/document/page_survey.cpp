@@ -11,7 +11,7 @@
 
 namespace tolvane {
 namespace {
-[[gnu::used]] const char SCCS_ID[] = "@(#)|page_survey|9|01|3|0|0|11/23/26|09:13:40";
+[[gnu::used]] const char SCCS_ID[] = "@(#)|page_survey|9|01|4|0|0|11/23/26|12:44:38";
 
 // A page in work.
 struct PageInWork {

@@ -12,7 +12,7 @@
 
 namespace tolvane {
 namespace {
-[[gnu::used]] const char SCCS_ID[] = "@(#)|transcoder|9|01|3|0|0|11/23/26|09:04:19";
+[[gnu::used]] const char SCCS_ID[] = "@(#)|transcoder|9|01|4|0|0|11/23/26|11:38:58";
 
 // The lines of a page at another resolution. FAILED after a message.
 Status change_resolution(const char *name, int32_t number, std::vector<uint8_t> &lines, int32_t from, int32_t to) {

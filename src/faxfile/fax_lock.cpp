@@ -20,7 +20,7 @@
 
 namespace tolvane {
 namespace {
-[[gnu::used]] const char SCCS_ID[] = "@(#)|fax_lock|9|01|2|0|0|11/23/26|09:04:19";
+[[gnu::used]] const char SCCS_ID[] = "@(#)|fax_lock|9|01|3|0|0|11/23/26|12:13:55";
 
 constexpr off_t EDIT_LOCK_PLACE = off_t{1} << 62;
 

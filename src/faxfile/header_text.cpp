@@ -15,7 +15,7 @@
 
 namespace tolvane {
 namespace {
-[[gnu::used]] const char SCCS_ID[] = "@(#)|header_text|9|01|3|0|0|11/23/26|08:16:47";
+[[gnu::used]] const char SCCS_ID[] = "@(#)|header_text|9|01|4|0|0|11/23/26|11:25:00";
 
 HeaderFault preamble_fault(ssize_t got, uint32_t magic, uint32_t length, const HeaderRules &rules) {
   if (got < 0) return HeaderFault::unreadable;

@@ -20,7 +20,7 @@
 
 namespace tolvane {
 namespace {
-[[gnu::used]] const char SCCS_ID[] = "@(#)|in_place|9|01|2|0|0|11/23/26|06:10:49";
+[[gnu::used]] const char SCCS_ID[] = "@(#)|in_place|9|01|3|0|0|11/23/26|11:29:38";
 
 constexpr size_t PIECES_MAX = 4;
 

@@ -26,7 +26,7 @@ namespace tolvane {
 int32_t fl_trace_on = 0;
 
 namespace {
-[[gnu::used]] const char SCCS_ID[] = "@(#)|pages|9|01|3|0|0|11/23/26|07:48:14";
+[[gnu::used]] const char SCCS_ID[] = "@(#)|pages|9|01|4|0|0|11/23/26|11:25:00";
 
 constexpr int INCLUSION_DEPTH_MAX = 32;
 

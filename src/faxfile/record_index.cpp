@@ -18,7 +18,7 @@
 
 namespace tolvane {
 namespace {
-[[gnu::used]] const char SCCS_ID[] = "@(#)|record_index|9|01|1|0|0|11/23/26|05:50:00";
+[[gnu::used]] const char SCCS_ID[] = "@(#)|record_index|9|01|2|0|0|11/23/26|12:29:57";
 
 constexpr int64_t NANOSECONDS = 1000 * 1000 * 1000;
 constexpr size_t FOUND_RECORDS_MAX = UINT16_MAX + 1;  // more are counted, and none of them is remembered

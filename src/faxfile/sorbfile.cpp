@@ -23,7 +23,7 @@
 
 namespace tolvane {
 namespace {
-[[gnu::used]] const char SCCS_ID[] = "@(#)|sorbfile|9|01|3|0|0|11/23/26|08:49:02";
+[[gnu::used]] const char SCCS_ID[] = "@(#)|sorbfile|9|01|4|0|0|11/23/26|12:13:55";
 
 constexpr uint32_t VALUE_HEADER_MAX = 32767;  // bytes of a header whose values fit the buffers of callers
 constexpr mode_t NEW_FILE_MODE = 0666;        // before the process mask

@@ -15,7 +15,7 @@
 
 namespace tolvane {
 namespace {
-[[gnu::used]] const char SCCS_ID[] = "@(#)|usorbport|9|01|2|0|0|11/23/26|06:28:53";
+[[gnu::used]] const char SCCS_ID[] = "@(#)|usorbport|9|01|3|0|0|11/23/26|11:18:31";
 }
 
 // clang-format off

@@ -11,7 +11,7 @@
 
 namespace tolvane {
 namespace {
-[[gnu::used]] const char SCCS_ID[] = "@(#)|coded_lines|9|01|2|0|0|11/23/26|09:13:39";
+[[gnu::used]] const char SCCS_ID[] = "@(#)|coded_lines|9|01|3|0|0|11/23/26|11:29:38";
 
 constexpr int32_t RTC_EMPTY_LINES = 5;  // six EOLs, of which the first ends a line (ITU-T T.4, 4.1.4)
 

@@ -13,7 +13,7 @@
 
 namespace tolvane {
 namespace {
-[[gnu::used]] const char SCCS_ID[] = "@(#)|fax_lines|9|01|3|0|0|11/23/26|09:13:39";
+[[gnu::used]] const char SCCS_ID[] = "@(#)|fax_lines|9|01|4|0|0|11/23/26|12:42:19";
 
 constexpr double NOMINAL = 0.045;  // 200 for 204 lines and 196 for 200: 4 percent together
 

@@ -10,7 +10,7 @@
 
 namespace tolvane {
 namespace {
-[[gnu::used]] const char SCCS_ID[] = "@(#)|grey_rows|9|01|1|0|0|11/23/26|08:15:00";
+[[gnu::used]] const char SCCS_ID[] = "@(#)|grey_rows|9|01|2|0|0|11/23/26|11:48:38";
 
 constexpr int64_t MOST_HELD = 20 << 20;  // pixels of a turned picture: five fine pages
 

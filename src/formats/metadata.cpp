@@ -7,7 +7,7 @@
 
 namespace tolvane {
 namespace {
-[[gnu::used]] const char SCCS_ID[] = "@(#)|metadata|9|01|2|0|0|11/23/26|09:17:01";
+[[gnu::used]] const char SCCS_ID[] = "@(#)|metadata|9|01|3|0|0|11/23/26|12:44:38";
 
 constexpr size_t LONGEST_VALUE = 200;  // bytes: short enough for the fixed fields of header readers
 

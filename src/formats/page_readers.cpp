@@ -11,7 +11,7 @@
 
 namespace tolvane {
 namespace {
-[[gnu::used]] const char SCCS_ID[] = "@(#)|page_readers|9|01|3|0|0|11/23/26|09:43:28";
+[[gnu::used]] const char SCCS_ID[] = "@(#)|page_readers|9|01|4|0|0|11/23/26|11:29:38";
 
 using reader_fn = Status (*)(const PictureFile &file, const SourceOptions &options, const page_sink &sink);
 

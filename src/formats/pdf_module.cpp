@@ -9,7 +9,7 @@
 
 namespace tolvane {
 namespace {
-[[gnu::used]] const char SCCS_ID[] = "@(#)|pdf_module|9|01|2|0|0|11/23/26|09:26:13";
+[[gnu::used]] const char SCCS_ID[] = "@(#)|pdf_module|9|01|3|0|0|11/23/26|11:29:38";
 
 using reader_fn = Status (*)(const PictureFile &file, const SourceOptions &options, const page_sink &sink);
 

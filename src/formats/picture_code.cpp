@@ -8,7 +8,7 @@
 
 namespace tolvane {
 namespace {
-[[gnu::used]] const char SCCS_ID[] = "@(#)|picture_code|9|01|2|0|0|11/23/26|08:05:27";
+[[gnu::used]] const char SCCS_ID[] = "@(#)|picture_code|9|01|3|0|0|11/23/26|12:42:19";
 
 // What it keeps between pictures is memory alone.
 thread_local Encoder encoder;

@@ -6,7 +6,7 @@
 
 namespace tolvane {
 namespace {
-[[gnu::used]] const char SCCS_ID[] = "@(#)|read_pbm|9|01|3|0|0|11/23/26|09:04:19";
+[[gnu::used]] const char SCCS_ID[] = "@(#)|read_pbm|9|01|4|0|0|11/23/26|11:48:38";
 
 // The text part of the file: numbers separated by white space and by comments up to the end of the line.
 class Text {

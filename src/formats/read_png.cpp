@@ -18,7 +18,7 @@
 
 namespace tolvane {
 namespace {
-[[gnu::used]] const char SCCS_ID[] = "@(#)|read_png|9|01|3|0|0|11/23/26|09:43:28";
+[[gnu::used]] const char SCCS_ID[] = "@(#)|read_png|9|01|4|0|0|11/23/26|12:09:00";
 
 constexpr size_t SIGNATURE = 8, CHUNK_HEAD = 8, CHUNK_CHECK = 4;
 constexpr double INCH = 0.0254;          // metres

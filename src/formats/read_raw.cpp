@@ -10,7 +10,7 @@
 
 namespace tolvane {
 namespace {
-[[gnu::used]] const char SCCS_ID[] = "@(#)|read_raw|9|01|2|0|0|11/23/26|08:05:27";
+[[gnu::used]] const char SCCS_ID[] = "@(#)|read_raw|9|01|3|0|0|11/23/26|11:48:38";
 
 // Raw lines that were decoded, and what libtiff reports about them.
 struct RawPage {

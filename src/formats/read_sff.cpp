@@ -8,7 +8,7 @@
 
 namespace tolvane {
 namespace {
-[[gnu::used]] const char SCCS_ID[] = "@(#)|read_sff|9|01|2|0|0|11/23/26|09:13:39";
+[[gnu::used]] const char SCCS_ID[] = "@(#)|read_sff|9|01|3|0|0|11/23/26|11:48:38";
 
 constexpr size_t DOCUMENT_HEAD = 20, FIRST_PAGE = 10;                         // size, and where the first page is
 constexpr size_t LINES_PER_INCH = 2, LINE_LENGTH = 6, PAGE_FIELDS = 8;        // of a page header, from its record type

@@ -15,7 +15,7 @@
 
 namespace tolvane {
 namespace {
-[[gnu::used]] const char SCCS_ID[] = "@(#)|read_tiff|9|01|3|0|0|11/23/26|09:43:28";
+[[gnu::used]] const char SCCS_ID[] = "@(#)|read_tiff|9|01|4|0|0|11/23/26|11:48:38";
 
 constexpr double CENTIMETRES = 2.54;  // in an inch
 

@@ -15,7 +15,7 @@
 
 namespace tolvane {
 namespace {
-[[gnu::used]] const char SCCS_ID[] = "@(#)|tiff_file|9|01|3|0|0|11/23/26|09:13:39";
+[[gnu::used]] const char SCCS_ID[] = "@(#)|tiff_file|9|01|4|0|0|11/23/26|11:48:38";
 
 // Bytes that libtiff may take at a time beyond those of the file: four planes of a strip of the most that is converted.
 constexpr tmsize_t MOST_TAKEN = 64 << 20;

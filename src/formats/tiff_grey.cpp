@@ -10,7 +10,7 @@
 
 namespace tolvane {
 namespace {
-[[gnu::used]] const char SCCS_ID[] = "@(#)|tiff_grey|9|01|1|0|0|11/23/26|08:20:00";
+[[gnu::used]] const char SCCS_ID[] = "@(#)|tiff_grey|9|01|2|0|0|11/23/26|12:12:28";
 
 constexpr uint64_t MOST_PIXELS = 1 << 20;       // of strips that are converted at a time, 4 bytes each
 constexpr uint64_t MOST_TILE_PIXELS = 4 << 20;  // the same of tiles: less of a row would be decoded several times

@@ -15,7 +15,7 @@
 
 namespace tolvane {
 namespace {
-[[gnu::used]] const char SCCS_ID[] = "@(#)|write_png|9|01|3|0|0|11/23/26|09:17:01";
+[[gnu::used]] const char SCCS_ID[] = "@(#)|write_png|9|01|4|0|0|11/23/26|12:44:38";
 
 constexpr double INCH = 0.0254;  // metres
 

@@ -14,7 +14,7 @@
 
 namespace tolvane {
 namespace {
-[[gnu::used]] const char SCCS_ID[] = "@(#)|input_file|9|01|3|0|0|11/23/26|08:55:48";
+[[gnu::used]] const char SCCS_ID[] = "@(#)|input_file|9|01|4|0|0|11/23/26|11:25:00";
 
 thread_local char last_opened[1024];
 

@@ -18,7 +18,7 @@
 
 namespace tolvane {
 namespace {
-[[gnu::used]] const char SCCS_ID[] = "@(#)|output_file|9|01|3|0|0|11/23/26|09:17:01";
+[[gnu::used]] const char SCCS_ID[] = "@(#)|output_file|9|01|4|0|0|11/23/26|12:48:57";
 
 constexpr char FAULT[] = "cannot be written";
 

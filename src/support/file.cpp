@@ -24,7 +24,7 @@
 
 namespace tolvane {
 namespace {
-[[gnu::used]] const char SCCS_ID[] = "@(#)|file|9|01|3|0|0|11/23/26|08:41:15";
+[[gnu::used]] const char SCCS_ID[] = "@(#)|file|9|01|4|0|0|11/23/26|11:29:38";
 
 using PathBuffer = char[PATH_LIMIT + 1];
 

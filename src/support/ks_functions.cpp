@@ -22,7 +22,7 @@ int Max_malloc_indx = 0;
 int Max_open_indx = 0;
 
 namespace {
-[[gnu::used]] const char SCCS_ID[] = "@(#)|ks_functions|9|01|2|0|0|11/23/26|06:28:53";
+[[gnu::used]] const char SCCS_ID[] = "@(#)|ks_functions|9|01|3|0|0|11/23/26|11:25:00";
 
 const char *const ALARM = "\a\n";  // before every message on standard error
 

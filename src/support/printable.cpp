@@ -6,7 +6,7 @@
 
 namespace tolvane {
 namespace {
-[[gnu::used]] const char SCCS_ID[] = "@(#)|printable|9|01|1|0|0|11/23/26|07:40:00";
+[[gnu::used]] const char SCCS_ID[] = "@(#)|printable|9|01|2|0|0|11/23/26|11:54:04";
 
 // Decodes the character at the start of a text that is not empty. Returns its bytes; 0 if they are not UTF-8.
 size_t decode(std::string_view text, uint32_t &character) {

@@ -20,7 +20,7 @@
 
 namespace tolvane {
 namespace {
-[[gnu::used]] const char SCCS_ID[] = "@(#)|file_converter|9|01|1|0|0|11/23/26|11:00:00";
+[[gnu::used]] const char SCCS_ID[] = "@(#)|file_converter|9|01|2|0|0|11/23/26|12:24:21";
 
 struct Source {
   Descriptor file{};

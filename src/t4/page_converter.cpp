@@ -13,7 +13,7 @@
 namespace tolvane {
 namespace {
 
-[[gnu::used]] const char SCCS_ID[] = "@(#)|page_converter|9|01|2|0|0|11/23/26|10:10:56";
+[[gnu::used]] const char SCCS_ID[] = "@(#)|page_converter|9|01|3|0|0|11/23/26|11:18:31";
 
 constexpr size_t FIRST_CAPACITY = 0x10000;
 constexpr size_t LENGTH_WORD = 4;

@@ -28,7 +28,7 @@
 namespace tolvane {
 namespace {
 
-[[gnu::used]] const char SCCS_ID[] = "@(#)|t4dec_convert|9|01|4|0|0|11/23/26|10:10:56";
+[[gnu::used]] const char SCCS_ID[] = "@(#)|t4dec_convert|9|01|5|0|0|11/23/26|12:13:55";
 
 constexpr size_t LENGTH_WORD = 4;
 constexpr int32_t FINE_RESOLUTION = 1;

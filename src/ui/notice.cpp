@@ -9,7 +9,7 @@
 
 namespace tolvane {
 namespace {
-[[gnu::used]] const char SCCS_ID[] = "@(#)|notice|9|01|3|0|0|11/23/26|07:48:14";
+[[gnu::used]] const char SCCS_ID[] = "@(#)|notice|9|01|4|0|0|11/23/26|11:32:38";
 
 Display *display;  // null while notices are off
 Widget dialog;     // null until the first message

@@ -15,7 +15,7 @@
 
 namespace tolvane {
 namespace {
-[[gnu::used]] const char SCCS_ID[] = "@(#)|page_contents|9|01|1|0|0|11/23/26|07:45:00";
+[[gnu::used]] const char SCCS_ID[] = "@(#)|page_contents|9|01|2|0|0|11/23/26|11:58:22";
 
 constexpr size_t LONGEST_CONTENTS = 4 << 20;  // bytes: those of a page of recognised text are far fewer
 constexpr double LONGEST_ROW = 1 << 20;       // bytes that a predictor works on

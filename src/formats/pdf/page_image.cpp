@@ -17,7 +17,7 @@
 
 namespace tolvane {
 namespace {
-[[gnu::used]] const char SCCS_ID[] = "@(#)|page_image|9|01|2|0|0|11/23/26|09:04:19";
+[[gnu::used]] const char SCCS_ID[] = "@(#)|page_image|9|01|3|0|0|11/23/26|12:16:19";
 
 using Rectangle = QPDFObjectHandle::Rectangle;
 

@@ -22,7 +22,7 @@
 
 namespace tolvane {
 namespace {
-[[gnu::used]] const char SCCS_ID[] = "@(#)|read_pdf|9|01|3|0|0|11/23/26|09:04:19";
+[[gnu::used]] const char SCCS_ID[] = "@(#)|read_pdf|9|01|4|0|0|11/23/26|12:12:28";
 
 constexpr double POINT = 72;  // points in an inch
 

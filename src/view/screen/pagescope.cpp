@@ -34,7 +34,7 @@
 
 namespace tolvane {
 namespace {
-[[gnu::used]] const char SCCS_ID[] = "@(#)|pagescope|9|01|3|0|0|11/23/26|08:36:12";
+[[gnu::used]] const char SCCS_ID[] = "@(#)|pagescope|9|01|4|0|0|11/23/26|11:32:38";
 
 Descriptor t4fd;            // the open fax file
 char Local_filename[4096];  // its name, which the page reader needs to find included files
