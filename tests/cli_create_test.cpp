@@ -194,6 +194,9 @@ TEST_F(Create, HeaderLinesCrossIntoOtherFormatsAndBack) {
   EXPECT_EQ(
       shell("tiffinfo spool.tif | grep -E '^  (Fax|ImageD)' | sort").out,
       "  FaxDcs: 00 C6\n  FaxRecvParams: 55\n  FaxRecvTime: 75\n  FaxSubAddress: 7\n  ImageDescription: +44 20\n");
+  prepare("tiffset -s 326 6 page.tif && $tool create --force spool.fax page.tif $charts/itu4.tif");
+  prepare("$tool extract spool.fax spool.tif && $tool extract -p 2 spool.fax second.tif");
+  EXPECT_EQ(shell("tiffinfo spool.tif second.tif | grep '^  Bad'").out, "  Bad Fax Lines: 6\n");
   prepare("printf click | dd of=page.fax bs=1 seek=9000 conv=notrunc status=none");
   shell("$tool extract page.fax bad.tif");
   EXPECT_EQ(shell("tiffinfo bad.tif | grep -c '^  Bad Fax Lines: 1$'").out, "1\n");

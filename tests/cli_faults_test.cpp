@@ -105,6 +105,8 @@ TEST_F(Faults, ManyIncludedPagesTakeNeitherTimeNorDescriptorsNorOtherPages) {
     EXPECT_EQ(done.status, status) << line << done.err.substr(0, 300);
     EXPECT_THAT(done.err, testing::EndsWith(complaint)) << line;
   }
+  dir.write("e.fax", fax_bytes("#PAGES:1\nRESOLUTION:1\nCOMPRESSION:3\n", {encoded_page(random_page(1, 4), 3)}));
+  EXPECT_EQ(shell("for i in $(seq 80); do cp e.fax $i.fax; done; ulimit -Sn 60; $tool merge f.fax [1-9]*.fax").err, "");
 }
 
 // A header may name any file, straight or through a link. What comes from elsewhere is reported, or refused.
@@ -361,6 +363,12 @@ TEST_F(Faults, AFaxThatIsChangedInPlaceWhileItIsReadIsNamed) {
     EXPECT_EQ(done.status, complaint.empty() ? 0 : 2) << line << edit << done.err;
     EXPECT_THAT(done.err, HasSubstr(complaint)) << line << edit;
   }
+  dir.write("a.fax", fax_bytes("#PAGES:20000\n" + modes, std::vector(20000, page)));
+  const ToolRun check =
+      shell("while touch a.fax; do :; done & $tool check --json a.fax; status=$?; kill $!; exit $status");
+  EXPECT_EQ(check.status, 2) << check.err;
+  EXPECT_EQ(check.out,
+            "{\"schema\":1,\"file\":\"a.fax\",\"error\":\"a.fax: the file has changed while it was read\"}\n");
 }
 
 TEST_F(Faults, ASignalLeavesNoHalfMadeFile) {

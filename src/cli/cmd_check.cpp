@@ -111,12 +111,17 @@ void print_json(const Verdict &verdict) {
 }
 
 FileReport check_file(const std::string &path) {
-  FaxDocument document;
+  Verdict verdict;
   std::string error;
-  if (with_error(error, [&] { return open_fax(path, document); }) != DONE) return unreadable_file(path, error, as_json);
-  Verdict verdict{path, document.shown_name, DONE, 0, 0, {}};
-  find_faults(document, verdict);
-  pass_on_diagnostics(verdict.faults);
+  const auto judge = [&] {
+    FaxDocument document;
+    if (open_fax(path, document) != DONE) return FAILED;
+    verdict.path = path, verdict.name = document.shown_name;
+    find_faults(document, verdict);
+    pass_on_diagnostics(verdict.faults);
+    return verdict.status;
+  };
+  if (with_error(error, judge) == FAILED) return unreadable_file(path, error, as_json);
   return [verdict] {
     wipe_progress();
     (as_json ? print_json : print_text)(verdict);

@@ -62,12 +62,14 @@ void declare(Usage &usage) {
   add_no_clobber(usage);
 }
 
-// The header lines, and the damage of the page.
-void add_metadata(const FaxDocument &document, const DecodedPage &decoded, PagePicture &picture) {
+// The header lines, and the damage of the page. What they tell of bad lines is told of the first page.
+void add_metadata(const FaxDocument &document, int32_t number, const DecodedPage &decoded, PagePicture &picture) {
   for (const std::string &line : document.lines) {
     const size_t colon = line.find(':');
-    if (colon != std::string::npos && !is_structural(line))
-      add_header_value(picture.header, line.substr(0, colon).c_str(), line.substr(colon + 1));
+    if (colon == std::string::npos || is_structural(line)) continue;
+    std::string value = line.substr(colon + 1);
+    if (number != 1) remove_fact(value, "bad-lines");
+    add_header_value(picture.header, line.substr(0, colon).c_str(), value);
   }
   int32_t last = -1, in_a_row = 0;
   for (const LineDamage &damage : decoded.damage) {
@@ -120,7 +122,7 @@ Status make_picture(const FaxDocument &document, const PictureFormat &format, Pa
   if (status == FAILED) return FAILED;
   if (decoded.count == 0) return failure("%s: page %d has no lines: skipped", document.name(), page.number);
   page.picture = {FAX_WIDTH, decoded.count, FAX_X_DPI, lines_per_inch(page.found.resolution), std::move(decoded.lines)};
-  if (!no_metadata) add_metadata(document, decoded, page.picture);
+  if (!no_metadata) add_metadata(document, page.number, decoded, page.picture);
   put_on_paper(document.name(), format, page.number, page.picture);
   const Turn turn = wanted_turn(rotate, page.picture.rows, page.picture.width, page.picture.height);
   if (square) make_square(page.picture);

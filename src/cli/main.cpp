@@ -3,6 +3,7 @@
 // are caught here, after handles have removed unfinished files, unless other files or threads of the command go on.
 #include <fcntl.h>
 #include <malloc.h>
+#include <sys/resource.h>
 #include <unistd.h>
 
 #include <CLI/CLI.hpp>
@@ -86,6 +87,14 @@ void fill_standard_channels() {
   }
 }
 
+// Lets the process have as many files open as it may: merge has all its inputs open.
+void raise_file_limit() {
+  rlimit limit;
+  if (getrlimit(RLIMIT_NOFILE, &limit) != 0) return;
+  limit.rlim_cur = limit.rlim_max;
+  setrlimit(RLIMIT_NOFILE, &limit);
+}
+
 Status run_guarded(int argc, char **argv) {
   try {
     return run_command_line(argc, argv);
@@ -109,6 +118,7 @@ int main(int argc, char **argv) {
   signal(SIGXFSZ, SIG_IGN);            // a limit on the size of files becomes a failed write with a message
   mallopt(M_MMAP_THRESHOLD, 4 << 20);  // what a very long page takes goes back to the system with it
   tolvane::fill_standard_channels();
+  tolvane::raise_file_limit();
   tolvane::protect_terminal();
   return tolvane::close_output(tolvane::run_guarded(argc, argv));
 }

@@ -4,12 +4,14 @@
 #include <stdio.h>
 
 #include <algorithm>
+#include <cstring>
 
 namespace tolvane {
 namespace {
 [[gnu::used]] const char SCCS_ID[] = "@(#)|metadata|9|01|3|0|0|11/23/26|12:44:38";
 
 constexpr size_t LONGEST_VALUE = 200;  // bytes: short enough for the fixed fields of header readers
+constexpr char BETWEEN[] = "; ";       // two facts
 
 }  // namespace
 
@@ -32,12 +34,20 @@ std::string header_value(const HeaderValues &values, const char *keyword) {
 }
 
 std::string listed_fact(const std::string &facts, const std::string &name) {
-  constexpr char BETWEEN[] = "; ";
   const std::string list = BETWEEN + facts, wanted = BETWEEN + name + "=";
   const size_t found = list.find(wanted);
   if (found == list.npos) return "";
   const size_t start = found + wanted.size();
   return list.substr(start, list.find(BETWEEN, start) - start);
+}
+
+void remove_fact(std::string &facts, const std::string &name) {
+  std::string list = BETWEEN + facts;
+  const size_t start = list.find(BETWEEN + name + "=");
+  if (start == list.npos) return;
+  const size_t end = list.find(BETWEEN, start + 1);
+  list.erase(start, end == list.npos ? end : end - start);
+  facts = list.erase(0, strlen(BETWEEN));
 }
 
 bool parse_date(const std::string &text, std::tm &date) {

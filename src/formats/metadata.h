@@ -34,6 +34,9 @@ std::string header_value(const HeaderValues &values, const char *keyword);
 /// @return empty if it is not listed
 std::string listed_fact(const std::string &facts, const std::string &name);
 
+/// Removes a fact from such a value.
+void remove_fact(std::string &facts, const std::string &name);
+
 /// Reads a date of the forms "2026-11-22", "2026-11-22 10:20" and "2026-11-22 10:20:30", also with colons between year,
 /// month and day (TIFF) or a T before the hour (ISO 8601).
 ///
