@@ -14,7 +14,7 @@
 
 namespace tolvane {
 namespace {
-[[gnu::used]] const char SCCS_ID[] = "@(#)|cmd_check|9|01|4|0|0|11/23/26|12:34:48";
+[[gnu::used]] const char SCCS_ID[] = "@(#)|cmd_check|9|01|5|0|0|11/23/26|13:50:32";
 
 FileList input;
 bool as_json;

@@ -21,7 +21,7 @@
 
 namespace tolvane {
 namespace {
-[[gnu::used]] const char SCCS_ID[] = "@(#)|main|9|01|4|0|0|11/23/26|12:21:28";
+[[gnu::used]] const char SCCS_ID[] = "@(#)|main|9|01|5|0|0|11/23/26|13:50:32";
 
 constexpr const Command *COMMANDS[] = {
     &info_command,   &check_command,   &compare_command, &create_command,   &append_command,
