@@ -40,9 +40,24 @@ extern "C" int fchown(int fd, uid_t owner, gid_t group) noexcept {
 }
 
 namespace {
-void note(const char *path, bool exists) {
-  names_seen += (exists ? '+' : '-') + fs::path(path).filename().string().substr(0, 9) + ' ';
+void note(char change, const char *path) {
+  names_seen += change + fs::path(path).filename().string().substr(0, 9) + ' ';
 }
+
+bool add_name(const char *path, const std::function<bool()> &make) {
+  EXPECT_FALSE(fs::exists(path));
+  const bool made = make();
+  EXPECT_EQ(fs::exists(path), made);
+  if (made) note('+', path);
+  return made;
+}
+
+void remove_name(const char *path) {
+  EXPECT_FALSE(fs::exists(path));
+  note('-', path);
+}
+
+constexpr WorkingNames NAMES = {add_name, remove_name};
 
 class ReplaceFile : public testing::TestWithParam<bool> {
  protected:
@@ -88,7 +103,7 @@ TEST_P(ReplaceFile, GivesTheNameInOneStepAndKeepsModesLinksAndNothingElse) {
       const std::string before = fs::exists(file) ? read_file(file) : "none";
       const int entries = dir.entries() - (options.working_name && !commits);
       names_seen.clear();
-      options.on_name = note;
+      options.names = &NAMES;
       {
         Replacement replacement;
         ASSERT_TRUE(replacement.begin(path, options)) << path << ": " << strerror(errno);

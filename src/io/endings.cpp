@@ -1,5 +1,6 @@
 // The names are in fixed storage: a signal handler reads them. They change under a lock with the signals blocked, so
-// that the handler never waits for its own thread; the handler keeps the lock, since the process ends.
+// that the handler never waits for its own thread; the handler keeps the lock, since the process ends. Files are made
+// under the lock too: while the handler removes files, no other thread makes one.
 #include "io/endings.h"
 
 #include <signal.h>
@@ -85,11 +86,11 @@ class NamesChange {
   NamesChange() {
     const sigset_t waiting = all_endings();
     pthread_sigmask(SIG_BLOCK, &waiting, &before_);
-    while (changing.test_and_set()) {
-    }
+    while (changing.test_and_set()) changing.wait(true);
   }
   ~NamesChange() {
     changing.clear();
+    changing.notify_one();
     pthread_sigmask(SIG_SETMASK, &before_, nullptr);
   }
   NamesChange(const NamesChange &) = delete;
@@ -101,13 +102,15 @@ class NamesChange {
 
 }  // namespace
 
-void note_unfinished_file(const char *path) {
+bool make_unfinished_file(const char *path, const std::function<bool()> &make) {
   const NamesChange change;
   install_handlers();
+  if (!make()) return false;
   bool *const slot = std::find(std::begin(used), std::end(used), false);
-  if (slot == std::end(used) || strlen(path) >= sizeof *unfinished) return;
+  if (slot == std::end(used) || strlen(path) >= sizeof *unfinished) return true;
   strcpy(unfinished[slot - used], path);
   *slot = true;
+  return true;
 }
 
 void forget_unfinished_file(const char *path) {

@@ -3,15 +3,20 @@
 #pragma once
 
 #include <cstddef>
+#include <functional>
 
 namespace tolvane {
 
-/// Files that are noted at a time at most.
+/// Files that are removed at most.
 constexpr size_t UNFINISHED_FILES_MAX = 1024;
 
-/// Removes a file when SIGINT, SIGTERM, SIGHUP, SIGQUIT, SIGPIPE or SIGBUS ends the program.
-void note_unfinished_file(const char *path);
-/// Keeps a file that was noted.
+/// Makes a file that is removed when SIGINT, SIGTERM, SIGHUP, SIGQUIT, SIGPIPE or SIGBUS ends the program: a signal
+/// waits until it is made.
+///
+/// @param make  makes the file of this path; false if it can't
+/// @return what `make` returned
+bool make_unfinished_file(const char *path, const std::function<bool()> &make);
+/// Keeps a file that was made so.
 void forget_unfinished_file(const char *path);
 
 /// Names a file when memory that it is mapped to cannot be read since the file has become shorter (SIGBUS): a message,

@@ -42,9 +42,7 @@ int named_descriptor(std::string path) {
   return -1;
 }
 
-void note_name(const char *path, bool exists) {
-  (exists ? note_unfinished_file : forget_unfinished_file)(path);
-}
+constexpr WorkingNames UNFINISHED = {make_unfinished_file, forget_unfinished_file};
 
 }  // namespace
 
@@ -78,7 +76,7 @@ Status OutputFile::open(const std::string &path, bool needs_name) {
     return spool_ ? DONE : system_failure(name(), "no temporary file can be made for it (see TMPDIR)");
   }
   if (exists && !NoClobber && access(path.c_str(), W_OK)) return system_failure(name(), FAULT);
-  return file_.begin(path.c_str(), {nullptr, needs_name, note_name, NoClobber}) ? DONE : fault();
+  return file_.begin(path.c_str(), {nullptr, needs_name, &UNFINISHED, NoClobber}) ? DONE : fault();
 }
 
 Status OutputFile::write_through() {

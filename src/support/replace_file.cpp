@@ -122,14 +122,12 @@ bool Replacement::create() {
 }
 
 bool Replacement::create_named(const std::string &name, mode_t mode) {
-  working_path_ = name;
-  name_changes(true);
-  Descriptor made(open(name.c_str(), O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC, mode));
-  if (!made) {
-    name_changes(false);
-    working_path_.clear();
-    return false;
-  }
+  Descriptor made;
+  const auto make = [&] {
+    made.reset(open(name.c_str(), O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC, mode));
+    return !!made;
+  };
+  if (!add_working_path(name, make)) return false;
   file_ = above_standard_streams(std::move(made));
   if (!file_) discard();
   return !!file_;
@@ -142,11 +140,8 @@ bool Replacement::link_to(const std::string &name) {
 // Gives a nameless file a name that `rename` can start from.
 bool Replacement::link_new_name() {
   for (int attempt = 0; attempt < NAME_ATTEMPTS; ++attempt) {
-    working_path_ = unpredictable_name(directory_);
-    name_changes(true);
-    if (link_to(working_path_)) return true;
-    name_changes(false);
-    working_path_.clear();
+    const std::string name = unpredictable_name(directory_);
+    if (add_working_path(name, [&] { return link_to(name); })) return true;
     if (errno != EEXIST) break;
   }
   return false;
@@ -228,8 +223,7 @@ bool Replacement::take_name() {
     if (nameless && options_.keeps_existing && errno == EEXIST) return false;
     if (nameless && !link_new_name()) return false;
     if (!give_name()) return false;
-    name_changes(false);
-    working_path_.clear();
+    remove_working_path();
   }
   return true;
 }
@@ -238,8 +232,7 @@ void Replacement::discard() {
   if (!working_path_.empty()) {
     const int kept = errno;
     unlink(working_path_.c_str());
-    name_changes(false);
-    working_path_.clear();
+    remove_working_path();
     errno = kept;
   }
   file_.reset();
@@ -250,8 +243,17 @@ void Replacement::leave() {
   file_.reset();
 }
 
-void Replacement::name_changes(bool exists) {
-  if (options_.on_name) options_.on_name(working_path_.c_str(), exists);
+// The path is kept first, so that there is memory for it.
+bool Replacement::add_working_path(const std::string &path, const std::function<bool()> &make) {
+  working_path_ = path;
+  const bool made = options_.names ? options_.names->add(path.c_str(), make) : make();
+  if (!made) working_path_.clear();
+  return made;
+}
+
+void Replacement::remove_working_path() {
+  if (options_.names) options_.names->remove(working_path_.c_str());
+  working_path_.clear();
 }
 
 Descriptor open_spool(const char *beside) {

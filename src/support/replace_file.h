@@ -8,6 +8,7 @@
 #include <sys/stat.h>
 
 #include <cstddef>
+#include <functional>
 #include <optional>
 #include <span>
 #include <string>
@@ -16,14 +17,19 @@
 
 namespace tolvane {
 
-/// Called before a file that is not complete gets a name, with `exists` true, and after it has lost that name, with
-/// `exists` false: for a signal handler that removes such files.
-using working_name_fn = void (*)(const char *path, bool exists);
+/// Knows the names of files that are not complete, for a signal handler that removes them.
+struct WorkingNames {
+  /// Calls `make`, which gives a file its name, while the handler waits. Returns its result: with true, the name is
+  /// known.
+  bool (*add)(const char *path, const std::function<bool()> &make);
+  /// Called after a file has lost its name.
+  void (*remove)(const char *path);
+};
 
 struct ReplacementOptions {
   const char *working_name = nullptr;  ///< path that the incomplete file has; a file of that name is removed first
   bool needs_name = false;             ///< the incomplete file has a name, for operations that take a path
-  working_name_fn on_name = nullptr;
+  const WorkingNames *names = nullptr;
   bool keeps_existing = false;   ///< no file is replaced: if there is one, `begin` or `commit` fails with EEXIST
   std::optional<mode_t> mode{};  ///< of the file, set before it has its name; without: as `commit` says
 };
@@ -77,7 +83,8 @@ class Replacement {
   bool take_name();
   bool keep_rights() const;
   bool set_rights() const;
-  void name_changes(bool exists);
+  bool add_working_path(const std::string &path, const std::function<bool()> &make);
+  void remove_working_path();
 
   Descriptor file_;
   ReplacementOptions options_;
