@@ -166,7 +166,24 @@ static void keep_header_readable(void) {
     EXPECT(tolvane_open("b.fax", 1, &fax), TOLVANE_OK);
     EXPECT(tolvane_append_picture(fax, &drawn), TOLVANE_OK);
     EXPECT(tolvane_close(fax), code);
+    write_fax(header, (const uint8_t *)"\x00\x08\x80", 3);
+    EXPECT(tolvane_open("b.fax", 1, &fax), TOLVANE_OK);
+    EXPECT(tolvane_set_value(fax, "SUBJECT", "s"), code);
+    EXPECT(tolvane_close(fax), TOLVANE_OK);
   }
+}
+
+/* A new page would become the rest of one that is cut short. */
+static void refuse_page_after_cut_one(void) {
+  tolvane_fax *fax;
+  FILE *file;
+  write_fax("COMPRESSION:3\n", (const uint8_t *)"\x00\x08\x80", 3);
+  EXPECT(tolvane_open("b.fax", 1, &fax), TOLVANE_OK);
+  EXPECT(tolvane_append_picture(fax, &drawn), TOLVANE_OK);
+  file = fopen("b.fax", "ab");
+  EXPECT(fputc(0, file) + fclose(file), 0);
+  EXPECT(tolvane_append_picture(fax, &drawn), TOLVANE_FORMAT);
+  EXPECT(tolvane_close(fax), TOLVANE_FORMAT);
 }
 
 int main(void) {
@@ -186,6 +203,7 @@ int main(void) {
   refuse_endless_page();
   move_without_descriptors();
   keep_header_readable();
+  refuse_page_after_cut_one();
   EXPECT(tolvane_open("none.fax", 0, &fax), TOLVANE_OPEN);
   EXPECT(fax == NULL, 1);
   EXPECT(tolvane_open("a.fax", 1, &fax), TOLVANE_OK);

@@ -140,6 +140,19 @@ TEST_F(Faults, PagesFromOutsideTheDirectoryAreReportedOrRefused) {
     }
     EXPECT_THAT(run("check --json in/a.fax").out, testing::ContainsRegex("\"good\":true.*\"faults\":\\[\\]"));
   }
+  // Readers take any text for an inclusion, and those before one that is not valid.
+  for (const std::string line :
+       {"SUBJECT:see INCLUDE:../priv/secret.fax 2 1\n", "INCLUDE:../priv/secret.fax 2 1\nINCLUDE:x\n"}) {
+    dir.write("in/a.fax", fax_bytes("#PAGES:2\n" + line + modes, {page, page}));
+    complains("extract -f tiff in/a.fax priv/secret.fax", 2, "not overwritten");
+    complains("check in/a.fax", 3, "takes 1 page from " + secret);
+    if (!line.starts_with("SUBJECT")) continue;
+    complains("merge --force b.fax in/below/b.fax in/a.fax", 0, "takes 1 page from " + secret);
+    EXPECT_EQ(parts("b.fax").records.size(), 5);
+    for (const char *edit : {"split in/a.fax s%d.fax", "insert 1 in/a.fax a.pbm"})
+      complains(edit, 2, "inside the line SUBJECT is read as an inclusion");
+    complains("append in/a.fax a.pbm", 0, "");
+  }
   complains("include ../priv/secret.fax 1 1 in/a.fax --no-outside", 2, "outside the directory of in/a.fax");
 }
 

@@ -1,4 +1,6 @@
 // `append`, `insert`, `include`, `merge` and `split`: which records stand where afterwards, and what the header says.
+#include <gmock/gmock.h>
+
 #include <thread>
 
 #include "faxfile/fax_lock.h"
@@ -81,6 +83,9 @@ TEST_F(Pages, WhatCannotBeDoneLeavesTheFileAlone) {
   dir.write("ummr.fax", fax(modes + "2\n", {9}) + page(8).substr(0, 9));
   dir.write("fall.fax", fax(head(1) + "INCLUDE:cover.fax 2 1\nINCLUDE:cover.fax 1 1\n", {9}));
   dir.write("many.fax", fax(modes + "3\n" + std::string(97, '\n'), {9}));
+  const std::string long_header = head(9) + "INCLUDE:cover.fax 1 1\nINCLUDE_PAGES:1\nSUBJECT:";
+  const std::string filled = long_header + std::string(9999 - long_header.size() - 101, 'x');
+  dir.write("full.fax", fax(filled + std::string(101, '\n'), std::vector<uint32_t>(9, 9)));
   const struct {
     const char *words, *complaint;
     int status = 2;
@@ -89,6 +94,7 @@ TEST_F(Pages, WhatCannotBeDoneLeavesTheFileAlone) {
       {"append cut1.fax 21.pbm", "cut short"},
       {"append fall.fax 21.pbm", "INCLUDE"},
       {"repair ummr.fax new.fax", "pages in UMMR cannot be decoded"},
+      {"append full.fax 21.pbm", "full.fax: the header would be longer than 10000 bytes"},
       {"append many.fax 21.pbm", "many.fax: the viewer reads at most 99 header lines"},
       {"split many.fax p%d.fax", "p1.fax: the viewer reads at most 99 header lines"},
       {"include cover.fax 1 3 main.fax", "has 2 pages, not 3"},
@@ -315,6 +321,9 @@ TEST_F(Pages, RepairSaysWhatItDoesAndDoesIt) {
 
 TEST_F(Pages, RepairKeepsTheWholeLinesOfAPageThatIsCutShort) {
   const Picture picture = random_page(3, 60);
+  const std::string cut = fax_bytes(head(1), {page(40), "", page(2000)});
+  dir.write("a.fax", cut.substr(0, cut.size() - 9));
+  EXPECT_THAT(run("repair --dry-run a.fax").out, testing::StartsWith("a.fax: page 3 is cut short: kept its first 199"));
   for (const int32_t coding : {0, 1, 3}) {
     const std::string all =
         fax_bytes("#PAGES:1\n" + modes + std::to_string(coding) + "\n", {encoded_page(picture, coding)});
@@ -348,7 +357,7 @@ TEST_F(Pages, UnreadablePagesAreSkippedOnlyIfThatIsWanted) {
        "fax: picture-with-text-that-is-cut.png: read beyond"},
       {"create -v a.fax 3.tif", 1, "3.tif: page 3: 1728 x 2376 pixels"},
       {"merge a.fax cover.fax part.fax missing.fax", 3, "missing.fax"},
-      {"merge a.fax cover.fax hides.fax", 2, "hides.fax"}};
+      {"merge a.fax cover.fax hides.fax", 3, "hides.fax"}};
   for (const auto &[line, pages, message] : cases) {
     EXPECT_EQ(run(line).status, 2) << line;
     const ToolRun out = run(line + " --keep-going");

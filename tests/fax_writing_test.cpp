@@ -1,6 +1,7 @@
 // Pages and keywords written to a fax file, against bytes worked out by hand, a model, crashes and full disks.
 #include <fcntl.h>
 #include <gtest/gtest.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
 #include <sys/syscall.h>
 #include <sys/uio.h>
@@ -304,6 +305,19 @@ TEST_F(FaxWriting, MisuseLosesNoPageWithoutACode) {
          return Codes{fd = open("a", O_RDONLY), replace_a(old), write<FaxFileAppendEncodedPage>("x")};
        },
        {-1, 0, 7},
+       old,
+       old},
+      {"a page beyond the size that the process may make",
+       [&] {
+         rlimit usual;
+         getrlimit(RLIMIT_FSIZE, &usual);
+         const rlimit limit{1000, usual.rlim_max};
+         setrlimit(RLIMIT_FSIZE, &limit);
+         const int16_t code = write<FaxFileAppendEncodedPage>(std::string(1000, 'x'));
+         setrlimit(RLIMIT_FSIZE, &usual);
+         return Codes{code};
+       },
+       {7},
        old,
        old},
       {"a large page given up, with no space left to it",

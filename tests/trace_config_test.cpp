@@ -117,12 +117,14 @@ TEST_F(TraceConfig, WhatOthersPutThereIsNotFollowed) {
     testing::internal::GetCapturedStdout();
     return refused;
   };
-  chmod("work", 0777);
   dir_.write("mine", "mine");
   EXPECT_EQ(symlink("../mine", "work/trace_link"), 0);
   EXPECT_EQ(link("mine", "work/trace_hard"), 0);
   EXPECT_EQ(mkfifo("work/trace_fifo", 0666), 0);
-  for (const char *text : {"p. - link over\n", "p. - hard over\n", "p. - fifo\n"}) EXPECT_TRUE(traces(text)) << text;
+  for (const mode_t mode : {0775, 0777}) {
+    chmod("work", mode);
+    for (const char *text : {"p. - link over\n", "p. - hard over\n", "p. - fifo\n"}) EXPECT_TRUE(traces(text)) << text;
+  }
   EXPECT_EQ(read_file("mine"), "mine");
   EXPECT_FALSE(traces("p. - plain\n"));
 
@@ -130,6 +132,13 @@ TEST_F(TraceConfig, WhatOthersPutThereIsNotFollowed) {
   struct stat status;
   chmod("TRACES", 0666);
   EXPECT_EQ(find_trace_config_file(path, &status), 0);
+  std::filesystem::rename("TRACES", "received");
+  EXPECT_EQ(chmod("received", 0600) + symlink("received", "TRACES"), 0);
+  EXPECT_EQ(find_trace_config_file(path, &status), 1);
+  if (geteuid() == 0) {
+    EXPECT_EQ(lchown("TRACES", 65534, 65534), 0);
+    EXPECT_EQ(find_trace_config_file(path, &status), 0);
+  }
   std::filesystem::remove("TRACES");
   EXPECT_EQ(mkfifo("exec/TRACES", 0600), 0);
   EXPECT_EQ(open_trace_file("p."), 1);

@@ -172,11 +172,14 @@ bool in_background(int fd) {
   return foreground >= 0 && foreground != getpgrp();
 }
 
-// Whether a reply can be written without waiting for the reader. A pipe that is ready has room for the replies to the
-// commands of one read.
-bool reader_has_room() {
-  pollfd output = {STDOUT_FILENO, POLLOUT, 0};
-  return poll(&output, 1, 0) != 0;
+// The channel for which a reply would wait for its reader; -1 if there is none. A pipe that is ready has room for the
+// replies to the commands of one read.
+int full_channel() {
+  for (const int channel : {STDOUT_FILENO, STDERR_FILENO}) {
+    pollfd output = {channel, POLLOUT, 0};
+    if (poll(&output, 1, 0) == 0) return channel;
+  }
+  return -1;
 }
 
 // The line that the bytes read end in the middle of, if the rest of it is waiting: it is left to the next read, as if
@@ -216,7 +219,7 @@ void process_stdin_command(const char *text, int32_t length) {
 }
 
 void read_stdin(XtPointer, int *descriptor, XtInputId *id) {
-  if (in_background(*descriptor) || !reader_has_room()) {
+  if (in_background(*descriptor) || full_channel() >= 0) {
     XtRemoveInput(*id);
     register_stdin_input();
     return;
@@ -240,8 +243,8 @@ void read_stdin(XtPointer, int *descriptor, XtInputId *id) {
 void register_stdin_input() {
   if (in_background(STDIN_FILENO))
     XtAppAddTimeOut(tn_context, BACKGROUND_INTERVAL, look_again, nullptr);
-  else if (!reader_has_room())
-    XtAppAddInput(tn_context, STDOUT_FILENO, reinterpret_cast<XtPointer>(XtInputWriteMask), resume_reading, nullptr);
+  else if (const int full = full_channel(); full >= 0)
+    XtAppAddInput(tn_context, full, reinterpret_cast<XtPointer>(XtInputWriteMask), resume_reading, nullptr);
   else
     XtAppAddInput(tn_context, STDIN_FILENO, reinterpret_cast<XtPointer>(XtInputReadMask), read_stdin, nullptr);
 }

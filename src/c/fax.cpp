@@ -32,6 +32,7 @@ struct tolvane_fax {
   tolvane::Descriptor file;
   bool writable;
   bool has_new_pages = false;
+  int64_t whole_size = -1;   // when the file was last known to end with a whole record
   std::string renamed_to{};  // name of a file whose descriptor does not know it (path_of_descriptor)
 };
 
@@ -287,8 +288,9 @@ int tolvane_set_value(tolvane_fax *fax, const char *name, const char *value) {
     HeaderLines lines;
     if (const int code = take_to_edit(fax, lock); code != TOLVANE_OK) return code;
     if (const int code = lines_of(fax, lines); code != TOLVANE_OK) return code;
+    const HeaderLines before = lines;
     set_header_value(lines, name, value);
-    return replace_header(fax, lines);
+    return header_loses_readers(before, lines) ? TOLVANE_FORMAT : replace_header(fax, lines);
   });
 }
 
@@ -330,7 +332,12 @@ int tolvane_append_page(tolvane_fax *fax, const uint8_t *data, size_t length) {
   const int code = guarded([&]() -> int {
     FaxEditLock lock;
     if (const int taken = take_to_edit(fax, lock); taken != TOLVANE_OK) return taken;
-    return FaxFileAppendEncodedPage(fax->file.get(), data ? data : &EMPTY, static_cast<int32_t>(length));
+    int32_t fd = fax->file.get(), pages;
+    if (file_size(fd) != fax->whole_size)
+      if (const int counted = FaxFileCountPages(fd, &pages); counted != TOLVANE_OK) return counted;
+    const int appended = FaxFileAppendEncodedPage(fd, data ? data : &EMPTY, static_cast<int32_t>(length));
+    fax->whole_size = appended == TOLVANE_OK ? file_size(fd) : -1;
+    return appended;
   });
   fax->has_new_pages = fax->has_new_pages || code == TOLVANE_OK;
   return code;

@@ -84,7 +84,8 @@ TOLVANE_API int tolvane_line(tolvane_fax *fax, size_t index, char **line);
 TOLVANE_API int tolvane_value(tolvane_fax *fax, const char *name, char **value);
 
 /** Gives the first header line with this name the value, or appends a new line. Line feeds of the value become carriage
- *  returns. The file is replaced whole, and the handle goes on with the new one. */
+ *  returns. The file is replaced whole, and the handle goes on with the new one. TOLVANE_FORMAT if readers would not
+ * find its inclusions any more, beyond 10000 bytes, or the viewer its lines, beyond 99: it stays as it is. */
 TOLVANE_API int tolvane_set_value(tolvane_fax *fax, const char *name, const char *value);
 
 /** The coded bytes of a page, counted from 1, in the coding that COMPRESSION names. An empty page has length 0. */
@@ -94,7 +95,8 @@ TOLVANE_API int tolvane_read_page(tolvane_fax *fax, int32_t page, uint8_t **data
  *  more than 65535 lines gives TOLVANE_FORMAT. */
 TOLVANE_API int tolvane_decode_page(tolvane_fax *fax, int32_t page, tolvane_picture *picture);
 
-/** Appends a page of coded bytes. The line #PAGES follows with tolvane_close. */
+/** Appends a page of coded bytes. The line #PAGES follows with tolvane_close. TOLVANE_FORMAT if the file ends with a
+ * page that is cut short, of which the new one would become the rest. */
 TOLVANE_API int tolvane_append_page(tolvane_fax *fax, const uint8_t *data, size_t length);
 
 /** Encodes a picture of 1728 pixels a line in the coding of the file, and appends it as tolvane_append_page does. */

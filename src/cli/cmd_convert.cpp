@@ -130,9 +130,6 @@ Status write_converted(const FaxDocument &document) {
 //
 // @param includes  receives whether the file has the coding now and includes others
 Status convert_file(const std::string &path, bool &includes) {
-  struct stat file;
-  if (stat(path.c_str(), &file) == 0 && !S_ISREG(file.st_mode) && !S_ISDIR(file.st_mode))
-    return failure("%s: not a regular file", path.c_str());
   FaxDocument document;
   EditedFile edited;
   if (open_fax_to_edit(path, document, edited) != DONE) return FAILED;

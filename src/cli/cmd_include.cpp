@@ -98,7 +98,9 @@ Status check_included(const FaxDocument &document) {
 // Adds the new line after those for the same or an earlier page.
 void add_inclusion(FaxDocument &document) {
   const std::string line = inclusion_line({0, included_name, place, count}, place);
-  for (const Inclusion &inclusion : document.inclusions) {
+  std::vector<Inclusion> inclusions;
+  read_inclusions(document.lines, inclusions);
+  for (const Inclusion &inclusion : inclusions) {
     if (inclusion.at <= place) continue;
     document.lines.insert(document.lines.begin() + static_cast<ptrdiff_t>(inclusion.line), line);
     return;

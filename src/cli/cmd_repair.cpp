@@ -128,12 +128,13 @@ int32_t counted_pages(const FaxDocument &document) {
   return pages ? atoi(pages) : -1;
 }
 
-// Drops empty records after the pages that the header counts: bytes of zero that fill up a block.
+// Drops empty records after the pages that the header counts: bytes of zero that fill up a block. A page that is cut
+// short may follow them.
 void drop_padding(Repair &repair) {
   const FaxDocument &document = repair.document;
   const int32_t counted = counted_pages(document);
   repair.records = document.record_count();
-  if (counted < 1 || counted >= document.record_count()) return;
+  if (counted < 1 || counted >= document.record_count() || document.lost_bytes >= 4) return;
   const auto is_empty = [](const PageRecord &record) { return record.length == 0; };
   if (!std::all_of(document.records.begin() + counted, document.records.end(), is_empty)) return;
   note(repair, "removed %lld trailing bytes",
@@ -217,9 +218,8 @@ Status run() {
   if (in_place && file == "-") return usage_fault("standard input cannot be repaired in place");
   Repair repair;
   EditedFile edited;
-  if (in_place && lock_to_replace(file, edited) != DONE) return FAILED;
-  if (open_fax(file, repair.document) != DONE || repair_modes(repair) != DONE || repair_tail(repair) != DONE ||
-      repair_counts(repair) != DONE)
+  const Status opened = in_place ? open_fax_to_edit(file, repair.document, edited) : open_fax(file, repair.document);
+  if (opened != DONE || repair_modes(repair) != DONE || repair_tail(repair) != DONE || repair_counts(repair) != DONE)
     return FAILED;
   const bool writes = !dry_run && (!repair.notes.empty() || !in_place);
   if (repair.notes.empty()) note(repair, "nothing to repair");

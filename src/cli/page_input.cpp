@@ -52,7 +52,10 @@ bool store_dpi(const std::string &text, SourceOptions &source) {
 Status shift_inclusions(FaxDocument &document, int32_t place, int32_t new_pages) {
   if (document.record_count() + new_pages > MOST_RECORDS)
     return failure("%s: more than %d pages in one file: use several", document.name(), MOST_RECORDS);
-  for (const Inclusion &inclusion : document.inclusions) {
+  if (check_inclusion_lines(document, place) != DONE) return FAILED;
+  std::vector<Inclusion> inclusions;
+  read_inclusions(document.lines, inclusions);
+  for (const Inclusion &inclusion : inclusions) {
     if (inclusion.at > place) document.lines[inclusion.line] = inclusion_line(inclusion, inclusion.at + new_pages);
   }
   return DONE;

@@ -28,6 +28,14 @@ const char *keyword(FaxKeyword number) {
   return faxFileKeywordList[number];
 }
 
+Status too_many_lines(const char *name) {
+  return failure("%s: the viewer reads at most %zu header lines", name, MOST_HEADER_LINES);
+}
+
+Status too_long(const char *name, size_t longest) {
+  return failure("%s: the header would be longer than %zu bytes", name, longest);
+}
+
 // The name of a header line, for messages.
 std::string name_of(const std::string &line) {
   return line.substr(0, line.find(':'));
@@ -68,9 +76,8 @@ Status check_header(const char *name, const std::vector<std::string> &lines) {
   if (!read_inclusions(lines, inclusions))
     return failure("%s: an INCLUDE line would be out of order or have no name, page and count", name);
   const size_t longest = inclusions.empty() ? LONGEST_HEADER : LONGEST_SCANNED;
-  if (lines.size() > MOST_HEADER_LINES)
-    return failure("%s: the viewer reads at most %zu header lines", name, MOST_HEADER_LINES);
-  if (header_length(lines) > longest) return failure("%s: the header would be longer than %zu bytes", name, longest);
+  if (lines.size() > MOST_HEADER_LINES) return too_many_lines(name);
+  if (header_length(lines) > longest) return too_long(name, longest);
   for (const std::string &line : lines) {
     if (line.find(static_cast<char>(FAXFILE_TERMINATOR)) != std::string::npos)
       return failure("%s: a byte 29 in the line %s would end the header early", name, name_of(line).c_str());
@@ -83,11 +90,14 @@ Status check_header(const char *name, const std::vector<std::string> &lines) {
 Status check_changed_header(const char *name, const std::vector<std::string> &before,
                             const std::vector<std::string> &lines) {
   Diagnostics old_faults;
+  bool was_good;
   {
     const HoldDiagnostics hold(old_faults);
-    if (check_header(name, before) != DONE) return DONE;
+    was_good = check_header(name, before) == DONE;
   }
-  return check_header(name, lines);
+  if (was_good || !header_loses_readers(before, lines)) return was_good ? check_header(name, lines) : DONE;
+  return lines.size() > MOST_HEADER_LINES && before.size() <= MOST_HEADER_LINES ? too_many_lines(name)
+                                                                                : too_long(name, LONGEST_SCANNED);
 }
 
 Status append_record(const char *name, int fd, std::span<const uint8_t> data) {

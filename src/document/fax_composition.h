@@ -32,7 +32,8 @@ Status set_page_counts(const char *name, std::vector<std::string> &lines, int32_
 /// reads 99), too long, a byte that ends the header, an "INCLUDE:" in a line of another name, inclusions out of order.
 Status check_header(const char *name, const std::vector<std::string> &lines);
 
-/// `check_header` for a header that was changed: DONE as well if no reader could read all of it before.
+/// `check_header` for a header that was changed: DONE as well if some reader could not read all of it before, and the
+/// change takes it beyond no other limit of lines or length.
 Status check_changed_header(const char *name, const std::vector<std::string> &before,
                             const std::vector<std::string> &lines);
 

@@ -1,5 +1,5 @@
 // Pages are read by the library's own reader, the one that the viewer uses; this module adds where each page comes
-// from. Header lines are compared by their whole name, never searched: a value may contain the name of a keyword.
+// from. Header lines are compared by their whole name, but for inclusions: readers find these in any value.
 #include "document/fax_document.h"
 
 #include <errno.h>
@@ -32,6 +32,10 @@ const char *keyword(FaxKeyword number) {
   return faxFileKeywordList[number];
 }
 
+bool includes(const std::string &line) {
+  return header_line_value(line, keyword(FAXFILE_INCLUDE));
+}
+
 // Walks the records to the end of the file, or to one that is cut short. False with errno set.
 bool walk_records(FaxDocument &document) {
   const int64_t size = file_size(document.fd.get());
@@ -50,6 +54,23 @@ bool walk_records(FaxDocument &document) {
   return true;
 }
 
+bool mentions_inclusion(const std::string &line) {
+  return line.find("INCLUDE:") != std::string::npos;
+}
+
+// A text that is no inclusion does no harm where there is none.
+void read_inclusions_as_readers_do(FaxDocument &document) {
+  const std::vector<std::string> &lines = document.lines;
+  const bool is_scanned = header_length(lines) <= LONGEST_SCANNED;
+  document.inclusions.clear();
+  document.mentions_inclusions = std::any_of(lines.begin(), lines.end(), mentions_inclusion);
+  document.inclusions_whole =
+      !document.mentions_inclusions || (is_scanned && find_inclusions(lines, document.inclusions) == 1);
+  const bool is_text = is_scanned && document.inclusions.empty() && std::none_of(lines.begin(), lines.end(), includes);
+  document.inclusions_usable = document.inclusions_whole || is_text;
+  document.included_pages = sum_of_counts(document.inclusions);
+}
+
 // Reads the header of the file that the document has open. Returns what is wrong, or nothing.
 std::string load_header(const std::string &path, FaxDocument &document) {
   document.path = path;
@@ -61,14 +82,7 @@ std::string load_header(const std::string &path, FaxDocument &document) {
   if (code != FAXFILE_OK) return document.shown_name + ": " + cause();
   document.coding = header_coding(document.lines);
   document.resolution = header_resolution(document.lines);
-  document.mentions_inclusions = std::any_of(document.lines.begin(), document.lines.end(), [](const auto &line) {
-    return line.find("INCLUDE:") != std::string::npos;
-  });
-  document.inclusions_usable = read_inclusions(document.lines, document.inclusions) == 1 &&
-                               (!document.mentions_inclusions || header_length(document.lines) <= LONGEST_SCANNED);
-  document.inclusions_clear =
-      document.inclusions_usable && std::none_of(document.lines.begin(), document.lines.end(), hides_inclusion);
-  document.included_pages = sum_of_counts(document.inclusions);
+  read_inclusions_as_readers_do(document);
   return {};
 }
 
@@ -133,6 +147,9 @@ Status lock_to_replace(const std::string &path, EditedFile &edited) {
 }
 
 Status open_fax_to_edit(const std::string &path, FaxDocument &document, EditedFile &edited) {
+  struct stat status;
+  const bool is_file = path == "-" || stat(path.c_str(), &status) != 0 || S_ISREG(status.st_mode);
+  if (!is_file && !S_ISDIR(status.st_mode)) return failure("%s: not a regular file", path.c_str());
   return lock_to_replace(path, edited) == DONE ? open_fax(path, document) : FAILED;
 }
 
@@ -153,7 +170,6 @@ std::string open_included_fax(const FaxDocument &document, const std::string &na
   if (std::string fault = load(path, *read); !fault.empty()) return fault;
   included = {read, std::move(read->fd)};
   read->lines = {};
-  if (!read->inclusions_usable) read->inclusions = {};
   remember(*document.included_files, name, read);
   return {};
 }
@@ -176,9 +192,19 @@ std::string inclusion_fault(const FaxDocument &document) {
     return "readers find no INCLUDE lines in a header of more than " + std::to_string(LONGEST_SCANNED) + " bytes";
   const char *name = keyword(FAXFILE_INCLUDE);
   size_t next = document.inclusions.empty() ? 0 : document.inclusions.back().line + 1;
-  while (next < document.lines.size() && !header_line_value(document.lines[next], name)) ++next;
+  while (next < document.lines.size() && !mentions_inclusion(document.lines[next])) ++next;
   const std::string line = next < document.lines.size() ? document.lines[next] : name;
   return "\"" + line + "\" is out of order or has no name, page and count (see keywords set --force)";
+}
+
+Status check_inclusion_lines(const FaxDocument &document, int32_t place) {
+  for (const Inclusion &inclusion : document.inclusions) {
+    const std::string &line = document.lines[inclusion.line];
+    if (inclusion.at > place && hides_inclusion(line))
+      return failure("%s: \"INCLUDE:\" inside the line %s is read as an inclusion (see keywords set)", document.name(),
+                     line.substr(0, line.find(':')).c_str());
+  }
+  return DONE;
 }
 
 Status report_invalid_inclusions(const FaxDocument &document) {
@@ -250,7 +276,7 @@ Status locate_page(const FaxDocument &document, int32_t page, FaxPage &found) {
   for (int32_t depth = 0; file->mentions_inclusions; ++depth) {
     char name[INCLUDE_NAME_SIZE] = "";
     if (build_inclusion_list(fd, &found.source_page, name) != 0) {
-      if (!file->inclusions_clear) break;  // readers then take the number for that of a record
+      if (!file->inclusions_whole) break;  // readers then take the number for that of a record
       return failure("%s: page %d: the header of %s cannot be read again", document.name(), page, file->name());
     }
     if (!*name) break;

@@ -13,6 +13,7 @@
 
 #include "faxfile/fax_lock.h"
 #include "faxfile/header_lines.h"
+#include "faxfile/header_text.h"
 #include "io/report.h"
 #include "support/handle.h"
 
@@ -22,7 +23,7 @@ namespace tolvane {
 constexpr int32_t MOST_RECORDS = 32766;
 
 /// Bytes of a header in which readers look for inclusions; those of a longer one are not found.
-constexpr size_t LONGEST_SCANNED = 10000;
+constexpr size_t LONGEST_SCANNED = INCLUSION_HEADER.longest_text;
 
 /// Files on the way to a page at most, as the page reader follows them.
 constexpr int32_t DEEPEST_INCLUSION = 32;
@@ -51,17 +52,17 @@ struct FaxDocument {
   std::string shown_name;             ///< for messages
   Descriptor fd;                      ///< open for reading
   std::vector<std::string> lines;     ///< header lines in order
-  std::vector<Inclusion> inclusions;  ///< up to the first invalid one
+  std::vector<Inclusion> inclusions;  ///< that readers find, up to the first invalid one
   bool mentions_inclusions = false;   ///< readers find "INCLUDE:" in the header: pages need not be the records
-  bool inclusions_usable = true;      ///< if not, readers count page records only from some page on
-  bool inclusions_clear = true;       ///< and no other text of the header can be taken for one
-  int32_t included_pages = 0;         ///< sum of the counts of the inclusions
-  int32_t coding = 0;                 ///< compression code; -1: not a code
-  int32_t resolution = 0;             ///< vertical resolution code; -1: missing or not a code
-  std::vector<PageRecord> records;    ///< whole page records in order
-  int64_t records_start = 0;          ///< offset of the first record
-  int64_t lost_bytes = 0;             ///< bytes after the last whole record: one that is cut short
-  struct stat status = {};            ///< of the file, before all this was read
+  bool inclusions_usable = true;      ///< if not, some line for one says nothing to readers
+  bool inclusions_whole = true;     ///< if not, after these inclusions readers take a page for the record of its number
+  int32_t included_pages = 0;       ///< sum of the counts of the inclusions
+  int32_t coding = 0;               ///< compression code; -1: not a code
+  int32_t resolution = 0;           ///< vertical resolution code; -1: missing or not a code
+  std::vector<PageRecord> records;  ///< whole page records in order
+  int64_t records_start = 0;        ///< offset of the first record
+  int64_t lost_bytes = 0;           ///< bytes after the last whole record: one that is cut short
+  struct stat status = {};          ///< of the file, before all this was read
   std::shared_ptr<IncludedFiles> included_files;
 };
 
@@ -97,7 +98,7 @@ struct EditedFile {
 /// @return DONE, or FAILED after a message: another program keeps the file locked for reading
 Status lock_to_replace(const std::string &path, EditedFile &edited);
 
-/// `open_fax` for a file that is about to be replaced: it is locked before it is read.
+/// `open_fax` for a file that is about to be replaced: a regular one, and it is locked before it is read.
 Status open_fax_to_edit(const std::string &path, FaxDocument &document, EditedFile &edited);
 
 /// `open_fax` for a file that a document includes, itself or through others: a regular file, and no message. The file
@@ -112,6 +113,10 @@ bool lies_outside(int fd, const std::string &directory);
 
 /// Whether readers would find an inclusion inside a line: they search the whole header for the text.
 bool hides_inclusion(const std::string &line);
+
+/// Whether inclusions after page record `place` can be changed: none of them is inside another line. DONE, or FAILED
+/// after a message.
+Status check_inclusion_lines(const FaxDocument &document, int32_t place);
 
 /// What is wrong with the INCLUDE lines of a document whose inclusions are not usable, for messages.
 std::string inclusion_fault(const FaxDocument &document);

@@ -3,6 +3,7 @@
 #include "document/page_sources.h"
 
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <map>
@@ -22,12 +23,11 @@ struct Source {
   std::string outside;  // its path without links if it is outside the directory of the document
   int32_t records = 0;
   std::vector<Inclusion> inclusions;
+  bool is_whole = true;  // no invalid inclusion follows them
 };
 
 Source source_of(const FaxDocument &document) {
-  Source source{document.path, {}, {}, document.record_count(), {}};
-  if (document.inclusions_usable) source.inclusions = document.inclusions;
-  return source;
+  return {document.path, {}, {}, document.record_count(), document.inclusions, document.inclusions_whole};
 }
 
 // The files of a document, each opened once.
@@ -41,7 +41,7 @@ class Sources {
     IncludedFax opened;
     const std::string fault = open_included_fax(document_, name, opened);
     Source &source = place->second;
-    source = fault.empty() ? source_of(*opened.fax) : Source{document_.directory + '/' + name, fault, {}, 0, {}};
+    source = fault.empty() ? source_of(*opened.fax) : Source{document_.directory + '/' + name, fault, {}, 0, {}, true};
     if (fault.empty() && lies_outside(opened.fd.get(), document_.directory))
       source.outside = path_of_descriptor(opened.fd.get());
     return source;
@@ -62,6 +62,7 @@ class Walk {
 
   // Takes the first `count` pages of a file.
   void take(const Source &source, int32_t count, int32_t depth) {
+    const int32_t wanted = count;
     int32_t record = 0;  // passed
     for (const Inclusion &inclusion : source.inclusions) {
       if (count == 0) return;
@@ -69,6 +70,7 @@ class Walk {
       take_included(inclusion.name, std::min(count, inclusion.count), depth);
       count -= std::min(count, inclusion.count);
     }
+    if (!source.is_whole) record = wanted - count;
     take_records(source, count, record, count);
   }
 
@@ -130,6 +132,18 @@ class Walk {
   int32_t total_ = 0;   // and those that are not
   int32_t visits_ = 0;  // of included files
 };
+
+bool is_one_file(const struct stat &one, const struct stat &other) {
+  return one.st_dev == other.st_dev && one.st_ino == other.st_ino;
+}
+
+// Whether a file that is yet to be made would be the one that is missing at a path.
+bool has_name_of(const std::string &output, const std::string &path) {
+  struct stat one, other;
+  return output.substr(output.rfind('/') + 1) == path.substr(path.rfind('/') + 1) &&
+         stat(directory_of(output).c_str(), &one) == 0 && stat(directory_of(path).c_str(), &other) == 0 &&
+         is_one_file(one, other);
+}
 
 Walk walk_all(const FaxDocument &document) {
   Walk walk(document);
@@ -201,19 +215,18 @@ const std::vector<std::string> &source_paths(const FaxDocument &document) {
 }
 
 Status check_not_source(const std::string &output, const FaxDocument &document, bool itself) {
+  const bool is_stream = output == "-";
   struct stat file, own;
-  if (stat(output.c_str(), &file) != 0) return DONE;
-  const auto is_output = [&](const struct stat &other) {
-    return other.st_dev == file.st_dev && other.st_ino == file.st_ino;
-  };
-  const bool is_own = fstat(document.fd.get(), &own) == 0 && is_output(own);
+  const bool exists = (is_stream ? fstat(STDOUT_FILENO, &file) : stat(output.c_str(), &file)) == 0;
+  const bool is_own = exists && fstat(document.fd.get(), &own) == 0 && is_one_file(own, file);
   const std::vector<std::string> &paths = source_paths(document);
   const bool is_included = std::any_of(paths.begin() + 1, paths.end(), [&](const std::string &path) {
     struct stat source;
-    return stat(path.c_str(), &source) == 0 && is_output(source);
+    return exists ? stat(path.c_str(), &source) == 0 && is_one_file(source, file) : has_name_of(output, path);
   });
-  if (!is_included && !(is_own && !itself)) return DONE;
-  return failure("%s: not overwritten, since %s takes pages from it", output.c_str(), document.name());
+  if (!is_included && !(is_own && (is_stream || !itself))) return DONE;
+  return failure("%s: not overwritten, since %s takes pages from it", is_stream ? "standard output" : output.c_str(),
+                 document.name());
 }
 
 }  // namespace tolvane

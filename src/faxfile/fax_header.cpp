@@ -12,8 +12,6 @@
 #include <unistd.h>
 
 #include <bit>
-#include <functional>
-#include <string_view>
 
 #include "faxfile/header_text.h"
 #include "faxfile/session_params.h"
@@ -100,6 +98,19 @@ bool is_named(const FaxHeader *record, const char *attr) {
   return attr && strcmp(record->attr, attr) == 0;
 }
 
+// A polynomial in a number that nobody knows who makes the names: those of a file cannot be made to meet in one place.
+size_t hash_of(const char *name) {
+  constexpr uint64_t PRIME = 0x7FFFFFFF;
+  static const uint64_t unknown = [] {
+    uint32_t random = 0x2545F491;
+    [[maybe_unused]] const int filled = getentropy(&random, sizeof random);
+    return random % (PRIME - 256) + 256;
+  }();
+  uint64_t value = 1;
+  for (; *name; ++name) value = (value * unknown + static_cast<unsigned char>(*name)) % PRIME;
+  return value;
+}
+
 // The records of a list by name, so that reading a header takes time linear in its size: a hash table with open
 // addressing, at most half full.
 class NameIndex {
@@ -118,7 +129,7 @@ class NameIndex {
 
   // The place of a name: its record, or null for the caller to fill.
   FaxHeader **find(const char *name) {
-    size_t slot = std::hash<std::string_view>()(name) & (size_ - 1);
+    size_t slot = hash_of(name) & (size_ - 1);
     while (slots_.get()[slot] && !is_named(slots_.get()[slot], name)) slot = (slot + 1) & (size_ - 1);
     return slots_.get() + slot;
   }

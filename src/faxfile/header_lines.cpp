@@ -12,7 +12,26 @@
 namespace tolvane {
 namespace {
 [[gnu::used]] const char SCCS_ID[] = "@(#)|header_lines|9|01|2|0|0|11/23/26|06:28:53";
+
+// Adds the inclusion of which the fields are at `text`; false if it is not a valid one.
+bool add_inclusion(size_t line, const char *text, std::vector<Inclusion> &inclusions) {
+  char name[INCLUDE_NAME_SIZE];
+  int16_t at = 0;
+  int32_t count = 0;
+  static_assert(INCLUDE_NAME_SIZE == 208, "the width of the first field");
+  if (sscanf(text, "%207s %hd %d", name, &at, &count) != 3 || count < 0) return false;
+  if (at < (inclusions.empty() ? 1 : inclusions.back().at)) return false;
+  inclusions.push_back({line, name, at, count});
+  return true;
 }
+
+std::string joined(const HeaderLines &lines) {
+  std::string text;
+  text.reserve(header_length(lines));
+  for (const std::string &line : lines) text.append(line) += '\n';
+  return text;
+}
+}  // namespace
 
 int16_t read_header_lines(int32_t fd, HeaderLines &lines) {
   HeaderText text;
@@ -31,10 +50,7 @@ size_t header_length(const HeaderLines &lines) {
 }
 
 int write_header_lines(int32_t fd, const HeaderLines &lines) {
-  std::string text;
-  text.reserve(header_length(lines));
-  for (const std::string &line : lines) text.append(line) += '\n';
-  return write_header_text(fd, text);
+  return write_header_text(fd, joined(lines));
 }
 
 const char *header_line_value(const std::string &line, const char *name) {
@@ -65,14 +81,20 @@ int read_inclusions(const HeaderLines &lines, std::vector<Inclusion> &inclusions
   inclusions.clear();
   for (size_t i = 0; i < lines.size(); ++i) {
     const char *value = header_line_value(lines[i], faxFileKeywordList[FAXFILE_INCLUDE]);
-    if (!value) continue;
-    char name[INCLUDE_NAME_SIZE];
-    int16_t at = 0;
-    int32_t count = 0;
-    static_assert(INCLUDE_NAME_SIZE == 208, "the width of the first field");
-    if (sscanf(value, "%207s %hd %d", name, &at, &count) != 3 || count < 0) return 0;
-    if (at < (inclusions.empty() ? 1 : inclusions.back().at)) return 0;
-    inclusions.push_back({i, name, at, count});
+    if (value && !add_inclusion(i, value, inclusions)) return 0;
+  }
+  return 1;
+}
+
+int find_inclusions(const HeaderLines &lines, std::vector<Inclusion> &inclusions) {
+  inclusions.clear();
+  const std::string text = joined(lines);
+  const char *at = text.c_str(), *line_end = strchr(at, '\n');
+  size_t line = 0;
+  while ((at = strstr(at, "INCLUDE:"))) {
+    for (; line_end && line_end < at; line_end = strchr(line_end + 1, '\n')) ++line;
+    at += strlen("INCLUDE:");
+    if (!add_inclusion(line, at, inclusions)) return 0;
   }
   return 1;
 }

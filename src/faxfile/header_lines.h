@@ -48,4 +48,7 @@ void set_header_value(HeaderLines &lines, const char *name, const std::string &v
 ///         that line are given
 int read_inclusions(const HeaderLines &lines, std::vector<Inclusion> &inclusions);
 
+/// The same as readers of pages find them: wherever "INCLUDE:" stands in the text, in a value of another line too.
+int find_inclusions(const HeaderLines &lines, std::vector<Inclusion> &inclusions);
+
 }  // namespace tolvane

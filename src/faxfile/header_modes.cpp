@@ -32,11 +32,11 @@ int32_t code_character(const char *value) {
   return static_cast<unsigned char>(value[strspn(value, " \t\n\v\f\r")]);
 }
 
-bool is_read_whole(const HeaderLines &lines) {
-  const bool includes = std::any_of(lines.begin(), lines.end(), [](const std::string &line) {
-    return header_line_value(line, keyword(FAXFILE_INCLUDE));
-  });
-  return lines.size() <= MOST_HEADER_LINES && (!includes || header_length(lines) <= INCLUSION_HEADER.longest_text);
+// Whether readers find no inclusions, though there are some.
+bool hides_all_inclusions(const HeaderLines &lines) {
+  const bool includes = std::any_of(lines.begin(), lines.end(),
+                                    [](const std::string &line) { return line.find("INCLUDE:") != std::string::npos; });
+  return includes && header_length(lines) > INCLUSION_HEADER.longest_text;
 }
 
 }  // namespace
@@ -68,7 +68,8 @@ bool set_header_page_count(HeaderLines &lines, int32_t pages) {
 }
 
 bool header_loses_readers(const HeaderLines &before, const HeaderLines &after) {
-  return is_read_whole(before) && !is_read_whole(after);
+  return (before.size() <= MOST_HEADER_LINES && after.size() > MOST_HEADER_LINES) ||
+         (!hides_all_inclusions(before) && hides_all_inclusions(after));
 }
 
 }  // namespace tolvane

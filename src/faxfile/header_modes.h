@@ -30,8 +30,8 @@ bool set_header_page_count(HeaderLines &lines, int32_t pages);
 /// Lines of the longest header that the viewer reads; it reads none of a longer one.
 constexpr size_t MOST_HEADER_LINES = 99;
 
-/// Whether a change of the lines takes them beyond what readers read: MOST_HEADER_LINES, and 10000 bytes if pages are
-/// included. False if they were beyond it before.
+/// Whether a change of the lines takes them beyond what readers read: MOST_HEADER_LINES, or 10000 bytes if pages are
+/// included. A limit that they were beyond before does not count.
 bool header_loses_readers(const HeaderLines &before, const HeaderLines &after);
 
 }  // namespace tolvane

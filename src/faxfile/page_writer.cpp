@@ -109,7 +109,8 @@ bool append_record(int32_t fd, const uint8_t *data, uint32_t length) {
   uint8_t word[FAXFILE_WORD];
   put_word(word, length);
   const int64_t end = file_size(fd);
-  return end >= 0 && replace_end(fd, end, {piece(word, sizeof word), piece(data, length)}, {});
+  return end >= 0 && may_grow_to(end + static_cast<int64_t>(sizeof word) + length) &&
+         replace_end(fd, end, {piece(word, sizeof word), piece(data, length)}, {});
 }
 
 // Puts the record of a page before the page that it was started for. Another editor may have been at the file since.

@@ -69,10 +69,16 @@ int tr_close() {
 }
 
 namespace {
-// The working directory may belong to anybody. A file there counts if it is the user's or root's, and others may not
-// write it.
-bool is_trusted(const struct stat &status) {
-  return S_ISREG(status.st_mode) && (status.st_uid == geteuid() || status.st_uid == 0) && !(status.st_mode & S_IWOTH);
+bool is_of_user_or_root(const struct stat &status) {
+  return status.st_uid == geteuid() || status.st_uid == 0;
+}
+
+// The working directory may belong to anybody. A file there counts if it is the user's or root's, and so is a link that
+// leads to it, and others may not write it.
+bool is_trusted(const char *path, const struct stat &status) {
+  struct stat link;
+  return S_ISREG(status.st_mode) && is_of_user_or_root(status) && !(status.st_mode & S_IWOTH) &&
+         lstat(path, &link) == 0 && is_of_user_or_root(link);
 }
 
 // Whether directory and separator lead to a TRACES; a name that does not fit leads nowhere. Without a directory it is
@@ -81,7 +87,7 @@ bool is_config(char *path, struct stat *status, const char *directory, const cha
   const int length = snprintf(path, PATH_LIMIT, "%s%sTRACES", directory, separator);
   if (length < 0 || static_cast<size_t>(length) >= PATH_LIMIT) return false;
   if (Debug) printf("looking for file '%s'\n", path);
-  return stat(path, status) == 0 && (*directory || is_trusted(*status));
+  return stat(path, status) == 0 && (*directory || is_trusted(path, *status));
 }
 
 // Opens TRACES to read, if it is still what it was when it was found: no FIFO is waited for.
@@ -89,7 +95,7 @@ FILE *open_config(const char *path) {
   Descriptor file(open(path, O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC));
   struct stat status;
   if (!file || fstat(file.get(), &status) != 0 || !S_ISREG(status.st_mode)) return nullptr;
-  if (!strchr(path, '/') && !is_trusted(status)) return nullptr;
+  if (!strchr(path, '/') && !is_trusted(path, status)) return nullptr;
   FILE *stream = fdopen(file.get(), "r");
   if (stream) file.release();
   return stream;
@@ -225,11 +231,12 @@ int trace_to_stream(const char *program, const char *output, FILE *stream) {
   return turn_on(program, stream);
 }
 
-// Whether anybody may make files in the directory of a path.
+// Whether somebody else may make files in the directory of a path.
 bool is_shared_directory(const char *path) {
   std::string directory = path;
   struct stat status;
-  return stat(dirname(directory.data()), &status) != 0 || (status.st_mode & S_IWOTH);
+  return stat(dirname(directory.data()), &status) != 0 || !is_of_user_or_root(status) ||
+         (status.st_mode & (S_IWGRP | S_IWOTH));
 }
 
 // Opens the trace file. It is a regular file and the user's own; in a directory where others may make files it is no
