@@ -154,6 +154,19 @@ TEST_F(Memory, WhatASmallFileRepeatsIsNotKept) {
   expect_little("create new.fax texts.png");
 }
 
+TEST_F(Memory, ReportsGrowLittleWithWhatTheyList) {
+  std::string wrong;
+  for (int i = 0; i < 500000; ++i) wrong.append("\0\xE8", 2);  // in MH, a damaged line
+  const std::string lines = "#PAGES:1\nRESOLUTION:1\n", many = std::string(236, 'n') + ".fax";
+  dir.write("feeds.fax", fax_bytes(lines + std::string(1000000, '\n'), {wrong.substr(0, 24)}));
+  dir.write("wrong.fax", fax_bytes(lines, {wrong}));
+  dir.write(many, fax_bytes(lines, std::vector<std::string>(32000, wrong.substr(0, 24))));
+  for (const std::string &file : {std::string("feeds.fax"), std::string("wrong.fax"), many}) {
+    for (const std::string command : {"info --json ", "check ", "check --json "})
+      expect_little(command + file + " >/dev/null 2>&1", "3");
+  }
+}
+
 TEST_F(Memory, WhatWouldTakeTooMuchIsRefused) {
   // 64257 samples of 65532 bits for each pixel.
   write_tags("samples.tif", std::string(100, '\0'),

@@ -69,8 +69,9 @@ TEST_F(Output, AnyNumberOfThreadsGivesTheSameBytesAndMessages) {
   dir.write("in.fax", fax_bytes("#PAGES:12\nRESOLUTION:0\nCOMPRESSION:0\n", records));
   dir.write("in.pbm",
             pbm(load_chart("itu4")) + pbm(random_page(1, 3)) + pbm(load_chart("itu7")) + pbm(random_page(2, 9)));
-  for (const std::string command : {"extract in.fax - -fpdf", "extract in.fax - -ftiff --coding g3", "check in.fax",
-                                    "merge --coding mmr --resolution fine - in.fax", "create - in.pbm in.pbm"}) {
+  for (const std::string command :
+       {"extract in.fax - -fpdf", "extract in.fax - -ftiff --coding g3", "check in.fax", "check --json in.fax in.fax",
+        "merge --coding mmr --resolution fine - in.fax", "create - in.pbm in.pbm"}) {
     const ToolRun one = run(command + " -j 1");
     EXPECT_EQ(one.status, command.starts_with("create") ? 0 : 3) << command;
     for (const char *threads : {" -j 2", " --jobs=7"}) {

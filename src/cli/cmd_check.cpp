@@ -1,6 +1,7 @@
 // tolvane-fax check: decodes every page of fax files and compares headers with the facts. Faults are reported on
 // standard error; each file gets one line on standard output.
 #include <cstdio>
+#include <memory>
 
 #include "cli/commands.h"
 #include "cli/file_work.h"
@@ -81,17 +82,17 @@ struct Verdict {
   Diagnostics faults;
 };
 
-void find_faults(const FaxDocument &document, Verdict &verdict) {
-  const HoldDiagnostics hold(verdict.faults);
+Status find_faults(const FaxDocument &document, Verdict &verdict) {
   std::vector<PageFacts> pages;
   Status status = check_modes(document);
   status = worse(status, check_header_text(document));
   status = worse(status, survey_pages(document, pages));
-  verdict.status = worse(status, check_included(document, pages));
+  status = worse(status, check_included(document, pages));
   for (const PageFacts &page : pages) {
     verdict.pages += int64_t{page.last_page} - page.page + 1;
     verdict.lines += page.lines;
   }
+  return status;
 }
 
 void print_text(const Verdict &verdict) {
@@ -102,30 +103,35 @@ void print_text(const Verdict &verdict) {
 void print_json(const Verdict &verdict) {
   JsonObject object = file_object(verdict.path);
   object.update({{"good", verdict.status == DONE}, {"pages", verdict.pages}, {"lines", verdict.lines}});
-  object["faults"] = JsonObject::array();
-  for (const auto &[text, is_fault] : verdict.faults) {
-    const size_t name = text.starts_with(verdict.name + ": ") ? verdict.name.size() + 2 : 0;
-    if (is_fault) object["faults"].push_back(text.substr(name));
+  print_members(object);
+  {
+    PrintedArray faults("faults");
+    const std::string start = verdict.name + ": ";
+    verdict.faults.for_each([&](const Diagnostic &one) {
+      const size_t name = one.text.starts_with(start) ? start.size() : 0;
+      if (one.is_fault) faults.add(one.text.substr(name));
+    });
   }
-  puts(json_line(object).c_str());
+  puts("}");
 }
 
+// The diagnostics can be many: they are held once, and printed with the verdict.
 FileReport check_file(const std::string &path) {
-  Verdict verdict;
-  std::string error;
-  const auto judge = [&] {
+  const auto verdict = std::make_shared<Verdict>();
+  verdict->path = path;
+  {
+    const HoldDiagnostics hold(verdict->faults);
     FaxDocument document;
-    if (open_fax(path, document) != DONE) return FAILED;
-    verdict.path = path, verdict.name = document.shown_name;
-    find_faults(document, verdict);
-    pass_on_diagnostics(verdict.faults);
-    return verdict.status;
-  };
-  if (with_error(error, judge) == FAILED) return unreadable_file(path, error, as_json);
+    verdict->status = open_fax(path, document);
+    verdict->name = document.shown_name;
+    if (verdict->status == DONE) verdict->status = find_faults(document, *verdict);
+  }
   return [verdict] {
+    print_diagnostics(verdict->faults);
+    if (verdict->status == FAILED) return unreadable_file(verdict->path, last_fault(verdict->faults), as_json)();
     wipe_progress();
-    (as_json ? print_json : print_text)(verdict);
-    return verdict.status;
+    (as_json ? print_json : print_text)(*verdict);
+    return verdict->status;
   };
 }
 

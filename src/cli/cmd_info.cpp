@@ -86,40 +86,51 @@ JsonObject damage_object(const LineDamage &place) {
   return {{"line", place.line}, {"what", damage_text(place.kind)}};
 }
 
-JsonObject page_object(const PageFacts &page) {
+void print_page_object(const PageFacts &page) {
   JsonObject object = {{"page", page.page}, {"readable", page.readable}};
   if (page.last_page != page.page) object.update({{"last_page", page.last_page}});
   if (!page.source.empty()) object.update({{"file", page.source}, {"record", page.source_page}});
-  if (!page.readable) return object;
-  object.update({{"coding", coding_name(page.coding)}, {"bytes", page.bytes}});
-  if (!page.decoded) return object;
-  JsonObject damage = JsonObject::array();
-  for (const LineDamage &place : page.damage) damage.push_back(damage_object(place));
-  object.update({{"lines", page.lines}, {"damaged_lines", page.damaged_lines}, {"damage", damage}});
-  if (!page.checksum.empty()) object.update({{"sha256", page.checksum}});
+  const bool decoded = page.readable && page.decoded;
+  if (page.readable) object.update({{"coding", coding_name(page.coding)}, {"bytes", page.bytes}});
+  if (decoded) object.update({{"lines", page.lines}, {"damaged_lines", page.damaged_lines}});
+  print_members(object);
+  if (decoded) {
+    PrintedArray damage("damage");
+    for (const LineDamage &place : page.damage) damage.add(damage_object(place));
+  }
+  if (decoded && !page.checksum.empty()) printf(",\"sha256\":\"%s\"", page.checksum.c_str());
+  putchar('}');
+}
+
+JsonObject header_object(const std::string &line) {
+  const size_t colon = line.find(':');
+  JsonObject object = {{"name", line.substr(0, colon)}, {"value", nullptr}};
+  if (colon != line.npos) object["value"] = line.substr(colon + 1);
   return object;
 }
 
 void print_json(const FaxFacts &facts) {
   const FaxDocument &document = facts.document;
-  JsonObject header = JsonObject::array();
-  for (const std::string &line : document.lines) {
-    const size_t colon = line.find(':');
-    JsonObject entry = {{"name", line.substr(0, colon)}, {"value", nullptr}};
-    if (colon != line.npos) entry["value"] = line.substr(colon + 1);
-    header.push_back(entry);
-  }
   JsonObject object = file_object(document.path);
   object.update({{"size", facts.size},
                  {"coding", coding_name(document.coding)},
                  {"lines_per_inch", nullptr},
                  {"own_pages", document.record_count()},
-                 {"lost_bytes", document.lost_bytes},
-                 {"header", header},
-                 {"pages", JsonObject::array()}});
+                 {"lost_bytes", document.lost_bytes}});
   if (document.resolution >= 0) object["lines_per_inch"] = std::lround(lines_per_inch(document.resolution));
-  for (const PageFacts &page : facts.pages) object["pages"].push_back(page_object(page));
-  puts(json_line(object).c_str());
+  print_members(object);
+  {
+    PrintedArray header("header");
+    for (const std::string &line : document.lines) header.add(header_object(line));
+  }
+  {
+    PrintedArray pages("pages");
+    for (const PageFacts &page : facts.pages) {
+      pages.begin_element();
+      print_page_object(page);
+    }
+  }
+  puts("}");
 }
 
 // A field of a CSV line (RFC 4180).

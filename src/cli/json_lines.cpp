@@ -2,7 +2,6 @@
 // where JSON is wanted: without memory their destructors end the program.
 #include "cli/json_lines.h"
 
-#include <algorithm>
 #include <cstdio>
 
 #include "io/input_file.h"
@@ -28,6 +27,30 @@ std::string json_line(const JsonObject &object) {
   return object.dump(-1, ' ', false, JsonObject::error_handler_t::replace);
 }
 
+void print_members(const JsonObject &object) {
+  std::string line = json_line(object);
+  line.pop_back();
+  fputs(line.c_str(), stdout);
+}
+
+PrintedArray::PrintedArray(const char *name) {
+  printf(",\"%s\":[", name);
+}
+
+PrintedArray::~PrintedArray() {
+  putchar(']');
+}
+
+void PrintedArray::begin_element() {
+  if (!is_empty_) putchar(',');
+  is_empty_ = false;
+}
+
+void PrintedArray::add(const JsonObject &element) {
+  begin_element();
+  fputs(json_line(element).c_str(), stdout);
+}
+
 Status with_error(std::string &error, const std::function<Status()> &work) {
   Diagnostics faults;
   Status status;
@@ -36,9 +59,16 @@ Status with_error(std::string &error, const std::function<Status()> &work) {
     status = work();
   }
   pass_on_diagnostics(faults);
-  const auto last = std::find_if(faults.rbegin(), faults.rend(), [](const Diagnostic &one) { return one.is_fault; });
-  if (status == FAILED) error = last == faults.rend() ? "unreadable" : last->text;
+  if (status == FAILED) error = last_fault(faults);
   return status;
+}
+
+std::string last_fault(const Diagnostics &diagnostics) {
+  std::string last = "unreadable";
+  diagnostics.for_each([&](const Diagnostic &one) {
+    if (one.is_fault) last = one.text;
+  });
+  return last;
 }
 
 FileReport unreadable_file(const std::string &path, const std::string &error, bool as_json) {

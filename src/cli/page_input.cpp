@@ -129,7 +129,7 @@ class NewPages {
       if (read_ == 1) header = std::move(picture.header);
       const int64_t memory = memory_of(picture);
       auto page = std::make_shared<NewPage>(NewPage{input_name(file), memory, std::move(picture), {}, {}});
-      page->diagnostics.swap(held);
+      std::swap(page->diagnostics, held);
       hold.reset();
       const Status added = add(page);
       hold.emplace(held);

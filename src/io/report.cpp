@@ -18,6 +18,7 @@ namespace tolvane {
 namespace {
 [[gnu::used]] const char SCCS_ID[] = "@(#)|report|9|01|4|0|0|11/23/26|11:29:38";
 
+constexpr size_t BLOCK = 64 << 10;      // bytes of diagnostics in one block, or a little more
 constexpr size_t DAMAGE_REPORTED = 10;  // damaged places of one page that are reported one by one
 
 bool progress_on_screen = false;
@@ -39,6 +40,12 @@ void print_diagnostic(const std::string &text) {
   fprintf(stderr, "%s%s\n", name, printable(text, "\t").c_str());
 }
 
+// What comes before the rest of a text in a block.
+struct TextStart {
+  uint32_t common, rest;  // bytes: as in the text before, and those that follow
+  bool is_fault;
+};
+
 thread_local Diagnostics *held_back = nullptr;  // null: diagnostics are printed at once
 
 void take_diagnostic(const char *format, va_list arguments, bool is_fault = true) {
@@ -48,7 +55,7 @@ void take_diagnostic(const char *format, va_list arguments, bool is_fault = true
   vsnprintf(text.data(), text.size() + 1, format, again);
   va_end(again);
   if (held_back)
-    held_back->push_back({std::move(text), is_fault});
+    held_back->add(text, is_fault);
   else
     print_diagnostic(text);
 }
@@ -71,13 +78,38 @@ HoldDiagnostics::~HoldDiagnostics() {
   held_back = before_;
 }
 
+void Diagnostics::add(std::string_view text, bool is_fault) {
+  const auto common = static_cast<size_t>(std::ranges::mismatch(text, last_).in1 - text.begin());
+  const TextStart start = {static_cast<uint32_t>(common), static_cast<uint32_t>(text.size() - common), is_fault};
+  std::string entry(reinterpret_cast<const char *>(&start), sizeof start), last(text);
+  entry += text.substr(common);
+  if (blocks_.empty() || blocks_.back().size() >= BLOCK) blocks_.emplace_back();
+  blocks_.back() += entry;
+  last_ = std::move(last);
+}
+
+void Diagnostics::for_each(const std::function<void(const Diagnostic &)> &use) const {
+  Diagnostic one;
+  for (const std::string &block : blocks_) {
+    for (size_t at = 0; at < block.size();) {
+      TextStart start;
+      memcpy(&start, &block[at], sizeof start);
+      at += sizeof start;
+      one.text.replace(start.common, std::string::npos, block, at, start.rest);
+      one.is_fault = start.is_fault;
+      at += start.rest;
+      use(one);
+    }
+  }
+}
+
 void print_diagnostics(const Diagnostics &held) {
-  for (const Diagnostic &each : held) print_diagnostic(each.text);
+  held.for_each([](const Diagnostic &each) { print_diagnostic(each.text); });
 }
 
 void pass_on_diagnostics(const Diagnostics &held) {
   if (held_back)
-    held_back->insert(held_back->end(), held.begin(), held.end());
+    held.for_each([](const Diagnostic &each) { held_back->add(each.text, each.is_fault); });
   else
     print_diagnostics(held);
 }

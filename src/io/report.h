@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <functional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace tolvane {
@@ -46,7 +47,18 @@ struct Diagnostic {
   std::string text;
   bool is_fault = true;  ///< not of `notice`, `say_verbose` or `report_on_terminal`
 };
-using Diagnostics = std::vector<Diagnostic>;
+
+/// Diagnostics in order. A damaged page may have many that begin alike: what a text has in common with the one before
+/// is not stored again.
+class Diagnostics {
+ public:
+  void add(std::string_view text, bool is_fault);
+  void for_each(const std::function<void(const Diagnostic &)> &use) const;
+
+ private:
+  std::vector<std::string> blocks_;
+  std::string last_;  // the text added last
+};
 
 /// Holds back the diagnostics of this thread as long as the object lives.
 class HoldDiagnostics {
