@@ -168,6 +168,12 @@ TEST_F(File, CopyAndMoveKeepBytesAndSettleModes) {
     EXPECT_TRUE(read_file(file) == bytes && fs::status(file).permissions() == fs::perms(mode)) << file;
     EXPECT_EQ(fs::exists(source), operation == copy);
   }
+  make("source", 0644, bytes);
+  ASSERT_EQ(link("source", "twin") + link("source", "dir/twin"), 0);
+  for (const auto &[source, is_left] : {std::pair("./twin", true), {"source", false}, {"dir/twin", false}}) {
+    EXPECT_EQ(ks_move(source, "twin"), 1);
+    EXPECT_TRUE(fs::exists(source) == is_left && read_file("twin") == bytes) << source;
+  }
   unlink(other.c_str());
 }
 

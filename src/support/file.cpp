@@ -12,6 +12,7 @@
 #include <algorithm>
 #include <array>
 #include <cstdio>
+#include <string>
 #include <string_view>
 #include <utility>
 
@@ -62,6 +63,10 @@ bool find_on_path(PathBuffer &path, const char *name, Condition *accepts) {
     if (!element.empty() && join(path, element, name) && accepts(path)) return true;
   }
   return false;
+}
+
+bool is_same_file(const struct stat &one, const struct stat &other) {
+  return one.st_dev == other.st_dev && one.st_ino == other.st_ino;
 }
 
 const char *last_component(const char *path) {
@@ -328,7 +333,7 @@ bool copy_file(const char *source, const char *target, bool whole) {
   struct stat status = {};
   const Descriptor in = open_source(source, &status);
   if (!in) return false;
-  if (exists && old_target.st_dev == status.st_dev && old_target.st_ino == status.st_ino) {
+  if (exists && is_same_file(old_target, status)) {
     trprintf("copy: \"%s\" and \"%s\" are the same file.\n", source, target);
     errno = EEXIST;
     return false;
@@ -352,6 +357,18 @@ int copy(const char *source, const char *target) {
   return copy_file(source, target, false);
 }
 
+namespace {
+// Whether two paths are different names of one file. `rename` leaves both of them.
+bool are_hard_links(const std::string &one, const std::string &other) {
+  struct stat first, second;
+  if (lstat(one.c_str(), &first) != 0 || lstat(other.c_str(), &second) != 0) return false;
+  if (!S_ISREG(first.st_mode) || first.st_nlink < 2 || !is_same_file(first, second)) return false;
+  if (one.substr(one.rfind('/') + 1) != other.substr(other.rfind('/') + 1)) return true;
+  return stat(directory_of(one).c_str(), &first) == 0 && stat(directory_of(other).c_str(), &second) == 0 &&
+         !is_same_file(first, second);
+}
+}  // namespace
+
 int ks_move(const char *source, const char *target) {
   struct stat status;
   if (stat(source, &status) != 0) {
@@ -362,14 +379,16 @@ int ks_move(const char *source, const char *target) {
     trprintf("ks_move: \"%s\" isn't a regular file.\n", source);
     return 0;
   }
-  if (rename(source, target) == 0) return 1;
-  if (errno != EISDIR && errno != EXDEV && errno != EMLINK) {
-    trprintf("ks_move: rename(\"%s\",\"%s\") failed: %s.\n", source, target, strerror(errno));
-    return 0;
-  }
-  if (!copy_file(source, target, true)) {
-    trprintf("ks_move: copy(\"%s\",\"%s\") failed: %s.\n", source, target, strerror(errno));
-    return 0;
+  if (!are_hard_links(source, target)) {
+    if (rename(source, target) == 0) return 1;
+    if (errno != EISDIR && errno != EXDEV && errno != EMLINK) {
+      trprintf("ks_move: rename(\"%s\",\"%s\") failed: %s.\n", source, target, strerror(errno));
+      return 0;
+    }
+    if (!copy_file(source, target, true)) {
+      trprintf("ks_move: copy(\"%s\",\"%s\") failed: %s.\n", source, target, strerror(errno));
+      return 0;
+    }
   }
   if (unlink(source) != 0) {
     trprintf("ks_move: unlink(\"%s\") failed: %s.\n", source, strerror(errno));

@@ -71,7 +71,8 @@ char *mkpath(const char *path);
 int copy(const char *source, const char *target);
 
 /// Moves a regular file: by `rename`, or across file systems by copying it to a new file that replaces the
-/// target whole, and removing the source.
+/// target whole, and removing the source. If the target is a hard link of the source, the source is removed; one path
+/// given twice is left alone.
 ///
 /// @return 1 with the target in place and the source gone, or 0. If only the removal failed, both exist
 int ks_move(const char *source, const char *target);
