@@ -86,6 +86,8 @@ TEST_F(Pages, WhatCannotBeDoneLeavesTheFileAlone) {
   const std::string long_header = head(9) + "INCLUDE:cover.fax 1 1\nINCLUDE_PAGES:1\nSUBJECT:";
   const std::string filled = long_header + std::string(9999 - long_header.size() - 101, 'x');
   dir.write("full.fax", fax(filled + std::string(101, '\n'), std::vector<uint32_t>(9, 9)));
+  dir.write("long.fax", fax(modes + "3\n" + std::string(33000, '\n'), {9, 8}));
+  dir.write("gap.fax", fax(head(1) + "INCLUDE:cover.fax 5 1\nINCLUDE_PAGES:1\n", {9}));
   const struct {
     const char *words, *complaint;
     int status = 2;
@@ -97,6 +99,8 @@ TEST_F(Pages, WhatCannotBeDoneLeavesTheFileAlone) {
       {"append full.fax 21.pbm", "full.fax: the header would be longer than 10000 bytes"},
       {"append many.fax 21.pbm", "many.fax: the viewer reads at most 99 header lines"},
       {"split many.fax p%d.fax", "p1.fax: the viewer reads at most 99 header lines"},
+      {"split long.fax p%d.fax", "p1.fax: the header would be longer than 32767 bytes"},
+      {"include gap.fax 1 2 main.fax", "gap.fax has no page 2 of its own"},
       {"include cover.fax 1 3 main.fax", "has 2 pages, not 3"},
       {"include other.fax 1 1 main.fax", "in MH, Fine"},
       {"include back.fax 1 2 main.fax", "includes main.fax in turn"},

@@ -72,6 +72,7 @@ Status check_sources(const FaxDocument &document, FaxDocument &included) {
   for (int32_t page = 1; page <= count && !leads_back; ++page) {
     FaxPage found;
     if (locate_page(included, page, found) != DONE) return FAILED;
+    if (found.place.offset < 0) return read_found_page(included, page, found);
     leads_back = same_file(found.source, document.path);
   }
   return leads_back ? failure("%s includes %s in turn", included.name(), document.name()) : DONE;

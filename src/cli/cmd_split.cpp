@@ -16,6 +16,8 @@ namespace tolvane {
 namespace {
 [[gnu::used]] const char SCCS_ID[] = "@(#)|cmd_split|9|01|4|0|0|11/23/26|12:46:33";
 
+constexpr size_t LONGEST_HEADER = 32767;  // bytes: each part has a header of its own
+
 std::string file;
 std::string pattern;
 int32_t every = 1;
@@ -122,6 +124,8 @@ class Parts {
       return failure("%s: more than %d pages in one file: use several", name.c_str(), MOST_RECORDS);
     if (files_.open(name) != DONE) return FAILED;
     HeaderLines lines = header();
+    if (header_length(lines) > LONGEST_HEADER)
+      return failure("%s: the header would be longer than %zu bytes", files_.file().name(), LONGEST_HEADER);
     if (set_page_counts(files_.file().name(), lines, pages) != DONE ||
         check_changed_header(files_.file().name(), document_.lines, lines) != DONE)
       return FAILED;
