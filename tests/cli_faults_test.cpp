@@ -326,6 +326,10 @@ TEST_F(Faults, LongHeadersAreWholeOrRefused) {
     EXPECT_EQ(run("render a.fax a.pbm").status, 0) << line;
   }
   complains("keywords set a.fax SUBJECT=" + std::string(33000, 'x'), 2, "longer than 32767 bytes");
+  std::string names = "COMPRESSION:3\nSUBJECT:kept\n";
+  for (int i = 0; i < 100000; ++i) names += "n" + std::to_string(i) + ":x\n";
+  dir.write("names.fax", fax_bytes(names, {encoded_page(random_page(1, 4), 3)}));
+  EXPECT_THAT(shell("ulimit -t 5; $tool extract names.fax n.tif && tiffinfo n.tif").out, HasSubstr("kept"));
 }
 
 TEST_F(Faults, TheTargetOfALinkIsReplaced) {

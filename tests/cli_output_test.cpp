@@ -95,6 +95,8 @@ TEST_F(Output, SquarePixelsRepeatLinesAndLoseNone) {
   }
   EXPECT_TRUE(single == page);
   EXPECT_EQ(shell("$tool extract a.fax - -f pbm --square --rotate 90 | pnmflip -ccw").out, pbm(square));
+  dir.write("b.fax", fax_bytes("#PAGES:1\nRESOLUTION:5\nCOMPRESSION:3\n", {encoded_page(random_page(1, 1), 3)}));
+  EXPECT_EQ(heights(run("extract b.fax - -f pbm --square").out), "1");
 }
 
 TEST_F(Output, SelectionsChooseAmongOwnAndIncludedPages) {

@@ -8,6 +8,7 @@
 
 #include "cli/commands.h"
 #include "cli/file_work.h"
+#include "cli/keyword_values.h"
 #include "cli/options.h"
 #include "cli/output_names.h"
 #include "cli/page_selection.h"
@@ -62,15 +63,24 @@ void declare(Usage &usage) {
   add_no_clobber(usage);
 }
 
-// The header lines, and the damage of the page. What they tell of bad lines is told of the first page.
-void add_metadata(const FaxDocument &document, int32_t number, const DecodedPage &decoded, PagePicture &picture) {
+// The header lines of known names, which are all that a format may have a place for. What they tell of bad lines is
+// told of the first page.
+HeaderValues values_for(const FaxDocument &document, bool is_first_page) {
+  HeaderValues values;
   for (const std::string &line : document.lines) {
     const size_t colon = line.find(':');
     if (colon == std::string::npos || is_structural(line)) continue;
+    const std::string name = line.substr(0, colon);
+    if (!is_keyword_name(name)) continue;
     std::string value = line.substr(colon + 1);
-    if (number != 1) remove_fact(value, "bad-lines");
-    add_header_value(picture.header, line.substr(0, colon).c_str(), value);
+    if (!is_first_page) remove_fact(value, "bad-lines");
+    add_header_value(values, name.c_str(), value);
   }
+  return values;
+}
+
+// The damage of the page.
+void add_damage(const DecodedPage &decoded, PagePicture &picture) {
   int32_t last = -1, in_a_row = 0;
   for (const LineDamage &damage : decoded.damage) {
     if (damage.line == last) continue;
@@ -83,7 +93,7 @@ void add_metadata(const FaxDocument &document, int32_t number, const DecodedPage
 
 // Repeats or drops lines so that there are as many per inch as pixels.
 void make_square(PagePicture &picture) {
-  const auto rows = static_cast<int32_t>(std::lround(picture.height * picture.x_dpi / picture.y_dpi));
+  const auto rows = std::max(static_cast<int32_t>(std::lround(picture.height * picture.x_dpi / picture.y_dpi)), 1);
   const size_t size = picture.row_bytes();
   std::vector<uint8_t> scaled(static_cast<size_t>(rows) * size);
   for (int32_t row = 0; row < rows; ++row) {
@@ -116,13 +126,19 @@ void put_on_paper(const char *name, const PictureFormat &format, int32_t number,
 }
 
 // Makes the picture of a page whose record has been read, and its code.
-Status make_picture(const FaxDocument &document, const PictureFormat &format, PageOut &page) {
+//
+// @param values  of the header, for this page
+Status make_picture(const FaxDocument &document, const HeaderValues &values, const PictureFormat &format,
+                    PageOut &page) {
   DecodedPage decoded;
   const Status status = decode_page(document.name(), page.number, page.found.record, page.found.coding, decoded);
   if (status == FAILED) return FAILED;
   if (decoded.count == 0) return failure("%s: page %d has no lines: skipped", document.name(), page.number);
   page.picture = {FAX_WIDTH, decoded.count, FAX_X_DPI, lines_per_inch(page.found.resolution), std::move(decoded.lines)};
-  if (!no_metadata) add_metadata(document, page.number, decoded, page.picture);
+  if (!no_metadata) {
+    page.picture.header = values;
+    add_damage(decoded, page.picture);
+  }
   put_on_paper(document.name(), format, page.number, page.picture);
   const Turn turn = wanted_turn(rotate, page.picture.rows, page.picture.width, page.picture.height);
   if (square) make_square(page.picture);
@@ -144,7 +160,11 @@ constexpr size_t MOST_HELD = 4 << 20;  // bytes
 class PagesOut {
  public:
   PagesOut(const FaxDocument &document, const PictureFormat &format, std::span<const int32_t> pages, Progress &progress)
-      : document_(document), format_(format), pages_(pages), progress_(progress) {}
+      : document_(document), format_(format), pages_(pages), progress_(progress) {
+    if (no_metadata) return;
+    first_values_ = values_for(document, true);
+    other_values_ = values_for(document, false);
+  }
 
   // @return false if there are no more pages
   bool give(PagePicture &picture) {
@@ -172,12 +192,14 @@ class PagesOut {
   int32_t number = 0;  // of the page given last
 
  private:
+  const HeaderValues &values(const PageOut &page) const { return page.number == 1 ? first_values_ : other_values_; }
+
   // Makes the picture whose rows were dropped. What is reported again is left out, but not why it fails this time.
   void make_again(PageOut &page) {
     Diagnostics repeated;
     {
       const HoldDiagnostics hold(repeated);
-      page.status = make_picture(document_, format_, page);
+      page.status = make_picture(document_, values(page), format_, page);
     }
     if (page.status == FAILED) pass_on_diagnostics(repeated);
   }
@@ -190,7 +212,7 @@ class PagesOut {
     page.status = read_fax_page(document_, page.number, page.found);
     work_.add([this, &page] {
       const HoldDiagnostics held(page.diagnostics);
-      if (page.status == DONE) page.status = make_picture(document_, format_, page);
+      if (page.status == DONE) page.status = make_picture(document_, values(page), format_, page);
       page.dropped = page.picture.rows.size() > MOST_HELD;
       if (page.dropped) page.picture.rows = std::vector<uint8_t>();  // with its memory
     });
@@ -200,6 +222,7 @@ class PagesOut {
   const PictureFormat &format_;
   std::span<const int32_t> pages_;
   Progress &progress_;
+  HeaderValues first_values_, other_values_;  // of page 1, and of all others
   size_t next_ = 0;
   std::deque<std::unique_ptr<PageOut>> under_way_;  // oldest first
   OrderedWork work_;
