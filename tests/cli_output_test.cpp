@@ -374,9 +374,12 @@ TEST_F(Output, SeveralFilesGiveWhatEachOfThemGives) {
     EXPECT_EQ(all.status, one.err.empty() ? 0 : 3) << several;
     EXPECT_EQ(shell("ls all | grep -c a5; diff -r all one; rm -rf all/* one/*").out.size(), 2U) << several;
   }
-  ASSERT_EQ(run("merge a.fax a0.fax a0.fax a0.fax a0.fax").err, "");
+  ASSERT_EQ(shell("$tool merge a.fax a0.fax a0.fax a0.fax a0.fax; ln -s b l; ln -s p2.fax p1.fax").err, "");
   const std::tuple<const char *, int, const char *> faults[] = {
       {"extract a0.fax b/a0.fax 'all/{name}.pdf'", 1, "a0.fax and b/a0.fax would both be written to all/a0.pdf"},
+      {"extract b/a0.fax l/a0.old '{dir}/{name}.pdf'", 1, "l/a0.old would both be written to l/a0.pdf"},
+      {"extract -f pbm a.fax p%d.fax", 2, "a.fax: pages 1 and 2 would both be written to p2.fax"},
+      {"split a.fax p%d.fax", 2, "p1.fax and p2.fax are one file"},
       {"extract a0.fax a1.fax all/x.pdf", 1, "needs {name}"},
       {"extract a0.fax a1.fax -fpdf ./{name}.fax", 1, "a0.fax would be written to ./a0.fax, which is to be read"},
       {"extract a0.fax", 1, "OUT is required"},
@@ -386,7 +389,7 @@ TEST_F(Output, SeveralFilesGiveWhatEachOfThemGives) {
       {"extract -j2 a2.fax a3.fax a4.fax a5.fax a.fax a1.fax 'b/{name}%d.png'", 2, "a1.fax: page 1: b/a11.png is that"},
   };
   for (const auto &[line, status, complaint] : faults) complains(line, status, complaint);
-  EXPECT_EQ(shell("echo all/*").out, "all/a0.pbm\n");
+  EXPECT_EQ(shell("echo all/* p?.fax").out, "all/a0.pbm p1.fax\n");
 }
 
 TEST_F(Output, NoClobberKeepsEveryFile) {

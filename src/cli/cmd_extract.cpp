@@ -258,7 +258,7 @@ Status extract_file(const std::string &file, const PictureFormat &format, Output
   const std::string about = input.files.size() > 1 ? document.shown_name + ": " : "";
   if (select_pages(selection, about, readable_pages(document), missing, pages, left_out) != DONE)
     return outputs.misfit();
-  turn.reserve(file, pages);
+  if (turn.reserve(file, pages) != DONE) return FAILED;
   MissingReport missing_report(document);
   for (const MissingPages *stretch : left_out) lost = worse(lost, missing_report.add(*stretch));
   missing_report.finish();

@@ -1,6 +1,7 @@
 // tolvane-fax split: splits a fax file into several with the same header. Pages are counted with included ones; with
 // inclusions kept, only the file's own pages count, and an inclusion stays with the page after it.
 #include <algorithm>
+#include <map>
 
 #include "cli/commands.h"
 #include "cli/options.h"
@@ -77,10 +78,15 @@ Status check_starts(const FaxDocument &document, ptrdiff_t pages) {
   return DONE;
 }
 
-// Whether no new file takes the place of one that is still to be read.
+// Whether no new file takes the place of one that is still to be read, or of another new one.
 Status check_names(const FaxDocument &document, int32_t parts) {
-  for (int32_t part = 1; part <= parts; ++part)
-    if (check_not_source(numbered_name(pattern, part), document) != DONE) return FAILED;
+  std::map<FilePlace, int32_t> places;
+  for (int32_t part = 1; part <= parts; ++part) {
+    const std::string name = numbered_name(pattern, part);
+    if (check_not_source(name, document) != DONE) return FAILED;
+    const auto [place, is_new] = places.try_emplace(place_of(name), part);
+    if (!is_new) return failure("%s and %s are one file", numbered_name(pattern, place->second).c_str(), name.c_str());
+  }
   return DONE;
 }
 

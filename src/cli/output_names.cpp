@@ -4,18 +4,12 @@
 
 #include <sys/stat.h>
 
-#include <filesystem>
-
 #include "io/file_names.h"
 #include "io/output_file.h"
 
 namespace tolvane {
 namespace {
 [[gnu::used]] const char SCCS_ID[] = "@(#)|output_names|9|01|3|0|0|11/23/26|11:11:27";
-
-std::string plain(const std::string &path) {
-  return std::filesystem::path(path).lexically_normal().string();
-}
 
 }  // namespace
 
@@ -26,7 +20,7 @@ bool OutputNames::is_input(const std::string &path) const {
 
 // Whether names depend on pages that are not known yet.
 bool OutputNames::may_meet() const {
-  return several_ && has_page(pattern_);
+  return has_page(pattern_);
 }
 
 Status OutputNames::plan(const std::string &pattern, const std::vector<std::string> &inputs, int32_t page) {
@@ -39,10 +33,10 @@ Status OutputNames::plan(const std::string &pattern, const std::vector<std::stri
     struct stat file;
     if (input != "-" && stat(input.c_str(), &file) == 0) inputs_.insert({file.st_dev, file.st_ino});
   }
-  std::map<std::string, const std::string *> outputs;
+  std::map<FilePlace, const std::string *> outputs;
   for (const std::string &input : inputs) {
     const std::string output = output_name(pattern, input, page);
-    const auto [place, is_new] = outputs.try_emplace(plain(output), &input);
+    const auto [place, is_new] = outputs.try_emplace(place_of(output), &input);
     if (!is_new)
       return usage_fault("%s and %s would both be written to %s", place->second->c_str(), input.c_str(),
                          output.c_str());
@@ -64,12 +58,20 @@ void OutputNames::Turn::end() {
   names_.turn_ended_.notify_all();
 }
 
-void OutputNames::Turn::reserve(const std::string &input, const std::vector<int32_t> &pages) {
-  if (!names_.may_meet()) return;
+Status OutputNames::Turn::reserve(const std::string &input, const std::vector<int32_t> &pages) {
+  if (!names_.may_meet()) return DONE;
   const std::unique_lock lock = wait();
-  for (const int32_t page : pages)
-    names_.reserved_.try_emplace(plain(output_name(names_.pattern_, input, page)), input, page);
+  Status status = DONE;
+  for (const int32_t page : pages) {
+    const std::string output = output_name(names_.pattern_, input, page);
+    const auto [place, is_new] = names_.reserved_.try_emplace(place_of(output), input, page);
+    const auto &[other_input, other_page] = place->second;
+    if (is_new || other_input != input || other_page == page || status != DONE) continue;
+    status =
+        failure("%s: pages %d and %d would both be written to %s", input.c_str(), other_page, page, output.c_str());
+  }
   end();
+  return status;
 }
 
 OutputNames::Turn::~Turn() {
@@ -84,7 +86,7 @@ Status OutputNames::take(const std::string &input, int32_t page, std::string &pa
   if (!may_meet()) return DONE;
   if (is_input(path)) return failure("%s: page %d: %s is to be read", input.c_str(), page, path.c_str());
   const std::lock_guard lock(mutex_);
-  const auto reserved = reserved_.find(plain(path));
+  const auto reserved = reserved_.find(place_of(path));
   if (reserved == reserved_.end() || reserved->second == std::pair(input, page)) return DONE;
   return failure("%s: page %d: %s is that of another page", input.c_str(), page, path.c_str());
 }

@@ -13,6 +13,7 @@
 #include <utility>
 #include <vector>
 
+#include "io/file_names.h"
 #include "io/report.h"
 
 namespace tolvane {
@@ -36,8 +37,9 @@ class OutputNames {
     Turn(const Turn &) = delete;
     Turn &operator=(const Turn &) = delete;
 
-    /// Waits for the turn, reserves the names that are free, and ends it.
-    void reserve(const std::string &input, const std::vector<int32_t> &pages);
+    /// Waits for the turn, reserves the names that are free, and ends it. DONE; or FAILED after a message: two pages
+    /// of the input have one name.
+    Status reserve(const std::string &input, const std::vector<int32_t> &pages);
 
    private:
     std::unique_lock<std::mutex> wait();
@@ -64,8 +66,8 @@ class OutputNames {
   std::set<std::pair<dev_t, ino_t>> inputs_;  // if there are several
   std::mutex mutex_;                          // protects what follows
   std::condition_variable turn_ended_;
-  size_t next_ = 0;                                                  // input whose turn it is
-  std::map<std::string, std::pair<std::string, int32_t>> reserved_;  // the input and page of each name
+  size_t next_ = 0;                                                // input whose turn it is
+  std::map<FilePlace, std::pair<std::string, int32_t>> reserved_;  // the input and page of each name
 };
 
 }  // namespace tolvane

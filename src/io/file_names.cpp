@@ -1,6 +1,8 @@
 // Patterns know no escapes: a `%` that is not part of the number makes the whole pattern invalid.
 #include "io/file_names.h"
 
+#include <sys/stat.h>
+
 #include <algorithm>
 #include <filesystem>
 #include <iterator>
@@ -32,11 +34,32 @@ std::string digits_for(const std::string &pattern, size_t begin, size_t end, int
   return digits;
 }
 
+// Whether a path names an open descriptor: two that are of one file are written to one after the other.
+bool leads_to_descriptor(const std::string &path) {
+  return path.starts_with("/dev/fd/") || path.starts_with("/proc/self/fd/");
+}
+
 }  // namespace
 
 bool same_file(const std::string &one, const std::string &other) {
   std::error_code failed;
   return std::filesystem::equivalent(one, other, failed);
+}
+
+FilePlace place_of(const std::string &path) {
+  constexpr int LINKS_FOLLOWED_MAX = 40;  // as the kernel
+  struct stat status;
+  const FilePlace as_given = {0, 0, std::filesystem::path(path).lexically_normal().string()};
+  if (stat(path.c_str(), &status) == 0 && !S_ISREG(status.st_mode)) return as_given;
+  std::string end = path;
+  std::error_code failed;
+  for (int links = 0; links < LINKS_FOLLOWED_MAX && !leads_to_descriptor(end); ++links) {
+    const std::filesystem::path target = std::filesystem::read_symlink(end, failed);
+    if (failed) break;
+    end = (std::filesystem::path(end).parent_path() / target).string();
+  }
+  if (stat(directory_of(end).c_str(), &status) != 0) return as_given;
+  return {status.st_dev, status.st_ino, end.substr(end.rfind('/') + 1)};
 }
 
 bool is_numbered_pattern(const std::string &pattern) {

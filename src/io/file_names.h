@@ -1,6 +1,9 @@
 // Names of files: comparing them, taking them apart, and making numbered ones.
 #pragma once
 
+#include <sys/types.h>
+
+#include <compare>
 #include <cstdint>
 #include <string>
 
@@ -8,6 +11,16 @@ namespace tolvane {
 
 /// Whether two paths name one file.
 bool same_file(const std::string &one, const std::string &other);
+
+/// Where a file is, or would be made: links are followed. Paths of one file that will be replaced have equal places;
+/// hard links have not.
+struct FilePlace {
+  dev_t device;     ///< of the directory
+  ino_t directory;  ///< 0: there is none, or what has the path is no regular file; then `name` is the path
+  std::string name;
+  auto operator<=>(const FilePlace &) const = default;
+};
+FilePlace place_of(const std::string &path);
 
 /// Whether a pattern contains one number, `%d` or with a width as in `%03d` or `%3d`, which is filled with zeros, and
 /// no other `%`.
