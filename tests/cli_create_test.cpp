@@ -186,6 +186,8 @@ TEST_F(Create, HeaderLinesCrossIntoOtherFormatsAndBack) {
     prepare("printf 'P1 1 1 1' | pnmtopng -text=text >text.png && $tool create --force text.fax text.png");
     EXPECT_NE(parts("text.fax").header.find("SUBJECT:Grüße\n"), std::string::npos);
   }
+  prepare("tiffset -s 270 're INCLUDE:x 1 1' page.tif && $tool create title.fax page.tif");
+  EXPECT_NE(parts("title.fax").header.find("\nSUBJECT:re INCLUDE x 1 1\n"), std::string::npos);
   prepare("tiffset -s 34910 75 page.tif && tiffset -s 270 '+44 20' page.tif && $tool create spool.fax page.tif");
   EXPECT_NE(parts("spool.fax").header.find("\nSENDER_FAX#:+44 20\n"), std::string::npos);
   EXPECT_NE(parts("spool.fax").header.find("\nKEYWORDS:received-in=75 s\n"), std::string::npos);

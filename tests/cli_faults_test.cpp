@@ -140,6 +140,16 @@ TEST_F(Faults, PagesFromOutsideTheDirectoryAreReportedOrRefused) {
     }
     EXPECT_THAT(run("check --json in/a.fax").out, testing::ContainsRegex("\"good\":true.*\"faults\":\\[\\]"));
   }
+  // What one file includes is no output of another, nor that of a shell; one that is missing is not made.
+  const std::string own = read_file(dir.path("in/below/b.fax"));
+  for (const char *name : {"in/cover.fax", "in/co.fax"}) dir.write(name, own);
+  dir.write("in/a.fax", fax_bytes("#PAGES:1\nINCLUDE_PAGES:1\nINCLUDE:cover.fax 1 1\n" + modes, {page}));
+  complains("extract -f pbm in/a.fax in/co.fax in/{name}ver.fax -p 1", 1, "in/cover.fax, which is to be read");
+  complains("extract -f pbm in/a.fax - -p 1 1<>in/cover.fax", 2, "not overwritten");
+  EXPECT_TRUE(read_file(dir.path("in/cover.fax")) == own);
+  shell("rm in/cover.fax; mkfifo in/fifo");
+  complains("merge --keep-going --inclusions keep in/cover.fax in/a.fax", 2, "cover.fax: not overwritten");
+  complains("append in/fifo a.pbm", 2, "not a regular file");
   // Readers take any text for an inclusion, and those before one that is not valid.
   for (const std::string line :
        {"SUBJECT:see INCLUDE:../priv/secret.fax 2 1\n", "INCLUDE:../priv/secret.fax 2 1\nINCLUDE:x\n"}) {

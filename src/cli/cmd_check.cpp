@@ -59,6 +59,13 @@ Status check_header_text(const FaxDocument &document) {
            inclusion.name.c_str(), inclusion.at, document.record_count());
     status = DAMAGED;
   }
+  for (const std::string &line : document.lines) {
+    if (line.find(':') - 1 < line.size()) continue;
+    report("%s: the viewer cannot read the header line \"%s\", which has no name and colon", document.name(),
+           line.c_str());
+    status = DAMAGED;
+    break;
+  }
   return worse(status, check_header(document.name(), document.lines) == DONE ? DONE : DAMAGED);
 }
 

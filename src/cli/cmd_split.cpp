@@ -157,6 +157,7 @@ Status run() {
   FaxDocument document;
   if (open_fax(file, document) != DONE) return FAILED;
   if (!document.inclusions_usable) return failure("%s: %s", document.name(), inclusion_fault(document).c_str());
+  if (check_inclusion_lines(document, 0) != DONE) return FAILED;
   if (keep_inclusions && !document.inclusions.empty() && !same_file(directory_of(pattern), directory_of(file)))
     return failure("%s: inclusions can be kept only in the same directory", document.name());
   Status status = report_lost_bytes(document);

@@ -4,18 +4,31 @@
 
 #include <sys/stat.h>
 
+#include "document/fax_document.h"
+#include "document/page_sources.h"
 #include "io/file_names.h"
 #include "io/output_file.h"
 
 namespace tolvane {
 namespace {
 [[gnu::used]] const char SCCS_ID[] = "@(#)|output_names|9|01|3|0|0|11/23/26|11:11:27";
-
 }  // namespace
 
 bool OutputNames::is_input(const std::string &path) const {
   struct stat file;
   return !inputs_.empty() && stat(path.c_str(), &file) == 0 && inputs_.count({file.st_dev, file.st_ino}) > 0;
+}
+
+// Adds an input and the files that it includes. What cannot be read is reported when its turn comes.
+void OutputNames::add_sources(const std::string &input) {
+  Diagnostics unused;
+  const HoldDiagnostics hold(unused);
+  FaxDocument document;
+  const bool is_fax = open_fax(input, document) == DONE;
+  for (const std::string &path : is_fax ? source_paths(document) : std::vector{input}) {
+    struct stat file;
+    if (stat(path.c_str(), &file) == 0) inputs_.insert({file.st_dev, file.st_ino});
+  }
 }
 
 // Whether names depend on pages that are not known yet.
@@ -30,8 +43,7 @@ Status OutputNames::plan(const std::string &pattern, const std::vector<std::stri
   if (!several_) return DONE;
   if (!has_input_name(pattern)) return usage_fault("\"%s\" needs {name}: there are several files", pattern.c_str());
   for (const std::string &input : inputs) {
-    struct stat file;
-    if (input != "-" && stat(input.c_str(), &file) == 0) inputs_.insert({file.st_dev, file.st_ino});
+    if (input != "-") add_sources(input);
   }
   std::map<FilePlace, const std::string *> outputs;
   for (const std::string &input : inputs) {

@@ -18,7 +18,8 @@
 
 namespace tolvane {
 
-/// Names of outputs by a pattern, `output_name`. No output has the name of another one or is an input.
+/// Names of outputs by a pattern, `output_name`. No output has the name of another one, is an input or a file
+/// that one includes.
 class OutputNames {
  public:
   /// Looks for names that several inputs would have in common, before anything is written.
@@ -58,12 +59,13 @@ class OutputNames {
   Status misfit() const { return several_ ? FAILED : USAGE; }
 
  private:
+  void add_sources(const std::string &input);
   bool is_input(const std::string &path) const;
   bool may_meet() const;
 
   std::string pattern_;
   bool several_ = false;                      // inputs
-  std::set<std::pair<dev_t, ino_t>> inputs_;  // if there are several
+  std::set<std::pair<dev_t, ino_t>> inputs_;  // and files that they include, if there are several
   std::mutex mutex_;                          // protects what follows
   std::condition_variable turn_ended_;
   size_t next_ = 0;                                                // input whose turn it is

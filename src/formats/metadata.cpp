@@ -19,6 +19,7 @@ void add_header_value(HeaderValues &values, const char *keyword, const std::stri
   std::string value = text.substr(0, text.find('\0'));
   std::replace_if(
       value.begin(), value.end(), [](char c) { return static_cast<unsigned char>(c) < ' '; }, ' ');
+  for (size_t at; (at = value.find("INCLUDE:")) != value.npos;) value[at + strlen("INCLUDE")] = ' ';
   const size_t first = value.find_first_not_of(' ');
   if (first == std::string::npos || !header_value(values, keyword).empty()) return;
   size_t end = first + LONGEST_VALUE;

@@ -21,8 +21,9 @@ constexpr TextName TEXT_NAMES[] = {
     {"KEYWORDS", "Comment", "/Keywords"}, {"SENDER_EQUIPMENT", "Source", nullptr},
 };
 
-/// Adds a value unless the text is empty, or the keyword has one. Control characters become blanks, blanks at the ends
-/// are removed, and so is what goes beyond 200 bytes.
+/// Adds a value unless the text is empty, or the keyword has one. Control characters become blanks, and so does the
+/// colon of "INCLUDE:", which readers of a header would take for an inclusion. Blanks at the ends are removed, and so
+/// is what goes beyond 200 bytes.
 void add_header_value(HeaderValues &values, const char *keyword, const std::string &text);
 
 /// The value of a keyword; empty if it has none.
