@@ -8,6 +8,7 @@
 #include <algorithm>
 #include <map>
 
+#include "io/file_names.h"
 #include "support/replace_file.h"
 
 namespace tolvane {
@@ -137,14 +138,6 @@ bool is_one_file(const struct stat &one, const struct stat &other) {
   return one.st_dev == other.st_dev && one.st_ino == other.st_ino;
 }
 
-// Whether a file that is yet to be made would be the one that is missing at a path.
-bool has_name_of(const std::string &output, const std::string &path) {
-  struct stat one, other;
-  return output.substr(output.rfind('/') + 1) == path.substr(path.rfind('/') + 1) &&
-         stat(directory_of(output).c_str(), &one) == 0 && stat(directory_of(path).c_str(), &other) == 0 &&
-         is_one_file(one, other);
-}
-
 Walk walk_all(const FaxDocument &document) {
   Walk walk(document);
   walk.take(source_of(document), document.inclusions_usable ? document.page_count() : document.record_count(), 0);
@@ -222,7 +215,7 @@ Status check_not_source(const std::string &output, const FaxDocument &document, 
   const std::vector<std::string> &paths = source_paths(document);
   const bool is_included = std::any_of(paths.begin() + 1, paths.end(), [&](const std::string &path) {
     struct stat source;
-    return exists ? stat(path.c_str(), &source) == 0 && is_one_file(source, file) : has_name_of(output, path);
+    return exists ? stat(path.c_str(), &source) == 0 && is_one_file(source, file) : place_of(output) == place_of(path);
   });
   if (!is_included && !(is_own && (is_stream || !itself))) return DONE;
   return failure("%s: not overwritten, since %s takes pages from it", is_stream ? "standard output" : output.c_str(),

@@ -3,9 +3,9 @@
 
 #include <sys/types.h>
 
-#include <compare>
 #include <cstdint>
 #include <string>
+#include <tuple>
 
 namespace tolvane {
 
@@ -18,7 +18,10 @@ struct FilePlace {
   dev_t device;     ///< of the directory
   ino_t directory;  ///< 0: there is none, or what has the path is no regular file; then `name` is the path
   std::string name;
-  auto operator<=>(const FilePlace &) const = default;
+  bool operator==(const FilePlace &) const = default;
+  bool operator<(const FilePlace &other) const {
+    return std::tie(device, directory, name) < std::tie(other.device, other.directory, other.name);
+  }
 };
 FilePlace place_of(const std::string &path);
 
