@@ -29,7 +29,7 @@
 namespace tolvane {
 namespace {
 
-[[gnu::used]] const char SCCS_ID[] = "@(#)|stdin_commands|9|01|4|0|0|11/23/26|11:58:22";
+[[gnu::used]] const char SCCS_ID[] = "@(#)|stdin_commands|9|01|5|0|0|11/23/26|14:40:40";
 
 constexpr size_t READ_SIZE = 1000;  // maximum bytes of one read; a longer write takes several
 

@@ -38,7 +38,7 @@ struct tolvane_fax {
 
 namespace tolvane {
 namespace {
-[[gnu::used]] const char SCCS_ID[] = "@(#)|fax|9|01|4|0|0|11/23/26|12:24:21";
+[[gnu::used]] const char SCCS_ID[] = "@(#)|fax|9|01|5|0|0|11/23/26|14:40:40";
 
 constexpr int32_t WIDTH = LINE_PIXELS;
 constexpr size_t LINE_BYTES = WIDTH / 8;

@@ -15,7 +15,7 @@
 
 namespace tolvane {
 namespace {
-[[gnu::used]] const char SCCS_ID[] = "@(#)|cmd_check|9|01|5|0|0|11/23/26|13:50:32";
+[[gnu::used]] const char SCCS_ID[] = "@(#)|cmd_check|9|01|6|0|0|11/23/26|14:58:01";
 
 FileList input;
 bool as_json;

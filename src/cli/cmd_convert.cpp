@@ -24,7 +24,7 @@
 
 namespace tolvane {
 namespace {
-[[gnu::used]] const char SCCS_ID[] = "@(#)|cmd_convert|9|01|4|0|0|11/23/26|12:46:33";
+[[gnu::used]] const char SCCS_ID[] = "@(#)|cmd_convert|9|01|5|0|0|11/23/26|14:40:40";
 
 FileList input;
 int32_t coding = -1;

@@ -26,7 +26,7 @@
 
 namespace tolvane {
 namespace {
-[[gnu::used]] const char SCCS_ID[] = "@(#)|cmd_extract|9|01|5|0|0|11/23/26|13:50:32";
+[[gnu::used]] const char SCCS_ID[] = "@(#)|cmd_extract|9|01|6|0|0|11/23/26|14:47:36";
 
 constexpr size_t FILES_IN_A_BATCH = 8;  // for each of the faxes that are worked on at a time
 

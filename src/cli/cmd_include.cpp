@@ -16,7 +16,7 @@
 
 namespace tolvane {
 namespace {
-[[gnu::used]] const char SCCS_ID[] = "@(#)|cmd_include|9|01|4|0|0|11/23/26|12:40:22";
+[[gnu::used]] const char SCCS_ID[] = "@(#)|cmd_include|9|01|5|0|0|11/23/26|14:47:36";
 
 std::string included_name;
 int32_t place;

@@ -15,7 +15,7 @@
 
 namespace tolvane {
 namespace {
-[[gnu::used]] const char SCCS_ID[] = "@(#)|cmd_info|9|01|4|0|0|11/23/26|12:46:33";
+[[gnu::used]] const char SCCS_ID[] = "@(#)|cmd_info|9|01|5|0|0|11/23/26|14:40:52";
 
 FileList input;
 bool as_json;

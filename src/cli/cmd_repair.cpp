@@ -25,7 +25,7 @@
 
 namespace tolvane {
 namespace {
-[[gnu::used]] const char SCCS_ID[] = "@(#)|cmd_repair|9|01|4|0|0|11/23/26|12:48:57";
+[[gnu::used]] const char SCCS_ID[] = "@(#)|cmd_repair|9|01|5|0|0|11/23/26|14:40:40";
 
 constexpr int32_t CREDIBLE_LINES = 16;  // so many good lines are no coincidence: the bytes are a page
 

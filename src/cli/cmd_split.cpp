@@ -15,7 +15,7 @@
 
 namespace tolvane {
 namespace {
-[[gnu::used]] const char SCCS_ID[] = "@(#)|cmd_split|9|01|4|0|0|11/23/26|12:46:33";
+[[gnu::used]] const char SCCS_ID[] = "@(#)|cmd_split|9|01|5|0|0|11/23/26|14:58:01";
 
 constexpr size_t LONGEST_HEADER = 32767;  // bytes: each part has a header of its own
 

@@ -8,7 +8,7 @@
 
 namespace tolvane {
 namespace {
-[[gnu::used]] const char SCCS_ID[] = "@(#)|json_lines|9|01|3|0|0|11/23/26|11:38:58";
+[[gnu::used]] const char SCCS_ID[] = "@(#)|json_lines|9|01|4|0|0|11/23/26|14:40:52";
 
 constexpr int SCHEMA = 1;
 }  // namespace

@@ -11,7 +11,7 @@
 
 namespace tolvane {
 namespace {
-[[gnu::used]] const char SCCS_ID[] = "@(#)|output_names|9|01|3|0|0|11/23/26|11:11:27";
+[[gnu::used]] const char SCCS_ID[] = "@(#)|output_names|9|01|4|0|0|11/23/26|14:58:01";
 }  // namespace
 
 bool OutputNames::is_input(const std::string &path) const {

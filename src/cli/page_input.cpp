@@ -25,7 +25,7 @@
 
 namespace tolvane {
 namespace {
-[[gnu::used]] const char SCCS_ID[] = "@(#)|page_input|9|01|4|0|0|11/23/26|12:44:38";
+[[gnu::used]] const char SCCS_ID[] = "@(#)|page_input|9|01|5|0|0|11/23/26|14:40:52";
 
 constexpr double HIGHEST_DPI = 100000;
 constexpr int64_t MOST_MEMORY = 40 << 20;  // bytes of all pages under way, as far as they can be foreseen

@@ -17,7 +17,7 @@
 
 namespace tolvane {
 namespace {
-[[gnu::used]] const char SCCS_ID[] = "@(#)|fax_composition|9|01|4|0|0|11/23/26|12:44:38";
+[[gnu::used]] const char SCCS_ID[] = "@(#)|fax_composition|9|01|5|0|0|11/23/26|14:40:40";
 
 constexpr size_t LONGEST_HEADER = 32767;  // bytes of a header in which keywords can be read
 

@@ -21,7 +21,7 @@
 
 namespace tolvane {
 namespace {
-[[gnu::used]] const char SCCS_ID[] = "@(#)|fax_document|9|01|4|0|0|11/23/26|12:46:33";
+[[gnu::used]] const char SCCS_ID[] = "@(#)|fax_document|9|01|5|0|0|11/23/26|14:40:40";
 
 // Entries in the lists of all included files that are remembered: records, of 16 bytes, and inclusions.
 constexpr size_t MOST_REMEMBERED = 1 << 19;

@@ -13,7 +13,7 @@
 
 namespace tolvane {
 namespace {
-[[gnu::used]] const char SCCS_ID[] = "@(#)|page_sources|9|01|4|0|0|11/23/26|12:24:21";
+[[gnu::used]] const char SCCS_ID[] = "@(#)|page_sources|9|01|5|0|0|11/23/26|15:10:07";
 
 constexpr size_t MOST_REPORTED = 4096;  // stretches of missing pages: some hundred bytes can make 65536
 

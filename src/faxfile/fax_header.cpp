@@ -20,7 +20,7 @@
 
 namespace tolvane {
 namespace {
-[[gnu::used]] const char SCCS_ID[] = "@(#)|fax_header|9|01|2|0|0|11/23/26|06:29:09";
+[[gnu::used]] const char SCCS_ID[] = "@(#)|fax_header|9|01|3|0|0|11/23/26|14:40:40";
 
 // Reports a failure on standard error, then on standard output. A text too long for the buffer is cut between
 // characters and keeps its line feed.

@@ -11,7 +11,7 @@
 
 namespace tolvane {
 namespace {
-[[gnu::used]] const char SCCS_ID[] = "@(#)|header_lines|9|01|2|0|0|11/23/26|06:28:53";
+[[gnu::used]] const char SCCS_ID[] = "@(#)|header_lines|9|01|3|0|0|11/23/26|14:40:40";
 
 // Adds the inclusion of which the fields are at `text`; false if it is not a valid one.
 bool add_inclusion(size_t line, const char *text, std::vector<Inclusion> &inclusions) {

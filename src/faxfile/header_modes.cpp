@@ -13,7 +13,7 @@
 
 namespace tolvane {
 namespace {
-[[gnu::used]] const char SCCS_ID[] = "@(#)|header_modes|9|01|2|0|0|11/23/26|12:26:53";
+[[gnu::used]] const char SCCS_ID[] = "@(#)|header_modes|9|01|3|0|0|11/23/26|14:40:40";
 
 const char *keyword(FaxKeyword number) {
   return faxFileKeywordList[number];

@@ -25,7 +25,7 @@ PageIO *gPageIOArray[FAX_PAGES_IN_PROGRESS_MAX];
 PageIO *gCurrentPageIO = nullptr;
 
 namespace {
-[[gnu::used]] const char SCCS_ID[] = "@(#)|page_writer|9|01|4|0|0|11/23/26|12:13:55";
+[[gnu::used]] const char SCCS_ID[] = "@(#)|page_writer|9|01|5|0|0|11/23/26|14:40:40";
 
 void release_page(PageIO *&slot) {
   PageIO *page = std::exchange(slot, nullptr);

@@ -8,7 +8,7 @@
 
 namespace tolvane {
 namespace {
-[[gnu::used]] const char SCCS_ID[] = "@(#)|metadata|9|01|4|0|0|11/23/26|13:50:32";
+[[gnu::used]] const char SCCS_ID[] = "@(#)|metadata|9|01|5|0|0|11/23/26|14:58:01";
 
 constexpr size_t LONGEST_VALUE = 200;  // bytes: short enough for the fixed fields of header readers
 constexpr char BETWEEN[] = "; ";       // two facts

@@ -18,7 +18,7 @@
 
 namespace tolvane {
 namespace {
-[[gnu::used]] const char SCCS_ID[] = "@(#)|endings|9|01|2|0|0|11/23/26|09:20:56";
+[[gnu::used]] const char SCCS_ID[] = "@(#)|endings|9|01|3|0|0|11/23/26|14:11:53";
 
 constexpr int ENDINGS[] = {SIGINT, SIGTERM, SIGHUP, SIGQUIT, SIGPIPE, SIGBUS};
 constexpr size_t MAPPINGS_MAX = 128;

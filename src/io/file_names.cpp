@@ -13,7 +13,7 @@
 
 namespace tolvane {
 namespace {
-[[gnu::used]] const char SCCS_ID[] = "@(#)|file_names|9|01|3|0|0|11/23/26|08:41:15";
+[[gnu::used]] const char SCCS_ID[] = "@(#)|file_names|9|01|4|0|0|11/23/26|15:10:07";
 
 // The place of the number in a pattern, from its `%` to after its `d`. Empty if there is not exactly one.
 std::pair<size_t, size_t> number_place(const std::string &pattern) {

@@ -18,7 +18,7 @@
 
 namespace tolvane {
 namespace {
-[[gnu::used]] const char SCCS_ID[] = "@(#)|output_file|9|01|4|0|0|11/23/26|12:48:57";
+[[gnu::used]] const char SCCS_ID[] = "@(#)|output_file|9|01|5|0|0|11/23/26|14:11:53";
 
 constexpr char FAULT[] = "cannot be written";
 

@@ -16,7 +16,7 @@
 
 namespace tolvane {
 namespace {
-[[gnu::used]] const char SCCS_ID[] = "@(#)|report|9|01|4|0|0|11/23/26|11:29:38";
+[[gnu::used]] const char SCCS_ID[] = "@(#)|report|9|01|5|0|0|11/23/26|14:40:52";
 
 constexpr size_t BLOCK = 64 << 10;      // bytes of diagnostics in one block, or a little more
 constexpr size_t DAMAGE_REPORTED = 10;  // damaged places of one page that are reported one by one

@@ -25,7 +25,7 @@
 
 namespace tolvane {
 namespace {
-[[gnu::used]] const char SCCS_ID[] = "@(#)|file|9|01|4|0|0|11/23/26|11:29:38";
+[[gnu::used]] const char SCCS_ID[] = "@(#)|file|9|01|5|0|0|11/23/26|14:40:52";
 
 using PathBuffer = char[PATH_LIMIT + 1];
 

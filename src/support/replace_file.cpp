@@ -18,7 +18,7 @@
 
 namespace tolvane {
 namespace {
-[[gnu::used]] const char SCCS_ID[] = "@(#)|replace_file|9|01|4|0|0|11/23/26|12:29:57";
+[[gnu::used]] const char SCCS_ID[] = "@(#)|replace_file|9|01|5|0|0|11/23/26|14:11:53";
 
 constexpr int NAME_ATTEMPTS = 100;
 constexpr int LINKS_FOLLOWED_MAX = 40;  // as the kernel

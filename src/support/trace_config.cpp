@@ -24,7 +24,7 @@
 
 namespace tolvane {
 namespace {
-[[gnu::used]] const char SCCS_ID[] = "@(#)|trace_config|9|01|2|0|0|11/23/26|06:28:53";
+[[gnu::used]] const char SCCS_ID[] = "@(#)|trace_config|9|01|3|0|0|11/23/26|14:40:40";
 
 int32_t Debug = 0;  // the environment has TRACECONFIG: each step is reported on standard output
 int32_t Initted = 0;
