@@ -198,6 +198,11 @@ TEST_F(Output, DamageIsToldAndTheRestIsGivenAllTheSame) {
   for (const char *line : {"info fall.fax >f", "check fall.fax >f", "extract fall.fax f.pbm", "render fall.fax f.pbm",
                            "compare fall.fax fall.fax"})
     complains(line, 3, "fall.fax: \"INCLUDE:b.fax 1 1\" is out of order");
+  const std::pair<std::string, int> last_lines[] = {{"a note\n", 3}, {"\n", 3}, {":x\n", 3}, {std::string(9, '\0'), 0}};
+  for (const auto &[line, status] : last_lines) {
+    dir.write("last.fax", fax_bytes("#PAGES:1\nRESOLUTION:1\n" + line, {white}));
+    complains("check last.fax >f", status, status == 0 ? "" : "which has no name and colon");
+  }
   dir.write("p.pbm", pbm(random_page(1, 4)));
   for (const std::string line :
        {"info f.fax >f", "extract f.fax f.pbm", "merge --force m.fax f.fax", "split f.fax s%d.fax",

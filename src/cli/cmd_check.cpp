@@ -1,5 +1,6 @@
 // tolvane-fax check: decodes every page of fax files and compares headers with the facts. Faults are reported on
 // standard error; each file gets one line on standard output.
+#include <algorithm>
 #include <cstdio>
 #include <memory>
 
@@ -49,6 +50,13 @@ Status check_modes(const FaxDocument &document) {
   return status;
 }
 
+// Zero bytes that fill a header up do no harm.
+bool has_no_name(const std::string &line) {
+  const size_t colon = line.find(':');
+  const bool is_fill = !line.empty() && line.find_first_not_of('\0') == line.npos;
+  return !is_fill && (colon == 0 || colon == line.npos);
+}
+
 Status check_header_text(const FaxDocument &document) {
   if (report_invalid_inclusions(document) != DONE) return DAMAGED;
   Status status = check_count(document, FAXFILE_PAGES, document.record_count());
@@ -59,12 +67,11 @@ Status check_header_text(const FaxDocument &document) {
            inclusion.name.c_str(), inclusion.at, document.record_count());
     status = DAMAGED;
   }
-  for (const std::string &line : document.lines) {
-    if (line.find(':') - 1 < line.size()) continue;
+  const auto unnamed = std::find_if(document.lines.begin(), document.lines.end(), has_no_name);
+  if (unnamed != document.lines.end()) {
     report("%s: the viewer cannot read the header line \"%s\", which has no name and colon", document.name(),
-           line.c_str());
+           unnamed->c_str());
     status = DAMAGED;
-    break;
   }
   return worse(status, check_header(document.name(), document.lines) == DONE ? DONE : DAMAGED);
 }
