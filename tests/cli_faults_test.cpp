@@ -281,6 +281,7 @@ TEST_F(Faults, ATerminalShowsControlCharactersOfFilesAndNames) {
                     header = "#PAGES:1\nRESOLUTION:1\nCOMPRESSION:3\nSUBJECT:" + subject;
   dir.write("a.fax", fax_bytes(header + "\n", {encoded_page(random_page(1, 4), 3)}));
   dir.write("\x1b[2J.fax", fax_bytes(header + "\n", {encoded_page(random_page(1, 5), 3)}));
+  dir.write("x\na.fax", bytes("a.fax"));
   EXPECT_EQ(run("keywords get a.fax SUBJECT").out, subject + "\n");
   EXPECT_THAT(run("info $'\\e[2J.fax'").err, Not(HasSubstr("\x1b")));
   const std::pair<const char *, const char *> cases[] = {
@@ -290,6 +291,7 @@ TEST_F(Faults, ATerminalShowsControlCharactersOfFilesAndNames) {
       {"info --csv ?\\[2J.fax", "\n\\x1b[2J.fax,1,"},
       {"check ?\\[2J.fax", "\\x1b[2J.fax: good, 1 page, 5 lines\r\n"},
       {"compare a.fax ?\\[2J.fax", "; 4 lines and 5\r\n"},
+      {"check *a.fax", "a.fax: good, 1 page, 4 lines\r\nx\\x0aa.fax: good"},
       {"repair -n ?\\[2J.fax", "\\x1b[2J.fax: nothing to repair\r\n"},
       {"append ?\\[2J.fax ?\\[2J.fax", "\\x1b[2J.fax: this is a fax file"},
   };

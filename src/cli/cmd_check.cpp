@@ -12,6 +12,7 @@
 #include "document/page_survey.h"
 #include "faxfile/header_lines.h"
 #include "faxfile/usorbport.h"
+#include "io/terminal_output.h"
 #include "t4/line.h"
 
 namespace tolvane {
@@ -110,8 +111,9 @@ Status find_faults(const FaxDocument &document, Verdict &verdict) {
 }
 
 void print_text(const Verdict &verdict) {
-  printf("%s: %s, %lld page%s, %lld lines\n", verdict.name.c_str(), verdict.status == DONE ? "good" : "damaged",
-         static_cast<long long>(verdict.pages), verdict.pages == 1 ? "" : "s", static_cast<long long>(verdict.lines));
+  printf("%s: %s, %lld page%s, %lld lines\n", result_name(verdict.name).c_str(),
+         verdict.status == DONE ? "good" : "damaged", static_cast<long long>(verdict.pages),
+         verdict.pages == 1 ? "" : "s", static_cast<long long>(verdict.lines));
 }
 
 void print_json(const Verdict &verdict) {

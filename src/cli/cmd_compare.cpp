@@ -19,6 +19,7 @@
 #include "io/file_names.h"
 #include "io/input_file.h"
 #include "io/output_file.h"
+#include "io/terminal_output.h"
 #include "support/file.h"
 #include "support/replace_file.h"
 #include "t4/line.h"
@@ -200,7 +201,9 @@ Status compare_sides(const PictureFormat *format, Comparison &comparison) {
   }
   if (in_one == in_other) return status;
   wipe_progress();
-  if (!as_json) printf("%s has %d pages, %s %d\n", one.name(), in_one, other.name(), in_other);
+  if (!as_json)
+    printf("%s has %d pages, %s %d\n", result_name(one.name()).c_str(), in_one, result_name(other.name()).c_str(),
+           in_other);
   return worse(status, DAMAGED);
 }
 

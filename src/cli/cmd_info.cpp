@@ -12,6 +12,7 @@
 #include "faxfile/usorbport.h"
 #include "formats/fax_lines.h"
 #include "io/input_file.h"
+#include "io/terminal_output.h"
 
 namespace tolvane {
 namespace {
@@ -61,7 +62,7 @@ struct FaxFacts {
 
 void print_text(const FaxFacts &facts) {
   const FaxDocument &document = facts.document;
-  printf("file:        %s\n", document.name());
+  printf("file:        %s\n", result_name(document.shown_name).c_str());
   printf("size:        %lld bytes\n", static_cast<long long>(facts.size));
   printf("coding:      %s\n", coding_name(document.coding));
   printf("resolution:  %s\n", resolution_name(document));
@@ -77,7 +78,7 @@ void print_text(const FaxFacts &facts) {
     }
     printf("%5d  %6d  %6s  %8lld  %6s  %7s  %s\n", page.page, page.source_page, coding_name(page.coding),
            static_cast<long long>(page.bytes), count_text(page, page.lines, "-").c_str(),
-           count_text(page, page.damaged_lines, "-").c_str(), page.source.c_str());
+           count_text(page, page.damaged_lines, "-").c_str(), result_name(page.source).c_str());
     if (!page.checksum.empty()) printf("       sha256 %s\n", page.checksum.c_str());
   }
 }

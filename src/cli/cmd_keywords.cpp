@@ -14,6 +14,7 @@
 #include "faxfile/header_lines.h"
 #include "faxfile/usorbport.h"
 #include "io/output_file.h"
+#include "io/terminal_output.h"
 
 namespace tolvane {
 namespace {
@@ -76,7 +77,7 @@ void print_object(const FaxDocument &document) {
 void print_rows(const FaxDocument &document) {
   for (const std::string &name : words) {
     for (const std::string &value : values_of(document, name, "\\n"))
-      printf("%s\t%s\t%s\n", document.name(), name.c_str(), value.c_str());
+      printf("%s\t%s\t%s\n", result_name(document.shown_name).c_str(), name.c_str(), value.c_str());
   }
 }
 

@@ -18,6 +18,7 @@
 #include "formats/fax_lines.h"
 #include "io/file_names.h"
 #include "io/output_file.h"
+#include "io/terminal_output.h"
 #include "support/handle.h"
 #include "support/printable.h"
 #include "support/replace_file.h"
@@ -224,7 +225,7 @@ Status run() {
   const bool writes = !dry_run && (!repair.notes.empty() || !in_place);
   if (repair.notes.empty()) note(repair, "nothing to repair");
   std::string notes;  // made before the file is replaced: after that a lack of memory would give a wrong status
-  for (const std::string &text : repair.notes) notes += repair.document.shown_name + ": " + text + '\n';
+  for (const std::string &text : repair.notes) notes += result_name(repair.document.shown_name) + ": " + text + '\n';
   const bool to_output = out == "-" || same_file(out, "/dev/stdout");
   if (to_output) notes = printable(notes, "\n");
   if (writes && write_repaired(repair) != DONE) return FAILED;

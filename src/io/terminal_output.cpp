@@ -41,6 +41,10 @@ void protect_terminal() {
   stdout = stream;
 }
 
+std::string result_name(const std::string &name) {
+  return isatty(STDOUT_FILENO) ? printable(name) : name;
+}
+
 bool flush_output() {
   return fflush(stdout) == 0 && !ferror(stdout) && print_shown(unfinished_line);
 }
