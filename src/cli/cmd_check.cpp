@@ -17,7 +17,7 @@
 
 namespace tolvane {
 namespace {
-[[gnu::used]] const char SCCS_ID[] = "@(#)|cmd_check|9|01|6|0|0|11/23/26|14:58:01";
+[[gnu::used]] const char SCCS_ID[] = "@(#)|cmd_check|9|01|7|0|0|11/23/26|15:55:59";
 
 FileList input;
 bool as_json;

@@ -26,7 +26,7 @@
 
 namespace tolvane {
 namespace {
-[[gnu::used]] const char SCCS_ID[] = "@(#)|cmd_compare|9|01|3|0|0|11/23/26|12:40:22";
+[[gnu::used]] const char SCCS_ID[] = "@(#)|cmd_compare|9|01|4|0|0|11/23/26|15:55:59";
 
 std::string one_file, other_file;
 std::string pattern;

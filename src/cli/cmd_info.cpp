@@ -16,7 +16,7 @@
 
 namespace tolvane {
 namespace {
-[[gnu::used]] const char SCCS_ID[] = "@(#)|cmd_info|9|01|5|0|0|11/23/26|14:40:52";
+[[gnu::used]] const char SCCS_ID[] = "@(#)|cmd_info|9|01|6|0|0|11/23/26|15:55:59";
 
 FileList input;
 bool as_json;

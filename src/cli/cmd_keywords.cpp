@@ -18,7 +18,7 @@
 
 namespace tolvane {
 namespace {
-[[gnu::used]] const char SCCS_ID[] = "@(#)|cmd_keywords|9|01|4|0|0|11/23/26|12:10:34";
+[[gnu::used]] const char SCCS_ID[] = "@(#)|cmd_keywords|9|01|5|0|0|11/23/26|15:55:59";
 
 constexpr size_t HELP_WIDTH = 100;  // columns of a help text
 

@@ -26,7 +26,7 @@
 
 namespace tolvane {
 namespace {
-[[gnu::used]] const char SCCS_ID[] = "@(#)|cmd_repair|9|01|5|0|0|11/23/26|14:40:40";
+[[gnu::used]] const char SCCS_ID[] = "@(#)|cmd_repair|9|01|6|0|0|11/23/26|15:55:59";
 
 constexpr int32_t CREDIBLE_LINES = 16;  // so many good lines are no coincidence: the bytes are a page
 

@@ -13,7 +13,7 @@
 
 namespace tolvane {
 namespace {
-[[gnu::used]] const char SCCS_ID[] = "@(#)|terminal_output|9|01|1|0|0|11/23/26|07:40:00";
+[[gnu::used]] const char SCCS_ID[] = "@(#)|terminal_output|9|01|2|0|0|11/23/26|15:55:59";
 
 // The line that is not complete. A character may be split between two writes, but not between two lines.
 std::string unfinished_line;
